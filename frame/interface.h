@@ -1,0 +1,99 @@
+/* The interface object: the block of 129 words that a host gets from rquni and calls the operations through.
+ *
+ * Valid C11 and C++17. */
+#ifndef RQUNI_FRAME_INTERFACE_H
+#define RQUNI_FRAME_INTERFACE_H
+
+#include "host.h"
+#include "operations.h"
+
+RQ_BEGIN_DECLARATIONS
+
+typedef struct RQInterface RQInterface;
+
+/* The encoding forms that the object has a pair of transcoders for, in the order of their words. */
+typedef enum RQForm {
+  RQ_FORM_UTF8,
+  RQ_FORM_UTF16_NATIVE, /* created and destroyed, used by no operation */
+  RQ_FORM_UTF16_BIG,
+  RQ_FORM_UTF16_LITTLE,
+  RQ_FORM_UTF32_NATIVE, /* what codecs and measures convert through */
+  RQ_FORM_UTF32_BIG,
+  RQ_FORM_UTF32_LITTLE,
+  RQ_FORMS
+} RQForm;
+
+/* The two transcoders between the session encoding and one Unicode encoding form. A host must not hand out an object
+ * in which one is null (its creation failed): operations do not check. */
+typedef struct RQTranscoderPair {
+  RQTranscoder *toSession;
+  RQTranscoder *fromSession;
+} RQTranscoderPair;
+
+/* Made by rquni, read-only until its own destroy slot ends it. Words that are gaps here are never written: they hold
+ * what the pool's block held. */
+struct RQInterface {
+  char eyeCatcher[4]; /* 0: "nevo", not terminated */
+  char unused0[4];
+  RQ_GAP(1, 3);
+  /* Store the host interface version that the library needs (9, 1, 1), and the library's own version (1, 0, 0).
+   * Return 0. The object is not read. */
+  uint64_t (*getReqVersion)(RQInterface *object, uint64_t *major, uint64_t *minor, uint64_t *patch); /* 3 */
+  uint64_t (*getVersion)(RQInterface *object, uint64_t *major, uint64_t *minor, uint64_t *patch);    /* 4 */
+  RQ_GAP(5, 6);
+  /* Ends the object, its transcoders and its pool. Returns 0. No other thread may be using the object. */
+  uint64_t (*destroy)(RQInterface *object); /* 6 */
+  RQ_GAP(7, 9);
+  RQPool *pool;            /* 9: made for this object; owns the object's memory */
+  RQJournal *journal;      /* 10: the journal in force */
+  RQNlsServices *nls;      /* 11 */
+  int64_t sessionEncoding; /* 12: the host's identifier, fixed at creation */
+  RQ_GAP(13, 45);
+  RQTranscoderPair transcoders[RQ_FORMS]; /* 45 to 58: to and from the session, form by form */
+  uint8_t escape;                         /* 59, first byte: the backslash; read by the plain getUEsc */
+  uint8_t reference;                      /* 59, second byte: the number sign; read by the plain getNCR and putNCR */
+  uint8_t unused59[6];
+  RQOperations plain;  /* 60 to 82 */
+  RQOperations served; /* 83 to 105 */
+  RQOperations wide;   /* 106 to 128 */
+};
+RQ_WORD(RQInterface, eyeCatcher, 0);
+RQ_WORD(RQInterface, getReqVersion, 3);
+RQ_WORD(RQInterface, getVersion, 4);
+RQ_WORD(RQInterface, destroy, 6);
+RQ_WORD(RQInterface, pool, 9);
+RQ_WORD(RQInterface, journal, 10);
+RQ_WORD(RQInterface, nls, 11);
+RQ_WORD(RQInterface, sessionEncoding, 12);
+RQ_WORD(RQInterface, transcoders[RQ_FORM_UTF8], 45);
+RQ_WORD(RQInterface, transcoders[RQ_FORM_UTF16_NATIVE], 47);
+RQ_WORD(RQInterface, transcoders[RQ_FORM_UTF16_BIG], 49);
+RQ_WORD(RQInterface, transcoders[RQ_FORM_UTF16_LITTLE], 51);
+RQ_WORD(RQInterface, transcoders[RQ_FORM_UTF32_NATIVE], 53);
+RQ_WORD(RQInterface, transcoders[RQ_FORM_UTF32_BIG], 55);
+RQ_WORD(RQInterface, transcoders[RQ_FORM_UTF32_LITTLE], 57);
+RQ_WORD(RQInterface, escape, 59);
+RQ_WORD(RQInterface, plain, 60);
+RQ_WORD(RQInterface, served, 83);
+RQ_WORD(RQInterface, wide, 106);
+RQ_STATIC_ASSERT(offsetof(RQInterface, reference) == 8 * 59 + 1, "the reference character is the second byte");
+RQ_STATIC_ASSERT(sizeof(RQInterface) == 8 * 129, "the interface object has 129 words");
+
+/* Makes a new interface object with its own pool and fourteen transcoders.
+ *
+ * Registration (registration.h) must have happened. journal may be null: then the context's is used. Returns null
+ * when there is no journal at all or no NLS services (nothing is logged), or when pool or memory are refused
+ * (RQ_NO_MEMORY is logged at level 4). The context is not kept; journal and services are and must outlive the
+ * object. End it with its destroy slot. */
+RQ_EXPORT RQInterface *rquni(RQContext *context, RQJournal *journal) RQ_NONNULL(1);
+
+/* The functions behind the header slots. */
+RQ_EXPORT uint64_t ulDestroy(RQInterface *object) RQ_NONNULL(1);
+RQ_EXPORT uint64_t ulGetVersion(RQInterface *object, uint64_t *major, uint64_t *minor, uint64_t *patch)
+    RQ_NONNULL(2, 3, 4);
+RQ_EXPORT uint64_t ulGetReqVersion(RQInterface *object, uint64_t *major, uint64_t *minor, uint64_t *patch)
+    RQ_NONNULL(2, 3, 4);
+
+RQ_END_DECLARATIONS
+
+#endif
