@@ -1,0 +1,10 @@
+# The linker's export list: the operations as operations.def names them, in three flavours, and exports.map.in's rest.
+file(STRINGS ${PROJECT_SOURCE_DIR}/frame/operations.def operations REGEX "^OPERATION\\(")
+set(RQ_OPERATION_NAMES "")
+foreach(line IN LISTS operations)
+  string(REGEX REPLACE "^OPERATION\\([0-9]+, [A-Za-z0-9]+, ([A-Za-z0-9]+),.*" "\\1" name "${line}")
+  string(APPEND RQ_OPERATION_NAMES "    ul${name}; S_ul${name}; T_ul${name};\n")
+endforeach()
+set(RQ_EXPORT_MAP ${PROJECT_BINARY_DIR}/exports.map)
+configure_file(${PROJECT_SOURCE_DIR}/cmake/exports.map.in ${RQ_EXPORT_MAP} @ONLY)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/frame/operations.def)

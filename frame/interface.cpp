@@ -1,0 +1,161 @@
+// The interface object: made by rquni, ended by ulDestroy. The one place that knows all operations.
+#include "frame/interface.h"
+
+#include <cstring>
+
+#include "frame/journal.h"
+#include "frame/kernel_handle.h"
+#include "frame/kit.h"
+#include "frame/wide_literal.h"
+
+namespace rq {
+namespace {
+
+constexpr uint64_t failureLevel = 4;
+constexpr uint64_t objectAllocationFlags = 0x80000000;
+constexpr int64_t noEncoding = -1;
+
+constexpr auto sessionOption = wideLiteral("RQNLS.ZMX_SESSION_CEI");
+constexpr uint64_t sessionOptionMode = 3;
+static_assert(sessionOption.length == 21);
+
+/// The host's identifier of each form, in the order of RQForm. The native forms are the little-endian ones.
+constexpr uint32_t formEncodings[] = {
+    RQ_ENCODING_UTF8,         RQ_ENCODING_UTF16_LITTLE, RQ_ENCODING_UTF16_BIG,    RQ_ENCODING_UTF16_LITTLE,
+    RQ_ENCODING_UTF32_LITTLE, RQ_ENCODING_UTF32_BIG,    RQ_ENCODING_UTF32_LITTLE,
+};
+static_assert(sizeof formEncodings / sizeof *formEncodings == RQ_FORMS);
+
+/// What a slot holds until its operation is built.
+template <class Slot>
+Slot open() {
+  return reinterpret_cast<Slot>(reinterpret_cast<void (*)()>(skUnsup));
+}
+#define RQ_SLOT_Codec(function) open<RQCodec>()
+#define RQ_SLOT_Measure(function) open<RQMeasure>()
+#define RQ_SLOT_Transform(function) function
+#define RQ_SLOT_PaddedTransform(function) function
+
+#define OPERATION(position, slot, function, shape) .slot = RQ_SLOT_##shape(ul##function),
+const RQOperations plainOperations = {
+#include "frame/operations.def"
+};
+#undef OPERATION
+#define OPERATION(position, slot, function, shape) .slot = RQ_SLOT_##shape(S_ul##function),
+const RQOperations servedOperations = {
+#include "frame/operations.def"
+};
+#undef OPERATION
+#define OPERATION(position, slot, function, shape) .slot = RQ_SLOT_##shape(T_ul##function),
+const RQOperations wideOperations = {
+#include "frame/operations.def"
+};
+#undef OPERATION
+
+void logNoMemory(RQJournal* journal) {
+  rqlStatusToJnl(journal, failureLevel, RQ_NO_MEMORY);
+}
+
+/// Asks the NLS services when the context does not know the option; 0 when they do not know either.
+int64_t queriedSession(RQNlsServices* nls) {
+  int32_t encoding = noEncoding;
+  const RQStatus status = nls->querySession(nls, &encoding);
+  return status == RQ_SUCCESS || status == RQ_SESSION_QUERY_DEFAULTED ? encoding : 0;
+}
+
+int64_t sessionEncoding(RQContext* context, RQNlsServices* nls) {
+  int64_t value = noEncoding;
+  uint64_t valueBytes = sizeof value;
+  const RQStatus status = context->lookUpOption(context, sessionOption.text, sessionOption.length, sessionOptionMode,
+                                                &value, &valueBytes);
+  return status == RQ_SUCCESS ? value : queriedSession(nls);
+}
+
+/// Makes the transcoders: first all that lead into the session, then all that lead out. One that the host refuses is
+/// null in the object.
+void createTranscoders(RQInterface* object) {
+  RQNlsServices* const nls = object->nls;
+  const uint64_t session = static_cast<uint32_t>(object->sessionEncoding);
+  for (int form = 0; form < RQ_FORMS; ++form)
+    object->transcoders[form].toSession = nls->createTranscoder(nls, formEncodings[form], session, 0, 0);
+  for (int form = 0; form < RQ_FORMS; ++form)
+    object->transcoders[form].fromSession = nls->createTranscoder(nls, session, formEncodings[form], 0, 0);
+}
+
+void destroyTranscoder(RQTranscoder* transcoder) {
+  if (transcoder != nullptr) transcoder->destroy(transcoder);
+}
+
+/// Writes the named members and no other byte: the rest of the block is the host's.
+void fillHeader(RQInterface* object) {
+  object->getReqVersion = ulGetReqVersion;
+  object->getVersion = ulGetVersion;
+  object->destroy = ulDestroy;
+  object->plain = plainOperations;
+  object->served = servedOperations;
+  object->wide = wideOperations;
+  object->escape = '\\';
+  object->reference = '#';
+  std::memcpy(object->eyeCatcher, "nevo", sizeof object->eyeCatcher);
+}
+
+uint64_t storeVersion(uint64_t* major, uint64_t* minor, uint64_t* patch, const uint64_t (&version)[3]) {
+  *major = version[0];
+  *minor = version[1];
+  *patch = version[2];
+  return 0;
+}
+
+}  // namespace
+}  // namespace rq
+
+RQStatus skUnsup() {
+  return RQ_UNSUPPORTED;
+}
+
+RQInterface* rquni(RQContext* context, RQJournal* journal) {
+  if (journal == nullptr) journal = context->journal;
+  if (journal == nullptr) return nullptr;
+  RQNlsServices* const nls = context->nls;
+  if (nls == nullptr) return nullptr;
+
+  RQKernel* const kernel = rq::kernelHandle();
+  RQPoolParameters parameters = {};
+  RQPool* const pool = kernel->createPool(kernel, &parameters, journal, "RQUNI Extension");
+  if (pool == nullptr) {
+    rq::logNoMemory(journal);
+    return nullptr;
+  }
+  auto* const object =
+      static_cast<RQInterface*>(pool->allocate(pool, sizeof(RQInterface), rq::objectAllocationFlags));
+  if (object == nullptr) {
+    rq::logNoMemory(journal);
+    pool->destroy(pool);
+    return nullptr;
+  }
+
+  const int64_t session = rq::sessionEncoding(context, nls);
+  object->pool = pool;
+  object->journal = journal;
+  object->nls = nls;
+  object->sessionEncoding = session;
+  rq::createTranscoders(object);
+  rq::fillHeader(object);
+  return object;
+}
+
+uint64_t ulDestroy(RQInterface* object) {
+  for (const RQTranscoderPair& pair : object->transcoders) rq::destroyTranscoder(pair.toSession);
+  for (const RQTranscoderPair& pair : object->transcoders) rq::destroyTranscoder(pair.fromSession);
+  RQPool* const pool = object->pool;
+  pool->destroy(pool);  // frees the object as well
+  return 0;
+}
+
+uint64_t ulGetVersion(RQInterface*, uint64_t* major, uint64_t* minor, uint64_t* patch) {
+  return rq::storeVersion(major, minor, patch, {1, 0, 0});
+}
+
+uint64_t ulGetReqVersion(RQInterface*, uint64_t* major, uint64_t* minor, uint64_t* patch) {
+  return rq::storeVersion(major, minor, patch, {9, 1, 1});
+}

@@ -1,0 +1,15 @@
+// Registration: the library's only state is the kernel handle.
+#include "frame/registration.h"
+
+RQKernel* Exported_RQHandle = nullptr;
+
+RQStatus rqextent(RQKernel* kernel) {
+  __atomic_store_n(&Exported_RQHandle, kernel, __ATOMIC_RELEASE);
+  return RQ_SUCCESS;
+}
+
+RQStatus rqextver(RQKernel* kernel, uint64_t* major, uint64_t* minor) {
+  *major = 9;
+  *minor = 1;
+  return rqextent(kernel);
+}

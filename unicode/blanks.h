@@ -1,0 +1,40 @@
+// Blanks in the encoding forms, and the fill of a padded field.
+#ifndef RQUNI_UNICODE_BLANKS_H
+#define RQUNI_UNICODE_BLANKS_H
+
+#include <cstring>
+
+#include "frame/interface.h"
+
+namespace rq {
+
+/// U+0020 in one form: the bytes of a unit, repeated to four, as a native 32-bit value.
+struct Blank {
+  uint32_t fourBytes;
+  uint64_t unitBytes;
+};
+
+constexpr Blank blankOf(RQForm form) {
+  switch (form) {
+    case RQ_FORM_UTF16_BIG:
+      return {0x20002000, 2};
+    case RQ_FORM_UTF16_LITTLE:
+      return {0x00200020, 2};
+    case RQ_FORM_UTF32_BIG:
+      return {0x20000000, 4};
+    default:
+      return {0x00000020, 4};
+  }
+}
+
+/// Fills with whole units for as long as a unit begins before `bytes`: up to 1 byte (UTF-16) or 3 bytes (UTF-32) past
+/// them, which callers allow for.
+inline void fillBlanks(void* output, uint64_t bytes, Blank blank) {
+  const uint64_t units = bytes / blank.unitBytes + (bytes % blank.unitBytes != 0);
+  auto* const out = static_cast<uint8_t*>(output);
+  for (uint64_t i = 0; i < units; ++i) std::memcpy(out + i * blank.unitBytes, &blank.fourBytes, blank.unitBytes);
+}
+
+}  // namespace rq
+
+#endif

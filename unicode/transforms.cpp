@@ -1,0 +1,84 @@
+// The UTF transforms: the host's transcoders do the work, this file scales lengths and fills in blanks.
+#include "frame/interface.h"
+#include "frame/transcode.h"
+#include "unicode/blanks.h"
+
+namespace rq {
+namespace {
+
+// Bytes of one unit of session text: a byte in the plain and served flavours, an RQChar in the wide one.
+constexpr uint64_t byteUnits = 1;
+constexpr uint64_t wideUnits = sizeof(RQChar);
+
+template <RQForm form, uint64_t unit>
+RQStatus get(RQInterface* object, const void* input, uint64_t length, void* output, uint64_t capacity,
+             uint64_t* written) {
+  uint64_t produced = 0;
+  const RQStatus status =
+      transcode(object->transcoders[form].toSession, input, length, output, capacity * unit, &produced);
+  *written = produced / unit;
+  return status;
+}
+
+/// The length written is in bytes in every flavour; hosts count on it.
+template <RQForm form, uint64_t unit>
+RQStatus put(RQInterface* object, const void* input, uint64_t length, void* output, uint64_t capacity,
+             uint64_t* written) {
+  uint64_t produced = 0;
+  const RQStatus status =
+      transcode(object->transcoders[form].fromSession, input, length * unit, output, capacity * unit, &produced);
+  *written = produced;
+  return status;
+}
+
+/// With `pad` the whole field counts as written, in the caller's own units and whatever the conversion gave.
+template <RQForm form, uint64_t unit>
+RQStatus putPadded(RQInterface* object, const void* input, uint64_t length, void* output, uint64_t capacity,
+                   uint64_t* written, int32_t pad) {
+  if (pad == 0) return put<form, unit>(object, input, length, output, capacity, written);
+  fillBlanks(output, capacity * unit, blankOf(form));
+  const RQStatus status = put<form, unit>(object, input, length, output, capacity, written);
+  *written = capacity;
+  return status;
+}
+
+}  // namespace
+}  // namespace rq
+
+// The exports. The served flavour does not differ from the plain one: the same routines under other names.
+#define RQ_SAME_AS(name, other) decltype(other) name __attribute__((alias(#other)));
+
+#define RQ_TRANSFORM(name, routine, form)                                                                       \
+  RQStatus ul##name(RQInterface* object, const void* input, uint64_t length, void* output, uint64_t capacity,   \
+                    uint64_t* written) {                                                                        \
+    return rq::routine<form, rq::byteUnits>(object, input, length, output, capacity, written);                  \
+  }                                                                                                             \
+  RQStatus T_ul##name(RQInterface* object, const void* input, uint64_t length, void* output, uint64_t capacity, \
+                      uint64_t* written) {                                                                      \
+    return rq::routine<form, rq::wideUnits>(object, input, length, output, capacity, written);                  \
+  }                                                                                                             \
+  RQ_SAME_AS(S_ul##name, ul##name)
+
+#define RQ_PADDED_TRANSFORM(name, form)                                                                         \
+  RQStatus ul##name(RQInterface* object, const void* input, uint64_t length, void* output, uint64_t capacity,   \
+                    uint64_t* written, int32_t pad) {                                                           \
+    return rq::putPadded<form, rq::byteUnits>(object, input, length, output, capacity, written, pad);           \
+  }                                                                                                             \
+  RQStatus T_ul##name(RQInterface* object, const void* input, uint64_t length, void* output, uint64_t capacity, \
+                      uint64_t* written, int32_t pad) {                                                         \
+    return rq::putPadded<form, rq::wideUnits>(object, input, length, output, capacity, written, pad);           \
+  }                                                                                                             \
+  RQ_SAME_AS(S_ul##name, ul##name)
+
+extern "C" {
+RQ_TRANSFORM(GetUTF8, get, RQ_FORM_UTF8)
+RQ_TRANSFORM(PutUTF8, put, RQ_FORM_UTF8)
+RQ_TRANSFORM(GetUTF16B, get, RQ_FORM_UTF16_BIG)
+RQ_PADDED_TRANSFORM(PutUTF16B, RQ_FORM_UTF16_BIG)
+RQ_TRANSFORM(GetUTF16L, get, RQ_FORM_UTF16_LITTLE)
+RQ_PADDED_TRANSFORM(PutUTF16L, RQ_FORM_UTF16_LITTLE)
+RQ_TRANSFORM(GetUTF32B, get, RQ_FORM_UTF32_BIG)
+RQ_PADDED_TRANSFORM(PutUTF32B, RQ_FORM_UTF32_BIG)
+RQ_TRANSFORM(GetUTF32L, get, RQ_FORM_UTF32_LITTLE)
+RQ_PADDED_TRANSFORM(PutUTF32L, RQ_FORM_UTF32_LITTLE)
+}
