@@ -109,10 +109,6 @@ uint64_t storeVersion(uint64_t* major, uint64_t* minor, uint64_t* patch, const u
 }  // namespace
 }  // namespace rq
 
-RQStatus skUnsup() {
-  return RQ_UNSUPPORTED;
-}
-
 RQInterface* rquni(RQContext* context, RQJournal* journal) {
   if (journal == nullptr) journal = context->journal;
   if (journal == nullptr) return nullptr;

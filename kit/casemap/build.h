@@ -1,0 +1,142 @@
+// Expands runs into two-level tables, at compile time. What is wrong with the runs does not compile: the functions
+// that name a fault are not constexpr, so that a call of one ends the evaluation and stands in the compiler's
+// message.
+#ifndef RQUNI_KIT_CASEMAP_BUILD_H
+#define RQUNI_KIT_CASEMAP_BUILD_H
+
+#include <array>
+#include <cstdint>
+#include <span>
+
+#include "kit/casemap/runs.h"
+
+namespace rq::kit::casemap {
+
+inline void blocksAreNotAscending() {}
+inline void runIsOutsideItsBlocks() {}
+inline void runDoesNotEndOnItsStep() {}
+inline void characterIsMappedTwice() {}
+inline void blockMapsNothing() {}
+inline void wrongNumberOfExceptions() {}
+inline void exceptionIsNotReversible() {}
+inline void asciiIsNotSimple() {}
+
+using Runs = std::span<const Run>;
+using Blocks = std::span<const std::uint16_t>;
+
+constexpr std::size_t blockSize = 128, blocksOfPlane = 512;
+
+/// This entry of a table of bytes says that the distance stands in the list of exceptions.
+constexpr std::int8_t exceptionMark = -128;
+constexpr bool isException(std::int32_t delta) {
+  return delta < -127 || delta > 127;
+}
+
+/// For each block of the plane its index in the tables of shifts, or -1.
+template <class T>
+constexpr std::array<T, blocksOfPlane> metaOf(Blocks blocks) {
+  std::array<T, blocksOfPlane> meta{};
+  for (T& entry : meta) entry = -1;
+  for (std::size_t i = 0; i < blocks.size(); ++i) {
+    if (i > 0 && blocks[i] <= blocks[i - 1]) blocksAreNotAscending();
+    meta[blocks[i]] = static_cast<T>(i * blockSize);
+  }
+  return meta;
+}
+
+/// The distance of every character of the blocks, in their order.
+template <std::size_t Count>
+consteval std::array<std::int32_t, Count * blockSize> shiftsOf(Runs runs, Blocks blocks) {
+  const auto meta = metaOf<std::int32_t>(blocks);
+  std::array<std::int32_t, Count * blockSize> shifts{};
+  if (blocks.size() != Count) blockMapsNothing();
+  for (const Run& run : runs) {
+    if (run.last < run.first || (run.last - run.first) % run.step != 0) runDoesNotEndOnItsStep();
+    for (RQChar c = run.first; c <= run.last; c += run.step) {
+      if (c >= 0x10000 || meta[c / blockSize] < 0) runIsOutsideItsBlocks();
+      std::int32_t& shift = shifts[static_cast<std::size_t>(meta[c / blockSize]) + c % blockSize];
+      if (shift != 0 || run.delta == 0) characterIsMappedTwice();
+      shift = run.delta;
+    }
+  }
+  return shifts;
+}
+
+/// Every block must have something to map, in one of the tables or the other.
+template <std::size_t Size>
+consteval bool blocksAreUsed(const std::array<std::int32_t, Size>& a, const std::array<std::int32_t, Size>& b) {
+  for (std::size_t block = 0; block < Size; block += blockSize) {
+    bool used = false;
+    for (std::size_t i = block; i < block + blockSize; ++i) used = used || a[i] != 0 || b[i] != 0;
+    if (!used) return false;
+  }
+  return true;
+}
+
+/// The shifts as bytes, exceptions marked.
+template <std::size_t Size>
+consteval std::array<std::int8_t, Size> bytesOf(const std::array<std::int32_t, Size>& shifts) {
+  std::array<std::int8_t, Size> bytes{};
+  for (std::size_t i = 0; i < Size; ++i)
+    bytes[i] = isException(shifts[i]) ? exceptionMark : static_cast<std::int8_t>(shifts[i]);
+  return bytes;
+}
+
+/// Pairs (from, to) of the exceptions among `runs`, in their order, and a zero.
+template <std::size_t Pairs>
+consteval std::array<RQChar, 2 * Pairs + 1> exceptionsOf(Runs runs) {
+  std::array<RQChar, 2 * Pairs + 1> list{};
+  std::size_t size = 0;
+  for (const Run& run : runs) {
+    for (RQChar c = run.first; isException(run.delta) && c <= run.last; c += run.step) {
+      if (size == 2 * Pairs) wrongNumberOfExceptions();
+      list[size++] = c;
+      list[size++] = c + static_cast<RQChar>(run.delta);
+    }
+  }
+  if (size != 2 * Pairs) wrongNumberOfExceptions();
+  return list;
+}
+
+/// The distance that `runs` give to `c`.
+constexpr std::int32_t deltaOf(Runs runs, RQChar c) {
+  for (const Run& run : runs)
+    if (c >= run.first && c <= run.last && (c - run.first) % run.step == 0) return run.delta;
+  return 0;
+}
+
+/// The exceptions of the reverse mapping: `own`, which has no counterpart, then `list` turned round.
+template <std::size_t Size>
+consteval std::array<RQChar, Size + 2> reversedExceptions(Runs runs, RQChar own,
+                                                          const std::array<RQChar, Size>& list) {
+  std::array<RQChar, Size + 2> reversed{own, own + static_cast<RQChar>(deltaOf(runs, own))};
+  for (std::size_t i = 0; i + 1 < Size; i += 2) {
+    if (list[i + 1] + static_cast<RQChar>(deltaOf(runs, list[i + 1])) != list[i]) exceptionIsNotReversible();
+    reversed[i + 2] = list[i + 1];
+    reversed[i + 3] = list[i];
+  }
+  return reversed;
+}
+
+/// A stretch of characters.
+struct Gap {
+  RQChar first = 0, count = 0;
+};
+
+/// The longest stretch of blocks without entries.
+constexpr Gap longestGap(const std::array<std::int32_t, blocksOfPlane>& meta) {
+  Gap longest, current;
+  for (RQChar block = 0; block < blocksOfPlane; ++block) {
+    if (meta[block] >= 0) {
+      current = {(block + 1) * RQChar{blockSize}, 0};
+      continue;
+    }
+    current.count += blockSize;
+    if (current.count > longest.count) longest = current;
+  }
+  return longest;
+}
+
+}  // namespace rq::kit::casemap
+
+#endif

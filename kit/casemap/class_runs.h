@@ -1,0 +1,130 @@
+// The smallest and the largest member of each character's case class, by Unicode 9.0, in the BMP.
+// Written by tools/gen_case_classes; do not edit.
+#ifndef RQUNI_KIT_CASEMAP_CLASS_RUNS_H
+#define RQUNI_KIT_CASEMAP_CLASS_RUNS_H
+
+#include "kit/casemap/runs.h"
+
+namespace rq::kit::casemap {
+
+// clang-format off
+constexpr Run smallestRuns[] = {
+    each(0x0061, 0x007A, -32), each(0x00E0, 0x00F6, -32), each(0x00F8, 0x00FE, -32), everyOther(0x0101, 0x012F, -1),
+    single(0x0130, -231), single(0x0131, -232), everyOther(0x0133, 0x0137, -1), everyOther(0x013A, 0x0148, -1),
+    everyOther(0x014B, 0x0177, -1), single(0x0178, -121), everyOther(0x017A, 0x017E, -1), single(0x017F, -300),
+    everyOther(0x0183, 0x0185, -1), single(0x0188, -1), single(0x018C, -1), single(0x0192, -1), single(0x0199, -1),
+    everyOther(0x01A1, 0x01A5, -1), single(0x01A8, -1), single(0x01AD, -1), single(0x01B0, -1),
+    everyOther(0x01B4, 0x01B6, -1), single(0x01B9, -1), single(0x01BD, -1), single(0x01C5, -1), single(0x01C6, -2),
+    single(0x01C8, -1), single(0x01C9, -2), single(0x01CB, -1), single(0x01CC, -2), everyOther(0x01CE, 0x01DC, -1),
+    single(0x01DD, -79), everyOther(0x01DF, 0x01EF, -1), single(0x01F2, -1), single(0x01F3, -2), single(0x01F5, -1),
+    single(0x01F6, -97), single(0x01F7, -56), everyOther(0x01F9, 0x021F, -1), single(0x0220, -130),
+    everyOther(0x0223, 0x0233, -1), single(0x023C, -1), single(0x023D, -163), single(0x0242, -1),
+    single(0x0243, -195), everyOther(0x0247, 0x024F, -1), single(0x0253, -210), single(0x0254, -206),
+    each(0x0256, 0x0257, -205), single(0x0259, -202), single(0x025B, -203), single(0x0260, -205),
+    single(0x0263, -207), single(0x0268, -209), single(0x0269, -211), single(0x026F, -211), single(0x0272, -213),
+    single(0x0275, -214), single(0x0280, -218), single(0x0283, -218), single(0x0288, -218), single(0x0289, -69),
+    each(0x028A, 0x028B, -217), single(0x028C, -71), single(0x0292, -219), everyOther(0x0371, 0x0373, -1),
+    single(0x0377, -1), single(0x0399, -84), single(0x039C, -743), single(0x03AC, -38), each(0x03AD, 0x03AF, -37),
+    each(0x03B1, 0x03B8, -32), single(0x03B9, -116), each(0x03BA, 0x03BB, -32), single(0x03BC, -775),
+    each(0x03BD, 0x03C1, -32), single(0x03C2, -31), each(0x03C3, 0x03CB, -32), single(0x03CC, -64),
+    each(0x03CD, 0x03CE, -63), single(0x03D0, -62), single(0x03D1, -57), single(0x03D5, -47), single(0x03D6, -54),
+    single(0x03D7, -8), everyOther(0x03D9, 0x03EF, -1), single(0x03F0, -86), single(0x03F1, -80),
+    single(0x03F3, -116), single(0x03F4, -92), single(0x03F5, -96), single(0x03F8, -1), single(0x03F9, -7),
+    single(0x03FB, -1), each(0x03FD, 0x03FF, -130), each(0x0430, 0x044F, -32), each(0x0450, 0x045F, -80),
+    everyOther(0x0461, 0x0481, -1), everyOther(0x048B, 0x04BF, -1), everyOther(0x04C2, 0x04CE, -1),
+    single(0x04CF, -15), everyOther(0x04D1, 0x052F, -1), each(0x0561, 0x0586, -48), each(0x13F8, 0x13FD, -8),
+    single(0x1C80, -6254), single(0x1C81, -6253), single(0x1C82, -6244), each(0x1C83, 0x1C84, -6242),
+    single(0x1C85, -6243), single(0x1C86, -6236), single(0x1C87, -6181), everyOther(0x1E01, 0x1E95, -1),
+    single(0x1E9B, -59), single(0x1E9E, -7615), everyOther(0x1EA1, 0x1EFF, -1), each(0x1F08, 0x1F0F, -8),
+    each(0x1F18, 0x1F1D, -8), each(0x1F28, 0x1F2F, -8), each(0x1F38, 0x1F3F, -8), each(0x1F48, 0x1F4D, -8),
+    everyOther(0x1F59, 0x1F5F, -8), each(0x1F68, 0x1F6F, -8), each(0x1F88, 0x1F8F, -8), each(0x1F98, 0x1F9F, -8),
+    each(0x1FA8, 0x1FAF, -8), each(0x1FB8, 0x1FB9, -8), each(0x1FBA, 0x1FBB, -74), single(0x1FBC, -9),
+    single(0x1FBE, -7289), each(0x1FC8, 0x1FCB, -86), single(0x1FCC, -9), each(0x1FD8, 0x1FD9, -8),
+    each(0x1FDA, 0x1FDB, -100), each(0x1FE8, 0x1FE9, -8), each(0x1FEA, 0x1FEB, -112), single(0x1FEC, -7),
+    each(0x1FF8, 0x1FF9, -128), each(0x1FFA, 0x1FFB, -126), single(0x1FFC, -9), single(0x2126, -7549),
+    single(0x212A, -8415), single(0x212B, -8294), single(0x214E, -28), each(0x2170, 0x217F, -16), single(0x2184, -1),
+    each(0x24D0, 0x24E9, -26), each(0x2C30, 0x2C5E, -48), single(0x2C61, -1), single(0x2C62, -10743),
+    single(0x2C63, -3814), single(0x2C64, -10727), single(0x2C65, -10795), single(0x2C66, -10792),
+    everyOther(0x2C68, 0x2C6C, -1), single(0x2C6D, -10780), single(0x2C6E, -10749), single(0x2C6F, -10783),
+    single(0x2C70, -10782), single(0x2C73, -1), single(0x2C76, -1), each(0x2C7E, 0x2C7F, -10815),
+    everyOther(0x2C81, 0x2CE3, -1), everyOther(0x2CEC, 0x2CEE, -1), single(0x2CF3, -1), each(0x2D00, 0x2D25, -7264),
+    single(0x2D27, -7264), single(0x2D2D, -7264), everyOther(0xA641, 0xA649, -1), single(0xA64A, -35266),
+    single(0xA64B, -35267), everyOther(0xA64D, 0xA66D, -1), everyOther(0xA681, 0xA69B, -1),
+    everyOther(0xA723, 0xA72F, -1), everyOther(0xA733, 0xA76F, -1), everyOther(0xA77A, 0xA77C, -1),
+    single(0xA77D, -35332), everyOther(0xA77F, 0xA787, -1), single(0xA78C, -1), single(0xA78D, -42280),
+    everyOther(0xA791, 0xA793, -1), everyOther(0xA797, 0xA7A9, -1), single(0xA7AA, -42308), single(0xA7AB, -42319),
+    single(0xA7AC, -42315), single(0xA7AD, -42305), single(0xA7AE, -42308), single(0xA7B0, -42258),
+    single(0xA7B1, -42282), single(0xA7B2, -42261), everyOther(0xA7B5, 0xA7B7, -1), single(0xAB53, -928),
+    each(0xAB70, 0xABBF, -38864), each(0xFF41, 0xFF5A, -32),
+};
+
+constexpr std::uint16_t smallestBlocks[] = {
+    0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 39, 57, 60, 61, 62, 63, 66, 67, 73, 88, 89, 90, 332, 333, 334, 335, 342,
+    343, 510,
+};
+
+constexpr Run largestRuns[] = {
+    each(0x0041, 0x0048, +32), single(0x0049, +232), everyOther(0x004A, 0x005A, +32), single(0x004B, +8415),
+    everyOther(0x004D, 0x0051, +32), single(0x0053, +300), everyOther(0x0055, 0x0059, +32), single(0x0069, +200),
+    single(0x006B, +8383), single(0x0073, +268), single(0x00B5, +775), each(0x00C0, 0x00C4, +32),
+    single(0x00C5, +8294), each(0x00C6, 0x00D6, +32), each(0x00D8, 0x00DE, +32), single(0x00E5, +8262),
+    single(0x00FF, +121), everyOther(0x0100, 0x0136, +1), everyOther(0x0139, 0x0147, +1),
+    everyOther(0x014A, 0x0176, +1), everyOther(0x0179, 0x017D, +1), single(0x0180, +195), single(0x0181, +210),
+    everyOther(0x0182, 0x0184, +1), single(0x0186, +206), single(0x0187, +1), each(0x0189, 0x018A, +205),
+    single(0x018B, +1), single(0x018E, +79), single(0x018F, +202), single(0x0190, +203), single(0x0191, +1),
+    single(0x0193, +205), single(0x0194, +207), single(0x0195, +97), single(0x0196, +211), single(0x0197, +209),
+    single(0x0198, +1), single(0x019A, +163), single(0x019C, +211), single(0x019D, +213), single(0x019E, +130),
+    single(0x019F, +214), everyOther(0x01A0, 0x01A4, +1), single(0x01A6, +218), single(0x01A7, +1),
+    single(0x01A9, +218), single(0x01AC, +1), single(0x01AE, +218), single(0x01AF, +1), each(0x01B1, 0x01B2, +217),
+    everyOther(0x01B3, 0x01B5, +1), single(0x01B7, +219), single(0x01B8, +1), single(0x01BC, +1), single(0x01BF, +56),
+    single(0x01C4, +2), single(0x01C5, +1), single(0x01C7, +2), single(0x01C8, +1), single(0x01CA, +2),
+    everyOther(0x01CB, 0x01DB, +1), everyOther(0x01DE, 0x01EE, +1), single(0x01F1, +2),
+    everyOther(0x01F2, 0x01F4, +1), everyOther(0x01F8, 0x021E, +1), everyOther(0x0222, 0x0232, +1),
+    single(0x023A, +10795), single(0x023B, +1), single(0x023E, +10792), each(0x023F, 0x0240, +10815),
+    single(0x0241, +1), single(0x0244, +69), single(0x0245, +71), everyOther(0x0246, 0x024E, +1),
+    single(0x0250, +10783), single(0x0251, +10780), single(0x0252, +10782), single(0x025C, +42319),
+    single(0x0261, +42315), single(0x0265, +42280), single(0x0266, +42308), single(0x026A, +42308),
+    single(0x026B, +10743), single(0x026C, +42305), single(0x0271, +10749), single(0x027D, +10727),
+    single(0x0287, +42282), single(0x029D, +42261), single(0x029E, +42258), single(0x0345, +7289),
+    everyOther(0x0370, 0x0372, +1), single(0x0376, +1), each(0x037B, 0x037D, +130), single(0x037F, +116),
+    single(0x0386, +38), each(0x0388, 0x038A, +37), single(0x038C, +64), each(0x038E, 0x038F, +63),
+    everyOther(0x0391, 0x0393, +32), single(0x0392, +62), everyOther(0x0394, 0x0396, +32), single(0x0395, +96),
+    single(0x0397, +32), single(0x0398, +92), single(0x0399, +7205), single(0x039A, +86), each(0x039B, 0x039F, +32),
+    single(0x03A0, +54), single(0x03A1, +80), each(0x03A3, 0x03A5, +32), single(0x03A6, +47),
+    each(0x03A7, 0x03A8, +32), single(0x03A9, +7549), each(0x03AA, 0x03AB, +32), single(0x03B2, +30),
+    single(0x03B5, +64), single(0x03B8, +60), single(0x03B9, +7173), single(0x03BA, +54), single(0x03C0, +22),
+    single(0x03C1, +48), single(0x03C2, +1), single(0x03C6, +15), single(0x03C9, +7517), single(0x03CF, +8),
+    single(0x03D1, +35), everyOther(0x03D8, 0x03EE, +1), single(0x03F2, +7), single(0x03F7, +1), single(0x03FA, +1),
+    each(0x0400, 0x040F, +80), each(0x0410, 0x0411, +32), single(0x0412, +6254), everyOther(0x0413, 0x041F, +32),
+    single(0x0414, +6253), everyOther(0x0416, 0x041C, +32), single(0x041E, +6244), single(0x0420, +32),
+    single(0x0421, +6242), single(0x0422, +6243), each(0x0423, 0x0429, +32), single(0x042A, +6236),
+    each(0x042B, 0x042F, +32), single(0x0432, +6222), single(0x0434, +6221), single(0x043E, +6212),
+    single(0x0441, +6210), single(0x0442, +6211), single(0x044A, +6204), single(0x0460, +1), single(0x0462, +6181),
+    single(0x0463, +6180), everyOther(0x0464, 0x0480, +1), everyOther(0x048A, 0x04BE, +1), single(0x04C0, +15),
+    everyOther(0x04C1, 0x04CD, +1), everyOther(0x04D0, 0x052E, +1), each(0x0531, 0x0556, +48),
+    each(0x10A0, 0x10C5, +7264), single(0x10C7, +7264), single(0x10CD, +7264), each(0x13A0, 0x13EF, +38864),
+    each(0x13F0, 0x13F5, +8), single(0x1C84, +1), single(0x1C88, +35267), single(0x1D79, +35332),
+    single(0x1D7D, +3814), everyOther(0x1E00, 0x1E5E, +1), single(0x1E60, +59), single(0x1E61, +58),
+    everyOther(0x1E62, 0x1E94, +1), everyOther(0x1EA0, 0x1EFE, +1), each(0x1F00, 0x1F07, +8),
+    each(0x1F10, 0x1F15, +8), each(0x1F20, 0x1F27, +8), each(0x1F30, 0x1F37, +8), each(0x1F40, 0x1F45, +8),
+    everyOther(0x1F51, 0x1F57, +8), each(0x1F60, 0x1F67, +8), each(0x1F70, 0x1F71, +74), each(0x1F72, 0x1F75, +86),
+    each(0x1F76, 0x1F77, +100), each(0x1F78, 0x1F79, +128), each(0x1F7A, 0x1F7B, +112), each(0x1F7C, 0x1F7D, +126),
+    each(0x1F80, 0x1F87, +8), each(0x1F90, 0x1F97, +8), each(0x1FA0, 0x1FA7, +8), each(0x1FB0, 0x1FB1, +8),
+    single(0x1FB3, +9), single(0x1FC3, +9), each(0x1FD0, 0x1FD1, +8), each(0x1FE0, 0x1FE1, +8), single(0x1FE5, +7),
+    single(0x1FF3, +9), single(0x2132, +28), each(0x2160, 0x216F, +16), single(0x2183, +1), each(0x24B6, 0x24CF, +26),
+    each(0x2C00, 0x2C2E, +48), single(0x2C60, +1), everyOther(0x2C67, 0x2C6B, +1), single(0x2C72, +1),
+    single(0x2C75, +1), everyOther(0x2C80, 0x2CE2, +1), everyOther(0x2CEB, 0x2CED, +1), single(0x2CF2, +1),
+    everyOther(0xA640, 0xA66C, +1), everyOther(0xA680, 0xA69A, +1), everyOther(0xA722, 0xA72E, +1),
+    everyOther(0xA732, 0xA76E, +1), everyOther(0xA779, 0xA77B, +1), everyOther(0xA77E, 0xA786, +1),
+    single(0xA78B, +1), everyOther(0xA790, 0xA792, +1), everyOther(0xA796, 0xA7A8, +1), single(0xA7B3, +928),
+    everyOther(0xA7B4, 0xA7B6, +1), each(0xFF21, 0xFF3A, +32),
+};
+
+constexpr std::uint16_t largestBlocks[] = {
+    0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 33, 39, 57, 58, 60, 61, 62, 63, 66, 67, 73, 88, 89, 332, 333, 334, 335, 510,
+};
+// clang-format on
+
+}  // namespace rq::kit::casemap
+
+#endif

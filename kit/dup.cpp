@@ -1,0 +1,11 @@
+// skMemDup, the only routine of the kit that knows the host's pool.
+#include "frame/host.h"
+#include "frame/kit.h"
+#include "kit/kit.h"
+
+extern "C" void* skMemDup(const void* source, std::uint64_t count, RQPool* pool) {
+  if (!source || !pool) return nullptr;
+  void* const copy = pool->allocate(pool, count, 0);
+  if (copy) rq::kit::copyForward(source, copy, count);
+  return copy;
+}

@@ -1,0 +1,134 @@
+// The kit as the library itself uses it: the chosen kernels as inline functions, for bytes and for RQChar.
+//
+// Buffers may lie at any address. Nothing is read or written outside what is counted, and a count of 0 touches no
+// memory. Input and output must not overlap unless it is said. What hosts call is declared in frame/kit.h.
+#ifndef RQUNI_KIT_KIT_H
+#define RQUNI_KIT_KIT_H
+
+#include <concepts>
+#include <cstdint>
+#include <type_traits>
+
+#include "frame/types.h"
+#include "kit/simd/kernels.h"
+
+namespace rq::kit {
+
+template <class U>
+concept Unit = std::same_as<U, std::uint8_t> || std::same_as<U, RQChar>;
+
+/// A value of the unit that another argument has decided.
+template <class U>
+using Value = std::type_identity_t<U>;
+
+template <Unit U>
+inline const simd::UnitKernels<U>& kernelsOf() {
+  if constexpr (sizeof(U) == 1)
+    return simd::active.bytes;
+  else
+    return simd::active.units;
+}
+
+/// The index of the first unit that equals (scan) or differs from (notScan) `c`, or -1.
+template <Unit U>
+inline std::int64_t scan(const U* p, std::uint64_t n, Value<U> c) {
+  return kernelsOf<U>().scan(p, n, c);
+}
+template <Unit U>
+inline std::int64_t notScan(const U* p, std::uint64_t n, Value<U> c) {
+  return kernelsOf<U>().notScan(p, n, c);
+}
+
+template <Unit U>
+inline bool allEqual(Value<U> c, const U* p, std::uint64_t n) {
+  return notScan(p, n, c) < 0;
+}
+
+template <Unit U>
+inline void fill(U* p, Value<U> c, std::uint64_t n) {
+  kernelsOf<U>().fill(p, c, n);
+}
+
+/// The index of the first difference, or -1.
+template <Unit U>
+inline std::int64_t mismatch(const U* a, const U* b, std::uint64_t n) {
+  return kernelsOf<U>().mismatch(a, b, n);
+}
+
+/// -1, 0 or 1 by the first difference. Units are compared by the sign of their difference modulo 2^32, which is not
+/// the order of units 2^31 or more apart; callers depend on it.
+template <Unit U>
+inline std::int32_t compare(const U* a, const U* b, std::uint64_t n) {
+  const std::int64_t i = mismatch(a, b, n);
+  if (i < 0) return 0;
+  U x, y;
+  __builtin_memcpy(&x, a + i, sizeof x);
+  __builtin_memcpy(&y, b + i, sizeof y);
+  return static_cast<std::int32_t>(RQChar{x} - RQChar{y}) < 0 ? -1 : 1;
+}
+
+/// The units before the zero that ends `s`.
+template <Unit U>
+inline std::uint64_t length(const U* s) {
+  return kernelsOf<U>().length(s);
+}
+
+/// The number of leading units below U+0080.
+template <Unit U>
+inline std::uint64_t asciiPrefix(const U* p, std::uint64_t n) {
+  return kernelsOf<U>().asciiPrefix(p, n);
+}
+
+/// Copies units up to, not including, the first `first` that is followed by a unit whose bits under `keep` are
+/// `second`. Returns the number of units copied, n if there is no such pair; writes exactly those.
+template <Unit U>
+inline std::uint64_t copyUntilPair(const U* in, std::uint64_t n, U* out, Value<U> first, Value<U> second,
+                                   Value<U> keep) {
+  return kernelsOf<U>().copyUntilPair(in, n, out, first, second, keep);
+}
+
+/// Copies units up to, not including, the first that is `stop` or not below `bound`, compared unsigned. Returns the
+/// number of units copied; writes exactly those. From RQChar to bytes `bound` must not exceed 0x100.
+template <Unit U>
+inline std::uint64_t copyWhileBelow(const U* in, std::uint64_t n, U* out, Value<U> stop, Value<U> bound) {
+  return kernelsOf<U>().copyWhileBelow(in, n, out, stop, bound);
+}
+inline std::uint64_t copyWhileBelow(const RQChar* in, std::uint64_t n, std::uint8_t* out, RQChar stop, RQChar bound) {
+  return simd::active.narrowWhileBelow(in, n, out, stop, bound);
+}
+
+/// Stores each of `n` bytes as an RQChar. Returns n.
+inline std::uint64_t widen(const std::uint8_t* in, std::uint64_t n, RQChar* out) {
+  return simd::active.widen(in, n, out);
+}
+
+/// ASCII case in place.
+inline void upperAscii(std::uint8_t* p, std::uint64_t n) {
+  simd::active.upperAscii(p, n);
+}
+inline void lowerAscii(std::uint8_t* p, std::uint64_t n) {
+  simd::active.lowerAscii(p, n);
+}
+
+/// Copies `n` bytes strictly forwards: where d begins inside the source, the bytes before it repeat.
+inline void copyForward(const void* s, void* d, std::uint64_t n) {
+  simd::active.copyForward(static_cast<const std::uint8_t*>(s), static_cast<std::uint8_t*>(d), n);
+}
+/// Copies `n` bytes as if through a temporary buffer, however the ranges overlap.
+inline void copySafe(const void* s, void* d, std::uint64_t n) {
+  simd::active.copySafe(static_cast<const std::uint8_t*>(s), static_cast<std::uint8_t*>(d), n);
+}
+
+/// `n` without the blanks (U+0020) at the end.
+inline std::uint64_t trimBlanks(const RQChar* p, std::uint64_t n) {
+  return simd::active.trim(p, n, 0x20);
+}
+
+/// The number of characters that take two columns (kit/simd/wide_ranges.h).
+inline std::uint64_t countWide(const RQChar* p, std::uint64_t n) {
+  return simd::active.countWide(p, n);
+}
+
+}  // namespace rq::kit
+
+#endif

@@ -1,0 +1,9 @@
+// The kernels for processors with AVX2. Compiled with its flags: nothing here may be called before dispatch.cpp did.
+#include "kit/simd/instance.h"
+#include "kit/simd/vector32.h"
+
+namespace rq::kit::simd {
+
+constinit const Kernels avx2Kernels = Instance<Vector32>::kernels;
+
+}  // namespace rq::kit::simd

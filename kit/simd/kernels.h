@@ -1,0 +1,54 @@
+// The kernels that one instruction set offers, as a table of functions, and the table that is in use.
+//
+// The algorithms stand once, in find.h, copy.h and text.h, as templates over a vector type. Each of sse2.cpp,
+// avx2.cpp and avx512.cpp compiles them for its own; dispatch.cpp chooses when the library is loaded.
+#ifndef RQUNI_KIT_SIMD_KERNELS_H
+#define RQUNI_KIT_SIMD_KERNELS_H
+
+#include <cstdint>
+
+#include "frame/types.h"
+
+namespace rq::kit {
+struct CaseMap;
+}
+
+namespace rq::kit::simd {
+
+/// What exists for bytes and for RQChar.
+template <class U>
+struct UnitKernels {
+  std::int64_t (*scan)(const U* p, std::uint64_t n, U c);
+  std::int64_t (*notScan)(const U* p, std::uint64_t n, U c);
+  std::int64_t (*mismatch)(const U* a, const U* b, std::uint64_t n);
+  void (*fill)(U* p, U c, std::uint64_t n);
+  std::uint64_t (*length)(const U* s);
+  std::uint64_t (*asciiPrefix)(const U* p, std::uint64_t n);
+  std::uint64_t (*copyUntilPair)(const U* in, std::uint64_t n, U* out, U first, U second, U keep);
+  std::uint64_t (*copyWhileBelow)(const U* in, std::uint64_t n, U* out, U stop, U bound);
+};
+
+struct Kernels {
+  UnitKernels<std::uint8_t> bytes;
+  UnitKernels<RQChar> units;
+  void (*copyForward)(const std::uint8_t* s, std::uint8_t* d, std::uint64_t n);
+  void (*copySafe)(const std::uint8_t* s, std::uint8_t* d, std::uint64_t n);
+  void (*upperAscii)(std::uint8_t* p, std::uint64_t n);
+  void (*lowerAscii)(std::uint8_t* p, std::uint64_t n);
+  bool (*hasMissing)(const std::uint64_t* array, std::uint64_t n);
+  std::uint64_t (*widen)(const std::uint8_t* in, std::uint64_t n, RQChar* out);
+  std::uint64_t (*narrowWhileBelow)(const RQChar* in, std::uint64_t n, std::uint8_t* out, RQChar stop, RQChar bound);
+  std::uint64_t (*trim)(const RQChar* p, std::uint64_t n, RQChar c);
+  std::uint64_t (*countWide)(const RQChar* p, std::uint64_t n);
+  void (*mapCase)(RQChar* p, std::uint64_t n, const CaseMap& map);
+  std::int64_t (*mappedMismatch)(const RQChar* a, const RQChar* b, std::uint64_t n, const CaseMap& map);
+};
+
+/// The kernels in use: SSE2's until the library's constructor has looked at the processor, then constant.
+extern Kernels active;
+
+extern const Kernels sse2Kernels, avx2Kernels, avx512Kernels;
+
+}  // namespace rq::kit::simd
+
+#endif

@@ -1,0 +1,270 @@
+// Kernels that know characters: copies up to a character, widening, case, width.
+#ifndef RQUNI_KIT_SIMD_TEXT_H
+#define RQUNI_KIT_SIMD_TEXT_H
+
+#include "kit/casemap/case_map.h"
+#include "kit/simd/copy.h"
+#include "kit/simd/find.h"
+#include "kit/simd/wide_ranges.h"
+
+namespace rq::kit::simd {
+namespace {
+
+template <class V>
+RQ_INLINE void put(V v, typename V::Lane* out) {
+  v.store(out);
+}
+template <class V>
+requires(V::bytes > V::lanes) RQ_INLINE void put(V v, std::uint8_t* out) {
+  v.storeNarrowed(out);
+}
+
+/// Copies fewer than V::lanes units, exactly; bytes from RQChar must be below 0x100.
+template <class V, class Out>
+RQ_INLINE void copyFewUnits(const typename V::Lane* in, Out* out, std::uint64_t n) {
+  if constexpr (sizeof(Out) == sizeof(typename V::Lane))
+    map<V>(in, out, n, Same{});
+  else
+    for (std::uint64_t i = 0; i < n; ++i) out[i] = static_cast<Out>(loadUnit<typename V::Lane>(in + i));
+}
+
+/// Copies units up to the first that `Stop<V>` hits and returns their number. Nothing behind them is written.
+/// A stop looks quickly at vectors that it is given (what it misses there, it does not hit), then exactly at those
+/// behind which another unit follows, and at last at one that ends the text.
+template <template <class> class Stop, class V, class Out, class... Args>
+RQ_INLINE std::uint64_t copyUntil(const typename V::Lane* in, std::uint64_t n, Out* out, Args... args) {
+  if (n < V::lanes) {
+    if constexpr (LoadsParts<V>) {
+      if (n == 0) return 0;
+      const std::uint64_t bits = Stop<V>(args...).last(V::loadPart(in, n), n) & lowBits(n);
+      const std::uint64_t copied = bits ? firstBit(bits) : n;
+      copyFewUnits<V>(in, out, copied);
+      return copied;
+    } else {
+      return copyUntil<Stop, typename V::Half>(in, n, out, args...);
+    }
+  }
+  const Stop<V> stop(args...);
+  const auto finish = [=](std::uint64_t copied) {  // all but at most the last vector is there already
+    if (copied >= V::lanes)
+      put(V::load(in + copied - V::lanes), out + copied - V::lanes);
+    else
+      copyFewUnits<V>(in, out, copied);
+    return copied;
+  };
+  std::uint64_t i = 0;
+  for (; n - i > 4 * V::lanes; i += 4 * V::lanes) {
+    const V a = V::load(in + i), b = V::load(in + i + V::lanes);
+    const V c = V::load(in + i + 2 * V::lanes), d = V::load(in + i + 3 * V::lanes);
+    if (((stop.quick(a) | stop.quick(b)) | (stop.quick(c) | stop.quick(d))).any()) {
+      const auto at = [=](std::uint64_t k) { return stop.exact(in + i + k * V::lanes); };
+      if (((at(0) | at(1)) | (at(2) | at(3))).any()) break;
+    }
+    put(a, out + i);
+    put(b, out + i + V::lanes);
+    put(c, out + i + 2 * V::lanes);
+    put(d, out + i + 3 * V::lanes);
+  }
+  for (; n - i > V::lanes; i += V::lanes) {
+    if (const std::uint64_t bits = stop.exact(in + i).bits()) return finish(i + firstBit(bits));
+    put(V::load(in + i), out + i);
+  }
+  const std::uint64_t bits = stop.last(V::load(in + n - V::lanes), V::lanes);
+  return finish(bits ? n - V::lanes + firstBit(bits) : n);
+}
+
+/// Stops at `first` followed by a unit that is `second` in the bits of `keep`.
+template <class V>
+struct Pair {
+  using Lane = typename V::Lane;
+  V first, second, keep;
+  RQ_INLINE Pair(Lane a, Lane b, Lane mask) : first(V::splat(a)), second(V::splat(b)), keep(V::splat(mask)) {}
+  RQ_INLINE auto quick(V v) const { return V::equal(v, first); }
+  RQ_INLINE auto exact(const Lane* p) const {
+    return V::equal(V::load(p), first) & V::equal(V::load(p + 1) & keep, second);
+  }
+  RQ_INLINE std::uint64_t last(V v, std::uint64_t n) const {
+    return V::equal(v, first).bits() & (V::equal(v & keep, second).bits() & lowBits(n)) >> 1;
+  }
+};
+
+/// Stops at `stop` and at units from `bound` up.
+template <class V>
+struct StopOrBound {
+  using Lane = typename V::Lane;
+  V stop, bound;
+  RQ_INLINE StopOrBound(Lane a, Lane b) : stop(V::splat(a)), bound(V::splat(b)) {}
+  RQ_INLINE auto quick(V v) const { return V::equal(v, stop) | V::atMost(bound, v); }
+  RQ_INLINE auto exact(const Lane* p) const { return quick(V::load(p)); }
+  RQ_INLINE std::uint64_t last(V v, std::uint64_t) const { return quick(v).bits(); }
+};
+
+template <class V, class U = typename V::Lane>
+std::uint64_t copyUntilPair(const U* in, std::uint64_t n, U* out, U first, U second, U keep) {
+  return copyUntil<Pair, V>(in, n, out, first, second, keep);
+}
+
+template <class V, class Out, class U = typename V::Lane>
+std::uint64_t copyWhileBelow(const U* in, std::uint64_t n, Out* out, U stop, U bound) {
+  return copyUntil<StopOrBound, V>(in, n, out, stop, bound);
+}
+
+template <class V>
+std::uint64_t widen(const std::uint8_t* in, std::uint64_t n, RQChar* out) {
+  if (n < V::lanes) {
+    if constexpr (requires { typename V::Half; }) {
+      return widen<typename V::Half>(in, n, out);
+    } else {
+      for (std::uint64_t i = 0; i < n; ++i) storeUnit<RQChar>(out + i, in[i]);
+      return n;
+    }
+  }
+  for (std::uint64_t i = 0; n - i > V::lanes; i += V::lanes) V::loadWidened(in + i).store(out + i);
+  V::loadWidened(in + n - V::lanes).store(out + n - V::lanes);
+  return n;
+}
+
+/// The other case of the 26 ASCII letters from `first` on.
+template <class U, U first>
+struct FlipAscii {
+  template <class V>
+  RQ_INLINE V operator()(V v) const {
+    return v ^ V::where(v.within(first, 26), V::splat(0x20));
+  }
+  template <class V>
+  RQ_INLINE void four(V& a, V& b, V& c, V& d) const {
+    a = (*this)(a), b = (*this)(b), c = (*this)(c), d = (*this)(d);
+  }
+};
+
+template <class V, std::uint8_t first>
+void flipAscii(std::uint8_t* p, std::uint64_t n) {
+  map<V>(p, p, n, FlipAscii<std::uint8_t, first>{});
+}
+
+/// A case map applied to vectors. Most vectors need no table: ASCII is arithmetic, characters in the map's gap or
+/// beyond the BMP stay. Of the others, nearly always all are in one block, so that only the shifts are gathered.
+struct MapCase {
+  const CaseMap* map;
+
+  /// Right for characters that need no table; leaves the others.
+  template <class V>
+  RQ_INLINE V ascii(V c) const {
+    return c ^ V::where(V::atMost(c + V::splat(0 - map->asciiFirst), V::splat(25)), V::splat(map->asciiFlip));
+  }
+  template <class V>
+  RQ_INLINE auto tabled(V c) const {
+    const auto still = V::atMost(c, V::splat(map->asciiLast));
+    const auto gap = V::atMost(c + V::splat(0 - map->gapFirst), V::splat(map->gapCount - 1));
+    return ~((still | gap) | V::atMost(V::splat(0x10000), c));
+  }
+  template <class V>
+  RQ_INLINE V operator()(V c) const {
+    const auto hits = tabled(c);
+    const std::uint64_t bits = hits.bits();
+    const V simple = ascii(c);
+    if (!bits) return simple;
+    RQChar lane[V::lanes];
+    c.store(lane);
+    const RQChar block = lane[firstBit(bits)] >> 7;
+    const V blocks = c.blocks(), none = V::splat(0), low = c & V::splat(0x7F);
+    if (!(hits & ~V::equal(blocks, V::splat(block))).any()) {
+      const std::int32_t start = map->meta[block];
+      if (start < 0) return simple;
+      return simple + V::gather(map->shift + start, low, hits, none);
+    }
+    const V starts = V::gather(map->meta, blocks, hits, V::splat(~RQChar{0}));
+    return simple + V::gather(map->shift, starts + low, V::atMost(starts, V::splat(INT32_MAX)), none);
+  }
+  template <class V>
+  RQ_INLINE void four(V& a, V& b, V& c, V& d) const {
+    if (!V::atMost(V::splat(map->asciiLast + 1), (a | b) | (c | d)).any()) {
+      a = ascii(a), b = ascii(b), c = ascii(c), d = ascii(d);
+    } else {
+      a = (*this)(a), b = (*this)(b), c = (*this)(c), d = (*this)(d);
+    }
+  }
+};
+
+template <class V>
+void mapCase(RQChar* p, std::uint64_t n, const CaseMap& caseMap) {
+  map<V>(p, p, n, MapCase{&caseMap});
+}
+
+/// The first index at which two texts differ when both are mapped, or -1.
+template <class V>
+std::int64_t mappedMismatch(const RQChar* a, const RQChar* b, std::uint64_t n, const CaseMap& caseMap) {
+  if (n < V::lanes) {
+    if constexpr (requires { typename V::Half; }) {
+      return mappedMismatch<typename V::Half>(a, b, n, caseMap);
+    } else {
+      for (std::uint64_t i = 0; i < n; ++i)
+        if (caseMap(loadUnit<RQChar>(a + i)) != caseMap(loadUnit<RQChar>(b + i))) return static_cast<std::int64_t>(i);
+      return -1;
+    }
+  }
+  const MapCase mapped{&caseMap};
+  const auto differences = [=](std::uint64_t i) -> std::uint64_t {
+    const V x = V::load(a + i), y = V::load(b + i);
+    return (x ^ y).any() ? (mapped(x) ^ mapped(y)).bits() : 0;
+  };
+  std::uint64_t i = 0;
+  for (; n - i > V::lanes; i += V::lanes) {
+    const auto differs = [=](std::uint64_t k) {
+      return V::load(a + i + k * V::lanes) ^ V::load(b + i + k * V::lanes);
+    };
+    while (n - i > 4 * V::lanes && !((differs(0) | differs(1)) | (differs(2) | differs(3))).any()) i += 4 * V::lanes;
+    if (n - i <= V::lanes) break;
+    if (const std::uint64_t bits = differences(i)) return static_cast<std::int64_t>(i + firstBit(bits));
+  }
+  i = n - V::lanes;
+  const std::uint64_t bits = differences(i);
+  return bits ? static_cast<std::int64_t>(i + firstBit(bits)) : -1;
+}
+
+/// The lanes of `v` in the intervals First to Last - 1.
+template <unsigned First, unsigned Last, class V>
+RQ_INLINE auto inIntervals(V v) {
+  constexpr WideRange range = wideIntervals.interval[First];
+  using U = typename V::Lane;
+  const auto hits = v.within(static_cast<U>(range.first), static_cast<U>(range.last - range.first + 1));
+  if constexpr (First + 1 == Last)
+    return hits;
+  else
+    return hits | inIntervals<First + 1, Last>(v);
+}
+
+template <class V>
+std::uint64_t countWide(const RQChar* p, std::uint64_t n) {
+  constexpr unsigned all = wideIntervals.count, low = wideIntervals.inPlane0;
+  if (n < V::lanes) {
+    if constexpr (LoadsParts<V>)
+      return n == 0 ? 0 : inIntervals<0, all>(V::loadPart(p, n)).count();  // the zeros behind are narrow
+    else
+      return countWide<typename V::Half>(p, n);
+  }
+  const V firstWide = V::splat(wideRanges[0].first), plane1 = V::splat(0x10000);
+  std::uint64_t i = 0, count = 0;
+  for (; n - i >= 4 * V::lanes; i += 4 * V::lanes) {
+    const V a = V::load(p + i), b = V::load(p + i + V::lanes);
+    const V c = V::load(p + i + 2 * V::lanes), d = V::load(p + i + 3 * V::lanes);
+    const V bitsOfAny = (a | b) | (c | d);  // no less than the greatest
+    if (!V::atMost(firstWide, bitsOfAny).any()) continue;
+    if (!V::atMost(plane1, bitsOfAny).any()) {
+      count += inIntervals<0, low>(V::halves(a, b)).count() + inIntervals<0, low>(V::halves(c, d)).count();
+    } else {
+      count += inIntervals<0, all>(a).count() + inIntervals<0, all>(b).count();
+      count += inIntervals<0, all>(c).count() + inIntervals<0, all>(d).count();
+    }
+  }
+  for (; n - i >= V::lanes; i += V::lanes) count += inIntervals<0, all>(V::load(p + i)).count();
+  if (i == n) return count;
+  const std::uint64_t counted = V::lanes - (n - i);  // lanes of the last vector that were in the one before
+  const std::uint64_t bits = inIntervals<0, all>(V::load(p + n - V::lanes)).bits() >> counted;
+  return count + static_cast<std::uint64_t>(__builtin_popcountll(bits));
+}
+
+}  // namespace
+}  // namespace rq::kit::simd
+
+#endif

@@ -1,0 +1,108 @@
+// The 32-byte vector of AVX2. Internal linkage, as vector16.h explains.
+#ifndef RQUNI_KIT_SIMD_VECTOR32_H
+#define RQUNI_KIT_SIMD_VECTOR32_H
+
+#include <immintrin.h>
+
+#include "kit/simd/vector16.h"
+
+namespace rq::kit::simd {
+namespace {
+
+/// As Vector16, but for parts: fewer than `lanes` lanes are left to its Half.
+template <class U>
+struct Vector32 {
+  using Lane = U;
+  using Half = Vector16<U>;
+  static constexpr std::uint64_t bytes = 32, lanes = bytes / sizeof(U);
+
+  struct Hits {
+    __m256i v;
+    friend RQ_INLINE Hits operator|(Hits a, Hits b) { return {_mm256_or_si256(a.v, b.v)}; }
+    friend RQ_INLINE Hits operator&(Hits a, Hits b) { return {_mm256_and_si256(a.v, b.v)}; }
+    RQ_INLINE Hits operator~() const { return {_mm256_xor_si256(v, _mm256_set1_epi8(-1))}; }
+    RQ_INLINE bool any() const { return _mm256_movemask_epi8(v) != 0; }
+    RQ_INLINE std::uint64_t bits() const {
+      if constexpr (sizeof(U) == 8) return static_cast<std::uint32_t>(_mm256_movemask_pd(_mm256_castsi256_pd(v)));
+      if constexpr (sizeof(U) == 4) return static_cast<std::uint32_t>(_mm256_movemask_ps(_mm256_castsi256_ps(v)));
+      return static_cast<std::uint32_t>(_mm256_movemask_epi8(v));
+    }
+    RQ_INLINE std::uint64_t count() const {
+      return static_cast<std::uint64_t>(__builtin_popcount(static_cast<unsigned>(_mm256_movemask_epi8(v)))) /
+             sizeof(U);
+    }
+  };
+
+  __m256i v;
+
+  static RQ_INLINE Vector32 load(const U* p) { return {_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p))}; }
+  static RQ_INLINE Vector32 loadWidened(const std::uint8_t* p) {
+    static_assert(sizeof(U) == 4);
+    return {_mm256_cvtepu8_epi32(_mm_cvtsi64_si128(loadUnit<std::int64_t>(p)))};
+  }
+  RQ_INLINE void store(U* p) const { _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v); }
+  RQ_INLINE void storeNarrowed(std::uint8_t* p) const {
+    static_assert(sizeof(U) == 4);
+    const __m128i words = _mm_packus_epi32(_mm256_castsi256_si128(v), _mm256_extracti128_si256(v, 1));
+    storeUnit(p, static_cast<std::int64_t>(_mm_cvtsi128_si64(_mm_packus_epi16(words, words))));
+  }
+
+  static RQ_INLINE Vector32 splat(U c) {
+    if constexpr (sizeof(U) == 1) return {_mm256_set1_epi8(static_cast<char>(c))};
+    if constexpr (sizeof(U) == 2) return {_mm256_set1_epi16(static_cast<short>(c))};
+    if constexpr (sizeof(U) == 4) return {_mm256_set1_epi32(static_cast<int>(c))};
+    if constexpr (sizeof(U) == 8) return {_mm256_set1_epi64x(static_cast<long long>(c))};
+  }
+  friend RQ_INLINE Vector32 operator|(Vector32 a, Vector32 b) { return {_mm256_or_si256(a.v, b.v)}; }
+  friend RQ_INLINE Vector32 operator&(Vector32 a, Vector32 b) { return {_mm256_and_si256(a.v, b.v)}; }
+  friend RQ_INLINE Vector32 operator^(Vector32 a, Vector32 b) { return {_mm256_xor_si256(a.v, b.v)}; }
+  friend RQ_INLINE Vector32 operator+(Vector32 a, Vector32 b) {
+    if constexpr (sizeof(U) == 1) return {_mm256_add_epi8(a.v, b.v)};
+    if constexpr (sizeof(U) == 2) return {_mm256_add_epi16(a.v, b.v)};
+    if constexpr (sizeof(U) == 4) return {_mm256_add_epi32(a.v, b.v)};
+  }
+  RQ_INLINE Vector32 blocks() const { return {_mm256_srli_epi32(v, 7)}; }
+
+  static RQ_INLINE Hits equal(Vector32 a, Vector32 b) {
+    if constexpr (sizeof(U) == 1) return {_mm256_cmpeq_epi8(a.v, b.v)};
+    if constexpr (sizeof(U) == 4) return {_mm256_cmpeq_epi32(a.v, b.v)};
+  }
+  static RQ_INLINE Hits atMost(Vector32 a, Vector32 b) {
+    if constexpr (sizeof(U) == 1) return {_mm256_cmpeq_epi8(_mm256_min_epu8(a.v, b.v), a.v)};
+    if constexpr (sizeof(U) == 4) return {_mm256_cmpeq_epi32(_mm256_min_epu32(a.v, b.v), a.v)};
+  }
+  RQ_INLINE Hits within(U first, U count) const {
+    constexpr U lowest = static_cast<U>(U{1} << (8 * sizeof(U) - 1));
+    const __m256i moved = (*this + splat(static_cast<U>(lowest - first))).v;
+    const __m256i limit = splat(static_cast<U>(lowest + count)).v;
+    if constexpr (sizeof(U) == 1) return {_mm256_cmpgt_epi8(limit, moved)};
+    if constexpr (sizeof(U) == 2) return {_mm256_cmpgt_epi16(limit, moved)};
+    if constexpr (sizeof(U) == 4) return {_mm256_cmpgt_epi32(limit, moved)};
+  }
+  RQ_INLINE Hits notANumber() const {
+    static_assert(sizeof(U) == 8);
+    const __m256i magnitude = _mm256_and_si256(v, _mm256_set1_epi64x(INT64_MAX));
+    return {_mm256_cmpgt_epi64(magnitude, _mm256_set1_epi64x(0x7FF0000000000000))};
+  }
+  RQ_INLINE Hits nonZero() const {
+    if constexpr (sizeof(U) == 1) return ~Hits{_mm256_cmpeq_epi8(v, _mm256_setzero_si256())};
+    if constexpr (sizeof(U) == 4) return ~Hits{_mm256_cmpeq_epi32(v, _mm256_setzero_si256())};
+  }
+  RQ_INLINE bool any() const { return !_mm256_testz_si256(v, v); }
+  RQ_INLINE std::uint64_t bits() const { return nonZero().bits(); }
+
+  static RQ_INLINE Vector32 where(Hits hits, Vector32 a) { return {_mm256_and_si256(hits.v, a.v)}; }
+  static RQ_INLINE Vector32 gather(const std::int32_t* table, Vector32 index, Hits hits, Vector32 otherwise) {
+    static_assert(sizeof(U) == 4);
+    return {_mm256_mask_i32gather_epi32(otherwise.v, table, index.v, hits.v, 4)};
+  }
+  static RQ_INLINE Vector32<std::uint16_t> halves(Vector32 a, Vector32 b) {
+    const __m256i low = _mm256_set1_epi32(0xFFFF);
+    return {_mm256_packus_epi32(_mm256_and_si256(a.v, low), _mm256_and_si256(b.v, low))};
+  }
+};
+
+}  // namespace
+}  // namespace rq::kit::simd
+
+#endif

@@ -1,0 +1,52 @@
+// The characters that take two columns: 13 ranges of code points, as data.
+#ifndef RQUNI_KIT_SIMD_WIDE_RANGES_H
+#define RQUNI_KIT_SIMD_WIDE_RANGES_H
+
+#include "frame/types.h"
+
+namespace rq::kit::simd {
+
+struct WideRange {
+  RQChar first, last;
+};
+
+/// The whole rule, ascending: no other character is wide, and none has width 0.
+constexpr WideRange wideRanges[] = {
+    {0x3000, 0x303F},    // CJK Symbols and Punctuation
+    {0x3040, 0x309F},    // Hiragana
+    {0x30A0, 0x30FF},    // Katakana
+    {0x3400, 0x4DFF},    // CJK Unified Ideographs Extension A, Yijing Hexagram Symbols
+    {0x4E00, 0x9FFF},    // CJK Unified Ideographs
+    {0xAC00, 0xD7AF},    // Hangul Syllables
+    {0xF900, 0xFAFF},    // CJK Compatibility Ideographs
+    {0xFF01, 0xFF5E},    // fullwidth forms of the printable ASCII characters
+    {0xFFE0, 0xFFE6},    // fullwidth signs
+    {0x20000, 0x2A6DF},  // CJK Unified Ideographs Extension B
+    {0x2A700, 0x2B73F},  // CJK Unified Ideographs Extension C
+    {0x2B740, 0x2B81F},  // CJK Unified Ideographs Extension D
+    {0x2F800, 0x2FA1F},  // CJK Compatibility Ideographs Supplement
+};
+
+/// Ranges that touch, joined: what a search has to look at. `inPlane0` of them, the first, lie below U+10000.
+struct WideIntervals {
+  static constexpr unsigned most = sizeof wideRanges / sizeof *wideRanges;
+  WideRange interval[most] = {};
+  unsigned count = 0, inPlane0 = 0;
+};
+consteval WideIntervals joined() {
+  WideIntervals all;
+  for (const WideRange& range : wideRanges) {
+    if (all.count != 0 && all.interval[all.count - 1].last + 1 == range.first)
+      all.interval[all.count - 1].last = range.last;
+    else
+      all.interval[all.count++] = range;
+  }
+  while (all.interval[all.inPlane0].last < 0x10000) ++all.inPlane0;
+  return all;
+}
+constexpr WideIntervals wideIntervals = joined();
+static_assert(WideIntervals::most == 13 && wideIntervals.count == 9 && wideIntervals.inPlane0 == 6);
+
+}  // namespace rq::kit::simd
+
+#endif

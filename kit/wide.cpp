@@ -1,0 +1,108 @@
+// The exported routines over counted strings of RQChar: search, case, comparison.
+#include "frame/host.h"
+#include "frame/kernel_handle.h"
+#include "frame/kit.h"
+#include "kit/casemap/case_map.h"
+#include "kit/kit.h"
+
+namespace {
+
+using rq::kit::CaseMap;
+
+/// Lengths are signed; those below 0 are empty strings.
+std::uint64_t unitsOf(std::int64_t length) {
+  return length > 0 ? static_cast<std::uint64_t>(length) : 0;
+}
+
+RQChar unitAt(const RQChar* p, std::uint64_t i) {
+  RQChar c;
+  __builtin_memcpy(&c, p + i, sizeof c);
+  return c;
+}
+
+void mapByTable(RQChar* string, std::int64_t length, const CaseMap& map) {
+  rq::kit::simd::active.mapCase(string, unitsOf(length), map);
+}
+
+/// Maps ASCII by the table and every other unit by the host's service.
+template <class Map>
+void mapByService(RQChar* string, std::uint64_t n, const CaseMap& table, Map map) {
+  for (std::uint64_t i = 0; i < n;) {
+    if (const std::uint64_t ascii = rq::kit::asciiPrefix(string + i, n - i)) {
+      rq::kit::simd::active.mapCase(string + i, ascii, table);
+      i += ascii;
+    }
+    for (; i < n && unitAt(string, i) >= 0x80; ++i) {
+      const RQChar mapped = map(unitAt(string, i));
+      __builtin_memcpy(string + i, &mapped, sizeof mapped);
+    }
+  }
+}
+
+/// The registered host's case service, read afresh by each call; null before registration.
+RQCaseService* caseService() {
+  const RQKernel* const kernel = rq::kernelHandle();
+  return kernel ? kernel->caseService : nullptr;
+}
+
+/// -1 or 1, by the order of different characters as signed values.
+std::int32_t signedOrder(RQChar a, RQChar b) {
+  return static_cast<std::int32_t>(a) < static_cast<std::int32_t>(b) ? -1 : 1;
+}
+
+/// Compares `n` units ignoring case: -2 or 2. If they are equal so far, the first difference in case decides: -1,
+/// 0, 1.
+std::int32_t compareIgnoringCase(const RQChar* a, const RQChar* b, std::uint64_t n) {
+  const std::int64_t first = rq::kit::mismatch(a, b, n);
+  if (first < 0) return 0;
+  const auto i = static_cast<std::uint64_t>(first);
+  const auto& lower = rq::kit::toLower;
+  const std::int64_t further = rq::kit::simd::active.mappedMismatch(a + i, b + i, n - i, lower);
+  if (further < 0) return signedOrder(unitAt(a, i), unitAt(b, i));
+  const std::uint64_t k = i + static_cast<std::uint64_t>(further);
+  return 2 * signedOrder(lower(unitAt(a, k)), lower(unitAt(b, k)));
+}
+
+}  // namespace
+
+extern "C" {
+
+std::int64_t rqzspos(const RQChar* string, std::int64_t length, RQChar character) {
+  return string ? rq::kit::scan(string, unitsOf(length), character) : -1;
+}
+
+void rqzstlo(RQChar* string, std::int64_t length) {
+  RQCaseService* const service = caseService();
+  if (!service) return mapByTable(string, length, rq::kit::toLower);
+  mapByService(string, unitsOf(length), rq::kit::toLower,
+               [service](RQChar c) { return service->lower(service, c, 1); });
+}
+
+void rqzstup(RQChar* string, std::int64_t length) {
+  RQCaseService* const service = caseService();
+  if (!service) return mapByTable(string, length, rq::kit::toUpper);
+  mapByService(string, unitsOf(length), rq::kit::toUpper,
+               [service](RQChar c) { return service->upper(service, c, 1); });
+}
+
+std::int32_t rqzseqn(const RQChar* a, std::int64_t aLength, const RQChar* b, std::int64_t bLength) {
+  return aLength == bLength && rq::kit::simd::active.mappedMismatch(a, b, unitsOf(aLength), rq::kit::toLower) < 0;
+}
+
+std::int32_t rqzsncmp(const RQChar* a, std::int64_t aLength, const RQChar* b, std::int64_t bLength) {
+  const std::uint64_t na = unitsOf(aLength), nb = unitsOf(bLength), common = na < nb ? na : nb;
+  const std::int32_t order = compareIgnoringCase(a, b, common);
+  if (order == -2 || order == 2 || na == nb) return order;
+  // Any tail but blanks makes the longer string the greater one, even if it sorts before a blank.
+  if (na < nb) return rq::kit::allEqual(0x20, b + common, nb - common) ? order : -2;
+  return rq::kit::allEqual(0x20, a + common, na - common) ? order : 2;
+}
+
+void rqzstmin(RQChar* string, std::int64_t length) {
+  mapByTable(string, length, rq::kit::toSmallest);
+}
+void rqzstmax(RQChar* string, std::int64_t length) {
+  mapByTable(string, length, rq::kit::toLargest);
+}
+
+}  // extern "C"
