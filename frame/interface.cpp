@@ -5,7 +5,6 @@
 
 #include "frame/journal.h"
 #include "frame/kernel_handle.h"
-#include "frame/kit.h"
 #include "frame/wide_literal.h"
 
 namespace rq {
@@ -26,28 +25,18 @@ constexpr uint32_t formEncodings[] = {
 };
 static_assert(sizeof formEncodings / sizeof *formEncodings == RQ_FORMS);
 
-/// What a slot holds until its operation is built.
-template <class Slot>
-Slot open() {
-  return reinterpret_cast<Slot>(reinterpret_cast<void (*)()>(skUnsup));
-}
-#define RQ_SLOT_Codec(function) open<RQCodec>()
-#define RQ_SLOT_Measure(function) open<RQMeasure>()
-#define RQ_SLOT_Transform(function) function
-#define RQ_SLOT_PaddedTransform(function) function
-
-#define OPERATION(position, slot, function, shape) .slot = RQ_SLOT_##shape(ul##function),
-const RQOperations plainOperations = {
+#define OPERATION(position, slot, function, shape) .slot = ul##function,
+constexpr RQOperations plainOperations = {
 #include "frame/operations.def"
 };
 #undef OPERATION
-#define OPERATION(position, slot, function, shape) .slot = RQ_SLOT_##shape(S_ul##function),
-const RQOperations servedOperations = {
+#define OPERATION(position, slot, function, shape) .slot = S_ul##function,
+constexpr RQOperations servedOperations = {
 #include "frame/operations.def"
 };
 #undef OPERATION
-#define OPERATION(position, slot, function, shape) .slot = RQ_SLOT_##shape(T_ul##function),
-const RQOperations wideOperations = {
+#define OPERATION(position, slot, function, shape) .slot = T_ul##function,
+constexpr RQOperations wideOperations = {
 #include "frame/operations.def"
 };
 #undef OPERATION

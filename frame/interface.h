@@ -76,8 +76,9 @@ RQ_WORD(RQInterface, escape, 59);
 RQ_WORD(RQInterface, plain, 60);
 RQ_WORD(RQInterface, served, 83);
 RQ_WORD(RQInterface, wide, 106);
-RQ_STATIC_ASSERT(offsetof(RQInterface, reference) == 8 * 59 + 1, "the reference character is the second byte");
-RQ_STATIC_ASSERT(sizeof(RQInterface) == 8 * 129, "the interface object has 129 words");
+RQ_STATIC_ASSERT(offsetof(RQInterface, reference) == UINT64_C(8) * 59 + 1,
+                 "the reference character is the second byte");
+RQ_STATIC_ASSERT(sizeof(RQInterface) == UINT64_C(8) * 129, "the interface object has 129 words");
 
 /* Makes a new interface object with its own pool and fourteen transcoders.
  *

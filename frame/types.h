@@ -49,6 +49,6 @@ typedef uint32_t RQStatus;
 #define RQ_GAP(from, to) void *gap##from[(to) - (from)]
 /* Tables are defined by position: `member` must lie at 8-byte word `word`, counted from 0. */
 #define RQ_WORD(Table, member, word) \
-  RQ_STATIC_ASSERT(offsetof(Table, member) == 8 * (word), #Table "::" #member " must be word " #word)
+  RQ_STATIC_ASSERT(offsetof(Table, member) == UINT64_C(8) * (word), #Table "::" #member " must be word " #word)
 
 #endif

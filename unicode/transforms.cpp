@@ -1,5 +1,6 @@
 // The UTF transforms: the host's transcoders do the work, this file scales lengths and fills in blanks.
 #include "frame/interface.h"
+#include "frame/same_as.h"
 #include "frame/transcode.h"
 #include "unicode/blanks.h"
 
@@ -44,9 +45,6 @@ RQStatus putPadded(RQInterface* object, const void* input, uint64_t length, void
 
 }  // namespace
 }  // namespace rq
-
-// The exports. The served flavour does not differ from the plain one: the same routines under other names.
-#define RQ_SAME_AS(name, other) decltype(other) name __attribute__((alias(#other)));
 
 #define RQ_TRANSFORM(name, routine, form)                                                                       \
   RQStatus ul##name(RQInterface* object, const void* input, uint64_t length, void* output, uint64_t capacity,   \

@@ -1,0 +1,90 @@
+// What the flavours of a codec differ in: the unit of text, the escape characters, and who upper-cases digits.
+#ifndef RQUNI_CODECS_FLAVOUR_H
+#define RQUNI_CODECS_FLAVOUR_H
+
+#include <concepts>
+
+#include "codecs/digits.h"
+#include "frame/interface.h"
+#include "frame/kernel_handle.h"
+#include "frame/kit.h"
+#include "frame/wide_literal.h"
+
+namespace rq {
+
+/// Bytes; the decoders read the escape characters from the object.
+struct Plain {
+  using Unit = uint8_t;
+  static Unit escape(const RQInterface* object) { return object->escape; }
+  static Unit reference(const RQInterface* object) { return object->reference; }
+  static Digits readHex(const Unit* field, uint64_t count) { return readDigits<16, hexDigit>(field, count); }
+};
+
+/// Bytes; the escape characters are fixed, and the host's service "ZQD" upper-cases digits where there is one.
+struct Served {
+  using Unit = uint8_t;
+  static Unit escape(const RQInterface*) { return '\\'; }
+  static Unit reference(const RQInterface*) { return '#'; }
+
+  static Digits readHex(const Unit* field, uint64_t count) {
+    RQCharsetService* const service = charsetService();
+    if (service == nullptr || count == 0) return Plain::readHex(field, count);
+    Unit scratch[64] = {};  // far more than the digits: a service may write behind them
+    std::memcpy(scratch, field, count);
+    service->upperCase(service, scratch, count, 0);
+    return readDigits<16, upperHexDigit>(scratch, count);
+  }
+
+ private:
+  static constexpr auto serviceName = wideLiteral("ZQD");
+
+  /// Looked for afresh at each use, for a host may replace it; null where there is none.
+  static RQCharsetService* charsetService() {
+    const RQKernel* const kernel = kernelHandle();
+    RQCaseService* const cases = kernel != nullptr ? kernel->caseService : nullptr;
+    if (cases == nullptr) return nullptr;
+    if (cases->charset != nullptr) return cases->charset;
+    RQStatus status = RQ_SUCCESS;
+    // cppcheck-suppress returnDanglingLifetime; the service is not made of the status
+    return cases->lookUp(cases, serviceName.text, serviceName.length, &status);
+  }
+};
+
+/// RQChar units; the escape characters are fixed, and rqzstup upper-cases digits.
+struct Wide {
+  using Unit = RQChar;
+  static Unit escape(const RQInterface*) { return '\\'; }
+  static Unit reference(const RQInterface*) { return '#'; }
+
+  /// ASCII needs no rqzstup: the host's case service, which that may ask, is not asked for ASCII.
+  static Digits readHex(const Unit* field, uint64_t count) {
+    const Digits digits = readDigits<16, hexDigit>(field, count);
+    const bool stoppedByAscii = digits.count == count || load(field + digits.count) < 0x80;
+    if (stoppedByAscii) return digits;
+    Unit scratch[mostDigits];
+    std::memcpy(scratch, field, count * sizeof(Unit));
+    rqzstup(scratch, static_cast<int64_t>(count));
+    return readDigits<16, upperHexDigit>(scratch, count);
+  }
+};
+
+/// A codec's policy: a flavour that lacks a step is named by the compiler.
+template <class F>
+concept Flavour = requires(const RQInterface* object, const typename F::Unit* field, uint64_t count) {
+  { F::escape(object) } -> std::same_as<typename F::Unit>;
+  { F::reference(object) } -> std::same_as<typename F::Unit>;
+  { F::readHex(field, count) } -> std::same_as<Digits>;
+};
+
+/// The exported function `name`: `body` in one flavour.
+#define RQ_CODEC(name, body, Flavour)                                                                        \
+  RQStatus name(RQInterface* object, const void* input, uint64_t units, void* output, uint64_t capacity,     \
+                uint64_t* written) {                                                                         \
+    using Unit = rq::Flavour::Unit;                                                                          \
+    return rq::body<rq::Flavour>(object, static_cast<const Unit*>(input), units, static_cast<Unit*>(output), \
+                                 capacity, written);                                                         \
+  }
+
+}  // namespace rq
+
+#endif

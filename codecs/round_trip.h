@@ -1,0 +1,75 @@
+// Decoded code points as session text, if the session can hold them.
+#ifndef RQUNI_CODECS_ROUND_TRIP_H
+#define RQUNI_CODECS_ROUND_TRIP_H
+
+#include "codecs/units.h"
+#include "frame/interface.h"
+#include "frame/transcode.h"
+#include "frame/work_buffer.h"
+
+namespace rq {
+
+/// What a code point is in the session encoding. Null when the session cannot hold it; then the source text stays.
+template <class Unit>
+struct Replacement {
+  const Unit* units;
+  uint64_t count;
+};
+
+/// Turns code points into session text for one call of a decoder, and asks the host for each only once: transcoders
+/// are what decoding costs, and text in one script has a few dozen characters.
+///
+/// `room` is the number of units the host gets for one character; hosts see it as the capacity of the call.
+template <class Unit, uint64_t room>
+class RoundTrips {
+ public:
+  explicit RoundTrips(RQInterface* object) : pair_(object->transcoders[RQ_FORM_UTF32_NATIVE]) {}
+
+  /// The result is valid until the next call.
+  Replacement<Unit> of(uint32_t codePoint) {
+    const uint32_t slot = codePoint % slots;
+    Answer& answer = answers_[slot];
+    uint64_t& word = known_[slot / 64];
+    const uint64_t bit = uint64_t{1} << slot % 64;
+    if ((word & bit) != 0 && answer.codePoint == codePoint)
+      return {answer.bytes != unmappable ? answer.units : nullptr, answer.bytes / sizeof(Unit)};
+
+    const uint64_t bytes = ask(codePoint);
+    if (bytes == unmappable || bytes <= sizeof answer.units) {
+      word |= bit;
+      answer.codePoint = codePoint;
+      answer.bytes = static_cast<uint8_t>(bytes);
+      std::memcpy(answer.units, scratch_, sizeof answer.units);
+    }
+    return {bytes != unmappable ? scratch_ : nullptr, bytes / sizeof(Unit)};
+  }
+
+ private:
+  static constexpr uint32_t slots = 256;
+  static constexpr uint64_t unmappable = 0xFF;
+  struct Answer {
+    uint32_t codePoint;
+    Unit units[8 / sizeof(Unit)];
+    uint8_t bytes;  // or unmappable
+  };
+
+  /// Converts to the session and back; the values decide, not the statuses. Returns bytes in scratch_, or unmappable.
+  uint64_t ask(uint32_t codePoint) {
+    uint64_t produced = sizeof scratch_;
+    transcode(pair_.toSession, &codePoint, sizeof codePoint, scratch_, sizeof scratch_, &produced);
+    if (produced > sizeof scratch_) return unmappable;
+    uint32_t back = 0;
+    uint64_t backBytes = 0;
+    transcode(pair_.fromSession, scratch_, produced, &back, sizeof back, &backBytes);
+    return back == codePoint && backBytes <= sizeof back ? produced : unmappable;
+  }
+
+  const RQTranscoderPair pair_;
+  uint64_t known_[slots / 64] = {};
+  Unit scratch_[room] = {};
+  Answer answers_[slots];
+};
+
+}  // namespace rq
+
+#endif

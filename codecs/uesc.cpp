@@ -1,0 +1,149 @@
+// Unicode escapes: a backslash, `u` or `U`, and four or eight hexadecimal digits.
+#include "codecs/flavour.h"
+#include "codecs/output.h"
+#include "codecs/surrogates.h"
+#include "codecs/widen.h"
+
+namespace rq {
+namespace {
+
+constexpr uint32_t shortEscape = 4;  // digits
+
+/// The planes that eight digits may name; a longer run than four is read as its first four digits for any other.
+constexpr bool isPlaneOfLongEscape(uint32_t plane) {
+  return plane <= 2 || (plane >= 14 && plane <= 16);
+}
+
+/// The digits of an escape out of the run behind its marker. A run of zeros keeps its full length.
+constexpr Digits digitsOfEscape(Digits run) {
+  if (run.count < shortEscape) return {0, run.count};
+  if (run.value == 0) return run;
+  if (run.count < mostDigits || !isPlaneOfLongEscape(run.value >> 16)) return run.first(shortEscape);
+  return run;
+}
+
+/// An escape at the current place, with the low surrogate behind it if there is one.
+struct Decoded {
+  uint32_t codePoint;
+  uint64_t consumed;
+  bool isEscape;  // false: too few digits, the text stays
+};
+
+template <Flavour F, class Unit = typename F::Unit>
+Decoded decodeEscape(const Unit* at, uint64_t remaining, Unit escape) {
+  const Digits digits = digitsOfEscape(F::readHex(at + 2, smaller(remaining - 2, mostDigits)));
+  const Decoded whole = {digits.value, digits.count + 2, digits.count >= shortEscape};
+  if (digits.count != shortEscape || !isHighSurrogate(digits.value)) return whole;
+
+  const Unit* const behind = at + whole.consumed;
+  const uint64_t left = remaining - whole.consumed;
+  if (left <= 2 || load(behind) != escape || withoutCase(load(behind + 1)) != 'U') return whole;
+  const Digits low = F::readHex(behind + 2, smaller(left - 2, shortEscape));
+  if (low.count != shortEscape || !isLowSurrogate(low.value)) return whole;
+  return {pairedCodePoint(digits.value, low.value), whole.consumed + 2 + shortEscape, true};
+}
+
+template <Flavour F, class Unit = typename F::Unit>
+RQStatus getUEsc(RQInterface* object, const Unit* input, uint64_t units, Unit* output, uint64_t capacity,
+                 uint64_t* written) {
+  Progress<Unit> progress(input, units, output, capacity);
+  RQ_UNINITIALIZED RoundTrips<Unit, 20> roundTrips(object);
+  const Unit escape = F::escape(object);
+  RQStatus status = RQ_SUCCESS;
+  while (progress.goesOn() && progress.copyUpTo(escape, 'U', withoutCase(static_cast<Unit>(~Unit{0})))) {
+    if (progress.remaining() <= 2) {
+      progress.copyRest();
+      break;
+    }
+    const Unit* const at = progress.at();
+    if (withoutCase(load(at + 2)) == 'U') {
+      progress.writeDoubled(escape, load(at + 1));
+      continue;
+    }
+    const Decoded decoded = decodeEscape<F>(at, progress.remaining(), escape);
+    const Replacement<Unit> replacement =
+        decoded.isEscape ? roundTrips.of(decoded.codePoint) : Replacement<Unit>{nullptr, 0};
+    if (!progress.replace(decoded.consumed, replacement)) {
+      status = RQ_REPLACEMENT_DOES_NOT_FIT;
+      break;
+    }
+  }
+  *written = progress.written();
+  return status;
+}
+
+/// The first character that is escaped; DEL deliberately is.
+constexpr uint8_t firstEscaped = 0x7F;
+/// Units of an escape with four and with eight digits; `\u0041` in a text to be encoded is at least as long.
+constexpr uint64_t shortLength = 6;
+constexpr uint64_t longLength = 10;
+
+/// Writes an escape and returns its length, or 0 when it does not fit in `room` units.
+template <class Unit>
+uint64_t writeEscape(Unit* out, uint64_t room, uint32_t character) {
+  const uint64_t length = character > 0xFFFF ? longLength : shortLength;
+  if (room < length) return 0;
+  store(out, Unit{'\\'});
+  store(out + 1, Unit{'u'});
+  if (length == shortLength)
+    writeHex<2>(out + 2, character);
+  else
+    writeHex<4>(out + 2, character);
+  return length;
+}
+
+/// Encodes a text of characters; *written may come to lie up to 2 above the capacity, by a doubled marker at its end.
+template <class Unit, class Character>
+RQStatus encodeEscapes(const Character* text, uint64_t count, Unit* output, uint64_t capacity, uint64_t* written) {
+  uint64_t out = 0;
+  RQStatus status = RQ_SUCCESS;
+  for (uint64_t i = 0; i < count && out < capacity;) {
+    const uint32_t character = load(text + i);
+    if (character != '\\' && character < firstEscaped) {
+      const uint64_t most = smaller(count - i, capacity - out);
+      const uint64_t copied = kit::copyWhileBelow(text + i, most, output + out, '\\', firstEscaped);
+      i += copied;
+      out += copied;
+      continue;
+    }
+    if (character == '\\') {
+      store(output + out++, Unit{'\\'});
+      ++i;
+      const bool looksLikeEscape = count - i + 1 >= shortLength && withoutCase(load(text + i)) == 'U';
+      if (!looksLikeEscape) continue;
+      const auto marker = static_cast<Unit>(load(text + i++));
+      store(output + out++, marker);  // not tested against the capacity
+      store(output + out++, marker);
+      continue;
+    }
+    const uint64_t length = writeEscape(output + out, capacity - out, character);
+    if (length == 0) {
+      status = RQ_OUTPUT_TOO_SMALL;
+      break;
+    }
+    out += length;
+    ++i;
+  }
+  *written = out;
+  return status;
+}
+
+template <Flavour F, class Unit = typename F::Unit>
+RQStatus putUEsc(RQInterface* object, const Unit* input, uint64_t units, Unit* output, uint64_t capacity,
+                 uint64_t* written) {
+  RQ_UNINITIALIZED WorkBuffer buffer(object->pool, units, 256);
+  if (!buffer.obtained()) return RQ_NO_MEMORY;
+  return withCharacters(object, input, units, isAscii(input, units), buffer, [&](const auto* text, uint64_t count) {
+    return encodeEscapes(text, count, output, capacity, written);
+  });
+}
+
+}  // namespace
+}  // namespace rq
+
+RQ_CODEC(ulGetUEsc, getUEsc, Plain)
+RQ_CODEC(S_ulGetUEsc, getUEsc, Served)
+RQ_CODEC(T_ulGetUEsc, getUEsc, Wide)
+RQ_CODEC(ulPutUEsc, putUEsc, Plain)
+RQ_CODEC(S_ulPutUEsc, putUEsc, Served)
+RQ_CODEC(T_ulPutUEsc, putUEsc, Wide)
