@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "frame/interface.h"
+#include "kit/kit.h"
 
 namespace rq {
 
@@ -30,9 +31,11 @@ constexpr Blank blankOf(RQForm form) {
 /// Fills with whole units for as long as a unit begins before `bytes`: up to 1 byte (UTF-16) or 3 bytes (UTF-32) past
 /// them, which callers allow for.
 inline void fillBlanks(void* output, uint64_t bytes, Blank blank) {
-  const uint64_t units = bytes / blank.unitBytes + (bytes % blank.unitBytes != 0);
+  const uint64_t filled = (bytes / blank.unitBytes + (bytes % blank.unitBytes != 0)) * blank.unitBytes;
   auto* const out = static_cast<uint8_t*>(output);
-  for (uint64_t i = 0; i < units; ++i) std::memcpy(out + i * blank.unitBytes, &blank.fourBytes, blank.unitBytes);
+  kit::fill(reinterpret_cast<RQChar*>(out), blank.fourBytes, filled / sizeof(RQChar));
+  const uint64_t rest = filled % sizeof(RQChar);  // one UTF-16 blank, or nothing
+  if (rest != 0) std::memcpy(out + filled - rest, &blank.fourBytes, rest);
 }
 
 }  // namespace rq
