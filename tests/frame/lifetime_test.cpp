@@ -1,0 +1,30 @@
+/* Many lives of objects. */
+#include <gtest/gtest.h>
+
+#include "support/resident.h"
+#include "support/session.h"
+
+namespace rq::test {
+namespace {
+
+TEST(Lifetime, AHundredThousandObjectsLeaveNothingBehind) {
+  const Library& library = Library::get();
+  MockHost host;
+  host.recording = false;
+  library.rqextent(host.kernel());
+  long before = 0;
+  for (int i = 0; i < 101000; ++i) {
+    if (i == 1000) before = residentPages();
+    RQInterface* object = library.rquni(host.context(), nullptr);
+    ASSERT_NE(object, nullptr);
+    ASSERT_EQ(object->destroy(object), 0U);
+    ASSERT_TRUE(host.balanced());
+  }
+  EXPECT_GT(before, 0);
+  if (!sanitized) {
+    EXPECT_LE(residentPages() - before, 16) << "pages of 4096 bytes";
+  }
+}
+
+}  // namespace
+}  // namespace rq::test
