@@ -1,0 +1,39 @@
+// The case service of the kernel and its character-set service "ZQD".
+#ifndef RQUNI_HOST_CASE_SERVICE_H
+#define RQUNI_HOST_CASE_SERVICE_H
+
+#include "frame/host.h"
+#include "host/guarded.h"
+#include "host/instruments.h"
+
+namespace rq::host {
+
+/// Upper-cases ASCII letters in place.
+class CharsetService final : public Guarded<RQCharsetService, "character-set service"> {
+ public:
+  explicit CharsetService(Instruments &instruments);
+
+ private:
+  static void upperCaseSlot(RQCharsetService *service, void *buffer, uint64_t length, uint64_t zero) noexcept;
+  Instruments &instruments_;
+};
+
+/// Single-character case mappings of Unicode, by ICU; values that are no code points stay as they are.
+class CaseService final : public Guarded<RQCaseService, "case service"> {
+ public:
+  /// With `atHand` the character-set service stands in the table's word, else it is found by name only.
+  CaseService(Instruments &instruments, bool atHand);
+
+ private:
+  static RQChar upperSlot(RQCaseService *service, RQChar character, uint64_t one) noexcept;
+  static RQChar lowerSlot(RQCaseService *service, RQChar character, uint64_t one) noexcept;
+  static RQCharsetService *lookUpSlot(RQCaseService *service, const RQChar *name, uint64_t length,
+                                      RQStatus *status) noexcept;
+
+  Instruments &instruments_;
+  CharsetService charset_;
+};
+
+}  // namespace rq::host
+
+#endif

@@ -1,0 +1,22 @@
+// ICU converters as the host uses them: they stop at whatever they cannot convert and change nothing silently.
+#ifndef RQUNI_HOST_ICU_H
+#define RQUNI_HOST_ICU_H
+
+#include <unicode/ucnv.h>
+
+#include <memory>
+#include <string>
+
+namespace rq::host {
+
+struct CloseConverter {
+  void operator()(UConverter *converter) const { ucnv_close(converter); }
+};
+using Converter = std::unique_ptr<UConverter, CloseConverter>;
+
+/// A converter, or null when ICU cannot open one.
+Converter openConverter(const std::string &icuName);
+
+}  // namespace rq::host
+
+#endif

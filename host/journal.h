@@ -1,0 +1,50 @@
+// A journal that keeps what is reported.
+#ifndef RQUNI_HOST_JOURNAL_H
+#define RQUNI_HOST_JOURNAL_H
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "frame/host.h"
+#include "host/guarded.h"
+#include "host/instruments.h"
+
+namespace rq::host {
+
+struct JournalEntry {
+  Service slot;
+  std::vector<std::uint64_t> fixed;      // the fixed arguments after the journal; level and status for statusToJnl
+  std::vector<std::uint64_t> variables;  // the first so many further arguments, see readVariables
+};
+
+/// Every slot answers the number of entries so far, but getLocale: that answers the address of locale().
+class Journal final : public Guarded<RQJournal, "journal"> {
+ public:
+  explicit Journal(Instruments &instruments);
+
+  /// From now on reads `count` 8-byte arguments off each list; callers must pass as many. 0 at first.
+  void readVariables(std::size_t count);
+  std::vector<JournalEntry> entries() const;
+  const char *locale() const { return "C.UTF-8"; }
+
+ private:
+  static uint64_t messageToBufSlot(RQJournal *journal, uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4,
+                                   uint64_t a5, va_list list) noexcept;
+  static uint64_t messageToJnlSlot(RQJournal *journal, uint64_t a1, uint64_t a2, uint64_t a3, va_list list) noexcept;
+  static uint64_t statusToBufSlot(RQJournal *journal, uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4,
+                                  va_list list) noexcept;
+  static uint64_t statusToJnlSlot(RQJournal *journal, uint64_t level, uint64_t status, va_list list) noexcept;
+  static uint64_t getLocaleSlot(RQJournal *journal, ...) noexcept;
+
+  std::uint64_t keep(Service slot, std::vector<std::uint64_t> fixed, va_list list);
+
+  Instruments &instruments_;
+  mutable std::mutex mutex_;
+  std::size_t variables_ = 0;
+  std::vector<JournalEntry> entries_;
+};
+
+}  // namespace rq::host
+
+#endif

@@ -1,0 +1,137 @@
+#include "host/transcoder.h"
+
+#include <algorithm>
+#include <array>
+#include <optional>
+
+namespace rq::host {
+namespace {
+
+struct Attempt {
+  std::size_t produced;
+  std::size_t characters;  // that the target took, the one in question perhaps included
+  Outcome outcome;
+};
+
+/// Converts at most the first `characters` characters, then ends the text.
+Attempt attempt(const Codec &source, const Codec &target, Bytes input, MutableBytes output, std::size_t characters) {
+  std::array<char32_t, Codec::pieceCharacters> piece;  // deliberately left unset: most calls carry one character
+  Attempt sum{0, 0, Outcome::done};
+  for (bool first = true;; first = false) {
+    const std::size_t room = std::min(piece.size(), characters - sum.characters);
+    const Step read = source.decode(input, {piece.data(), room}, first);
+    const bool last = read.outcome != Outcome::outputFull || sum.characters + read.produced == characters;
+    const Step written = target.encode({piece.data(), read.produced}, output, first, last);
+    sum.produced += written.produced;
+    sum.characters += written.consumed;
+    if (written.outcome != Outcome::done) {
+      sum.outcome = written.outcome;
+      return sum;
+    }
+    if (last) {
+      sum.outcome = read.outcome;
+      return sum;
+    }
+    input = input.subspan(read.consumed);
+    output = output.subspan(written.produced);
+  }
+}
+
+}  // namespace
+
+RQStatus statusOf(Outcome outcome) {
+  switch (outcome) {
+    case Outcome::done: return RQ_SUCCESS;
+    case Outcome::outputFull: return outputFullStatus;
+    case Outcome::truncated: return truncatedStatus;
+    case Outcome::malformed: return malformedStatus;
+    case Outcome::unmappable: return unmappableStatus;
+    case Outcome::unavailable: break;
+  }
+  return unavailableStatus;
+}
+
+std::string_view describe(RQStatus status) {
+  switch (status) {
+    case outputFullStatus: return "the output is full";
+    case truncatedStatus: return "the text ends inside a character";
+    case malformedStatus: return "the bytes are not valid in the encoding";
+    case unmappableStatus: return "the target encoding lacks the character";
+    case unavailableStatus: return "the converter could not be opened";
+    case faultStatus: return "the host was told to fail";
+    default: return "";
+  }
+}
+
+Conversion convert(const Codec &source, const Codec &target, Bytes input, MutableBytes output) {
+  if (input.empty()) return {0, Outcome::done};
+  const Attempt whole = attempt(source, target, input, output, SIZE_MAX);
+  if (whole.outcome == Outcome::done || target.cutsCleanly()) return {whole.produced, whole.outcome};
+  // The target may have cut a character or lack its text's end: take the longest beginning that comes out whole. The
+  // character in question is at most a few before the point where the first attempt stopped.
+  for (std::size_t characters = whole.characters; characters > 0; --characters) {
+    const Attempt beginning = attempt(source, target, input, output, characters);
+    const bool allRead = beginning.characters == characters;
+    if (beginning.outcome == Outcome::done || (allRead && beginning.outcome == whole.outcome &&
+                                               (whole.outcome == Outcome::truncated || whole.outcome == Outcome::malformed))) {
+      return {beginning.produced, whole.outcome};
+    }
+  }
+  return {0, whole.outcome};
+}
+
+Transcoder::Transcoder(Instruments &instruments, const Codec &source, const Codec &target)
+    : instruments_(instruments), source_(source), target_(target) {
+  forbid<"transcoder", 0>(gap0);
+  forbid<"transcoder", 3>(gap3);
+  destroy = destroySlot;
+  RQTranscoder::convert = convertSlot;
+  ++instruments_.counts.transcoders;
+  ++instruments_.counts.transcodersMade;
+}
+
+Transcoder::~Transcoder() { --instruments_.counts.transcoders; }
+
+RQStatus Transcoder::destroySlot(RQTranscoder *transcoder) noexcept {
+  auto *self = static_cast<Transcoder *>(transcoder);
+  Instruments &instruments = self->instruments_;
+  if (instruments.active()) {
+    instruments.enter(Service::destroyTranscoder);
+    instruments.leave({Service::destroyTranscoder, transcoder, {}, 0});
+  }
+  delete self;
+  return 0;
+}
+
+RQStatus Transcoder::convertSlot(RQTranscoder *transcoder, const void *input, uint64_t inputBytes, void *output,
+                                 uint64_t capacityBytes, uint64_t *producedBytes, uint64_t) noexcept {
+  auto *self = static_cast<Transcoder *>(transcoder);
+  const Bytes from(static_cast<const std::byte *>(input), inputBytes);
+  const MutableBytes to(static_cast<std::byte *>(output), capacityBytes);
+  if (self->instruments_.active()) return self->convertWatched(from, to, producedBytes);
+  const Conversion conversion = host::convert(self->source_, self->target_, from, to);
+  *producedBytes = conversion.produced;
+  return statusOf(conversion.outcome);
+}
+
+RQStatus Transcoder::convertWatched(Bytes input, MutableBytes output, std::uint64_t *producedBytes) {
+  const std::optional<Fault> fault = instruments_.enter(Service::convert);
+  RQStatus status = 0;
+  if (fault && fault->action == Fault::Action::fail) {
+    *producedBytes = 0;
+    status = faultStatus;
+  } else if (!fault || fault->action != Fault::Action::silent) {
+    const Conversion conversion = host::convert(source_, target_, input, output);
+    *producedBytes = conversion.produced;
+    status = statusOf(conversion.outcome);
+    if (fault && fault->action == Fault::Action::status) status = static_cast<RQStatus>(fault->value);
+    if (fault && fault->action == Fault::Action::value) {
+      *producedBytes = fault->value;
+      status = 0;
+    }
+  }
+  instruments_.leave({Service::convert, this, {input.size(), output.size(), *producedBytes}, status});
+  return status;
+}
+
+}  // namespace rq::host

@@ -1,0 +1,57 @@
+// Transcoders between any two encodings of the host.
+#ifndef RQUNI_HOST_TRANSCODER_H
+#define RQUNI_HOST_TRANSCODER_H
+
+#include <cstdint>
+#include <string_view>
+
+#include "frame/host.h"
+#include "host/codec.h"
+#include "host/guarded.h"
+#include "host/instruments.h"
+
+namespace rq::host {
+
+/// The statuses that this host's transcoders report, one for each way to end.
+inline constexpr RQStatus outputFullStatus = 0x80410001;
+inline constexpr RQStatus truncatedStatus = 0x80410002;
+inline constexpr RQStatus malformedStatus = 0x80410003;
+inline constexpr RQStatus unmappableStatus = 0x80410004;
+inline constexpr RQStatus unavailableStatus = 0x80410005;
+RQStatus statusOf(Outcome outcome);
+/// In words, for messages; an empty string when the status is none of these.
+std::string_view describe(RQStatus status);
+
+/// A conversion's end.
+struct Conversion {
+  std::size_t produced;
+  Outcome outcome;
+};
+
+/// Converts as much of `input` as is right and fits: whole characters only, and with a stateful target including
+/// what ends its text. Any number of threads at once.
+Conversion convert(const Codec &source, const Codec &target, Bytes input, MutableBytes output);
+
+/// Made with new by the NLS services, ends itself in its destroy slot. Holds no state: several threads may convert
+/// with it at once.
+class Transcoder final : public Guarded<RQTranscoder, "transcoder"> {
+ public:
+  Transcoder(Instruments &instruments, const Codec &source, const Codec &target);
+  ~Transcoder();
+  Transcoder(const Transcoder &) = delete;
+  Transcoder &operator=(const Transcoder &) = delete;
+
+ private:
+  static RQStatus destroySlot(RQTranscoder *transcoder) noexcept;
+  static RQStatus convertSlot(RQTranscoder *transcoder, const void *input, uint64_t inputBytes, void *output,
+                              uint64_t capacityBytes, uint64_t *producedBytes, uint64_t flags) noexcept;
+  RQStatus convertWatched(Bytes input, MutableBytes output, std::uint64_t *producedBytes);
+
+  Instruments &instruments_;
+  const Codec &source_;
+  const Codec &target_;
+};
+
+}  // namespace rq::host
+
+#endif
