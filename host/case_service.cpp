@@ -20,9 +20,9 @@ RQChar answer(Instruments &instruments, Service service, RQCaseService *table, U
   if (!instruments.active()) return mapped(map, character);
   const std::optional<Fault> fault = instruments.enter(service);
   // A case service has no way to fail but to leave the character alone.
-  const RQChar result = !fault                                   ? mapped(map, character)
+  const RQChar result = !fault                                  ? mapped(map, character)
                         : fault->action == Fault::Action::value ? static_cast<RQChar>(fault->value)
-                                                                 : character;
+                                                                : character;
   instruments.leave({service, table, {character}, result});
   return result;
 }

@@ -75,11 +75,13 @@ void addAliases(Encoding &encoding, const char *icuName) {
 
 std::vector<Encoding> listEncodings() {
   std::map<std::string, Encoding> byName;
-  for (const Fixed &fixed : fixedEncodings) byName[std::string(fixed.name)] = {fixed.identifier, std::string(fixed.name), {}};
+  for (const Fixed &fixed : fixedEncodings)
+    byName[std::string(fixed.name)] = {fixed.identifier, std::string(fixed.name), {}};
   for (int32_t i = 0; i < ucnv_countAvailable(); ++i) {
     const char *icuName = ucnv_getAvailableName(i);
     const std::uint32_t fixed = fixedIdentifier(icuName);
-    std::string name = fixed == 0 ? icuName : std::string(std::ranges::find(fixedEncodings, fixed, &Fixed::identifier)->name);
+    std::string name =
+        fixed == 0 ? icuName : std::string(std::ranges::find(fixedEncodings, fixed, &Fixed::identifier)->name);
     Encoding &encoding = byName[name];
     encoding.identifier = fixed == 0 ? hashedIdentifier(icuName) : fixed;
     encoding.name = std::move(name);

@@ -1,4 +1,5 @@
-// Tables whose unlisted words are traps: a call through one names the table and the word on standard error and aborts.
+// Tables whose unlisted words are traps: a call through one names the table and the word on standard error and
+// aborts.
 #ifndef RQUNI_HOST_GUARDED_H
 #define RQUNI_HOST_GUARDED_H
 
@@ -27,7 +28,8 @@ template <TableName name, unsigned from, std::size_t count>
 void forbid(void *(&gap)[count]) {
   [&gap]<std::size_t... i>(std::index_sequence<i...>) {
     ((gap[i] = reinterpret_cast<void *>(&forbiddenSlot<name, from + static_cast<unsigned>(i)>)), ...);
-  }(std::make_index_sequence<count>());
+  }
+  (std::make_index_sequence<count>());
 }
 
 /// A host table followed by traps: a wrong slot number beyond its last word is caught as well. The derived class

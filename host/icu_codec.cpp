@@ -55,8 +55,11 @@ class IcuCodec final : public Codec {
       case UCNV_UTF16_BigEndian:
       case UCNV_UTF16_LittleEndian:
       case UCNV_UTF32_BigEndian:
-      case UCNV_UTF32_LittleEndian: stateful_ = false; break;
-      default: stateful_ = true;
+      case UCNV_UTF32_LittleEndian:
+        stateful_ = false;
+        break;
+      default:
+        stateful_ = true;
     }
     return true;
   }

@@ -4,25 +4,44 @@ namespace rq::host {
 
 std::string_view nameOf(Service service) {
   switch (service) {
-    case Service::createPool: return "create pool";
-    case Service::destroyPool: return "destroy pool";
-    case Service::allocate: return "allocate";
-    case Service::release: return "release";
-    case Service::createTranscoder: return "create transcoder";
-    case Service::destroyTranscoder: return "destroy transcoder";
-    case Service::convert: return "convert";
-    case Service::querySession: return "query session";
-    case Service::lookUpOption: return "look up option";
-    case Service::messageToBuf: return "message to buffer";
-    case Service::messageToJnl: return "message to journal";
-    case Service::statusToBuf: return "status to buffer";
-    case Service::statusToJnl: return "status to journal";
-    case Service::getLocale: return "get locale";
-    case Service::upper: return "upper";
-    case Service::lower: return "lower";
-    case Service::upperCase: return "upper-case in place";
-    case Service::lookUpCharset: return "look up charset service";
-    case Service::count_: break;
+    case Service::createPool:
+      return "create pool";
+    case Service::destroyPool:
+      return "destroy pool";
+    case Service::allocate:
+      return "allocate";
+    case Service::release:
+      return "release";
+    case Service::createTranscoder:
+      return "create transcoder";
+    case Service::destroyTranscoder:
+      return "destroy transcoder";
+    case Service::convert:
+      return "convert";
+    case Service::querySession:
+      return "query session";
+    case Service::lookUpOption:
+      return "look up option";
+    case Service::messageToBuf:
+      return "message to buffer";
+    case Service::messageToJnl:
+      return "message to journal";
+    case Service::statusToBuf:
+      return "status to buffer";
+    case Service::statusToJnl:
+      return "status to journal";
+    case Service::getLocale:
+      return "get locale";
+    case Service::upper:
+      return "upper";
+    case Service::lower:
+      return "lower";
+    case Service::upperCase:
+      return "upper-case in place";
+    case Service::lookUpCharset:
+      return "look up charset service";
+    case Service::count_:
+      break;
   }
   return "unknown";
 }
@@ -83,6 +102,8 @@ void Instruments::leave(const Call &call) {
   if (recording_) calls_.push_back(call);
 }
 
-void Instruments::refresh() { active_.store(counting_ || !faults_.empty(), std::memory_order_relaxed); }
+void Instruments::refresh() {
+  active_.store(counting_ || !faults_.empty(), std::memory_order_relaxed);
+}
 
 }  // namespace rq::host

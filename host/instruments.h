@@ -105,7 +105,9 @@ class Instruments {
 };
 
 /// An address as a recorded number.
-inline std::uint64_t number(const void *pointer) { return reinterpret_cast<std::uintptr_t>(pointer); }
+inline std::uint64_t number(const void *pointer) {
+  return reinterpret_cast<std::uintptr_t>(pointer);
+}
 
 }  // namespace rq::host
 

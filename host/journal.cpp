@@ -5,7 +5,9 @@
 namespace rq::host {
 namespace {
 
-Journal *self(RQJournal *journal) { return static_cast<Journal *>(journal); }
+Journal *self(RQJournal *journal) {
+  return static_cast<Journal *>(journal);
+}
 
 }  // namespace
 

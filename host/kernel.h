@@ -2,9 +2,9 @@
 #ifndef RQUNI_HOST_KERNEL_H
 #define RQUNI_HOST_KERNEL_H
 
+#include <atomic>
 #include <cstddef>
 #include <optional>
-#include <string>
 
 #include "frame/host.h"
 #include "host/guarded.h"
@@ -17,8 +17,8 @@ class Kernel final : public Guarded<RQKernel, "kernel"> {
   /// `service` may be null. Pools fill their blocks with `blockFill`, zeros without one.
   Kernel(Instruments &instruments, RQCaseService *service, std::optional<std::byte> blockFill);
 
-  /// The description that the last pool was asked for with.
-  const std::string &lastPoolDescription() const { return lastPoolDescription_; }
+  /// The description that the last pool was asked for with; owned by whoever asked. Null before.
+  const char *lastPoolDescription() const { return lastPoolDescription_; }
 
  private:
   static RQPool *createPoolSlot(RQKernel *kernel, RQPoolParameters *parameters, RQJournal *journal,
@@ -27,7 +27,7 @@ class Kernel final : public Guarded<RQKernel, "kernel"> {
 
   Instruments &instruments_;
   const std::optional<std::byte> blockFill_;
-  std::string lastPoolDescription_;
+  std::atomic<const char *> lastPoolDescription_ = nullptr;
 };
 
 }  // namespace rq::host

@@ -45,13 +45,19 @@ RQStatus NlsServices::querySessionSlot(RQNlsServices *services, int32_t *encodin
     *encoding = self->session_;
   } else {
     switch (fault->action) {
-      case Fault::Action::fail: status = faultStatus; break;
-      case Fault::Action::silent: status = 0; break;
+      case Fault::Action::fail:
+        status = faultStatus;
+        break;
+      case Fault::Action::silent:
+        status = 0;
+        break;
       case Fault::Action::status:
         *encoding = self->session_;
         status = static_cast<RQStatus>(fault->value);
         break;
-      case Fault::Action::value: *encoding = static_cast<std::int32_t>(fault->value); break;
+      case Fault::Action::value:
+        *encoding = static_cast<std::int32_t>(fault->value);
+        break;
     }
   }
   if (self->instruments_.active()) self->instruments_.leave({Service::querySession, services, {}, status});

@@ -38,7 +38,9 @@ class [[nodiscard]] Result {
 
 /// For steps that yield nothing but may fail.
 using Done = Result<std::monostate>;
-inline Done done() { return std::monostate(); }
+inline Done done() {
+  return std::monostate();
+}
 
 }  // namespace rq::host
 

@@ -11,12 +11,13 @@ struct Attempt {
   std::size_t produced;
   std::size_t characters;  // that the target took, the one in question perhaps included
   Outcome outcome;
+  bool ended;  // the target took all that was read and ended its text
 };
 
 /// Converts at most the first `characters` characters, then ends the text.
 Attempt attempt(const Codec &source, const Codec &target, Bytes input, MutableBytes output, std::size_t characters) {
   std::array<char32_t, Codec::pieceCharacters> piece;  // deliberately left unset: most calls carry one character
-  Attempt sum{0, 0, Outcome::done};
+  Attempt sum{0, 0, Outcome::done, false};
   for (bool first = true;; first = false) {
     const std::size_t room = std::min(piece.size(), characters - sum.characters);
     const Step read = source.decode(input, {piece.data(), room}, first);
@@ -29,7 +30,9 @@ Attempt attempt(const Codec &source, const Codec &target, Bytes input, MutableBy
       return sum;
     }
     if (last) {
-      sum.outcome = read.outcome;
+      const bool reachedLimit = read.outcome == Outcome::outputFull;
+      sum.outcome = reachedLimit ? Outcome::done : read.outcome;
+      sum.ended = true;
       return sum;
     }
     input = input.subspan(read.consumed);
@@ -41,41 +44,50 @@ Attempt attempt(const Codec &source, const Codec &target, Bytes input, MutableBy
 
 RQStatus statusOf(Outcome outcome) {
   switch (outcome) {
-    case Outcome::done: return RQ_SUCCESS;
-    case Outcome::outputFull: return outputFullStatus;
-    case Outcome::truncated: return truncatedStatus;
-    case Outcome::malformed: return malformedStatus;
-    case Outcome::unmappable: return unmappableStatus;
-    case Outcome::unavailable: break;
+    case Outcome::done:
+      return RQ_SUCCESS;
+    case Outcome::outputFull:
+      return outputFullStatus;
+    case Outcome::truncated:
+      return truncatedStatus;
+    case Outcome::malformed:
+      return malformedStatus;
+    case Outcome::unmappable:
+      return unmappableStatus;
+    case Outcome::unavailable:
+      break;
   }
   return unavailableStatus;
 }
 
 std::string_view describe(RQStatus status) {
   switch (status) {
-    case outputFullStatus: return "the output is full";
-    case truncatedStatus: return "the text ends inside a character";
-    case malformedStatus: return "the bytes are not valid in the encoding";
-    case unmappableStatus: return "the target encoding lacks the character";
-    case unavailableStatus: return "the converter could not be opened";
-    case faultStatus: return "the host was told to fail";
-    default: return "";
+    case outputFullStatus:
+      return "the output is full";
+    case truncatedStatus:
+      return "the text ends inside a character";
+    case malformedStatus:
+      return "the bytes are not valid in the encoding";
+    case unmappableStatus:
+      return "the target encoding lacks the character";
+    case unavailableStatus:
+      return "the converter could not be opened";
+    case faultStatus:
+      return "the host was told to fail";
+    default:
+      return "";
   }
 }
 
 Conversion convert(const Codec &source, const Codec &target, Bytes input, MutableBytes output) {
   if (input.empty()) return {0, Outcome::done};
   const Attempt whole = attempt(source, target, input, output, SIZE_MAX);
-  if (whole.outcome == Outcome::done || target.cutsCleanly()) return {whole.produced, whole.outcome};
+  if (whole.ended || target.cutsCleanly()) return {whole.produced, whole.outcome};
   // The target may have cut a character or lack its text's end: take the longest beginning that comes out whole. The
   // character in question is at most a few before the point where the first attempt stopped.
   for (std::size_t characters = whole.characters; characters > 0; --characters) {
     const Attempt beginning = attempt(source, target, input, output, characters);
-    const bool allRead = beginning.characters == characters;
-    if (beginning.outcome == Outcome::done || (allRead && beginning.outcome == whole.outcome &&
-                                               (whole.outcome == Outcome::truncated || whole.outcome == Outcome::malformed))) {
-      return {beginning.produced, whole.outcome};
-    }
+    if (beginning.ended) return {beginning.produced, whole.outcome};
   }
   return {0, whole.outcome};
 }
@@ -90,7 +102,9 @@ Transcoder::Transcoder(Instruments &instruments, const Codec &source, const Code
   ++instruments_.counts.transcodersMade;
 }
 
-Transcoder::~Transcoder() { --instruments_.counts.transcoders; }
+Transcoder::~Transcoder() {
+  --instruments_.counts.transcoders;
+}
 
 RQStatus Transcoder::destroySlot(RQTranscoder *transcoder) noexcept {
   auto *self = static_cast<Transcoder *>(transcoder);

@@ -11,13 +11,21 @@
 
 namespace rq::host {
 
-Step Codec::decodeOne(Bytes input, char32_t &output, bool first) const { return decode(input, {&output, 1}, first); }
+Step Codec::decodeOne(Bytes input, char32_t &output, bool first) const {
+  return decode(input, {&output, 1}, first);
+}
 
 namespace {
 
-constexpr bool isSurrogate(char32_t c) { return (c & 0xFFFFF800) == 0xD800; }
-constexpr bool isHigh(char32_t c) { return (c & 0xFFFFFC00) == 0xD800; }
-constexpr bool isLow(char32_t c) { return (c & 0xFFFFFC00) == 0xDC00; }
+constexpr bool isSurrogate(char32_t c) {
+  return (c & 0xFFFFF800) == 0xD800;
+}
+constexpr bool isHigh(char32_t c) {
+  return (c & 0xFFFFFC00) == 0xD800;
+}
+constexpr bool isLow(char32_t c) {
+  return (c & 0xFFFFFC00) == 0xDC00;
+}
 
 /// One character read from the front of an input that is not empty.
 struct Read {
@@ -164,12 +172,18 @@ class UnicodeCodec final : public Codec {
 
 std::unique_ptr<Codec> makeUnicodeCodec(std::uint32_t encoding) {
   switch (encoding) {
-    case RQ_ENCODING_UTF8: return std::make_unique<UnicodeCodec<Utf8>>();
-    case RQ_ENCODING_UTF16_BIG: return std::make_unique<UnicodeCodec<Utf16<std::endian::big>>>();
-    case RQ_ENCODING_UTF16_LITTLE: return std::make_unique<UnicodeCodec<Utf16<std::endian::little>>>();
-    case RQ_ENCODING_UTF32_BIG: return std::make_unique<UnicodeCodec<Utf32<std::endian::big>>>();
-    case RQ_ENCODING_UTF32_LITTLE: return std::make_unique<UnicodeCodec<Utf32<std::endian::little>>>();
-    default: return nullptr;
+    case RQ_ENCODING_UTF8:
+      return std::make_unique<UnicodeCodec<Utf8>>();
+    case RQ_ENCODING_UTF16_BIG:
+      return std::make_unique<UnicodeCodec<Utf16<std::endian::big>>>();
+    case RQ_ENCODING_UTF16_LITTLE:
+      return std::make_unique<UnicodeCodec<Utf16<std::endian::little>>>();
+    case RQ_ENCODING_UTF32_BIG:
+      return std::make_unique<UnicodeCodec<Utf32<std::endian::big>>>();
+    case RQ_ENCODING_UTF32_LITTLE:
+      return std::make_unique<UnicodeCodec<Utf32<std::endian::little>>>();
+    default:
+      return nullptr;
   }
 }
 
