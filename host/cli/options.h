@@ -1,0 +1,30 @@
+// What the user asked rqtext for.
+#ifndef RQUNI_HOST_CLI_OPTIONS_H
+#define RQUNI_HOST_CLI_OPTIONS_H
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace rq::cli {
+
+enum class Command { from, to, decode, encode, length, width, info, encodings };
+enum class Flavour { plain, served, wide };
+
+struct Options {
+  Command command = Command::info;
+  std::string subject;  // a Unicode form or a notation, for the commands that take one
+  std::vector<std::string> files;
+  std::optional<std::string> output;
+  std::optional<std::string> session;
+  Flavour flavour = Flavour::plain;
+  std::optional<std::string> library;
+  std::optional<std::uint64_t> pad;
+  bool lines = false, json = false, explain = false;
+  std::optional<bool> progress;
+};
+
+}  // namespace rq::cli
+
+#endif
