@@ -111,7 +111,7 @@ class IcuCodec final : public Codec {
       const std::size_t bad = std::min(invalidLength(mine->decoder.get()), consumed);
       return {consumed - bad, 0, outcomeOfReading(error), bad};
     }
-    if (U_IS_SURROGATE(c)) return {0, 0, Outcome::malformed, consumed};
+    if (c >= 0xD800 && c <= 0xDFFF) return {0, 0, Outcome::malformed, consumed};
     output = static_cast<char32_t>(c);
     return {consumed, 1, Outcome::outputFull};
   }
@@ -123,7 +123,10 @@ class IcuCodec final : public Codec {
 
     std::array<UChar, 2 * pieceCharacters> units;
     std::size_t count = 0;
-    for (const char32_t c : input) U16_APPEND_UNSAFE(units, count, c);
+    for (const char32_t c : input) {
+      if (c > 0xFFFF) units[count++] = static_cast<UChar>(0xD7C0 + (c >> 10));
+      units[count++] = static_cast<UChar>(c > 0xFFFF ? 0xDC00 | (c & 0x3FF) : c);
+    }
     const UChar *from = units.data();
     auto *begin = reinterpret_cast<char *>(output.data());
     char *to = begin;

@@ -15,7 +15,8 @@ std::string hexadecimal(Bytes bytes) {
   for (const std::byte byte : bytes.first(std::min(bytes.size(), most))) {
     std::array<char, 4> digits;
     std::snprintf(digits.data(), digits.size(), "%02X", std::to_integer<unsigned>(byte));
-    text += (text.empty() ? "" : " ") + std::string(digits.data());
+    if (!text.empty()) text += ' ';
+    text += digits.data();
   }
   return bytes.size() > most ? text + " ..." : text;
 }

@@ -12,7 +12,9 @@ Progress::Progress(std::optional<bool> wished)
   if (wished.value_or(terminal_)) thread_ = std::thread(&Progress::run, this);
 }
 
-Progress::~Progress() { stop(); }
+Progress::~Progress() {
+  stop();
+}
 
 void Progress::stop() {
   if (!thread_.joinable()) return;

@@ -37,6 +37,12 @@ std::string hexadecimal(RQStatus status) {
   return text.data();
 }
 
+host::HostOptions hostOptions(const host::Encoding &encoding) {
+  host::HostOptions options;
+  options.session = static_cast<std::int32_t>(encoding.identifier);
+  return options;
+}
+
 const Error notSupported = {Error::Kind::system, "not supported by this library"};
 
 }  // namespace
@@ -60,7 +66,7 @@ Workbench::Workbench(host::Library library, const host::Encoding &encoding, cons
     : library_(std::move(library)),
       encoding_(&encoding),
       codec_(host::codecOf(encoding.identifier)),
-      host_(host::HostOptions{.session = static_cast<std::int32_t>(encoding.identifier)}),
+      host_(hostOptions(encoding)),
       wide_(options.flavour == Flavour::wide) {}
 
 Result<std::unique_ptr<Workbench>> Workbench::open(const Options &options) {
@@ -68,7 +74,8 @@ Result<std::unique_ptr<Workbench>> Workbench::open(const Options &options) {
   const auto encoding = host::findEncoding(options.session.value_or(wide ? "UTF-32LE" : "UTF-8"));
   if (!encoding) return encoding.error();
   if (wide && (*encoding)->identifier != RQ_ENCODING_UTF32_LITTLE) {
-    return Error{Error::Kind::usage, "flavour t takes session text in units of 4 bytes: its session must be UTF-32LE"};
+    return Error{Error::Kind::usage,
+                 "flavour t takes session text in units of 4 bytes: its session must be UTF-32LE"};
   }
   Result<host::Library> library = openLibrary(options);
   if (!library) return library.error();
@@ -80,9 +87,7 @@ Result<std::unique_ptr<Workbench>> Workbench::open(const Options &options) {
   if (!session) return session.error();
   bench->session_.emplace(std::move(*session));
   const RQInterface *object = bench->object();
-  bench->operations_ = wide                                        ? &object->wide
-                       : options.flavour == Flavour::served ? &object->served
-                                                            : &object->plain;
+  bench->operations_ = wide ? &object->wide : options.flavour == Flavour::served ? &object->served : &object->plain;
   return bench;
 }
 
@@ -147,14 +152,14 @@ Result<Bytes> Workbench::toForm(RQForm form, const Text &text, std::optional<std
   }
 }
 
-Result<Bytes> Workbench::decode(RQCodec codec, const Text &text) {
+Result<Bytes> Workbench::decode(RQCodec decoder, const Text &text) {
   if (Done whole = needWholeUnits(text); !whole) return whole.error();
   const std::uint64_t units = text.bytes.size() / unit();
   // A decoder stops silently at a full output: only room to spare shows that it came to the end.
   for (std::uint64_t capacity = units + 64;; capacity *= 2) {
     const MutableBytes room = output_.atLeast(capacity * unit() + RQ_OUTPUT_SLACK_BYTES);
     std::uint64_t written = 0;
-    const RQStatus status = codec(object(), text.bytes.data(), units, room.data(), capacity, &written);
+    const RQStatus status = decoder(object(), text.bytes.data(), units, room.data(), capacity, &written);
     if (status == RQ_SUCCESS && written < capacity) return Bytes(room.first(written * unit()));
     const bool tooSmall =
         status == RQ_SUCCESS || status == RQ_OUTPUT_TOO_SMALL || status == RQ_REPLACEMENT_DOES_NOT_FIT;
@@ -177,7 +182,7 @@ Result<std::uint64_t> Workbench::encodedBound(const Text &text) const {
   return bound;
 }
 
-Result<Bytes> Workbench::encode(RQCodec codec, const Text &text) {
+Result<Bytes> Workbench::encode(RQCodec encoder, const Text &text) {
   if (Done whole = needWholeUnits(text); !whole) return whole.error();
   // An encoder drops what it cannot read or place, partly without a sign: so check first, and give room for all.
   const Result<std::uint64_t> bound = encodedBound(text);
@@ -186,16 +191,16 @@ Result<Bytes> Workbench::encode(RQCodec codec, const Text &text) {
   const MutableBytes room = output_.atLeast(capacity * unit() + RQ_OUTPUT_SLACK_BYTES);
   std::uint64_t written = 0;
   const RQStatus status =
-      codec(object(), text.bytes.data(), text.bytes.size() / unit(), room.data(), capacity, &written);
+      encoder(object(), text.bytes.data(), text.bytes.size() / unit(), room.data(), capacity, &written);
   if (status != RQ_SUCCESS) return failure(status, text, *encoding_, *encoding_);
   return Bytes(room.first(written * unit()));
 }
 
-Result<std::int64_t> Workbench::measure(RQMeasure measure, const Text &text) {
+Result<std::int64_t> Workbench::measure(RQMeasure slot, const Text &text) {
   if (Done whole = needWholeUnits(text); !whole) return whole.error();
   if (const Result<std::uint64_t> valid = encodedBound(text); !valid) return valid.error();
   const std::uint64_t units = text.bytes.size() / unit();
-  const std::int64_t count = measure(object(), text.bytes.data(), units);
+  const std::int64_t count = slot(object(), text.bytes.data(), units);
   if (count < 0) return failure(RQ_NO_MEMORY, text, *encoding_, *encoding_);
   // No text has more than two columns per unit: then it is the status of an operation that is not there.
   if (count == RQ_UNSUPPORTED && static_cast<std::uint64_t>(count) > 2 * units) return notSupported;

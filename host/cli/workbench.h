@@ -34,10 +34,10 @@ class Workbench {
   Result<Bytes> fromForm(RQForm form, const Text &text);
   Result<Bytes> toForm(RQForm form, const Text &text, std::optional<std::uint64_t> padBytes);
   /// One text through a decoder or an encoder, complete or an error.
-  Result<Bytes> decode(RQCodec codec, const Text &text);
-  Result<Bytes> encode(RQCodec codec, const Text &text);
+  Result<Bytes> decode(RQCodec decoder, const Text &text);
+  Result<Bytes> encode(RQCodec encoder, const Text &text);
   /// Characters or columns of one text.
-  Result<std::int64_t> measure(RQMeasure measure, const Text &text);
+  Result<std::int64_t> measure(RQMeasure slot, const Text &text);
   /// True when the session encoding holds the character, found out as the decoders do it.
   bool carries(RQChar character) const;
 
