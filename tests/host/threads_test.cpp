@@ -1,0 +1,60 @@
+#include <thread>
+
+#include "tests/host/support.h"
+
+namespace rq::test {
+namespace {
+
+/// Several threads through the same object: every one must get what a single thread gets.
+class SharedObject : public testing::TestWithParam<const char *> {};
+
+TEST_P(SharedObject, ServesThreadsAtOnce) {
+  const host::Library library = loadLibrary();
+  host::Host host(sessionIn(GetParam()));
+  const auto session = host::Session::open(library, host);
+  ASSERT_TRUE(session);
+  RQInterface *object = session->object();
+  const auto roundTrip = [object](const std::string &text) {
+    std::string inSession(512, '\0');
+    std::string back(512, '\0');
+    std::uint64_t length = 0;
+    if (object->plain.getUTF8(object, text.data(), text.size(), inSession.data(), 500, &length) != 0) return false;
+    std::uint64_t backLength = 0;
+    if (object->plain.putUTF8(object, inSession.data(), length, back.data(), 500, &backLength) != 0) return false;
+    return back.substr(0, backLength) == text;
+  };
+  std::array<int, 6> wrong{};
+  std::vector<std::thread> threads;
+  for (std::size_t i = 0; i < wrong.size(); ++i) {
+    threads.emplace_back([&, i] {
+      const std::string text = std::string(i + 1, static_cast<char>('a' + i)) + "\u65E5\u672C" + std::string(i, '!');
+      for (int round = 0; round < 2000; ++round) wrong[i] += roundTrip(text) ? 0 : 1;
+    });
+  }
+  for (std::thread &thread : threads) thread.join();
+  EXPECT_EQ(wrong, (std::array<int, 6>{}));
+}
+
+INSTANTIATE_TEST_SUITE_P(Sessions, SharedObject, testing::Values("UTF-8", "Shift_JIS", "ISO-2022-JP", "UTF-7"));
+
+TEST(ThreadsTest, SessionsAndRecordsAtOnce) {
+  const host::Library library = loadLibrary();
+  host::Host host;
+  host.instruments.watch();
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([&] {
+      for (int round = 0; round < 50; ++round) {
+        auto session = host::Session::open(library, host);
+        EXPECT_TRUE(session);
+      }
+    });
+  }
+  for (std::thread &thread : threads) thread.join();
+  EXPECT_EQ(host.instruments.callsOf(host::Service::createTranscoder), 4U * 50 * 14);
+  EXPECT_EQ(host.instruments.counts.transcoders, 0);
+  EXPECT_EQ(host.instruments.counts.pools, 0);
+}
+
+}  // namespace
+}  // namespace rq::test
