@@ -15,6 +15,7 @@
 namespace rq::cli {
 namespace {
 
+constexpr std::int64_t longestField = std::int64_t{1} << 30;
 constexpr int exitDone = 0, exitData = 1, exitUsage = 2, exitSystem = 3;
 
 constexpr const char *footer =
@@ -72,7 +73,8 @@ void describe(CLI::App &app, Options &options) {
   CLI::App *to = addCommand(app, options, Command::to, "to", "Turn session text into Unicode text");
   addSubject(*to, options, "form", forms);
   addTexts(*to, options);
-  to->add_option("--pad", options.pad, "Make each text a field of so many bytes, filled up with blanks");
+  to->add_option("--pad", options.pad, "Make each text a field of so many bytes, filled up with blanks")
+      ->check(CLI::Range(std::int64_t{0}, longestField));
 
   CLI::App *decode = addCommand(app, options, Command::decode, "decode", "Replace a notation by its characters");
   addSubject(*decode, options, "notation", {"ncr", "uesc", "uparen", "uparen-ascii"});

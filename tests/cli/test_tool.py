@@ -1,0 +1,176 @@
+"""What all commands share: usage, files, exit codes, information, progress."""
+
+import json
+import os
+import pty
+import subprocess
+import time
+import unittest
+
+from support import CORPUS, DATA, DONE, LIBRARY, SYSTEM, TOOL, USAGE, ToolTest, run
+
+
+class Usage(ToolTest):
+    def test_help_on_standard_output(self):
+        for arguments in (["--help"], ["-h"], *([c, "--help"] for c in (
+                "from", "to", "decode", "encode", "length", "width", "info", "encodings"))):
+            output = self.succeed(*arguments, library=False).decode()
+            self.assertIn("Usage:", output)
+            self.assertIn("Exit codes: 0 done", output)
+
+    def test_version_on_standard_output(self):
+        self.assertEqual(self.succeed("--version"), b"rqtext 1.0.0\n")
+
+    def test_wrong_usage(self):
+        for message, arguments in (
+                ("subcommand is required", []), ("required", ["from"]), ("utf9", ["from", "utf9"]),
+                ("--nothing", ["to", "utf8", "--nothing"]), ("uparen-ascii", ["encode", "uparen-ascii"]),
+                ("--json requires --explain", ["decode", "ncr", "--json"]), ("x", ["to", "utf8", "--flavour", "x"]),
+                ("--pad", ["from", "utf16be", "--pad", "4"]), ("--explain", ["encode", "ncr", "--explain"])):
+            result = self.fail_with(USAGE, message, *arguments, library=False)
+            self.assertEqual(result.stdout, b"")
+
+    def test_unknown_session_with_near_names(self):
+        result = self.fail_with(USAGE, "encoding 'ISO-8858-1' is unknown; similar names: ", "to", "utf8", "-s", "ISO-8858-1")
+        self.assertIn(b"ISO-8859-1", result.stderr.replace(b"ISO_8859", b"ISO-8859"))
+        self.fail_with(USAGE, "encoding '' is unknown", "to", "utf8", "-s", "")
+
+    def test_wide_flavour_needs_its_session(self):
+        self.fail_with(USAGE, "must be UTF-32LE", "to", "utf8", "--flavour", "t", "-s", "UTF-8")
+        self.succeed("to", "utf8", "--flavour", "t", "-s", "utf-32le")
+        self.fail_with(DATA, "ends inside a character", "to", "utf8", "--flavour", "t", text=b"abc")
+
+    def test_notations_need_ascii_sessions(self):
+        for session in ("UTF-16BE", "ibm-1047", "ISO-2022-JP"):
+            self.fail_with(USAGE, "the notations are ASCII text", "decode", "ncr", "-s", session)
+
+
+class Files(ToolTest):
+    def test_output_file(self):
+        target = self.folder / "out"
+        target.write_bytes(b"an old and longer content")
+        self.assertEqual(self.succeed("to", "utf16be", "-o", str(target), text=b"ab"), b"")
+        self.assertEqual(target.read_bytes(), b"\0a\0b")
+        self.succeed("to", "utf16be", "--output", str(target))
+        self.assertEqual(target.read_bytes(), b"")
+
+    def test_unreadable_input(self):
+        self.fail_with(SYSTEM, "cannot read /nonexistent: No such file", "to", "utf8", "/nonexistent")
+        self.fail_with(SYSTEM, "Is a directory", "to", "utf8", str(self.folder))
+        self.fail_with(SYSTEM, "cannot read standard input", "to", "utf8", preexec_fn=lambda: os.close(0),
+                       stdin=subprocess.DEVNULL)
+
+    def test_unwritable_output(self):
+        self.fail_with(SYSTEM, "cannot write /nonexistent/x: No such file", "to", "utf8", "-o", "/nonexistent/x")
+        with open("/dev/full", "wb") as full:
+            self.fail_with(SYSTEM, "cannot write standard output: No space left", "to", "utf8", text=b"x", stdout=full)
+            self.fail_with(SYSTEM, "No space left", "to", "utf8", text=b"x" * 3_000_000, stdout=full)
+            for arguments in (["--help"], ["--version"], ["encodings"], ["info"]):
+                self.fail_with(SYSTEM, "No space left", *arguments, stdout=full)
+        self.fail_with(SYSTEM, "No space left", "to", "utf8", "-o", "/dev/full", text=b"x")
+        self.fail_with(SYSTEM, "cannot write standard output: Bad file descriptor", "to", "utf8", text=b"x",
+                       preexec_fn=lambda: os.close(1), stdout=None)
+
+    def test_output_must_not_be_an_input(self):
+        path = self.file("both", b"text")
+        self.fail_with(USAGE, "is also an input", "to", "utf16be", path, "-o", path)
+        self.assertEqual(open(path, "rb").read(), b"text")
+
+    def test_early_failure_leaves_the_output_file_alone(self):
+        target = self.file("kept", b"old")
+        self.fail_with(USAGE, "unknown", "to", "utf8", "-s", "nonsense-encoding", "-o", target)
+        self.assertIn(open(target, "rb").read(), (b"old",))
+
+    def test_reader_that_leaves(self):
+        process = subprocess.Popen([TOOL, "to", "utf32be", "--library", LIBRARY], stdin=subprocess.PIPE,
+                                   stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        process.stdout.close()
+        process.stdin.write(b"x" * 1_000_000)
+        process.stdin.close()
+        self.assertEqual(process.stderr.read(), b"")
+        process.stderr.close()
+        self.assertEqual(process.wait(), SYSTEM)
+
+
+class Libraries(ToolTest):
+    def test_default_library_is_found_beside_the_tool(self):
+        self.assertEqual(self.succeed("to", "utf16be", text=b"a", library=False), b"\0a")
+
+    def test_library_that_cannot_be_loaded(self):
+        self.fail_with(SYSTEM, "cannot load the library /nonexistent.so", "info", "--library", "/nonexistent.so", library=False)
+        self.fail_with(SYSTEM, "cannot load the library", "info", "--library", self.file("x.so", b"no library"), library=False)
+
+    def test_library_without_the_symbols(self):
+        self.fail_with(SYSTEM, "lacks the symbol 'rqextver'", "info", "--library", "libc.so.6", library=False)
+
+
+class Information(ToolTest):
+    def test_info(self):
+        lines = dict(line.split(": ", 1) for line in self.succeed("info").decode().splitlines())
+        self.assertEqual(lines["library version"], "1.0.0")
+        self.assertEqual(lines["host interface required"], "9.1.1")
+        self.assertEqual(lines["extension interface"], "9.1")
+        self.assertEqual(os.path.realpath(lines["library"]), os.path.realpath(LIBRARY))
+        self.assertEqual(lines["prefix"], "rq")
+        self.assertEqual(lines["group"], "rqfnc")
+        self.assertRegex(lines["version stamp"], r"^V\.\d\d\.\d\dM\dP\d{8}$")
+        self.assertRegex(lines["build date"], r"^\w{3} \w{3} [ \d]\d \d\d:\d\d:\d\d UTC \d{4}$")
+        self.assertEqual(json.loads(self.succeed("info", "--json")), lines)
+
+    def test_encodings(self):
+        rows = [line.split("\t") for line in self.succeed("encodings").decode().splitlines()]
+        self.assertGreater(len(rows), 200)
+        names = {row[1]: int(row[0]) for row in rows}
+        self.assertEqual([names[n] for n in ("UTF-8", "UTF-16BE", "UTF-16LE", "UTF-32BE", "UTF-32LE")], [20, 24, 25, 26, 27])
+        self.assertEqual(len(set(names.values())), len(rows))
+        objects = [json.loads(line) for line in self.succeed("encodings", "--json").splitlines()]
+        self.assertEqual({o["name"]: o["identifier"] for o in objects}, names)
+        self.assertIn("latin1", next(o for o in objects if o["name"] == "ISO-8859-1")["aliases"])
+
+    def test_every_encoding_can_be_a_session(self):
+        for line in self.succeed("encodings", "--json").splitlines()[::7]:
+            name = json.loads(line)["name"]
+            encoded = self.succeed("from", "utf8", "-s", name, text=b"A")
+            self.assertEqual(self.succeed("to", "utf8", "-s", name, text=encoded), b"A", name)
+
+
+class Progress(ToolTest):
+    def slow_run(self, *arguments):
+        """Standard error, a terminal, of a run that takes more than a second."""
+        terminal, other_end = pty.openpty()
+        process = subprocess.Popen([TOOL, "to", "utf8", "--library", LIBRARY, *arguments], stdin=subprocess.PIPE,
+                                   stdout=subprocess.DEVNULL, stderr=other_end)
+        os.close(other_end)
+        process.stdin.write(b"some text")
+        process.stdin.flush()
+        time.sleep(1.6)
+        process.stdin.close()
+        self.assertEqual(process.wait(), DONE)
+        shown = b""
+        try:
+            while piece := os.read(terminal, 4096):
+                shown += piece
+        except OSError:
+            pass
+        os.close(terminal)
+        return shown
+
+    def test_on_a_terminal_after_a_second(self):
+        shown = self.slow_run()
+        self.assertIn(b"rqtext: 9 bytes read", shown)
+        self.assertTrue(shown.endswith(b"\r\x1b[K"), shown)
+
+    def test_not_wished(self):
+        self.assertEqual(self.slow_run("--no-progress"), b"")
+
+    def test_wished_without_a_terminal(self):
+        result = run("to", "utf16be", "--progress", text=b"abc")
+        self.assertEqual(result.stdout, b"\0a\0b\0c")
+        self.assertRegex(result.stderr.decode(), r"^rqtext: 3 bytes read, 6 bytes written, \d+\.\d s\n$")
+
+    def test_quiet_in_pipes(self):
+        self.succeed("to", "utf8", str(CORPUS / "emoji.txt"))
+
+
+if __name__ == "__main__":
+    unittest.main()
