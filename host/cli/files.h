@@ -99,6 +99,8 @@ class Output {
   Output(std::optional<std::string> file, Progress &progress) : file_(std::move(file)), progress_(progress) {}
   Done write(Bytes bytes);
   Done write(std::string_view text) { return write(std::as_bytes(std::span(text))); }
+  /// False while nothing was given to write.
+  bool begun() const { return descriptor_ || !kept_.empty(); }
   /// Writes what is still kept back and closes; only then the output is complete.
   Done finish();
 

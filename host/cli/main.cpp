@@ -137,8 +137,8 @@ int carryOut(Options &options) {
   Output output(options.output, progress);
   try {
     const Done done = run(options, progress, output);
-    // What came out before a problem belongs to the user all the same.
-    const Done finished = output.finish();
+    // What came out before a problem belongs to the user all the same; without anything the output is left alone.
+    const Done finished = done || output.begun() ? output.finish() : host::done();
     if (!done) return report(done.error(), progress);
     if (!finished) return report(finished.error(), progress);
     progress.stop();

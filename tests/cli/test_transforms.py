@@ -4,7 +4,7 @@ import os
 import subprocess
 import unittest
 
-from support import CORPUS, DATA, USAGE, ToolTest, run
+from support import CORPUS, DATA, USAGE, ToolTest
 
 FORMS = {"utf8": "utf-8", "utf16be": "utf-16-be", "utf16le": "utf-16-le", "utf32be": "utf-32-be", "utf32le": "utf-32-le"}
 
@@ -137,7 +137,7 @@ class Lines(ToolTest):
             self.assertEqual(self.succeed("from", form, "--lines", text=text.encode(FORMS[form])).decode(), text)
 
     def test_line_ends_follow_the_encoding(self):
-        self.assertEqual(self.succeed("to", "utf16be", "-s", "ibm-1047", "--lines", text=b"\xc1\x15\xc2"), "A\nB".encode("utf-16-be"))
+        self.assertEqual(self.succeed("to", "utf16be", "-s", "ibm-1047", "--lines", text=b"\xc1\x25\xc2"), "A\nB".encode("utf-16-be"))
 
     def test_any_arrival_gives_the_same_bytes(self):
         text = ("ab\n日本😀\n" * 2000 + "end").encode("utf-16-le")
@@ -157,7 +157,7 @@ class Lines(ToolTest):
 
     def test_problem_names_line_and_offset_in_the_file(self):
         result = self.fail_with(DATA, "invalid bytes FF at offset 7, line 3, column 2", "to", "utf8", "--lines",
-                                text=b"one\ntw\nx\xff\nmore".replace(b"tw\n", b"t\n"))
+                                text=b"one\nt\nx\xff\nmore")
         self.assertEqual(result.stdout, b"one\nt\n")
 
     def test_stateful_encodings_cannot_be_cut(self):
