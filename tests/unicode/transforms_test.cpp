@@ -67,11 +67,11 @@ std::string nameOfRow(const ::testing::TestParamInfo<Case>& row) {
 
 class Transform : public ::testing::TestWithParam<Case> {
  protected:
-  RQStatus run(const void* in, u64 length, void* out, u64 capacity, u64* written, int pad = 0) {
+  RQStatus run(const void* text, u64 length, void* to, u64 capacity, u64* written, int pad = 0) {
     const RQOperations& slots = slotsOf(session.object, GetParam().flavour);
     const Operation& operation = GetParam().operation;
-    if (operation.padded) return (slots.*operation.padded)(session.object, in, length, out, capacity, written, pad);
-    return (slots.*operation.unpadded)(session.object, in, length, out, capacity, written);
+    if (operation.padded) return (slots.*operation.padded)(session.object, text, length, to, capacity, written, pad);
+    return (slots.*operation.unpadded)(session.object, text, length, to, capacity, written);
   }
   bool wide() const { return GetParam().flavour == Flavour::wide; }
   bool get() const { return GetParam().operation.get; }

@@ -1,0 +1,381 @@
+/* What the codecs ask of the host, and how they bear its refusals and lies. */
+#include "codecs/rows.h"
+#include "support/guarded_buffer.h"
+
+namespace rq::test {
+namespace {
+
+using u64 = std::uint64_t;
+
+std::uint32_t sessionFor(Flavour flavour) {
+  return flavour == Flavour::wide ? utf32 : latin1;
+}
+
+class Calls : public ::testing::TestWithParam<Flavour> {
+ protected:
+  Outcome run(unsigned operation, std::u32string_view text, u64 capacity = ample) {
+    session.host.forget();
+    return call(codecOf(slotsOf(session.object, GetParam()), operation), session.object, GetParam(),
+                unitsOf(GetParam(), session.encoding, text), capacity);
+  }
+  RQStatus runBlind(unsigned operation, u64 units) {
+    std::uint8_t out[64];
+    written = 99;
+    session.host.forget();
+    return codecOf(slotsOf(session.object, GetParam()), operation)(session.object, out, units, out, 0, &written);
+  }
+  u64 conversions() const { return session.host.count(Service::convert); }
+  Session session{sessionFor(GetParam())};
+  u64 written = 0;
+};
+std::string nameOfFlavour(const ::testing::TestParamInfo<Flavour>& flavour) {
+  return nameOf(flavour.param);
+}
+
+constexpr unsigned getNCR = 0, putNCR = 1, getUEsc = 2, putUEsc = 3, getUParen = 4, getUParenP = 5, putUParen = 6;
+constexpr unsigned encoders[] = {putNCR, putUEsc, putUParen};
+constexpr unsigned decoders[] = {getNCR, getUEsc, getUParen, getUParenP};
+
+TEST_P(Calls, DecodersAskNothingForTextWithoutNotations) {
+  for (const unsigned operation : decoders) {
+    run(operation, times(U"plain text, & < \\ and all ", 20));
+    EXPECT_TRUE(session.host.calls.empty()) << nameOfOperation(operation);
+  }
+}
+
+TEST_P(Calls, DecodersNeverTakeMemory) {
+  for (const unsigned operation : decoders) {
+    run(operation, times(U"&#65;\\u0041<U0041>", 100));
+    EXPECT_EQ(session.host.count(Service::allocate), 0U);
+  }
+}
+
+TEST_P(Calls, PutUEscAsksNothingForAscii) {
+  run(putUEsc, times(U"ascii \\u0041", 20));
+  EXPECT_TRUE(session.host.calls.empty());
+}
+
+TEST_P(Calls, PutUParenAsksNothingForAscii) {
+  run(putUParen, times(U"ascii", 20));
+  EXPECT_TRUE(session.host.calls.empty());
+}
+
+TEST_P(Calls, PutNCRWidensAsciiWithoutTheInboundTranscoder) {
+  run(putNCR, times(U"ascii", 20));
+  for (const Call& made : session.host.calls)
+    EXPECT_EQ(made.arguments[0], reinterpret_cast<const u64*>(session.object)[53]);
+}
+
+TEST_P(Calls, ANonAsciiTextIsWidenedInOneCall) {
+  for (const unsigned operation : encoders) {
+    const Outcome outcome = run(operation, U"abc\u00E9def\u00E9", 0 + ample);
+    EXPECT_EQ(outcome.status, 0U);
+    u64 inbound = 0;
+    for (const Call& made : session.host.calls) {
+      if (made.arguments[0] != reinterpret_cast<const u64*>(session.object)[54]) continue;
+      ++inbound;
+      EXPECT_EQ(made.arguments[2], 8 * unitBytes(GetParam()));
+      EXPECT_EQ(made.arguments[4], 1024U);
+      EXPECT_EQ(made.seen[0], 0U);
+    }
+    EXPECT_EQ(inbound, 1U) << nameOfOperation(operation);
+  }
+}
+
+TEST_P(Calls, ARoundTripStartsAtTheCapacityOfItsScratch) {
+  struct Row {
+    unsigned operation;
+    const char32_t* text;
+    u64 capacity;
+  };
+  for (const Row& row : {Row{getNCR, U"&#233;", 20}, Row{getUEsc, U"\\u00E9", 20}, Row{getUParen, U"<U00E9>", 12}}) {
+    run(row.operation, row.text);
+    ASSERT_EQ(session.host.calls.size(), 2U);
+    const Call& out = session.host.calls[0];
+    const Call& in = session.host.calls[1];
+    const auto* words = reinterpret_cast<const u64*>(session.object);
+    EXPECT_EQ(out.arguments[0], words[53]);
+    EXPECT_EQ(out.arguments[2], 4U);
+    EXPECT_EQ(out.arguments[4], row.capacity * unitBytes(GetParam()));
+    EXPECT_EQ(out.seen[0], out.arguments[4]);
+    EXPECT_EQ(out.arguments[6], 0U);
+    EXPECT_EQ(in.arguments[0], words[54]);
+    EXPECT_EQ(in.arguments[2], unitBytes(GetParam()));
+    EXPECT_EQ(in.arguments[4], 4U);
+    EXPECT_EQ(in.arguments[6], 0U);
+  }
+}
+
+TEST_P(Calls, ACodePointIsAskedForOncePerCall) {
+  for (const char32_t* text : {U"&#233;\\u00E9<U00E9>", U"&#65;\\u0041<U0041>", U"&#xDE00;\\uDE00<UDE00>"})
+    for (const unsigned operation : {getNCR, getUEsc, getUParen}) {
+      run(operation, times(text, 60));
+      EXPECT_EQ(conversions(), 2U) << nameOfOperation(operation);
+      const u64 first = session.host.calls[0].digest;
+      run(operation, times(text, 60));
+      EXPECT_EQ(conversions(), 2U) << "nothing survives a call";
+      EXPECT_EQ(session.host.calls[0].digest, first);
+    }
+  run(putNCR, times(U"a", 200));
+  EXPECT_EQ(conversions(), 1U);
+  run(putNCR, times(U"ab", 100));
+  EXPECT_EQ(conversions(), 2U);
+}
+
+TEST_P(Calls, WorkingBuffersComeFromThePoolAtTheirThresholds) {
+  struct Row {
+    unsigned operation;
+    u64 largestLocal;
+  };
+  for (const Row& row : {Row{putNCR, 255}, Row{putUEsc, 256}, Row{putUParen, 255}})
+    for (const u64 units : {row.largestLocal - 1, row.largestLocal, row.largestLocal + 1, row.largestLocal + 2}) {
+      const bool pooled = units > row.largestLocal;
+      EXPECT_EQ(run(row.operation, times(U"a", static_cast<unsigned>(units))).status, 0U);
+      EXPECT_EQ(session.host.count(Service::allocate), pooled ? 1U : 0U) << nameOfOperation(row.operation) << units;
+      EXPECT_EQ(session.host.count(Service::release), pooled ? 1U : 0U);
+      if (!pooled) continue;
+      const Call& allocate = session.host.calls[0];
+      EXPECT_EQ(allocate.service, Service::allocate);
+      EXPECT_EQ(allocate.arguments[1], 4 * units);
+      EXPECT_EQ(allocate.arguments[2], 0U);
+    }
+  EXPECT_EQ(session.host.liveBlocks, 1U);
+}
+
+TEST_P(Calls, RefusedMemoryStoresNoLength) {
+  session.host.refuse(Service::allocate, 0);
+  for (const unsigned operation : encoders)
+    for (const u64 capacity : {u64{0}, u64{5}, ample}) {
+      const Outcome outcome = run(operation, times(U"a", 300), capacity);
+      EXPECT_EQ(outcome.status, noMemory);
+      EXPECT_FALSE(outcome.stored);
+      EXPECT_EQ(outcome.reach, 0U);
+      EXPECT_EQ(session.host.count(Service::release), 0U);
+    }
+}
+
+TEST_P(Calls, ALengthThatWrapsIsRefusedMemory) {
+  for (const unsigned operation : encoders)
+    for (const u64 units : {u64{1} << 62, (u64{1} << 62) + 1, u64{1} << 63, (u64{3} << 62) + 100, UINT64_MAX}) {
+      EXPECT_EQ(runBlind(operation, units), noMemory) << nameOfOperation(operation);
+      EXPECT_EQ(written, 99U);
+    }
+}
+
+TEST_P(Calls, ABufferIsGivenBackOnEveryWay) {
+  for (const unsigned operation : encoders)
+    for (const u64 capacity : {u64{0}, u64{1}, u64{6}, u64{7}, u64{300}, ample})
+      for (const char32_t* piece : {U"a", U"\u00E9", U"<U0041>", U"\\u0041"})
+        for (const bool refuse : {false, true}) {
+          if (refuse) session.host.refuse(Service::convert, 0);
+          run(operation, times(piece, 300), capacity);
+          EXPECT_EQ(session.host.count(Service::allocate), 1U);
+          EXPECT_EQ(session.host.count(Service::release), 1U);
+          EXPECT_EQ(session.host.liveBlocks, 1U);
+          EXPECT_EQ(session.host.mistakes, 0U);
+          session.host.behave();
+        }
+}
+
+TEST_P(Calls, EncodersWidenEvenIntoNothing) {
+  for (const unsigned operation : encoders) {
+    const Outcome outcome = run(operation, times(U"\u00E9", 300), 0);
+    EXPECT_EQ(outcome.status, 0U);
+    EXPECT_EQ(outcome.length, 0U);
+    EXPECT_EQ(session.host.count(Service::allocate), 1U);
+    EXPECT_EQ(conversions(), 1U);
+  }
+}
+
+TEST_P(Calls, AFailedWideningGivesNothing) {
+  session.host.refuse(Service::convert, 0);
+  for (const unsigned operation : encoders) {
+    const Outcome outcome = run(operation, U"\u00E9", 100);
+    EXPECT_EQ(outcome.status, 0U);
+    EXPECT_TRUE(outcome.stored);
+    EXPECT_EQ(outcome.length, 0U);
+  }
+}
+
+TEST_P(Calls, TheTranscodersStatusIsNeverLookedAt) {
+  session.host.convertStatus = 0x80000001;
+  const auto expected = unitsOf(GetParam(), session.encoding, U"\u00E9");
+  EXPECT_EQ(run(getNCR, U"&#233;").bytes, expected);
+  EXPECT_EQ(run(getUEsc, U"\\u00E9").bytes, expected);
+  EXPECT_EQ(run(getUParen, U"<U00E9>").bytes, expected);
+  EXPECT_EQ(run(putUEsc, U"\u00E9").bytes, unitsOf(GetParam(), session.encoding, U"\\u00E9"));
+}
+
+TEST_P(Calls, AnImpossibleLengthCountsAsAFailedRoundTrip) {
+  for (const Lie lie : {Lie::capacityPlusOne, Lie::enormous}) {
+    struct Row {
+      unsigned operation;
+      const char32_t* text;
+    };
+    for (const Row& row : {Row{getNCR, U"&#233;"}, Row{getUEsc, U"\\u00E9"}, Row{getUParen, U"<U00E9>"},
+                           Row{getUParenP, U"<U0041>"}}) {
+      session.host.behave();
+      session.host.lie(lie, 1);
+      EXPECT_EQ(run(row.operation, row.text).bytes, unitsOf(GetParam(), session.encoding, row.text))
+          << nameOfOperation(row.operation);
+    }
+  }
+}
+
+TEST_P(Calls, LiesLeadNowhereOutOfBounds) {
+  GuardedBuffer in(8192), out(16384);
+  constexpr u64 slack = RQ_OUTPUT_SLACK_BYTES;
+  for (const char32_t* text : {U"&#233;&#x41;a<U0041>x\u00E9<U0001F600>y", U"\\u00E9<U00E9>\\uu0041\u00E9\u0080"})
+    for (const unsigned repeats : {1U, 20U})
+      for (unsigned operation = 0; operation < codecCount; ++operation)
+        for (const Lie lie : {Lie::notSet, Lie::zero, Lie::capacity, Lie::capacityPlusOne, Lie::odd, Lie::enormous})
+          for (const u64 nth : {0U, 1U, 2U, 3U, 5U})
+            for (const u64 capacity : {u64{0}, u64{1}, u64{8}, u64{30}, u64{900}}) {
+              const auto units = unitsOf(GetParam(), session.encoding, times(text, repeats));
+              const std::uint8_t* from = in.place(units.data(), units.size());
+              std::uint8_t* to = out.place(capacity * unitBytes(GetParam()) + slack);
+              session.host.behave();
+              session.host.lie(lie, nth);
+              u64 length = 0;
+              codecOf(slotsOf(session.object, GetParam()), operation)(
+                  session.object, from, units.size() / unitBytes(GetParam()), to, capacity, &length);
+              ASSERT_TRUE(out.intact());
+              ASSERT_EQ(session.host.liveBlocks, 1U);
+              ASSERT_EQ(session.host.mistakes, 0U);
+              session.host.forget();
+            }
+}
+
+// Notations cut at every place, before memory that may not be read, and outputs with the slack that the header asks
+// for and not a byte more.
+TEST_P(Calls, InputEndsAtAGuardPageAndOutputHasExactlyItsSlack) {
+  GuardedBuffer in(8192), out(16384);
+  constexpr const char32_t* texts[] = {U"ab&#65;&#xD83D;&#xDE00;&",
+                                       U"&#",
+                                       U"\\uD83D\\uDE00\\uu0041\\",
+                                       U"\\u00\\u",
+                                       U"<U0041><U0001F600>x<U<",
+                                       U"<U",
+                                       U"a\u00E9<U0041>x<U0001F600>yy\\u0041\\u0041"};
+  for (const char32_t* whole : texts)
+    for (std::u32string_view text = whole; !text.empty(); text.remove_suffix(1))
+      for (unsigned operation = 0; operation < codecCount; ++operation)
+        for (u64 capacity = 0; capacity <= 24; ++capacity)
+          for (const Flush flush : {Flush::atEnd, Flush::atBeginning}) {
+            const auto units = unitsOf(GetParam(), session.encoding, text);
+            const std::uint8_t* from = in.place(units.data(), units.size(), flush);
+            std::uint8_t* to = out.place(capacity * unitBytes(GetParam()) + RQ_OUTPUT_SLACK_BYTES);
+            u64 length = 0;
+            session.host.forget();
+            codecOf(slotsOf(session.object, GetParam()), operation)(
+                session.object, from, units.size() / unitBytes(GetParam()), to, capacity, &length);
+            ASSERT_TRUE(out.intact());
+            ASSERT_LE(length, capacity + 4);
+          }
+}
+
+// An ampersand or less-than sign as the last unit, with the rest of a notation just behind it.
+TEST_P(Calls, NothingBehindTheInputIsTakenForPartOfIt) {
+  struct Row {
+    unsigned operation;
+    const char32_t* text;
+  };
+  for (const Row& row : {Row{getNCR, U"&#65;"}, Row{getUParen, U"<U0041>"}, Row{getUParenP, U"<U0041>"},
+                         Row{getUEsc, U"\\u0041"}, Row{putUEsc, U"\\u0041"}, Row{putNCR, U"<U0041>"}}) {
+    const auto units = unitsOf(GetParam(), session.encoding, row.text);
+    const u64 count = units.size() / unitBytes(GetParam());
+    for (u64 length = 1; length < count; ++length) {
+      std::vector<std::uint8_t> out(256);
+      u64 stored = 99;
+      codecOf(slotsOf(session.object, GetParam()), row.operation)(session.object, units.data(), length, out.data(),
+                                                                  40, &stored);
+      EXPECT_EQ(stored, length) << nameOfOperation(row.operation);
+      EXPECT_EQ(
+          std::vector(out.begin(), out.begin() + static_cast<std::ptrdiff_t>(length * unitBytes(GetParam()))),
+          std::vector(units.begin(), units.begin() + static_cast<std::ptrdiff_t>(length * unitBytes(GetParam()))));
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Flavours, Calls, ::testing::ValuesIn(allFlavours), nameOfFlavour);
+
+TEST(CharsetService, IsLookedUpAfreshUnlessTheCaseServiceHoldsIt) {
+  struct Row {
+    MockHost::Services services;
+    u64 lookUps, uses;
+  };
+  for (const Row& row : {Row{{false, true, true}, 0, 0}, Row{{true, true, true}, 0, 2},
+                         Row{{true, false, true}, 2, 2}, Row{{true, false, false}, 2, 0}})
+    for (const char32_t* text : {U"&#x4a;&#x4b;", U"\\u004a\\u004b", U"<u004a><u004b>"}) {
+      Session session(latin1);
+      session.host.offer(row.services);
+      const unsigned operation = *text == '&' ? getNCR : *text == '<' ? getUParen : getUEsc;
+      const Outcome outcome = call(codecOf(session.object->served, operation), session.object, Flavour::served,
+                                   unitsOf(Flavour::served, latin1, text), 100);
+      EXPECT_EQ(shown(outcome.bytes, Flavour::served), "JK");
+      EXPECT_EQ(session.host.count(Service::upperCase), row.uses) << nameOfOperation(operation);
+      EXPECT_EQ(session.host.count(Service::lookUpCharset), row.lookUps);
+      for (const Call& made : session.host.calls) {
+        if (made.service == Service::lookUpCharset) {
+          EXPECT_EQ(made.arguments[2], 3U);
+          EXPECT_EQ(made.seen[0], 0U) << "the name is ZQD";
+        }
+        if (made.service == Service::upperCase) {
+          EXPECT_LE(made.arguments[2], 8U);
+          EXPECT_EQ(made.arguments[3], 0U);
+        }
+      }
+      EXPECT_EQ(session.object->pool != nullptr, true);
+    }
+}
+
+TEST(CharsetService, IsAskedByTheServedFlavourAlone) {
+  Session session(latin1);
+  session.host.offer({true, true, true});
+  const auto units = unitsOf(Flavour::plain, latin1, U"&#x4a;\\u004a<u004a>");
+  for (const unsigned operation : decoders)
+    call(codecOf(session.object->plain, operation), session.object, Flavour::plain, units, 100);
+  EXPECT_EQ(session.host.count(Service::upperCase) + session.host.count(Service::lookUpCharset), 0U);
+}
+
+TEST(CharsetService, DecidesWhatADigitIs) {
+  Session session(latin1);
+  session.host.offer({true, true, false});
+  const auto outcome = call(session.object->served.getNCR, session.object, Flavour::served,
+                            unitsOf(Flavour::served, latin1, U"&#x4$;"), 100);
+  EXPECT_EQ(shown(outcome.bytes, Flavour::served), "M");
+}
+
+// Only the plain flavour reads the escape characters from the object, and only three of its codecs do.
+TEST(EscapeCharacters, AreReadFromTheObjectByThePlainFlavourOnly) {
+  Session session(latin1);
+  session.object->escape = '%';
+  session.object->reference = '@';
+  const auto answer = [&](const RQOperations& slots, unsigned operation, std::u32string_view text) {
+    return shown(
+        call(codecOf(slots, operation), session.object, Flavour::plain, unitsOf(Flavour::plain, latin1, text), 100)
+            .bytes,
+        Flavour::plain);
+  };
+  const RQOperations& plain = session.object->plain;
+  const RQOperations& served = session.object->served;
+  EXPECT_EQ(answer(plain, getNCR, U"&#65;&@66;"), "&#65;B");
+  EXPECT_EQ(answer(served, getNCR, U"&#65;&@66;"), "A&@66;");
+  EXPECT_EQ(answer(plain, putNCR, U"\u00E9"), "&@233;");
+  EXPECT_EQ(answer(served, putNCR, U"\u00E9"), "&#233;");
+  EXPECT_EQ(answer(plain, getUEsc, U"\\u0041%u0042"), "\\u0041B");
+  EXPECT_EQ(answer(served, getUEsc, U"\\u0041%u0042"), "A%u0042");
+  EXPECT_EQ(answer(plain, putUEsc, U"\u00E9\\u0041"), "\\u00E9\\uu0041");
+  EXPECT_EQ(answer(plain, getUParen, U"<U0041>"), "A");
+}
+
+// In the wide flavour bytes that do not fill a unit are dropped.
+TEST(WideFlavour, DropsTheRemainderOfOtherEncodings) {
+  Session session(latin1);
+  const auto outcome = call(session.object->wide.getNCR, session.object, Flavour::wide,
+                            unitsOf(Flavour::wide, latin1, U"a&#65;b"), 100);
+  EXPECT_EQ(shown(outcome.bytes, Flavour::wide), "ab");
+}
+
+}  // namespace
+}  // namespace rq::test
