@@ -28,6 +28,11 @@ class Progress {
     const auto isPair = [&](const Unit* p) { return load(p) == first && (load(p + 1) & kept) == second; };
     const uint64_t left = remaining();
     if (left > 1 && isPair(in_)) return true;
+    if (left > 2 && capacity_ - written_ > 1 && isPair(in_ + 1)) {  // such as the blank between two words of escapes
+      store(out_ + written_, load(in_));
+      advance(1);
+      return true;
+    }
     uint64_t most = smaller(left, capacity_ - written_);
     if (most < left && isPair(in_ + most - 1)) --most;  // the output ends between the two: not text, so not copied
     advance(kit::copyUntilPair(in_, most, out_ + written_, first, second, kept));

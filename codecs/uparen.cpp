@@ -82,12 +82,47 @@ uint64_t writeNotation(Unit* out, uint64_t room, uint32_t character) {
   return length;
 }
 
+/// The ASCII characters as notations, each with a byte of no account behind it.
+struct AsciiNotations {
+  uint8_t text[128][8];
+  constexpr AsciiNotations() : text{} {
+    for (uint32_t c = 0; c < 128; ++c) {
+      const uint8_t notation[] = {'<', 'u', '0', '0', hexPairs.text[c][0], hexPairs.text[c][1], '>', 0};
+      for (uint32_t i = 0; i < 8; ++i) text[c][i] = notation[i];
+    }
+  }
+};
+inline constexpr AsciiNotations asciiNotations;
+
+/// Writes ASCII characters up to a '<' as notations, one store each, and returns their number. A store goes one byte
+/// beyond its notation, so it stops where something is certain to be written behind it: before the last character,
+/// and while there is room for the longest notation.
+template <class Character>
+uint64_t writeAsciiRun(uint8_t* out, uint64_t room, const Character* text, uint64_t count) {
+  if (room <= longLength || load(text) >= 0x80) return 0;
+  const uint64_t most = smaller(count - 1, (room - longLength) / shortLength);
+  uint64_t i = 0;
+  for (; i < most; ++i, out += shortLength) {
+    const Character character = load(text + i);
+    if (character >= 0x80 || character == '<') break;
+    std::memcpy(out, asciiNotations.text[character], 8);
+  }
+  return i;
+}
+template <class Character>
+uint64_t writeAsciiRun(RQChar*, uint64_t, const Character*, uint64_t) {
+  return 0;  // sixteen times the bytes: not worth a path of its own
+}
+
 template <class Unit, class Character>
 RQStatus encodeNotations(RQTranscoder* toSession, const Character* text, uint64_t count, Unit* output,
                          uint64_t capacity, uint64_t* written) {
   uint64_t out = 0;
   RQStatus status = RQ_SUCCESS;
   for (uint64_t i = 0; i < count && out < capacity;) {
+    const uint64_t run = writeAsciiRun(output + out, capacity - out, text + i, count - i);
+    i += run;
+    out += run * shortLength;
     const uint64_t room = capacity - out;
     if (room < shortLength) {
       status = RQ_OUTPUT_TOO_SMALL;
