@@ -261,7 +261,7 @@ std::uint64_t countWide(const RQChar* p, std::uint64_t n) {
   if (i == n) return count;
   const std::uint64_t counted = V::lanes - (n - i);  // lanes of the last vector that were in the one before
   const std::uint64_t bits = inIntervals<0, all>(V::load(p + n - V::lanes)).bits() >> counted;
-  return count + static_cast<std::uint64_t>(__builtin_popcountll(bits));
+  return count + countBits(bits);
 }
 
 }  // namespace

@@ -53,6 +53,16 @@ RQ_INLINE std::uint64_t lastBit(std::uint64_t bits) {
   return 63 - static_cast<std::uint64_t>(__builtin_clzll(bits));
 }
 
+RQ_INLINE std::uint64_t countBits(std::uint64_t bits) {
+#ifdef __POPCNT__
+  return static_cast<std::uint64_t>(__builtin_popcountll(bits));
+#else  // the built-in function would be a call
+  bits -= bits >> 1 & 0x5555555555555555;
+  bits = (bits & 0x3333333333333333) + (bits >> 2 & 0x3333333333333333);
+  return ((bits + (bits >> 4)) & 0x0F0F0F0F0F0F0F0F) * 0x0101010101010101 >> 56;
+#endif
+}
+
 /// The `n` bytes at `p`, 1 to 15, then zeros; reads nothing else.
 RQ_INLINE __m128i loadBytes(const void* p, std::uint64_t n) {
   if (n >= 8) {
@@ -91,7 +101,7 @@ struct Vector16 {
       return static_cast<std::uint32_t>(_mm_movemask_epi8(v));
     }
     RQ_INLINE std::uint64_t count() const {
-      return static_cast<std::uint64_t>(__builtin_popcount(static_cast<unsigned>(_mm_movemask_epi8(v)))) / sizeof(U);
+      return countBits(static_cast<std::uint32_t>(_mm_movemask_epi8(v))) / sizeof(U);
     }
   };
 

@@ -28,8 +28,7 @@ struct Vector32 {
       return static_cast<std::uint32_t>(_mm256_movemask_epi8(v));
     }
     RQ_INLINE std::uint64_t count() const {
-      return static_cast<std::uint64_t>(__builtin_popcount(static_cast<unsigned>(_mm256_movemask_epi8(v)))) /
-             sizeof(U);
+      return countBits(static_cast<std::uint32_t>(_mm256_movemask_epi8(v))) / sizeof(U);
     }
   };
 
