@@ -140,7 +140,7 @@ std::vector<u32> grammarText(Random& random) {
   for (u32 i = 0; i < count; ++i) {
     if (random.oneIn(6)) text.push_back(anyCharacter(random));
     for (const char32_t* piece = pieces[random.below(std::size(pieces))]; *piece; ++piece) text.push_back(*piece);
-    if (random.oneIn(20) && !text.empty()) text.pop_back();
+    if (random.oneIn(20) && text.size() > 1) text.pop_back();
   }
   if (random.oneIn(40)) {  // long enough for the thresholds of the working buffers
     const u32 length = 250 + random.below(12);

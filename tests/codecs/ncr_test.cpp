@@ -115,7 +115,7 @@ const CodecRow rows[] = {
     {"PutAngleNotClosed", put, Where::everywhere, U"<U0041x", U"<U0041x"},
     {"PutAngleEightDigitsIsText", put, Where::everywhere, U"<U00000041>", U"<U00000041>"},
     {"PutAngleOtherLetter", put, Where::everywhere, U"<V0041>", U"<V0041>"},
-    {"PutAngleDigitsThroughCharset", put, Where::narrow, U"<u004$>", U"M", ample, 0, true, cachedCharset},
+    {"PutAngleDigitsThroughCharset", put, Where::served, U"<u004$>", U"M", ample, 0, true, cachedCharset},
     {"PutAngleValueBelowU0080", put, Where::everywhere, U"<U0009>", U"\t"},
     {"PutAngleEndsTheText", put, Where::everywhere, U"<U0041>.", U"A."},
     {"PutWideAboveAsciiUnsigned", put, Where::wideLax, U"\x80000041",

@@ -7,8 +7,8 @@ std::vector<std::uint32_t> sessionsOf(Where where, Flavour flavour) {
   const bool wide = flavour == Flavour::wide;
   switch (where) {
     case Where::everywhere:
-      if (wide) return {utf32, laxUnits};
-      return {latin1, ascii, cyrillic, doubleByte, shifted, utf8, laxBytes, substituting};
+      if (wide) return {utf32};
+      return {latin1, ascii, cyrillic, doubleByte, shifted, utf8, substituting};
     case Where::latin:
       return wide ? std::vector<std::uint32_t>{utf32, laxUnits} : std::vector<std::uint32_t>{latin1, utf8};
     case Where::unicode:
@@ -23,6 +23,9 @@ std::vector<std::uint32_t> sessionsOf(Where where, Flavour flavour) {
       return {latin1};
     case Where::plain:
       if (flavour != Flavour::plain) return {};
+      return {latin1};
+    case Where::served:
+      if (flavour != Flavour::served) return {};
       return {latin1};
     case Where::wide:
       if (!wide) return {};

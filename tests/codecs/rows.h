@@ -12,13 +12,14 @@ namespace rq::test {
 
 /// Where a row holds.
 enum class Where {
-  everywhere,  // any session that extends ASCII, and UTF-32 in the wide flavour
+  everywhere,  // any session that extends ASCII and carries no surrogates; UTF-32 in the wide flavour
   latin,       // sessions that hold U+0080 to U+00FF
   unicode,     // sessions that hold every character
   lax,         // sessions that carry surrogates and any 32-bit value
   cyrillic,    // a session that holds no Latin letters beyond ASCII; wide flavour left out
   narrow,      // the plain and served flavours in Latin-1
   plain,       // the plain flavour alone, in Latin-1
+  served,      // the served flavour alone, in Latin-1
   wide,        // the wide flavour alone, UTF-32
   wideLax,     // the wide flavour alone, any 32-bit value
 };
