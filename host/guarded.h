@@ -19,7 +19,7 @@ struct TableName {
 [[noreturn]] void reportForbiddenCall(const char *table, unsigned word) noexcept;
 
 template <TableName name, unsigned word>
-[[noreturn]] void forbiddenSlot() noexcept {
+[[noreturn]] void forbiddenSlot() {
   reportForbiddenCall(name.text, word);
 }
 
