@@ -26,9 +26,11 @@ class Journal final : public Guarded<RQJournal, "journal"> {
   /// From now on reads `count` 8-byte arguments off each list; callers must pass as many. 0 at first.
   void readVariables(std::size_t count);
   std::vector<JournalEntry> entries() const;
-  const char *locale() const { return "C.UTF-8"; }
+  const char *locale() const { return localeName; }
 
  private:
+  static constexpr char localeName[] = "C.UTF-8";
+
   static uint64_t messageToBufSlot(RQJournal *journal, uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4,
                                    uint64_t a5, va_list list) noexcept;
   static uint64_t messageToJnlSlot(RQJournal *journal, uint64_t a1, uint64_t a2, uint64_t a3, va_list list) noexcept;

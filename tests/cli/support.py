@@ -8,6 +8,7 @@ import unittest
 
 TOOL = os.environ["RQTEXT"]
 LIBRARY = os.environ["RQ_LIBRARY"]
+STUB = os.environ["RQ_STUB_LIBRARY"]  # stub_library.c
 CORPUS = pathlib.Path(os.environ["RQ_CORPUS"])
 
 DONE, DATA, USAGE, SYSTEM = 0, 1, 2, 3
@@ -23,14 +24,6 @@ def run(*arguments, text=b"", library=True, **options):
     options.setdefault("stdout", subprocess.PIPE)
     options.setdefault("stderr", subprocess.PIPE)
     return subprocess.run(command, check=False, timeout=120, **options)
-
-
-def codecs_supported():
-    """False while the library's codec and measure slots are still open."""
-    return run("length").returncode == DONE and run("decode", "ncr").returncode == DONE
-
-
-CODECS = unittest.skipUnless(codecs_supported(), "the library does not offer the operation yet")
 
 
 class ToolTest(unittest.TestCase):

@@ -4,19 +4,11 @@ import json
 import random
 import unittest
 
-from support import CODECS, CORPUS, DATA, SYSTEM, ToolTest, codecs_supported
+from support import CORPUS, DATA, ToolTest
 
 NOTATIONS = ("ncr", "uesc", "uparen", "uparen-ascii")
 
 
-class Unsupported(ToolTest):
-    @unittest.skipIf(codecs_supported(), "the library offers the operations")
-    def test_open_slots_are_reported(self):
-        for arguments in (["decode", "ncr"], ["decode", "uesc", "--explain"], ["encode", "uparen"], ["length"], ["width"]):
-            self.fail_with(SYSTEM, "not supported by this library", *arguments, text=b"text")
-
-
-@CODECS
 class Decode(ToolTest):
     def test_examples_in_sessions_and_flavours(self):
         for notation, text, decoded in (("ncr", "caf&#233;", "café"), ("ncr", "caf&#xe9;", "café"),
@@ -61,7 +53,6 @@ class Decode(ToolTest):
             self.assertEqual(self.succeed("decode", notation, "--explain", text=text * 20_000).count(b"\n"), 20_001)
 
 
-@CODECS
 class Explain(ToolTest):
     def rebuilt(self, notation, text, session, python, *options):
         """The decoder's output put together from its explanation."""
@@ -130,7 +121,6 @@ class Explain(ToolTest):
         self.assertEqual(row.split("\t")[3], "&#65\\x09\\xFF\\x0A" + "x" * 41 + "...")
 
 
-@CODECS
 class Encode(ToolTest):
     def test_examples_in_sessions_and_flavours(self):
         for notation, text, encoded in (("ncr", "café 😀", "caf&#233; &#128512;"),
@@ -172,7 +162,6 @@ class Encode(ToolTest):
         self.assertEqual(self.succeed("encode", "uparen", text=b"a\n"), b"<u0061><u000A>")
 
 
-@CODECS
 class Measures(ToolTest):
     def test_one_text(self):
         for text, length, width in (("", 0, 0), ("ab  ", 2, 2), ("日本", 2, 4), ("  x", 3, 3), ("   ", 0, 0), ("😀é", 2, 2),

@@ -8,7 +8,7 @@ import subprocess
 import time
 import unittest
 
-from support import CORPUS, DATA, DONE, LIBRARY, SYSTEM, TOOL, USAGE, ToolTest, run
+from support import CORPUS, DATA, DONE, LIBRARY, STUB, SYSTEM, TOOL, USAGE, ToolTest, run
 
 
 class Usage(ToolTest):
@@ -103,6 +103,31 @@ class Libraries(ToolTest):
 
     def test_library_without_the_symbols(self):
         self.fail_with(SYSTEM, "lacks the symbol 'rqextver'", "info", "--library", "libc.so.6", library=False)
+
+    def stub(self, fault):
+        return {"library": False, "env": {**os.environ, "RQ_STUB": fault}}
+
+    def test_open_slots_are_reported(self):
+        for arguments in (["decode", "ncr"], ["decode", "uesc", "--explain"], ["encode", "uparen"], ["length"], ["width"],
+                          ["from", "utf8"], ["to", "utf16be"]):
+            self.fail_with(SYSTEM, "not supported by this library", *arguments, "--library", STUB, text=b"text",
+                           **self.stub("unsupported"))
+
+    def test_library_of_another_interface(self):
+        self.fail_with(SYSTEM, "speaks version 8.1 of the extension interface, the host 9.1", "info", "--library", STUB,
+                       **self.stub("version"))
+
+    def test_library_that_makes_no_object(self):
+        self.fail_with(SYSTEM, "the library made no interface object", "length", "--library", STUB, **self.stub("object"))
+
+    def test_object_without_transcoders(self):
+        self.fail_with(SYSTEM, "could not make all transcoders", "length", "--library", STUB, **self.stub("transcoders"))
+
+    def test_refused_memory_and_strange_statuses(self):
+        for arguments in (["encode", "ncr"], ["length"], ["decode", "uparen"]):
+            self.fail_with(SYSTEM, "not enough memory", *arguments, "--library", STUB, text=b"text", **self.stub("memory"))
+        self.fail_with(SYSTEM, "failed with status 0x00000007", "to", "utf8", "--library", STUB, text=b"text",
+                       **self.stub("strange"))
 
 
 class Information(ToolTest):
