@@ -1,0 +1,13 @@
+// The families of rows, one file each.
+#pragma once
+
+namespace rq::bench {
+
+void registerLimits();
+void registerKit();
+void registerWide();
+void registerCodecs();
+void registerMetrics();
+void registerFrame();
+
+}  // namespace rq::bench
