@@ -42,6 +42,7 @@ int main(int count, char** arguments) {
   rq::bench::loadLibrary(options.library);
   rq::bench::registerLimits();
   rq::bench::registerKit();
+  rq::bench::registerWide();
   benchmark::Initialize(&count, arguments);
   if (benchmark::ReportUnrecognizedArguments(count, arguments)) return 2;
   benchmark::RunSpecifiedBenchmarks();
