@@ -204,21 +204,22 @@ std::int64_t mappedMismatch(const RQChar* a, const RQChar* b, std::uint64_t n, c
     }
   }
   const MapCase mapped{&caseMap};
-  const auto differences = [=](std::uint64_t i) -> std::uint64_t {
-    const V x = V::load(a + i), y = V::load(b + i);
-    return (x ^ y).any() ? (mapped(x) ^ mapped(y)).bits() : 0;
+  const auto differ = [=](std::uint64_t i) { return V::load(a + i) ^ V::load(b + i); };
+  const auto mappedDiffer = [=](std::uint64_t i) -> std::uint64_t {
+    return differ(i).any() ? (mapped(V::load(a + i)) ^ mapped(V::load(b + i))).bits() : 0;
   };
   std::uint64_t i = 0;
-  for (; n - i > V::lanes; i += V::lanes) {
-    const auto differs = [=](std::uint64_t k) {
-      return V::load(a + i + k * V::lanes) ^ V::load(b + i + k * V::lanes);
-    };
-    while (n - i > 4 * V::lanes && !((differs(0) | differs(1)) | (differs(2) | differs(3))).any()) i += 4 * V::lanes;
-    if (n - i <= V::lanes) break;
-    if (const std::uint64_t bits = differences(i)) return static_cast<std::int64_t>(i + firstBit(bits));
+  while (n - i > V::lanes) {
+    if (n - i > 4 * V::lanes &&
+        !((differ(i) | differ(i + V::lanes)) | (differ(i + 2 * V::lanes) | differ(i + 3 * V::lanes))).any()) {
+      i += 4 * V::lanes;
+      continue;
+    }
+    if (const std::uint64_t bits = mappedDiffer(i)) return static_cast<std::int64_t>(i + firstBit(bits));
+    i += V::lanes;
   }
   i = n - V::lanes;
-  const std::uint64_t bits = differences(i);
+  const std::uint64_t bits = mappedDiffer(i);
   return bits ? static_cast<std::int64_t>(i + firstBit(bits)) : -1;
 }
 
