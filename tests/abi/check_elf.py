@@ -12,8 +12,8 @@ MEMORY_ROUTINES = {"memcpy", "memmove", "memset", "memcmp", "memchr", "strlen"}
 FORTIFIED = {"__" + name + "_chk" for name in ("memcpy", "memmove", "memset")}
 COMPILERS_OWN = {"__stack_chk_fail"}
 WEAK = {"__cxa_finalize", "__gmon_start__", "_ITM_deregisterTMCloneTable", "_ITM_registerTMCloneTable"}
-# What may be written after loading: the kernel handle, and the kit's choice of kernels.
-WRITABLE_BYTES = 64
+# What may be written after loading: the kernel handle, and the kit's choice of kernels (27 functions).
+WRITABLE_BYTES = 8 + 27 * 8 + 48  # and what the compiler's start files and alignment add
 
 
 class Library:
@@ -25,6 +25,8 @@ class Library:
         self.notes = self.tool("readelf", "-W", "-n")
         self.symbols = [line.split() for line in self.tool("readelf", "-W", "--dyn-syms").splitlines()]
         self.symbols = [s for s in self.symbols if len(s) >= 8 and s[0].rstrip(":").isdigit()]
+        for symbol in self.symbols:
+            symbol[7] = symbol[7].split("@")[0]
 
     def tool(self, *command):
         return subprocess.run([*command, self.path], check=True, capture_output=True, text=True).stdout
@@ -69,7 +71,7 @@ def problems(library, build_directory, source_directory):
         yield "no IBT and SHSTK in the property note"
 
     for symbol in library.symbols:
-        name = symbol[7].split("@")[0]
+        name = symbol[7]
         kind, binding, place = symbol[3], symbol[4], symbol[6]
         if place != "UND" or not name:
             continue
