@@ -11,7 +11,9 @@ using host::HostOptions;
 using host::Service;
 
 /// Calls a word of a table. The trap takes no arguments; those that a caller passes do not reach it.
-void callWord(void *table, unsigned word) { reinterpret_cast<void (*)()>(static_cast<void **>(table)[word])(); }
+void callWord(void *table, unsigned word) {
+  reinterpret_cast<void (*)()>(static_cast<void **>(table)[word])();
+}
 
 using TableDeath = testing::Test;
 
