@@ -88,6 +88,7 @@ std::vector<Encoding> listEncodings() {
     addAliases(encoding, icuName);
   }
   std::vector<Encoding> list;
+  list.reserve(byName.size());
   for (auto &[name, encoding] : byName) list.push_back(std::move(encoding));
   return list;
 }

@@ -76,8 +76,8 @@ class IcuCodec final : public Codec {
     const char *from = begin;
     const std::size_t piece = std::min(input.size(), longestPiece);
     UErrorCode error = U_ZERO_ERROR;
-    ucnv_toUnicode(mine->decoder.get(), &unitsEnd, unitsLimit, &from, begin + piece, nullptr, piece == input.size(),
-                   &error);
+    ucnv_toUnicode(mine->decoder.get(), &unitsEnd, unitsLimit, &from, begin + piece, nullptr,
+                   static_cast<UBool>(piece == input.size()), &error);
 
     Step step{static_cast<std::size_t>(from - begin), 0, Outcome::done};
     const bool whole = pair({units.data(), unitsEnd}, output, *mine, step.produced);
@@ -132,7 +132,7 @@ class IcuCodec final : public Codec {
     char *to = begin;
     UErrorCode error = U_ZERO_ERROR;
     ucnv_fromUnicode(mine->encoder.get(), &to, begin + std::min(output.size(), longestPiece), &from,
-                     units.data() + count, nullptr, last, &error);
+                     units.data() + count, nullptr, static_cast<UBool>(last), &error);
 
     const auto consumed = static_cast<std::size_t>(
         std::count_if(units.data(), units.data() + (from - units.data()), [](UChar u) { return !U16_IS_TRAIL(u); }));

@@ -9,7 +9,9 @@ namespace rq::bench {
 namespace {
 
 /// A number below `end`.
-char32_t draw(std::mt19937& random, unsigned end) { return static_cast<char32_t>(random() % end); }
+char32_t draw(std::mt19937& random, unsigned end) {
+  return static_cast<char32_t>(random() % end);
+}
 
 char32_t letter(Script script, std::mt19937& random) {
   switch (script) {
