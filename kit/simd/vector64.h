@@ -1,0 +1,106 @@
+// The 64-byte vector of AVX-512 (F, BW, VL, DQ). Internal linkage, as vector16.h explains.
+#ifndef RQUNI_KIT_SIMD_VECTOR64_H
+#define RQUNI_KIT_SIMD_VECTOR64_H
+
+#include "kit/simd/vector32.h"
+
+namespace rq::kit::simd {
+namespace {
+
+/// As Vector16, but hits are mask registers, and parts are loaded under a mask, which never faults. There is no
+/// masked store: what is read again soon would have to wait for it, so copies go to the Half.
+template <class U>
+struct Vector64 {
+  using Lane = U;
+  using Half = Vector32<U>;
+  static constexpr std::uint64_t bytes = 64, lanes = bytes / sizeof(U);
+
+  struct Hits {
+    std::uint64_t mask;
+    friend RQ_INLINE Hits operator|(Hits a, Hits b) { return {a.mask | b.mask}; }
+    friend RQ_INLINE Hits operator&(Hits a, Hits b) { return {a.mask & b.mask}; }
+    RQ_INLINE Hits operator~() const { return {~mask & lowBits(lanes)}; }
+    RQ_INLINE bool any() const { return mask != 0; }
+    RQ_INLINE std::uint64_t bits() const { return mask; }
+    RQ_INLINE std::uint64_t count() const { return countBits(mask); }
+  };
+
+  __m512i v;
+
+  static RQ_INLINE Vector64 load(const U* p) { return {_mm512_loadu_si512(p)}; }
+  static RQ_INLINE Vector64 loadPart(const U* p, std::uint64_t n) {
+    const std::uint64_t mask = _bzhi_u64(~std::uint64_t{0}, static_cast<unsigned>(n));
+    if constexpr (sizeof(U) == 1) return {_mm512_maskz_loadu_epi8(mask, p)};
+    if constexpr (sizeof(U) == 4) return {_mm512_maskz_loadu_epi32(static_cast<__mmask16>(mask), p)};
+    if constexpr (sizeof(U) == 8) return {_mm512_maskz_loadu_epi64(static_cast<__mmask8>(mask), p)};
+  }
+  static RQ_INLINE Vector64 loadWidened(const std::uint8_t* p) {
+    static_assert(sizeof(U) == 4);
+    return {_mm512_cvtepu8_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)))};
+  }
+  RQ_INLINE void store(U* p) const { _mm512_storeu_si512(p, v); }
+  RQ_INLINE void storeNarrowed(std::uint8_t* p) const {
+    static_assert(sizeof(U) == 4);
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm512_cvtepi32_epi8(v));
+  }
+
+  static RQ_INLINE Vector64 splat(U c) {
+    if constexpr (sizeof(U) == 1) return {_mm512_set1_epi8(static_cast<char>(c))};
+    if constexpr (sizeof(U) == 2) return {_mm512_set1_epi16(static_cast<short>(c))};
+    if constexpr (sizeof(U) == 4) return {_mm512_set1_epi32(static_cast<int>(c))};
+    if constexpr (sizeof(U) == 8) return {_mm512_set1_epi64(static_cast<long long>(c))};
+  }
+  friend RQ_INLINE Vector64 operator|(Vector64 a, Vector64 b) { return {_mm512_or_si512(a.v, b.v)}; }
+  friend RQ_INLINE Vector64 operator&(Vector64 a, Vector64 b) { return {_mm512_and_si512(a.v, b.v)}; }
+  friend RQ_INLINE Vector64 operator^(Vector64 a, Vector64 b) { return {_mm512_xor_si512(a.v, b.v)}; }
+  friend RQ_INLINE Vector64 operator+(Vector64 a, Vector64 b) {
+    if constexpr (sizeof(U) == 1) return {_mm512_add_epi8(a.v, b.v)};
+    if constexpr (sizeof(U) == 2) return {_mm512_add_epi16(a.v, b.v)};
+    if constexpr (sizeof(U) == 4) return {_mm512_add_epi32(a.v, b.v)};
+  }
+  RQ_INLINE Vector64 blocks() const { return {_mm512_srli_epi32(v, 7)}; }
+
+  static RQ_INLINE Hits equal(Vector64 a, Vector64 b) {
+    if constexpr (sizeof(U) == 1) return {_mm512_cmpeq_epi8_mask(a.v, b.v)};
+    if constexpr (sizeof(U) == 4) return {_mm512_cmpeq_epi32_mask(a.v, b.v)};
+  }
+  static RQ_INLINE Hits atMost(Vector64 a, Vector64 b) {
+    if constexpr (sizeof(U) == 1) return {_mm512_cmple_epu8_mask(a.v, b.v)};
+    if constexpr (sizeof(U) == 4) return {_mm512_cmple_epu32_mask(a.v, b.v)};
+  }
+  RQ_INLINE Hits within(U first, U count) const {
+    const __m512i moved = (*this + splat(static_cast<U>(0 - first))).v, limit = splat(count).v;
+    if constexpr (sizeof(U) == 1) return {_mm512_cmplt_epu8_mask(moved, limit)};
+    if constexpr (sizeof(U) == 2) return {_mm512_cmplt_epu16_mask(moved, limit)};
+    if constexpr (sizeof(U) == 4) return {_mm512_cmplt_epu32_mask(moved, limit)};
+  }
+  RQ_INLINE Hits notANumber() const {
+    static_assert(sizeof(U) == 8);
+    const __m512i magnitude = _mm512_and_si512(v, _mm512_set1_epi64(INT64_MAX));
+    return {_mm512_cmpgt_epi64_mask(magnitude, _mm512_set1_epi64(0x7FF0000000000000))};
+  }
+  RQ_INLINE Hits nonZero() const {
+    if constexpr (sizeof(U) == 1) return {_mm512_test_epi8_mask(v, v)};
+    if constexpr (sizeof(U) == 4) return {_mm512_test_epi32_mask(v, v)};
+  }
+  RQ_INLINE bool any() const { return _mm512_test_epi64_mask(v, v) != 0; }
+  RQ_INLINE std::uint64_t bits() const { return nonZero().bits(); }
+
+  static RQ_INLINE Vector64 where(Hits hits, Vector64 a) {
+    if constexpr (sizeof(U) == 1) return {_mm512_maskz_mov_epi8(hits.mask, a.v)};
+    if constexpr (sizeof(U) == 4) return {_mm512_maskz_mov_epi32(static_cast<__mmask16>(hits.mask), a.v)};
+  }
+  static RQ_INLINE Vector64 gather(const std::int32_t* table, Vector64 index, Hits hits, Vector64 otherwise) {
+    static_assert(sizeof(U) == 4);
+    return {_mm512_mask_i32gather_epi32(otherwise.v, static_cast<__mmask16>(hits.mask), index.v, table, 4)};
+  }
+  static RQ_INLINE Vector64<std::uint16_t> halves(Vector64 a, Vector64 b) {
+    const __m512i low = _mm512_set1_epi32(0xFFFF);
+    return {_mm512_packus_epi32(_mm512_and_si512(a.v, low), _mm512_and_si512(b.v, low))};
+  }
+};
+
+}  // namespace
+}  // namespace rq::kit::simd
+
+#endif
