@@ -43,6 +43,9 @@ int main(int count, char** arguments) {
   rq::bench::registerLimits();
   rq::bench::registerKit();
   rq::bench::registerWide();
+  rq::bench::registerCodecs();
+  rq::bench::registerMetrics();
+  rq::bench::registerFrame();
   benchmark::Initialize(&count, arguments);
   if (benchmark::ReportUnrecognizedArguments(count, arguments)) return 2;
   benchmark::RunSpecifiedBenchmarks();
