@@ -99,8 +99,10 @@ class Operation {
 
  private:
   Cell cell(const Job& job, const char* column) const {
-    return {name_ + "/" + job.size + "/" + column, static_cast<double>(job.input.size()),
-            static_cast<double>(job.characters)};
+    Cell made{name_ + "/" + job.size + "/" + column, static_cast<double>(job.input.size()),
+              static_cast<double>(job.characters)};
+    made.served = flavour_.operations == &RQInterface::served;
+    return made;
   }
   Flavour flavour_;
   std::string name_;
@@ -188,7 +190,9 @@ void growth(const Decoder& decoder) {
     const Operation operation(plain, (decoder.name + (" growth " + std::string(unit))).c_str(), decoder.slot);
     for (const auto& [size, bytes] : {std::pair{"64KiB", MiB / 16}, {"4MiB", 4 * MiB}}) {
       const std::string same = repeated(unit, bytes);
-      operation.add({size, same, same, 0});
+      const Job job = {size, same, same, 0};
+      operation.add(job);
+      operation.peer(job, "copy", copy);
     }
   }
   if (decoder.notation == Notation::uEscape) return;
@@ -203,7 +207,11 @@ void otherFlavours() {
   for (const Decoder& decoder : decoders) {
     const std::u32string words = text(Script::ascii, MiB);
     const std::string ascii = utf8(words);
-    Operation(wide, decoder.name, decoder.slot).add({"plain-1MiB", widened(ascii), widened(ascii), 0});
+    for (const auto& [size, units] : {std::pair{"plain-4KiB", std::size_t{4096}}, {"plain-1MiB", MiB}}) {
+      const Job job = {size, widened(ascii.substr(0, units)), widened(ascii.substr(0, units)), 0};
+      Operation(wide, decoder.name, decoder.slot).add(job);
+      Operation(wide, decoder.name, decoder.slot).peer(job, "copy", copy);
+    }
     const Notation notation = decoder.notation == Notation::decimal ? Notation::hexadecimal : decoder.notation;
     const Job hexadecimal = decoding("dense-hex-1MiB", sample(Script::cyrillic, MiB), notation);
     Operation(plain, decoder.name, decoder.slot).add(hexadecimal);
@@ -238,10 +246,20 @@ void encode(const char* name, Slot slot, Notation notation, bool everything,
   operation.peer(job, "hand", byHand);
 }
 
+/// What the served flavour pays the host for each hexadecimal notation.
+void serviceCall() {
+  RQCharsetService* const service = caseService()->charset;
+  timed(Cell{"codecs/service call/4B/host", 4}, [service] {
+    static char digits[] = "00e9";
+    service->upperCase(service, digits, 4, 0);
+    return digits[3];
+  });
+}
+
 }  // namespace
 
 void registerCodecs() {
-  offerCaseService(true);  // for the served flavour; no other row of this family asks for it
+  serviceCall();
   for (const Decoder& decoder : decoders) {
     decode(decoder);
     growth(decoder);

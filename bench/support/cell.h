@@ -7,6 +7,8 @@
 #include <functional>
 #include <string>
 
+#include "bench/support/host.h"
+
 namespace rq::bench {
 
 struct Cell {
@@ -14,11 +16,13 @@ struct Cell {
   double bytes;           // of input, a call
   double characters = 0;  // a call; 0 where the goals do not count them
   std::function<void()> prepare = [] {};
+  bool served = false;  // with the host's case service on offer
   /// Makes the call once: null, or what to show instead of a figure ("not built", "wrong answer").
   std::function<const char*()> refusal = []() -> const char* { return nullptr; };
 };
 
 inline bool begins(benchmark::State& state, const Cell& cell) {
+  offerCaseService(cell.served);
   cell.prepare();
   if (const char* const refusal = cell.refusal()) return state.SkipWithError(refusal), false;
   cell.prepare();
