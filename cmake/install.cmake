@@ -1,11 +1,16 @@
-# Installation: the library, its headers, a pkg-config file and a CMake package; tools and documentation apart.
+# Installation in four components: library (what a host loads), development (headers, pkg-config file, CMake package,
+# manual pages 3 and 7), tools (rqtext) and documentation.
 include(CMakePackageConfigHelpers)
 
 set(RQ_HEADERS types.h host.h operations.def operations.h interface.h registration.h journal.h kit.h rquni.h)
 list(TRANSFORM RQ_HEADERS PREPEND ${PROJECT_SOURCE_DIR}/frame/)
 
-target_include_directories(rquni INTERFACE $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}>
+# The build tree offers the headers under their installed names as well.
+file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/include)
+file(CREATE_LINK ${PROJECT_SOURCE_DIR}/frame ${PROJECT_BINARY_DIR}/include/rquni SYMBOLIC)
+target_include_directories(rquni INTERFACE $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}/include>
   $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+
 install(TARGETS rquni EXPORT rquni-targets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library NAMELINK_COMPONENT development)
 install(FILES ${RQ_HEADERS} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/rquni COMPONENT development)
@@ -18,10 +23,40 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/rquni-config-version.cmak
 install(FILES ${PROJECT_BINARY_DIR}/rquni-config.cmake ${PROJECT_BINARY_DIR}/rquni-config-version.cmake
   DESTINATION ${package_dir} COMPONENT development)
 
-# Relocatable: the prefix is found from the file's own place.
-file(RELATIVE_PATH RQ_PREFIX_FROM_PC ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig ${CMAKE_INSTALL_PREFIX})
+# One pkg-config file for the prefix, which it finds from its own place, and one for the build tree. APPEND keeps a
+# directory that was given as an absolute path.
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
+  OUTPUT_VARIABLE to_prefix)
+set(RQ_PC_PREFIX "\${pcfiledir}/${to_prefix}")
+set(RQ_PC_LIBDIR "\${prefix}")
+cmake_path(APPEND RQ_PC_LIBDIR ${CMAKE_INSTALL_LIBDIR})
+set(RQ_PC_INCLUDEDIR "\${prefix}")
+cmake_path(APPEND RQ_PC_INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR})
 configure_file(${PROJECT_SOURCE_DIR}/cmake/rquni.pc.in ${PROJECT_BINARY_DIR}/rquni.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/rquni.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
 
-install(FILES README.md CHANGELOG.md SECURITY.md docs/architecture.md docs/quirks.md
-  DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
+set(RQ_PC_PREFIX ${PROJECT_BINARY_DIR})
+set(RQ_PC_LIBDIR "\${prefix}/lib")
+set(RQ_PC_INCLUDEDIR "\${prefix}/include")
+configure_file(${PROJECT_SOURCE_DIR}/cmake/rquni.pc.in ${PROJECT_BINARY_DIR}/rquni-uninstalled.pc @ONLY)
+
+file(GLOB pages CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/*.md)
+install(FILES README.md CHANGELOG.md SECURITY.md ${pages} DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
+install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation
+  PATTERN __pycache__ EXCLUDE)
+file(GLOB pages CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/man/*.[37])
+foreach(page IN LISTS pages)
+  cmake_path(GET page EXTENSION LAST_ONLY section)
+  string(SUBSTRING ${section} 1 -1 section)
+  install(FILES ${page} DESTINATION ${CMAKE_INSTALL_MANDIR}/man${section} COMPONENT development)
+endforeach()
+if(RQ_HOST)
+  install(FILES docs/man/rqtext.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
+endif()
+
+# What is installed further down the tree is the development host's tool.
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME tools)
+
+if(PROJECT_IS_TOP_LEVEL)
+  include(cmake/package.cmake)
+endif()

@@ -1,0 +1,126 @@
+"""Installs the build tree into a prefix, moves that, and builds and runs a stranger's programs against each place."""
+import os
+import pathlib
+import shlex
+import shutil
+import subprocess
+import tempfile
+import unittest
+
+BUILD = pathlib.Path(os.environ["RQ_BUILD"])
+VERSION = os.environ["RQ_VERSION"]
+MAJOR = VERSION.split(".")[0]
+CONSUMER = pathlib.Path(__file__).parent / "consumer"
+EXPECTED = "V.{:0>2}.{:0>2}M{}P INSTALLED\n".format(*VERSION.split("."))
+
+
+def run(*command, **environment):
+    """The standard output of a command that must succeed."""
+    result = subprocess.run([str(part) for part in command], env={**os.environ, **environment}, text=True,
+                            capture_output=True)
+    if result.returncode != 0:
+        raise AssertionError(f"{command} failed with {result.returncode}:\n{result.stdout}{result.stderr}")
+    return result.stdout
+
+
+def install(prefix, component=None):
+    run("cmake", "--install", BUILD, "--prefix", prefix, *(["--component", component] if component else []))
+
+
+def files(prefix):
+    return {str(path.relative_to(prefix)) for path in prefix.rglob("*") if not path.is_dir()}
+
+
+class Installed(unittest.TestCase):
+    def setUp(self):
+        directory = tempfile.TemporaryDirectory(prefix="rquni install ")  # the blank is part of the test
+        self.addCleanup(directory.cleanup)
+        self.root = pathlib.Path(directory.name)
+        self.prefix = self.root / "prefix"
+
+    def library_directory(self):
+        (library,) = self.prefix.rglob(f"librquni.so.{VERSION}")
+        return library.parent
+
+    def check_output(self, program):
+        self.assertEqual(run(program, LD_LIBRARY_PATH=str(self.library_directory())), EXPECTED)
+
+    def check_find_package(self):
+        build = self.root / "consumer build"
+        shutil.rmtree(build, ignore_errors=True)
+        run("cmake", "-S", CONSUMER, "-B", build, "-G", "Ninja", f"-DCMAKE_PREFIX_PATH={self.prefix}")
+        run("cmake", "--build", build)
+        for program in ("consumer_c", "consumer_cpp"):
+            self.check_output(build / program)
+
+    def built_by_pkg_config(self, directory, package):
+        environment = {"PKG_CONFIG_PATH": str(directory)}
+        self.assertEqual(run("pkg-config", "--modversion", package, **environment), VERSION + "\n")
+        run("pkg-config", "--exists", f"{package} >= 1.0", **environment)
+        flags = shlex.split(run("pkg-config", "--cflags", "--libs", package, **environment))
+        for compiler, standard, source in (("CC", "-std=c11", "consumer.c"), ("CXX", "-std=c++17", "consumer.cpp")):
+            program = self.root / ("consumer by " + compiler)
+            run(os.environ[compiler], standard, "-Wall", "-Wextra", "-Wpedantic", "-Werror", CONSUMER / source,
+                "-o", program, *flags)
+            yield program
+
+    def test_programs_build_in_the_prefix_and_where_it_is_moved(self):
+        install(self.prefix)
+        for place in ("prefix", "moved/elsewhere"):
+            with self.subTest(place):
+                if place != "prefix":
+                    moved = self.root / place
+                    moved.parent.mkdir()
+                    self.prefix = self.prefix.rename(moved)
+                self.check_find_package()
+                for program in self.built_by_pkg_config(self.library_directory() / "pkgconfig", "rquni"):
+                    self.check_output(program)
+
+    def test_programs_build_against_the_build_tree(self):
+        for program in self.built_by_pkg_config(BUILD, "rquni-uninstalled"):
+            self.assertEqual(run(program, LD_LIBRARY_PATH=str(BUILD / "lib")), EXPECTED)
+
+    def test_another_major_version_is_refused(self):
+        install(self.prefix, "library")
+        install(self.prefix, "development")
+        project = self.root / "project"
+        project.mkdir()
+        (project / "CMakeLists.txt").write_text(
+            "cmake_minimum_required(VERSION 3.16)\nproject(p LANGUAGES C)\n"
+            f"find_package(rquni {int(MAJOR) + 1}.0 QUIET)\n"
+            "if(rquni_FOUND)\n  message(FATAL_ERROR found)\nendif()\n")
+        run("cmake", "-S", project, "-B", project / "build", f"-DCMAKE_PREFIX_PATH={self.prefix}")
+
+    def test_links_and_soname(self):
+        install(self.prefix, "library")
+        directory = self.library_directory()
+        self.assertEqual({path.name for path in directory.iterdir()},
+                         {f"librquni.so.{VERSION}", f"librquni.so.{MAJOR}"})
+        self.assertEqual(os.readlink(directory / f"librquni.so.{MAJOR}"), f"librquni.so.{VERSION}")
+        self.assertIn(f"Library soname: [librquni.so.{MAJOR}]", run("readelf", "-d", directory / "librquni.so.1"))
+        install(self.prefix, "development")
+        self.assertEqual(os.readlink(directory / "librquni.so"), f"librquni.so.{MAJOR}")
+
+    def test_components_share_nothing_and_make_up_the_whole(self):
+        install(self.prefix)
+        parts = []
+        for component in ("library", "development", "tools", "documentation"):
+            part = self.root / component
+            install(part, component)
+            parts.append(files(part) if part.exists() else set())
+        self.assertEqual(sum(len(part) for part in parts), len(set().union(*parts)))
+        self.assertEqual(set().union(*parts), files(self.prefix))
+
+    def test_the_headers_alone_are_installed(self):
+        install(self.prefix, "development")
+        headers = {path.name for path in (self.prefix / "include" / "rquni").iterdir()}
+        included = set()
+        for name in headers:
+            for line in (self.prefix / "include" / "rquni" / name).read_text().splitlines():
+                if line.startswith('#include "'):
+                    included.add(line.split('"')[1])
+        self.assertEqual(headers, included | {"rquni.h"})
+
+
+if __name__ == "__main__":
+    unittest.main()

@@ -1,0 +1,63 @@
+"""Builds the Debian packages twice in different places: they must be alike to the bit, and lintian must not complain."""
+import hashlib
+import os
+import pathlib
+import re
+import subprocess
+import tempfile
+import unittest
+
+ROOT = pathlib.Path(__file__).parents[2]
+BUILD = pathlib.Path(os.environ["RQ_BUILD"])
+VERSION = os.environ["RQ_VERSION"]
+MAJOR = VERSION.split(".")[0]
+
+
+def run(*command, **environment):
+    """The standard output of a command that must succeed."""
+    result = subprocess.run([str(part) for part in command], env={**os.environ, **environment}, text=True,
+                            capture_output=True)
+    if result.returncode != 0:
+        raise AssertionError(f"{command} failed with {result.returncode}:\n{result.stdout}{result.stderr}")
+    return result.stdout
+
+
+class Packages(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        cls.directory = tempfile.TemporaryDirectory(prefix="rquni-packages-")
+        cls.addClassCleanup(cls.directory.cleanup)
+        cls.builds = [pathlib.Path(cls.directory.name) / name for name in ("one", "two")]
+        for build in cls.builds:
+            run(ROOT / "packaging" / "build_packages", build, LC_ALL="C.UTF-8", SOURCE_DATE_EPOCH="1760000000")
+        cls.packages = sorted(cls.builds[0].glob("*.deb"))
+
+    def test_there_are_three(self):
+        names = [package.name.split("_")[0] for package in self.packages]
+        self.assertEqual(names, ["librquni-dev", f"librquni{MAJOR}", "rquni-tools"])
+
+    def test_a_second_build_gives_the_same_bytes(self):
+        for package in self.packages:
+            first, second = (hashlib.sha256((build / package.name).read_bytes()).hexdigest() for build in self.builds)
+            self.assertEqual(first, second, package.name)
+
+    def test_lintian_has_no_complaint(self):
+        report = run("lintian", "--allow-root", "--fail-on", "error,warning", "--tag-display-limit", "0",
+                     *self.packages)
+        self.assertNotRegex(report, re.compile("^[EW]: ", re.MULTILINE))
+
+    def test_the_library_asks_for_no_newer_libc_than_its_package_says(self):
+        tree = pathlib.Path(self.directory.name) / "tree"
+        (package,) = (package for package in self.packages if package.name.startswith(f"librquni{MAJOR}_"))
+        run("dpkg-deb", "-x", package, tree)
+        said = re.fullmatch(r"libc6 \(>= ([0-9.]+)\)\n", run("dpkg-deb", "-f", package, "Depends"))
+        self.assertIsNotNone(said, "no other library is needed")
+        (library,) = tree.rglob(f"librquni.so.{VERSION}")
+        needed = re.findall(r"Name: GLIBC_([0-9.]+)", run("readelf", "-V", library))
+        self.assertTrue(needed)
+        number = lambda version: [int(part) for part in version.split(".")]
+        self.assertLessEqual(max(map(number, needed)), number(said[1]))
+
+
+if __name__ == "__main__":
+    unittest.main()
