@@ -199,8 +199,11 @@ void growth(const Decoder& decoder) {
   const char terminator = decoder.notation == Notation::decimal ? ';' : '>';
   const Operation operation(plain, (decoder.name + std::string(" growth one terminator at the end")).c_str(),
                             decoder.slot);
-  for (const auto& [size, bytes] : {std::pair{"64KiB", MiB / 16}, {"4MiB", 4 * MiB}})
-    operation.add({size, repeated(decoder.unit, bytes) + terminator, std::string(1, '\0'), 0});
+  for (const auto& [size, bytes] : {std::pair{"64KiB", MiB / 16}, {"4MiB", 4 * MiB}}) {
+    const std::string all = repeated(decoder.unit, bytes) + terminator;
+    operation.add({size, all, std::string(1, '\0'), 0});
+    operation.peer({size, all, all, 0}, "copy", copy);
+  }
 }
 
 void otherFlavours() {
