@@ -78,8 +78,7 @@ std::int32_t skWMemCmp(const RQChar* a, const RQChar* b, std::uint64_t count) {
 }
 
 void* skMemCpy(const void* source, void* destination, std::uint64_t count) {
-  rq::kit::copyForward(source, destination, count);
-  return destination;
+  return rq::kit::copyForward(source, destination, count);
 }
 void skMemSCpy(const void* source, void* destination, std::uint64_t count) {
   rq::kit::copySafe(source, destination, count);

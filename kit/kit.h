@@ -41,7 +41,7 @@ inline std::int64_t notScan(const U* p, std::uint64_t n, Value<U> c) {
 
 template <Unit U>
 inline bool allEqual(Value<U> c, const U* p, std::uint64_t n) {
-  return notScan(p, n, c) < 0;
+  return kernelsOf<U>().allEqual(c, p, n);
 }
 
 template <Unit U>
@@ -59,12 +59,7 @@ inline std::int64_t mismatch(const U* a, const U* b, std::uint64_t n) {
 /// the order of units 2^31 or more apart; callers depend on it.
 template <Unit U>
 inline std::int32_t compare(const U* a, const U* b, std::uint64_t n) {
-  const std::int64_t i = mismatch(a, b, n);
-  if (i < 0) return 0;
-  U x, y;
-  __builtin_memcpy(&x, a + i, sizeof x);
-  __builtin_memcpy(&y, b + i, sizeof y);
-  return static_cast<std::int32_t>(RQChar{x} - RQChar{y}) < 0 ? -1 : 1;
+  return kernelsOf<U>().compare(a, b, n);
 }
 
 /// The units before the zero that ends `s`.
@@ -110,9 +105,9 @@ inline void lowerAscii(std::uint8_t* p, std::uint64_t n) {
   simd::active.lowerAscii(p, n);
 }
 
-/// Copies `n` bytes strictly forwards: where d begins inside the source, the bytes before it repeat.
-inline void copyForward(const void* s, void* d, std::uint64_t n) {
-  simd::active.copyForward(static_cast<const std::uint8_t*>(s), static_cast<std::uint8_t*>(d), n);
+/// Copies `n` bytes strictly forwards: where d begins inside the source, the bytes before it repeat. Returns d.
+inline void* copyForward(const void* s, void* d, std::uint64_t n) {
+  return simd::active.copyForward(static_cast<const std::uint8_t*>(s), static_cast<std::uint8_t*>(d), n);
 }
 /// Copies `n` bytes as if through a temporary buffer, however the ranges overlap.
 inline void copySafe(const void* s, void* d, std::uint64_t n) {

@@ -4,6 +4,6 @@
 
 namespace rq::kit::simd {
 
-constinit const Kernels avx512Kernels = Instance<Vector64>::kernels;
+constinit const Kernels avx512Kernels = Instance<Vector64, Vector32>::kernels;
 
 }  // namespace rq::kit::simd

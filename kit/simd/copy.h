@@ -63,12 +63,19 @@ RQ_INLINE void map(const U* in, U* out, std::uint64_t n, F f) {
   f(last).store(out + n - V::lanes);
 }
 
-struct Same {
-  template <class V>
-  RQ_INLINE V operator()(V v) const {
-    return v;
-  }
-};
+/// Copies at most 16 bytes; the ranges may overlap.
+RQ_INLINE void moveAtMost16(const Byte* s, Byte* d, std::uint64_t n) {
+  const auto ends = [=](auto unit) {
+    using Piece = decltype(unit);
+    const auto head = loadUnit<Piece>(s), tail = loadUnit<Piece>(s + n - sizeof(Piece));
+    storeUnit(d, head);
+    storeUnit(d + n - sizeof(Piece), tail);
+  };
+  if (n >= 8) return ends(std::uint64_t{});
+  if (n >= 4) return ends(std::uint32_t{});
+  if (n >= 2) return ends(std::uint16_t{});
+  if (n == 1) *d = *s;
+}
 
 /// Loads `count` vectors from each end, then stores them: for n bytes of which these vectors hold all.
 template <class V, std::uint64_t count>
@@ -90,7 +97,7 @@ RQ_INLINE void moveShort(const Byte* s, Byte* d, std::uint64_t n) {
   if constexpr (requires { typename V::Half; }) {
     if (n <= V::bytes) return moveShort<typename V::Half>(s, d, n);
   } else {
-    if (n < V::bytes) return mapAtMost16(s, d, n, Same{});
+    if (n < V::bytes) return moveAtMost16(s, d, n);
   }
   moveEnds<V, 1>(s, d, n);
 }
@@ -266,11 +273,14 @@ void propagate(const Byte* s, Byte* d, std::uint64_t period, std::uint64_t n) {
   }
 }
 
+/// Returns d, as the exported routine does, which can then jump here.
 template <class V>
-void copyForward(const Byte* s, Byte* d, std::uint64_t n) {
+Byte* copyForward(const Byte* s, Byte* d, std::uint64_t n) {
   if (beginsInside(s, d, n)) [[unlikely]]
-    return propagate<V>(s, d, static_cast<std::uint64_t>(d - s), n);
-  moveForwards<V>(s, d, n);
+    propagate<V>(s, d, static_cast<std::uint64_t>(d - s), n);
+  else
+    moveForwards<V>(s, d, n);
+  return d;
 }
 
 }  // namespace

@@ -106,6 +106,20 @@ std::int64_t mismatch(const U* a, const U* b, std::uint64_t n) {
 }
 
 template <class V, class U = typename V::Lane>
+bool allEqual(U c, const U* p, std::uint64_t n) {
+  return findFirst<DifferentFrom, V>(n, p, c) < 0;
+}
+
+/// By the sign of the first difference modulo 2^32. Bytes never differ by so much that this is not their order.
+template <class V, class U = typename V::Lane>
+std::int32_t compare(const U* a, const U* b, std::uint64_t n) {
+  const std::int64_t i = findFirst<Mismatch, V>(n, a, b);
+  if (i < 0) return 0;
+  const RQChar difference = RQChar{loadUnit<U>(a + i)} - RQChar{loadUnit<U>(b + i)};
+  return difference >> 31 != 0 ? -1 : 1;
+}
+
+template <class V, class U = typename V::Lane>
 std::uint64_t asciiPrefix(const U* p, std::uint64_t n) {
   const std::int64_t i = findFirst<NotAscii, V>(n, p);
   return i < 0 ? n : static_cast<std::uint64_t>(i);
@@ -151,11 +165,15 @@ RQ_READS_WHOLE_VECTORS std::uint64_t terminatedLength(const U* s) {
   const std::uint64_t before = address % V::bytes / sizeof(U);
   const U* p = s - before;
   if (const std::uint64_t bits = V::equal(V::load(p), zero).bits() >> before) return firstBit(bits);
-  for (;;) {
-    p += V::lanes;
-    if (const std::uint64_t bits = V::equal(V::load(p), zero).bits())
-      return static_cast<std::uint64_t>(p - s) + firstBit(bits);
-  }
+  const auto ended = [=](const U* at) { return V::equal(V::load(at), zero); };
+  const auto within = [=](const U* at) { return static_cast<std::uint64_t>(at - s) + firstBit(ended(at).bits()); };
+  // Four vectors at a time are within a page as well, if they are aligned together.
+  for (p += V::lanes; reinterpret_cast<std::uintptr_t>(p) % (4 * V::bytes) != 0; p += V::lanes)
+    if (ended(p).any()) return within(p);
+  while (!((ended(p) | ended(p + V::lanes)) | (ended(p + 2 * V::lanes) | ended(p + 3 * V::lanes))).any())
+    p += 4 * V::lanes;
+  while (!ended(p).any()) p += V::lanes;
+  return within(p);
 }
 
 }  // namespace

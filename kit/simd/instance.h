@@ -10,36 +10,36 @@
 namespace rq::kit::simd {
 namespace {
 
-template <template <class> class Vector>
+/// `Vector` searches, maps and fills, `Copier` copies: two loads for each store leave wide vectors nothing to gain.
+template <template <class> class Vector, template <class> class Copier = Vector>
 struct Instance {
-  using Bytes = Vector<std::uint8_t>;
-  using Units = Vector<RQChar>;
-
-  template <class V, class U = typename V::Lane>
+  template <class U>
   static constexpr UnitKernels<U> unitKernels = {
-      .scan = scan<V>,
-      .notScan = notScan<V>,
-      .mismatch = mismatch<V>,
-      .fill = fill<V>,
-      .length = terminatedLength<V>,
-      .asciiPrefix = asciiPrefix<V>,
-      .copyUntilPair = copyUntilPair<V>,
-      .copyWhileBelow = copyWhileBelow<V, U>,
+      .scan = scan<Vector<U>>,
+      .notScan = notScan<Vector<U>>,
+      .allEqual = allEqual<Vector<U>>,
+      .compare = compare<Vector<U>>,
+      .mismatch = mismatch<Vector<U>>,
+      .fill = fill<Vector<U>>,
+      .length = terminatedLength<Vector<U>>,
+      .asciiPrefix = asciiPrefix<Vector<U>>,
+      .copyUntilPair = copyUntilPair<Copier<U>>,
+      .copyWhileBelow = copyWhileBelow<Copier<U>, U>,
   };
   static constexpr Kernels kernels = {
-      .bytes = unitKernels<Bytes>,
-      .units = unitKernels<Units>,
-      .copyForward = copyForward<Bytes>,
-      .copySafe = copySafe<Bytes>,
-      .upperAscii = flipAscii<Bytes, 'a'>,
-      .lowerAscii = flipAscii<Bytes, 'A'>,
+      .bytes = unitKernels<std::uint8_t>,
+      .units = unitKernels<RQChar>,
+      .copyForward = copyForward<Copier<Byte>>,
+      .copySafe = copySafe<Copier<Byte>>,
+      .upperAscii = flipAscii<Copier<Byte>, 'a'>,
+      .lowerAscii = flipAscii<Copier<Byte>, 'A'>,
       .hasMissing = hasMissing<Vector<std::uint64_t>>,
-      .widen = widen<Units>,
-      .narrowWhileBelow = copyWhileBelow<Units, std::uint8_t>,
-      .trim = trim<Units>,
-      .countWide = countWide<Units>,
-      .mapCase = mapCase<Units>,
-      .mappedMismatch = mappedMismatch<Units>,
+      .widen = widen<Copier<RQChar>>,
+      .narrowWhileBelow = copyWhileBelow<Vector<RQChar>, std::uint8_t>,
+      .trim = trim<Vector<RQChar>>,
+      .countWide = countWide<Vector<RQChar>>,
+      .mapCase = mapCase<Vector<RQChar>>,
+      .mappedMismatch = mappedMismatch<Vector<RQChar>>,
   };
 };
 

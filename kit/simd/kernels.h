@@ -20,6 +20,8 @@ template <class U>
 struct UnitKernels {
   std::int64_t (*scan)(const U* p, std::uint64_t n, U c);
   std::int64_t (*notScan)(const U* p, std::uint64_t n, U c);
+  bool (*allEqual)(U c, const U* p, std::uint64_t n);
+  std::int32_t (*compare)(const U* a, const U* b, std::uint64_t n);
   std::int64_t (*mismatch)(const U* a, const U* b, std::uint64_t n);
   void (*fill)(U* p, U c, std::uint64_t n);
   std::uint64_t (*length)(const U* s);
@@ -31,7 +33,7 @@ struct UnitKernels {
 struct Kernels {
   UnitKernels<std::uint8_t> bytes;
   UnitKernels<RQChar> units;
-  void (*copyForward)(const std::uint8_t* s, std::uint8_t* d, std::uint64_t n);
+  std::uint8_t* (*copyForward)(const std::uint8_t* s, std::uint8_t* d, std::uint64_t n);
   void (*copySafe)(const std::uint8_t* s, std::uint8_t* d, std::uint64_t n);
   void (*upperAscii)(std::uint8_t* p, std::uint64_t n);
   void (*lowerAscii)(std::uint8_t* p, std::uint64_t n);

@@ -22,8 +22,9 @@ requires(V::bytes > V::lanes) RQ_INLINE void put(V v, std::uint8_t* out) {
 /// Copies fewer than V::lanes units, exactly; bytes from RQChar must be below 0x100.
 template <class V, class Out>
 RQ_INLINE void copyFewUnits(const typename V::Lane* in, Out* out, std::uint64_t n) {
+  static_assert(V::bytes <= 2 * Vector16<Byte>::bytes || sizeof(Out) < sizeof(typename V::Lane));
   if constexpr (sizeof(Out) == sizeof(typename V::Lane))
-    map<V>(in, out, n, Same{});
+    moveShort<Vector16<Byte>>(reinterpret_cast<const Byte*>(in), reinterpret_cast<Byte*>(out), n * sizeof(Out));
   else
     for (std::uint64_t i = 0; i < n; ++i) out[i] = static_cast<Out>(loadUnit<typename V::Lane>(in + i));
 }
@@ -142,11 +143,16 @@ void flipAscii(std::uint8_t* p, std::uint64_t n) {
   map<V>(p, p, n, FlipAscii<std::uint8_t, first>{});
 }
 
-/// A case map applied to vectors. Most vectors need no table: ASCII is arithmetic, characters in the map's gap or
-/// beyond the BMP stay. Of the others, nearly always all are in one block, so that only the shifts are gathered.
+/// A case map applied to vectors. Most need no table: ASCII is arithmetic, characters in the map's gap or beyond the
+/// BMP stay. The others of a vector are nearly always in one block or two, so that shifts alone are looked up.
 struct MapCase {
   const CaseMap* map;
 
+  /// Of characters whose bits are joined here: ascii() is right for all of them. The first test, for most text.
+  template <class V>
+  RQ_INLINE bool needsNoTable(V joined) const {
+    return !V::atMost(V::splat(map->asciiLast + 1), joined).any();
+  }
   /// Right for characters that need no table; leaves the others.
   template <class V>
   RQ_INLINE V ascii(V c) const {
@@ -160,25 +166,29 @@ struct MapCase {
   }
   template <class V>
   RQ_INLINE V operator()(V c) const {
-    const auto hits = tabled(c);
-    const std::uint64_t bits = hits.bits();
-    const V simple = ascii(c);
-    if (!bits) return simple;
-    RQChar lane[V::lanes];
-    c.store(lane);
-    const RQChar block = lane[firstBit(bits)] >> 7;
-    const V blocks = c.blocks(), none = V::splat(0), low = c & V::splat(0x7F);
-    if (!(hits & ~V::equal(blocks, V::splat(block))).any()) {
-      const std::int32_t start = map->meta[block];
-      if (start < 0) return simple;
-      return simple + V::gather(map->shift + start, low, hits, none);
+    auto left = tabled(c);
+    V result = ascii(c);
+    const V blocks = c.blocks(), low = c & V::splat(0x7F);
+    while (left.any()) {
+      const RQChar block = c.lane(firstBit(left.bits())) >> 7;
+      const auto here = left & V::equal(blocks, V::splat(block));
+      if constexpr (!V::looksUpQuickly)
+        if ((left & ~here).any()) return result + gathered(left, blocks, low);
+      if (const std::int32_t start = map->meta[block]; start >= 0)
+        result = result + V::lookUp(map->shift + start, low, here);
+      left = left & ~here;
     }
+    return result;
+  }
+  /// The shifts of characters in several blocks.
+  template <class V>
+  RQ_INLINE V gathered(typename V::Hits hits, V blocks, V low) const {
     const V starts = V::gather(map->meta, blocks, hits, V::splat(~RQChar{0}));
-    return simple + V::gather(map->shift, starts + low, V::atMost(starts, V::splat(INT32_MAX)), none);
+    return V::gather(map->shift, starts + low, V::atMost(starts, V::splat(INT32_MAX)), V::splat(0));
   }
   template <class V>
   RQ_INLINE void four(V& a, V& b, V& c, V& d) const {
-    if (!V::atMost(V::splat(map->asciiLast + 1), (a | b) | (c | d)).any()) {
+    if (needsNoTable((a | b) | (c | d))) {
       a = ascii(a), b = ascii(b), c = ascii(c), d = ascii(d);
     } else {
       a = (*this)(a), b = (*this)(b), c = (*this)(c), d = (*this)(d);
@@ -206,7 +216,10 @@ std::int64_t mappedMismatch(const RQChar* a, const RQChar* b, std::uint64_t n, c
   const MapCase mapped{&caseMap};
   const auto differ = [=](std::uint64_t i) { return V::load(a + i) ^ V::load(b + i); };
   const auto mappedDiffer = [=](std::uint64_t i) -> std::uint64_t {
-    return differ(i).any() ? (mapped(V::load(a + i)) ^ mapped(V::load(b + i))).bits() : 0;
+    const V x = V::load(a + i), y = V::load(b + i);
+    if (!(x ^ y).any()) return 0;
+    if (mapped.needsNoTable(x | y)) return (mapped.ascii(x) ^ mapped.ascii(y)).bits();
+    return (mapped(x) ^ mapped(y)).bits();
   };
   std::uint64_t i = 0;
   while (n - i > V::lanes) {
@@ -235,12 +248,19 @@ RQ_INLINE auto inIntervals(V v) {
     return hits | inIntervals<First + 1, Last>(v);
 }
 
+/// The wide characters among those of one vector, as bits. Most text has none.
+template <class V>
+RQ_INLINE std::uint64_t wideBits(V v) {
+  if (!V::atMost(V::splat(wideRanges[0].first), v).any()) return 0;
+  return inIntervals<0, wideIntervals.count>(v).bits();
+}
+
 template <class V>
 std::uint64_t countWide(const RQChar* p, std::uint64_t n) {
   constexpr unsigned all = wideIntervals.count, low = wideIntervals.inPlane0;
   if (n < V::lanes) {
     if constexpr (LoadsParts<V>)
-      return n == 0 ? 0 : inIntervals<0, all>(V::loadPart(p, n)).count();  // the zeros behind are narrow
+      return n == 0 ? 0 : countBits(wideBits(V::loadPart(p, n)));  // the zeros behind are narrow
     else
       return countWide<typename V::Half>(p, n);
   }
@@ -258,11 +278,10 @@ std::uint64_t countWide(const RQChar* p, std::uint64_t n) {
       count += inIntervals<0, all>(c).count() + inIntervals<0, all>(d).count();
     }
   }
-  for (; n - i >= V::lanes; i += V::lanes) count += inIntervals<0, all>(V::load(p + i)).count();
+  for (; n - i >= V::lanes; i += V::lanes) count += countBits(wideBits(V::load(p + i)));
   if (i == n) return count;
   const std::uint64_t counted = V::lanes - (n - i);  // lanes of the last vector that were in the one before
-  const std::uint64_t bits = inIntervals<0, all>(V::load(p + n - V::lanes)).bits() >> counted;
-  return count + countBits(bits);
+  return count + countBits(wideBits(V::load(p + n - V::lanes)) >> counted);
 }
 
 }  // namespace

@@ -87,6 +87,8 @@ template <class U>
 struct Vector16 {
   using Lane = U;
   static constexpr std::uint64_t bytes = 16, lanes = bytes / sizeof(U);
+  /// Several lookUps are cheaper than gathering.
+  static constexpr bool looksUpQuickly = false;
 
   struct Hits {
     __m128i v;
@@ -189,6 +191,15 @@ struct Vector16 {
     for (std::uint64_t i = 0; i < lanes; ++i)
       if (bits >> i & 1) value[i] = static_cast<std::uint32_t>(table[lane[i]]);
     return load(value);
+  }
+  RQ_INLINE U lane(std::uint64_t i) const {
+    U all[lanes];
+    store(all);
+    return all[i];
+  }
+  /// table[index] for the lanes of `hits`, 0 for the others; every index is below 128.
+  static RQ_INLINE Vector16 lookUp(const std::int32_t* table, Vector16 index, Hits hits) {
+    return gather(table, index, hits, splat(0));
   }
   /// The low halves of all lanes of `a` and `b`, in any order.
   static RQ_INLINE Vector16<std::uint16_t> halves(Vector16 a, Vector16 b) {

@@ -15,6 +15,7 @@ struct Vector32 {
   using Lane = U;
   using Half = Vector16<U>;
   static constexpr std::uint64_t bytes = 32, lanes = bytes / sizeof(U);
+  static constexpr bool looksUpQuickly = false;
 
   struct Hits {
     __m256i v;
@@ -94,6 +95,15 @@ struct Vector32 {
   static RQ_INLINE Vector32 gather(const std::int32_t* table, Vector32 index, Hits hits, Vector32 otherwise) {
     static_assert(sizeof(U) == 4);
     return {_mm256_mask_i32gather_epi32(otherwise.v, table, index.v, hits.v, 4)};
+  }
+  RQ_INLINE U lane(std::uint64_t i) const {
+    static_assert(sizeof(U) == 4);
+    const __m256i moved =
+        _mm256_permutevar8x32_epi32(v, _mm256_castsi128_si256(_mm_cvtsi64_si128(static_cast<long long>(i))));
+    return static_cast<U>(_mm_cvtsi128_si32(_mm256_castsi256_si128(moved)));
+  }
+  static RQ_INLINE Vector32 lookUp(const std::int32_t* table, Vector32 index, Hits hits) {
+    return gather(table, index, hits, splat(0));
   }
   static RQ_INLINE Vector32<std::uint16_t> halves(Vector32 a, Vector32 b) {
     const __m256i low = _mm256_set1_epi32(0xFFFF);
