@@ -40,10 +40,14 @@ set(RQ_PC_LIBDIR "\${prefix}/lib")
 set(RQ_PC_INCLUDEDIR "\${prefix}/include")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/rquni.pc.in ${PROJECT_BINARY_DIR}/rquni-uninstalled.pc @ONLY)
 
+# The pages keep their places beside each other, so that their links lead on. The example over the development host
+# needs the tree.
 file(GLOB pages CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/*.md)
-install(FILES README.md CHANGELOG.md SECURITY.md ${pages} DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
-install(DIRECTORY examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation
-  PATTERN __pycache__ EXCLUDE)
+install(FILES README.md CHANGELOG.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
+install(FILES ${pages} DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT documentation)
+install(FILES examples/minimal_host.c examples/minimal_host.py
+  DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT documentation)
+
 file(GLOB pages CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/man/*.[37])
 foreach(page IN LISTS pages)
   cmake_path(GET page EXTENSION LAST_ONLY section)
