@@ -134,8 +134,24 @@ class PlainCharacters {
       uint64_t produced = 0;
       transcode(toSession_, &character, sizeof character, answer.units, sizeof answer.units, &produced);
       answer.count = smaller(produced, sizeof answer.units) / sizeof(Unit);
+      const bool same = answer.count == 1 && answer.units[0] == character;
+      if (same && character < 0x80 && character != '<') same_.add(character);  // '<' may begin an angle notation
     }
     return {answer.units, answer.count};
+  }
+
+  /// Whether `character` is known to be the same in the session, and needs nothing but a copy.
+  bool isSame(uint32_t character) const { return same_.has(character); }
+
+  /// Copies characters for as long as they are known to be the same, and returns their number.
+  uint64_t copySame(const uint8_t* text, uint64_t count, uint8_t* out) const {
+    return kit::copyMembers(text, count, out, same_);
+  }
+  template <class Character>
+  uint64_t copySame(const Character* text, uint64_t count, Unit* out) const {
+    uint64_t i = 0;
+    for (; i < count && isSame(load(text + i)); ++i) store(out + i, static_cast<Unit>(load(text + i)));
+    return i;
   }
 
  private:
@@ -145,6 +161,7 @@ class PlainCharacters {
   };
   RQTranscoder* const toSession_;
   uint64_t known_[lastUnescaped / 64 + 1] = {};
+  kit::AsciiSet same_;
   Answer answers_[lastUnescaped + 1];
 };
 
@@ -167,6 +184,12 @@ class NcrEncoder {
     uint64_t written = 0;
     for (uint64_t i = 0; i < count && written < capacity_; ++i) {
       uint32_t character = load(text + i);
+      if (plain_.isSame(character)) {
+        const uint64_t run = plain_.copySame(text + i, smaller(count - i, capacity_ - written), output_ + written);
+        written += run;
+        i += run - 1;
+        continue;
+      }
       if (character == '<' && isAngle(text + i, count - i)) {
         character = angleValue<F>(input_, units_);
         i += angleLength - 1;

@@ -10,6 +10,7 @@
 #include <type_traits>
 
 #include "frame/types.h"
+#include "kit/ascii_set.h"
 #include "kit/simd/kernels.h"
 
 namespace rq::kit {
@@ -90,6 +91,11 @@ inline std::uint64_t copyWhileBelow(const U* in, std::uint64_t n, U* out, Value<
 }
 inline std::uint64_t copyWhileBelow(const RQChar* in, std::uint64_t n, std::uint8_t* out, RQChar stop, RQChar bound) {
   return simd::active.narrowWhileBelow(in, n, out, stop, bound);
+}
+
+/// Copies bytes up to, not including, the first that is not in `set`. Returns their number; writes exactly those.
+inline std::uint64_t copyMembers(const std::uint8_t* in, std::uint64_t n, std::uint8_t* out, const AsciiSet& set) {
+  return simd::active.copyMembers(in, n, out, set);
 }
 
 /// Stores each of `n` bytes as an RQChar. Returns n.

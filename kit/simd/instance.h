@@ -36,6 +36,7 @@ struct Instance {
       .hasMissing = hasMissing<Vector<std::uint64_t>>,
       .widen = widen<Copier<RQChar>>,
       .narrowWhileBelow = copyWhileBelow<Vector<RQChar>, std::uint8_t>,
+      .copyMembers = copyMembers<Copier<Byte>>,
       .trim = trim<Vector<RQChar>>,
       .countWide = countWide<Vector<RQChar>>,
       .mapCase = mapCase<Vector<RQChar>>,

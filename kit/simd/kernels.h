@@ -10,8 +10,9 @@
 #include "frame/types.h"
 
 namespace rq::kit {
+struct AsciiSet;
 struct CaseMap;
-}
+}  // namespace rq::kit
 
 namespace rq::kit::simd {
 
@@ -40,6 +41,7 @@ struct Kernels {
   bool (*hasMissing)(const std::uint64_t* array, std::uint64_t n);
   std::uint64_t (*widen)(const std::uint8_t* in, std::uint64_t n, RQChar* out);
   std::uint64_t (*narrowWhileBelow)(const RQChar* in, std::uint64_t n, std::uint8_t* out, RQChar stop, RQChar bound);
+  std::uint64_t (*copyMembers)(const std::uint8_t* in, std::uint64_t n, std::uint8_t* out, const AsciiSet& set);
   std::uint64_t (*trim)(const RQChar* p, std::uint64_t n, RQChar c);
   std::uint64_t (*countWide)(const RQChar* p, std::uint64_t n);
   void (*mapCase)(RQChar* p, std::uint64_t n, const CaseMap& map);

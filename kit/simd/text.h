@@ -100,6 +100,16 @@ struct StopOrBound {
   RQ_INLINE std::uint64_t last(V v, std::uint64_t) const { return quick(v).bits(); }
 };
 
+/// Stops at bytes that are not in a set.
+template <class V>
+struct NoMember {
+  const AsciiSet* set;
+  RQ_INLINE explicit NoMember(const AsciiSet* members) : set(members) {}
+  RQ_INLINE auto quick(V v) const { return ~v.in(*set); }
+  RQ_INLINE auto exact(const Byte* p) const { return quick(V::load(p)); }
+  RQ_INLINE std::uint64_t last(V v, std::uint64_t) const { return quick(v).bits(); }
+};
+
 template <class V, class U = typename V::Lane>
 std::uint64_t copyUntilPair(const U* in, std::uint64_t n, U* out, U first, U second, U keep) {
   return copyUntil<Pair, V>(in, n, out, first, second, keep);
@@ -108,6 +118,11 @@ std::uint64_t copyUntilPair(const U* in, std::uint64_t n, U* out, U first, U sec
 template <class V, class Out, class U = typename V::Lane>
 std::uint64_t copyWhileBelow(const U* in, std::uint64_t n, Out* out, U stop, U bound) {
   return copyUntil<StopOrBound, V>(in, n, out, stop, bound);
+}
+
+template <class V>
+std::uint64_t copyMembers(const Byte* in, std::uint64_t n, Byte* out, const AsciiSet& set) {
+  return copyUntil<NoMember, V>(in, n, out, &set);
 }
 
 template <class V>

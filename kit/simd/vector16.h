@@ -5,11 +5,12 @@
 #ifndef RQUNI_KIT_SIMD_VECTOR16_H
 #define RQUNI_KIT_SIMD_VECTOR16_H
 
-#include <emmintrin.h>
+#include <immintrin.h>
 
 #include <cstdint>
 
 #include "frame/types.h"
+#include "kit/ascii_set.h"
 
 #define RQ_INLINE __attribute__((always_inline)) inline
 
@@ -164,6 +165,21 @@ struct Vector16 {
     if constexpr (sizeof(U) == 2) return {_mm_cmplt_epi16(moved, limit)};
     if constexpr (sizeof(U) == 4) return {_mm_cmplt_epi32(moved, limit)};
   }
+  /// Bytes that are in the set.
+  RQ_INLINE Hits in(const AsciiSet& set) const {
+    static_assert(sizeof(U) == 1);
+#ifdef __SSSE3__
+    const __m128i rows = _mm_load_si128(reinterpret_cast<const __m128i*>(set.rows));
+    const __m128i high = _mm_and_si128(_mm_srli_epi16(v, 4), _mm_set1_epi8(15));
+    const __m128i bit = _mm_shuffle_epi8(_mm_set_epi64x(-1, INT64_MIN + 0x40201008040201), high);
+    return {_mm_cmpeq_epi8(_mm_and_si128(_mm_shuffle_epi8(rows, v), bit), bit)};
+#else
+    alignas(16) std::uint8_t lane[lanes], hit[lanes];
+    store(lane);
+    for (std::uint64_t i = 0; i < lanes; ++i) hit[i] = set.has(lane[i]) ? 0xFF : 0;
+    return {load(hit).v};
+#endif
+  }
   /// Lanes that hold the bits of a NaN, looked at as integers: a signalling one raises nothing.
   RQ_INLINE Hits notANumber() const {
     static_assert(sizeof(U) == 8);
@@ -176,11 +192,17 @@ struct Vector16 {
     if constexpr (sizeof(U) == 1) return ~Hits{_mm_cmpeq_epi8(v, _mm_setzero_si128())};
     if constexpr (sizeof(U) == 4) return ~Hits{_mm_cmpeq_epi32(v, _mm_setzero_si128())};
   }
-  RQ_INLINE bool any() const { return _mm_movemask_epi8(_mm_cmpeq_epi8(v, _mm_setzero_si128())) != 0xFFFF; }
-  RQ_INLINE std::uint64_t bits() const { return nonZero().bits(); }
+  RQ_INLINE bool any() const {
+    return _mm_movemask_epi8(_mm_cmpeq_epi8(v, _mm_setzero_si128())) != 0xFFFF;
+  }
+  RQ_INLINE std::uint64_t bits() const {
+    return nonZero().bits();
+  }
 
   /// The lanes of `a` where `hits` holds, zero elsewhere.
-  static RQ_INLINE Vector16 where(Hits hits, Vector16 a) { return {_mm_and_si128(hits.v, a.v)}; }
+  static RQ_INLINE Vector16 where(Hits hits, Vector16 a) {
+    return {_mm_and_si128(hits.v, a.v)};
+  }
   /// table[index] for the lanes of `hits`, `otherwise` for the others, whose index may be anything.
   static RQ_INLINE Vector16 gather(const std::int32_t* table, Vector16 index, Hits hits, Vector16 otherwise) {
     static_assert(sizeof(U) == 4);

@@ -79,6 +79,14 @@ struct Vector32 {
     if constexpr (sizeof(U) == 2) return {_mm256_cmpgt_epi16(limit, moved)};
     if constexpr (sizeof(U) == 4) return {_mm256_cmpgt_epi32(limit, moved)};
   }
+  RQ_INLINE Hits in(const AsciiSet& set) const {
+    static_assert(sizeof(U) == 1);
+    const auto both = [](__m128i half) { return _mm256_broadcastsi128_si256(half); };
+    const __m256i rows = both(_mm_load_si128(reinterpret_cast<const __m128i*>(set.rows)));
+    const __m256i high = _mm256_and_si256(_mm256_srli_epi16(v, 4), _mm256_set1_epi8(15));
+    const __m256i bit = _mm256_shuffle_epi8(both(_mm_set_epi64x(-1, INT64_MIN + 0x40201008040201)), high);
+    return {_mm256_cmpeq_epi8(_mm256_and_si256(_mm256_shuffle_epi8(rows, v), bit), bit)};
+  }
   RQ_INLINE Hits notANumber() const {
     static_assert(sizeof(U) == 8);
     const __m256i magnitude = _mm256_and_si256(v, _mm256_set1_epi64x(INT64_MAX));

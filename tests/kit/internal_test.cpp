@@ -118,6 +118,41 @@ TEST(copyWhileBelow, inEveryShape) {
   checkStops<RQChar, Byte>(0xFFFFFFFF, 0x100, 4000);
 }
 
+TEST(copyMembers, inEveryShape) {
+  kit::AsciiSet letters;
+  for (std::uint32_t c = 'a'; c <= 'z'; ++c) letters.add(c);
+  letters.add(0);
+  letters.add(0x7F);
+  Transfer<Byte, Byte> transfer(6);
+  transfer.check(
+      [&](Byte* p, std::size_t n) {
+        const std::uint64_t oneIn = 1 + transfer.random() % 2000;
+        for (std::size_t i = 0; i < n; ++i)
+          p[i] = transfer.random() % oneIn == 0 ? static_cast<Byte>(transfer.random())
+                                                : static_cast<Byte>('a' + transfer.random() % 26);
+      },
+      [&](const Byte* in, std::uint64_t n, Byte* out) { return kit::copyMembers(in, n, out, letters); },
+      [](const Byte* in, std::uint64_t n, Byte* out) {
+        std::uint64_t i = 0;
+        for (; i < n && ((in[i] >= 'a' && in[i] <= 'z') || in[i] == 0 || in[i] == 0x7F); ++i) out[i] = in[i];
+        return i;
+      });
+}
+
+TEST(AsciiSet, holdsWhatWasAddedForEveryByte) {
+  for (std::uint32_t c = 0; c < 0x80; ++c) {
+    kit::AsciiSet one;
+    one.add(c);
+    for (std::uint32_t other = 0; other < 0x100; ++other) {
+      const auto byte = static_cast<Byte>(other);
+      Byte block[64], copy[64];
+      std::fill(std::begin(block), std::end(block), byte);
+      EXPECT_EQ(kit::copyMembers(block, sizeof block, copy, one), other == c ? sizeof block : 0) << c << ' ' << other;
+      EXPECT_EQ(one.has(other), other == c);
+    }
+  }
+}
+
 TEST(widen, inEveryShape) {
   Transfer<Byte, RQChar> transfer(5);
   transfer.check(
