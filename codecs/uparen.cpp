@@ -99,7 +99,8 @@ inline constexpr AsciiNotations asciiNotations;
 /// and while there is room for the longest notation.
 template <class Character>
 uint64_t writeAsciiRun(uint8_t* out, uint64_t room, const Character* text, uint64_t count) {
-  if (room <= longLength || load(text) >= 0x80) return 0;
+  if (room <= longLength || count < 2) return 0;
+  if ((load(text) | load(text + 1)) >= 0x80) return 0;  // a blank between other words is no run
   const uint64_t most = smaller(count - 1, (room - longLength) / shortLength);
   uint64_t i = 0;
   for (; i < most; ++i, out += shortLength) {
