@@ -19,7 +19,8 @@ struct RQPool;
 /* Always RQ_UNSUPPORTED. Fills slots of operations that a flavour does not offer. */
 RQ_EXPORT RQStatus skUnsup(void);
 
-/* Units before the first zero unit; 0 for null. The string must be terminated: never use it on unchecked text. */
+/* Units before the first zero unit; 0 for null. The string must be terminated: never use it on unchecked text. The
+ * rest of the aligned 64 bytes in which the terminator lies may be looked at, never another page. */
 RQ_EXPORT uint64_t skStrLen(const char *string);
 RQ_EXPORT uint64_t skStrTLen(const RQChar *string);
 /* Copies a terminated string with its terminator. A null destination: nothing; a null source: an empty string. The
