@@ -98,11 +98,6 @@ inline std::uint64_t copyMembers(const std::uint8_t* in, std::uint64_t n, std::u
   return simd::active.copyMembers(in, n, out, set);
 }
 
-/// Stores each of `n` bytes as an RQChar. Returns n.
-inline std::uint64_t widen(const std::uint8_t* in, std::uint64_t n, RQChar* out) {
-  return simd::active.widen(in, n, out);
-}
-
 /// ASCII case in place.
 inline void upperAscii(std::uint8_t* p, std::uint64_t n) {
   simd::active.upperAscii(p, n);

@@ -34,7 +34,6 @@ struct Instance {
       .upperAscii = flipAscii<Copier<Byte>, 'a'>,
       .lowerAscii = flipAscii<Copier<Byte>, 'A'>,
       .hasMissing = hasMissing<Vector<std::uint64_t>>,
-      .widen = widen<Copier<RQChar>>,
       .narrowWhileBelow = copyWhileBelow<Vector<RQChar>, std::uint8_t>,
       .copyMembers = copyMembers<Copier<Byte>>,
       .trim = trim<Vector<RQChar>>,

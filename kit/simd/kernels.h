@@ -39,7 +39,6 @@ struct Kernels {
   void (*upperAscii)(std::uint8_t* p, std::uint64_t n);
   void (*lowerAscii)(std::uint8_t* p, std::uint64_t n);
   bool (*hasMissing)(const std::uint64_t* array, std::uint64_t n);
-  std::uint64_t (*widen)(const std::uint8_t* in, std::uint64_t n, RQChar* out);
   std::uint64_t (*narrowWhileBelow)(const RQChar* in, std::uint64_t n, std::uint8_t* out, RQChar stop, RQChar bound);
   std::uint64_t (*copyMembers)(const std::uint8_t* in, std::uint64_t n, std::uint8_t* out, const AsciiSet& set);
   std::uint64_t (*trim)(const RQChar* p, std::uint64_t n, RQChar c);

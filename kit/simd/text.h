@@ -1,4 +1,4 @@
-// Kernels that know characters: copies up to a character, widening, case, width.
+// Kernels that know characters: copies up to a character, case, width.
 #ifndef RQUNI_KIT_SIMD_TEXT_H
 #define RQUNI_KIT_SIMD_TEXT_H
 
@@ -123,21 +123,6 @@ std::uint64_t copyWhileBelow(const U* in, std::uint64_t n, Out* out, U stop, U b
 template <class V>
 std::uint64_t copyMembers(const Byte* in, std::uint64_t n, Byte* out, const AsciiSet& set) {
   return copyUntil<NoMember, V>(in, n, out, &set);
-}
-
-template <class V>
-std::uint64_t widen(const std::uint8_t* in, std::uint64_t n, RQChar* out) {
-  if (n < V::lanes) {
-    if constexpr (requires { typename V::Half; }) {
-      return widen<typename V::Half>(in, n, out);
-    } else {
-      for (std::uint64_t i = 0; i < n; ++i) storeUnit<RQChar>(out + i, in[i]);
-      return n;
-    }
-  }
-  for (std::uint64_t i = 0; n - i > V::lanes; i += V::lanes) V::loadWidened(in + i).store(out + i);
-  V::loadWidened(in + n - V::lanes).store(out + n - V::lanes);
-  return n;
 }
 
 /// The other case of the 26 ASCII letters from `first` on.

@@ -113,12 +113,6 @@ struct Vector16 {
   static RQ_INLINE Vector16 load(const U* p) { return {_mm_loadu_si128(reinterpret_cast<const __m128i*>(p))}; }
   /// The first `n` lanes from memory, 1 to lanes - 1, the others zero.
   static RQ_INLINE Vector16 loadPart(const U* p, std::uint64_t n) { return {loadBytes(p, n * sizeof(U))}; }
-  /// `lanes` bytes, each zero-extended to a lane.
-  static RQ_INLINE Vector16 loadWidened(const std::uint8_t* p) {
-    static_assert(sizeof(U) == 4);
-    const __m128i zero = _mm_setzero_si128();
-    return {_mm_unpacklo_epi16(_mm_unpacklo_epi8(_mm_cvtsi32_si128(loadUnit<int>(p)), zero), zero)};
-  }
   RQ_INLINE void store(U* p) const { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
   /// Stores `lanes` bytes; each lane must be below 0x100.
   RQ_INLINE void storeNarrowed(std::uint8_t* p) const {

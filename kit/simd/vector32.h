@@ -36,10 +36,6 @@ struct Vector32 {
   __m256i v;
 
   static RQ_INLINE Vector32 load(const U* p) { return {_mm256_loadu_si256(reinterpret_cast<const __m256i*>(p))}; }
-  static RQ_INLINE Vector32 loadWidened(const std::uint8_t* p) {
-    static_assert(sizeof(U) == 4);
-    return {_mm256_cvtepu8_epi32(_mm_cvtsi64_si128(loadUnit<std::int64_t>(p)))};
-  }
   RQ_INLINE void store(U* p) const { _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v); }
   RQ_INLINE void storeNarrowed(std::uint8_t* p) const {
     static_assert(sizeof(U) == 4);

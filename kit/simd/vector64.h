@@ -35,10 +35,6 @@ struct Vector64 {
     if constexpr (sizeof(U) == 4) return {_mm512_maskz_loadu_epi32(static_cast<__mmask16>(mask), p)};
     if constexpr (sizeof(U) == 8) return {_mm512_maskz_loadu_epi64(static_cast<__mmask8>(mask), p)};
   }
-  static RQ_INLINE Vector64 loadWidened(const std::uint8_t* p) {
-    static_assert(sizeof(U) == 4);
-    return {_mm512_cvtepu8_epi32(_mm_loadu_si128(reinterpret_cast<const __m128i*>(p)))};
-  }
   RQ_INLINE void store(U* p) const { _mm512_storeu_si512(p, v); }
   RQ_INLINE void storeNarrowed(std::uint8_t* p) const {
     static_assert(sizeof(U) == 4);

@@ -1,4 +1,4 @@
-// What the kit offers only inside the library: copies up to a character, widening, trimming, width.
+// What the kit offers only inside the library: copies up to a character, trimming, width.
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -151,19 +151,6 @@ TEST(AsciiSet, holdsWhatWasAddedForEveryByte) {
       EXPECT_EQ(one.has(other), other == c);
     }
   }
-}
-
-TEST(widen, inEveryShape) {
-  Transfer<Byte, RQChar> transfer(5);
-  transfer.check(
-      [&](Byte* p, std::size_t n) {
-        for (std::size_t i = 0; i < n; ++i) p[i] = static_cast<Byte>(transfer.random());
-      },
-      [](const Byte* in, std::uint64_t n, RQChar* out) { return kit::widen(in, n, out); },
-      [](const Byte* in, std::uint64_t n, RQChar* out) {
-        for (std::uint64_t i = 0; i < n; ++i) twin::set<RQChar>(out, i, in[i]);
-        return n;
-      });
 }
 
 /// A search over text of one guarded buffer against its twin.
