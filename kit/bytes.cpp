@@ -24,7 +24,7 @@ template <class U>
 void copyString(const U* source, U* destination) {
   if (!destination) return;
   if (!source) return rq::kit::fill(destination, 0, 1);
-  rq::kit::copyForward(source, destination, (rq::kit::length(source) + 1) * sizeof(U));
+  rq::kit::copyTerminated(source, destination);
 }
 
 }  // namespace

@@ -69,6 +69,12 @@ inline std::uint64_t length(const U* s) {
   return kernelsOf<U>().length(s);
 }
 
+/// Copies `s` and the zero that ends it, and writes nothing behind that.
+template <Unit U>
+inline void copyTerminated(const U* s, U* d) {
+  kernelsOf<U>().copyTerminated(s, d);
+}
+
 /// The number of leading units below U+0080.
 template <Unit U>
 inline std::uint64_t asciiPrefix(const U* p, std::uint64_t n) {

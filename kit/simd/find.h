@@ -170,7 +170,7 @@ RQ_READS_WHOLE_VECTORS std::uint64_t terminatedLength(const U* s) {
   // Four vectors at a time are within a page as well, if they are aligned together.
   for (p += V::lanes; reinterpret_cast<std::uintptr_t>(p) % (4 * V::bytes) != 0; p += V::lanes)
     if (ended(p).any()) return within(p);
-  while (!((ended(p) | ended(p + V::lanes)) | (ended(p + 2 * V::lanes) | ended(p + 3 * V::lanes))).any())
+  while (!V::anyZero(V::load(p), V::load(p + V::lanes), V::load(p + 2 * V::lanes), V::load(p + 3 * V::lanes)))
     p += 4 * V::lanes;
   while (!ended(p).any()) p += V::lanes;
   return within(p);

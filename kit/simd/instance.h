@@ -22,6 +22,7 @@ struct Instance {
       .mismatch = mismatch<Vector<U>>,
       .fill = fill<Vector<U>>,
       .length = terminatedLength<Vector<U>>,
+      .copyTerminated = copyTerminated<Vector, U>,
       .asciiPrefix = asciiPrefix<Vector<U>>,
       .copyUntilPair = copyUntilPair<Copier<U>>,
       .copyWhileBelow = copyWhileBelow<Copier<U>, U>,

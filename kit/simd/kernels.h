@@ -26,6 +26,7 @@ struct UnitKernels {
   std::int64_t (*mismatch)(const U* a, const U* b, std::uint64_t n);
   void (*fill)(U* p, U c, std::uint64_t n);
   std::uint64_t (*length)(const U* s);
+  void (*copyTerminated)(const U* s, U* d);
   std::uint64_t (*asciiPrefix)(const U* p, std::uint64_t n);
   std::uint64_t (*copyUntilPair)(const U* in, std::uint64_t n, U* out, U first, U second, U keep);
   std::uint64_t (*copyWhileBelow)(const U* in, std::uint64_t n, U* out, U stop, U bound);

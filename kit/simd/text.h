@@ -29,6 +29,46 @@ RQ_INLINE void copyFewUnits(const typename V::Lane* in, Out* out, std::uint64_t 
     for (std::uint64_t i = 0; i < n; ++i) out[i] = static_cast<Out>(loadUnit<typename V::Lane>(in + i));
 }
 
+/// Copies `s` and the zero that ends it in one pass. Reads as terminatedLength does; writes nothing behind the zero.
+template <template <class> class Vector, class U>
+RQ_READS_WHOLE_VECTORS void copyTerminated(const U* s, U* d) {
+  using V = Vector<U>;
+  const auto address = reinterpret_cast<std::uintptr_t>(s);
+  if (address % sizeof(U)) {  // vectors of such units cannot be aligned
+    for (U c = 1; c; ++s, ++d) storeUnit(d, c = loadUnit<U>(s));
+    return;
+  }
+  const V zero = V::splat(0);
+  const auto zeros = [=](V v) { return V::equal(v, zero); };
+  const auto copyShort = [=](std::uint64_t n) {
+    moveShort<Vector<Byte>>(reinterpret_cast<const Byte*>(s), reinterpret_cast<Byte*>(d), n * sizeof(U));
+  };
+  const std::uint64_t before = address % V::bytes / sizeof(U);
+  if (const std::uint64_t bits = zeros(V::load(s - before)).bits() >> before) return copyShort(firstBit(bits) + 1);
+  std::uint64_t i = V::lanes - before;
+  if (const std::uint64_t bits = zeros(V::load(s + i)).bits()) return copyShort(i + firstBit(bits) + 1);
+  V::load(s).store(d);
+  for (;; i += V::lanes) {
+    // Four vectors at a time are within a page as well, if they are aligned together.
+    while (reinterpret_cast<std::uintptr_t>(s + i) % (4 * V::bytes) == 0) {
+      const V a = V::load(s + i), b = V::load(s + i + V::lanes);
+      const V c = V::load(s + i + 2 * V::lanes), e = V::load(s + i + 3 * V::lanes);
+      if (V::anyZero(a, b, c, e)) break;
+      a.store(d + i);
+      b.store(d + i + V::lanes);
+      c.store(d + i + 2 * V::lanes);
+      e.store(d + i + 3 * V::lanes);
+      i += 4 * V::lanes;
+    }
+    const V v = V::load(s + i);
+    if (const std::uint64_t bits = zeros(v).bits()) {
+      const std::uint64_t last = i + firstBit(bits) + 1 - V::lanes;
+      return V::load(s + last).store(d + last);
+    }
+    v.store(d + i);
+  }
+}
+
 /// Copies units up to the first that `Stop<V>` hits and returns their number. Nothing behind them is written.
 /// A stop looks quickly at vectors that it is given (what it misses there, it does not hit), then exactly at those
 /// behind which another unit follows, and at last at one that ends the text.

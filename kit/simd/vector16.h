@@ -189,6 +189,11 @@ struct Vector16 {
   RQ_INLINE bool any() const {
     return _mm_movemask_epi8(_mm_cmpeq_epi8(v, _mm_setzero_si128())) != 0xFFFF;
   }
+  /// Is a lane of one of the four zero?
+  static RQ_INLINE bool anyZero(Vector16 a, Vector16 b, Vector16 c, Vector16 d) {
+    const Vector16 zero = splat(0);
+    return ((equal(a, zero) | equal(b, zero)) | (equal(c, zero) | equal(d, zero))).any();
+  }
   RQ_INLINE std::uint64_t bits() const {
     return nonZero().bits();
   }

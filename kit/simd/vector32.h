@@ -93,6 +93,13 @@ struct Vector32 {
     if constexpr (sizeof(U) == 4) return ~Hits{_mm256_cmpeq_epi32(v, _mm256_setzero_si256())};
   }
   RQ_INLINE bool any() const { return !_mm256_testz_si256(v, v); }
+  static RQ_INLINE Vector32 least(Vector32 a, Vector32 b) {
+    if constexpr (sizeof(U) == 1) return {_mm256_min_epu8(a.v, b.v)};
+    if constexpr (sizeof(U) == 4) return {_mm256_min_epu32(a.v, b.v)};
+  }
+  static RQ_INLINE bool anyZero(Vector32 a, Vector32 b, Vector32 c, Vector32 d) {
+    return equal(least(least(a, b), least(c, d)), splat(0)).any();
+  }
   RQ_INLINE std::uint64_t bits() const { return nonZero().bits(); }
 
   static RQ_INLINE Vector32 where(Hits hits, Vector32 a) { return {_mm256_and_si256(hits.v, a.v)}; }

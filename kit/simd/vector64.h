@@ -81,6 +81,13 @@ struct Vector64 {
     if constexpr (sizeof(U) == 4) return {_mm512_test_epi32_mask(v, v)};
   }
   RQ_INLINE bool any() const { return _mm512_test_epi64_mask(v, v) != 0; }
+  static RQ_INLINE Vector64 least(Vector64 a, Vector64 b) {
+    if constexpr (sizeof(U) == 1) return {_mm512_min_epu8(a.v, b.v)};
+    if constexpr (sizeof(U) == 4) return {_mm512_min_epu32(a.v, b.v)};
+  }
+  static RQ_INLINE bool anyZero(Vector64 a, Vector64 b, Vector64 c, Vector64 d) {
+    return equal(least(least(a, b), least(c, d)), splat(0)).any();
+  }
   RQ_INLINE std::uint64_t bits() const { return nonZero().bits(); }
 
   static RQ_INLINE Vector64 where(Hits hits, Vector64 a) {
