@@ -132,6 +132,7 @@ class PlainCharacters {
     if ((word & bit) == 0) {
       word |= bit;
       uint64_t produced = 0;
+      std::memset(answer.units, 0, sizeof answer.units);  // what a host leaves out must not show the stack
       transcode(toSession_, &character, sizeof character, answer.units, sizeof answer.units, &produced);
       answer.count = smaller(produced, sizeof answer.units) / sizeof(Unit);
       const bool same = answer.count == 1 && answer.units[0] == character;

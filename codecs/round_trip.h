@@ -53,7 +53,8 @@ class RoundTrips {
     uint8_t bytes;  // or unmappable
   };
 
-  /// Converts to the session and back; the values decide, not the statuses. Returns bytes in scratch_, or unmappable.
+  /// Converts to the session and back; the values decide, neither the statuses nor what the way back says it
+  /// produced. Returns bytes in scratch_, or unmappable.
   uint64_t ask(uint32_t codePoint) {
     uint64_t produced = sizeof scratch_;
     transcode(pair_.toSession, &codePoint, sizeof codePoint, scratch_, sizeof scratch_, &produced);
@@ -61,7 +62,7 @@ class RoundTrips {
     uint32_t back = 0;
     uint64_t backBytes = 0;
     transcode(pair_.fromSession, scratch_, produced, &back, sizeof back, &backBytes);
-    return back == codePoint && backBytes <= sizeof back ? produced : unmappable;
+    return back == codePoint ? produced : unmappable;
   }
 
   const RQTranscoderPair pair_;
