@@ -13,6 +13,12 @@ namespace {
 constexpr std::uint8_t canary = 0xC7;
 const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
 
+bool isCanary(const std::uint8_t* begin, const std::uint8_t* end) {
+  if (begin == end) return true;
+  // Each byte is the canary when the first one is and each equals the one behind it.
+  return *begin == canary && std::memcmp(begin, begin + 1, static_cast<std::size_t>(end - begin - 1)) == 0;
+}
+
 }  // namespace
 
 GuardedBuffer::GuardedBuffer(std::size_t bytes) : room_((bytes + page - 1) / page * page) {
@@ -48,9 +54,8 @@ std::uint8_t* GuardedBuffer::place(const void* data, std::size_t bytes, Flush fl
 }
 
 bool GuardedBuffer::intact() const {
-  for (const std::uint8_t* p = base_ + page; p != base_ + page + room_; ++p)
-    if ((p < placed_ || p >= placed_ + placedBytes_) && *p != canary) return false;
-  return true;
+  const std::uint8_t* const begin = base_ + page;
+  return isCanary(begin, placed_) && isCanary(placed_ + placedBytes_, begin + room_);
 }
 
 }  // namespace rq::test

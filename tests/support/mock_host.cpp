@@ -34,15 +34,6 @@ std::uint64_t digestOf(std::uint64_t seed, const void* data, std::uint64_t bytes
 
 }  // namespace
 
-const char* nameOf(Service service) {
-  constexpr const char* names[] = {
-      "createPool",       "destroyPool",       "allocate",     "release",     "lookUpOption", "querySession",
-      "createTranscoder", "destroyTranscoder", "convert",      "upper",       "lower",        "lookUpCharset",
-      "upperCase",        "messageToBuf",      "messageToJnl", "statusToBuf", "statusToJnl"};
-  static_assert(std::size(names) == static_cast<std::size_t>(Service::count));
-  return names[static_cast<std::size_t>(service)];
-}
-
 template <std::size_t Words>
 Table<Words>::Table(MockHost* owner) : host(owner) {
   words.fill(reinterpret_cast<std::uintptr_t>(&unlistedSlot));
@@ -184,32 +175,12 @@ struct MockFunctions {
     } else if (transcoder->from && transcoder->to) {
       done = convert(*transcoder->from, *transcoder->to, in, bytes, out, capacity);
     }
-    const std::uint64_t before = *produced;
-    *produced = done.produced;
-    if (host.lie_ != Lie::none && MockHost::due(host.lieFault_)) {
-      switch (host.lie_) {
-        case Lie::none:
-          break;
-        case Lie::notSet:
-          *produced = before;
-          break;
-        case Lie::zero:
-          *produced = 0;
-          break;
-        case Lie::capacity:
-          *produced = capacity;
-          break;
-        case Lie::capacityPlusOne:
-          *produced = capacity + 1;
-          break;
-        case Lie::odd:
-          *produced |= 1;
-          break;
-        case Lie::enormous:
-          *produced = UINT64_MAX - 6;
-          break;
-      }
-    }
+    Lie lie = host.fate_.lie;
+    if (lie == Lie::none && host.lie_ != Lie::none && MockHost::due(host.lieFault_)) lie = host.lie_;
+    const std::uint64_t told = toldLength(lie, done.produced, capacity, *produced);
+    if (host.liesFill && told > done.produced)
+      std::memset(out + done.produced, '.', (told < capacity ? told : capacity) - done.produced);
+    *produced = told;
     return dirty | (done.status ? done.status : host.convertStatus);
   }
 
@@ -349,6 +320,7 @@ void MockHost::behave() {
   faults_ = {};
   lie_ = Lie::none;
   lieFault_ = {};
+  fates.forget();
 }
 
 void MockHost::forget() {
@@ -368,8 +340,10 @@ bool MockHost::enter(Service service, std::array<std::uint64_t, 7> arguments, st
                      std::uint64_t digest) {
   const auto index = static_cast<std::size_t>(service);
   ++counts_[index];
-  if (recording) calls.push_back({service, arguments, seen, digest});
-  return !due(faults_[index]);
+  fate_ = fates.next(service, digest);
+  if (due(faults_[index])) fate_.refused = true;
+  if (recording) calls.push_back({service, arguments, seen, digest, fate_});
+  return !fate_.refused;
 }
 
 void MockHost::endBlock(std::size_t index) {

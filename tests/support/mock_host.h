@@ -14,43 +14,11 @@
 
 #include "frame/rquni.h"
 #include "support/encodings.h"
+#include "support/fates.h"
 
 namespace rq::test {
 
 class MockHost;
-
-enum class Service : unsigned {
-  createPool,
-  destroyPool,
-  allocate,
-  release,
-  lookUpOption,
-  querySession,
-  createTranscoder,
-  destroyTranscoder,
-  convert,
-  upper,
-  lower,
-  lookUpCharset,
-  upperCase,
-  messageToBuf,
-  messageToJnl,
-  statusToBuf,
-  statusToJnl,
-  count
-};
-const char* nameOf(Service service);
-
-/// One call: the registers as they came, and what the pointers among them led to.
-struct Call {
-  Service service;
-  std::array<std::uint64_t, 7> arguments;  // the object itself is the first
-  std::array<std::uint64_t, 3> seen;       // per service, see mock_host.cpp
-  std::uint64_t digest;                    // of the text handed over, with service, object and capacity
-};
-
-/// What a lying conversion stores as the number of bytes produced.
-enum class Lie { none, notSet, zero, capacity, capacityPlusOne, odd, enormous };
 
 /// Words of a table: the listed ones are set, all others end the process when called.
 template <std::size_t Words>
@@ -108,6 +76,10 @@ class MockHost {
   /// The n-th conversion from now on works, but tells a false length (0: every conversion).
   void lie(Lie lie, std::uint64_t nth);
   void behave();
+  /// The same for chosen calls over all services together, and as often as wanted.
+  Fates fates;
+  /// Whether a conversion that claims more than it produced fills what it claims, as far as there is room.
+  bool liesFill = false;
 
   /// What the option lookup and the session query answer.
   std::uint32_t optionStatus = 0;
@@ -170,6 +142,7 @@ class MockHost {
   std::array<Fault, static_cast<std::size_t>(Service::count)> faults_{};
   Fault lieFault_;
   Services services_;
+  Fate fate_;  // of the call that is being answered
   Lie lie_ = Lie::none;
   std::vector<Block> blocks_;
   std::vector<std::unique_ptr<MockPool>> pools_;

@@ -26,6 +26,16 @@ inline long residentPages() {
   return resident;
 }
 
+/// Mappings of this process's address space.
+inline long mappings() {
+  long lines = 0;
+  if (std::FILE* file = std::fopen("/proc/self/maps", "r")) {
+    for (int c = std::fgetc(file); c != EOF; c = std::fgetc(file)) lines += c == '\n';
+    std::fclose(file);
+  }
+  return lines;
+}
+
 }  // namespace rq::test
 
 #endif

@@ -2,17 +2,13 @@
 
 #include <string_view>
 
-#include "support/guarded_buffer.h"
-
 namespace rq::test {
 namespace {
 
-constexpr std::uint8_t untouched = 0xC7;
-
 /// The encoding of what a slot takes.
-std::uint32_t inputEncoding(const Slot& slot) {
+std::uint32_t inputEncoding(const Slot& slot, std::uint32_t session) {
   const std::string_view name = slot.name;
-  if (slot.shape != Shape::transform || slot.isPut()) return usualSession(slot.flavour);
+  if (slot.shape != Shape::transform || slot.isPut()) return session;
   if (name == "getUTF8") return utf8;
   if (name.starts_with("getUTF16")) return name.ends_with('B') ? utf16Big : utf16Little;
   return name.ends_with('B') ? utf32Big : utf32;
@@ -25,7 +21,13 @@ std::uint32_t usualSession(Flavour flavour) {
 }
 
 std::vector<std::uint8_t> inputOf(const Slot& slot, std::u32string_view text) {
-  return encoded(inputEncoding(slot), text);
+  return inputOf(slot, usualSession(slot.flavour), text);
+}
+
+std::vector<std::uint8_t> inputOf(const Slot& slot, std::uint32_t session, std::u32string_view text) {
+  std::vector<std::uint8_t> input = encoded(inputEncoding(slot, session), text);
+  input.resize(input.size() / slot.inputUnit() * slot.inputUnit());
+  return input;
 }
 
 std::vector<std::uint8_t> richText(const Slot& slot, bool isLong) {
@@ -37,22 +39,27 @@ std::vector<std::uint8_t> richText(const Slot& slot, bool isLong) {
   return inputOf(slot, text);
 }
 
-Made make(const Slot& slot, Session& session, const std::vector<std::uint8_t>& input, std::uint64_t capacity,
-          bool pad) {
+Made make(const Slot& slot, Session& session, const RQOperations& operations, const std::vector<std::uint8_t>& input,
+          std::uint64_t capacity, bool pad, Flush flush) {
   static GuardedBuffer in(16 * 4096), out(16 * 4096);
   const std::uint64_t room = capacity * slot.outputUnit() + slot.overshoot(capacity, pad);
-  const std::uint8_t* const text = in.place(input.data(), input.size());
-  std::uint8_t* const output = out.place(room);
+  const std::uint8_t* const text = in.place(input.data(), input.size(), flush);
+  std::uint8_t* const output = out.place(room, flush);
   Made made{};
-  made.answer = callSlot(slot, slotsOf(session.object, slot.flavour), session.object, text,
-                         input.size() / slot.inputUnit(), output, capacity, pad);
+  made.answer =
+      callSlot(slot, operations, session.object, text, input.size() / slot.inputUnit(), output, capacity, pad);
   made.output.assign(output, output + room);
   made.mistake = mistakeOf(slot, made.answer, output, room, untouched);
-  if (!out.intact()) made.mistake = "bytes before the output";
+  if (!out.intact()) made.mistake = "bytes around the output";
   const MockHost& host = session.host;
   if (host.livePools != 1 || host.liveBlocks != 1 || host.liveTranscoders != 14 || host.mistakes != 0)
     made.mistake = "what was taken is not given back";
   return made;
+}
+
+Made make(const Slot& slot, Session& session, const std::vector<std::uint8_t>& input, std::uint64_t capacity,
+          bool pad, Flush flush) {
+  return make(slot, session, slotsOf(session.object, slot.flavour), input, capacity, pad, flush);
 }
 
 }  // namespace rq::test

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "support/guarded_buffer.h"
 #include "support/session.h"
 #include "trust/slots.h"
 
@@ -16,8 +17,12 @@ std::uint32_t usualSession(Flavour flavour);
 std::vector<std::uint8_t> richText(const Slot& slot, bool isLong);
 /// The same of any text: session text for Puts, codecs and measures, a Unicode form for Gets.
 std::vector<std::uint8_t> inputOf(const Slot& slot, std::u32string_view text);
+/// The same in another session encoding.
+std::vector<std::uint8_t> inputOf(const Slot& slot, std::uint32_t session, std::u32string_view text);
 
-/// A call and the bytes of capacity and overshoot that it left.
+inline constexpr std::uint8_t untouched = 0xC7;
+
+/// A call and the bytes of capacity and overshoot that it left; what it did not write is `untouched`.
 struct Made {
   Answer answer;
   std::vector<std::uint8_t> output;
@@ -25,10 +30,13 @@ struct Made {
   bool operator==(const Made& other) const { return answer == other.answer && output == other.output; }
 };
 
-/// Calls a slot of the session's object with input and output flush against guard pages: capacity and documented
-/// overshoot, and not a byte more.
+/// Calls that slot of `operations` with the session's object, input and output flush against guard pages: capacity
+/// and documented overshoot, and not a byte more.
+Made make(const Slot& slot, Session& session, const RQOperations& operations, const std::vector<std::uint8_t>& input,
+          std::uint64_t capacity, bool pad, Flush flush = Flush::atEnd);
+/// The same of the object's own operations.
 Made make(const Slot& slot, Session& session, const std::vector<std::uint8_t>& input, std::uint64_t capacity,
-          bool pad);
+          bool pad, Flush flush = Flush::atEnd);
 
 }  // namespace rq::test
 

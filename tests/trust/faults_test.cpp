@@ -1,6 +1,10 @@
-// Hosts that fail and hosts that lie: each service at its n-th call, for n from 1 until none is left.
+// Hosts that fail and hosts that lie: each call of each slot, and each two of them.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
+#include "codecs/comparison.h"
+#include "codecs/twin.h"
 #include "trust/calls.h"
 
 namespace rq::test {
@@ -8,19 +12,30 @@ namespace {
 
 constexpr RQStatus refusal = 0x805FFFFF;  // the mock's
 constexpr MockHost::Services allServices = {true, false, true};
+constexpr Fate refused = {true, Lie::none};
+
+bool isTransform(const Slot& slot) {
+  return slot.shape == Shape::transform || slot.shape == Shape::paddedTransform;
+}
+
+/// What happens to which of a call's questions to the host, counted over all services.
+struct Trouble {
+  std::uint64_t nth;
+  Fate fate;
+};
 
 /// A slot in its usual session, and what it answers when nothing fails.
 class Subject {
  public:
   Subject(const Slot& tested, bool isLong) : slot(tested), session(usualSession(tested.flavour)) {
-    session.host.recording = false;
     session.host.offer(allServices);
     input_ = richText(slot, isLong);
     capacity_ = 12 * input_.size();
+    twin::setKernel(session.host.kernel());
     usual = call();
   }
 
-  Made call() { return make(slot, session, input_, capacity_, pads()); }
+  Made call() { return call(slotsOf(session.object, slot.flavour)); }
   /// A call with the faults that are set, then one without: a failure must leave nothing behind.
   Made callOnce() {
     Made made = call();
@@ -29,26 +44,57 @@ class Subject {
     EXPECT_TRUE(call() == usual) << slot.fullName() << " remembers a failure";
     return made;
   }
+  /// A call in such trouble. The naive twin, to whom the host answers the same questions in the same way, must give
+  /// the same; afterwards all must be as it was. Returns the questions asked.
+  std::uint64_t callInTrouble(std::initializer_list<Trouble> all) {
+    MockHost& host = session.host;
+    host.fates.forget();
+    for (const Trouble& trouble : all) host.fates.set(trouble.nth, trouble.fate);
+    const Made made = call();
+    const std::uint64_t asked = host.fates.count();
+    EXPECT_EQ(made.mistake, nullptr) << slot.fullName();
+    if (!isTransform(slot)) expectTheTwins(made);
+    host.behave();
+    EXPECT_TRUE(call() == usual) << slot.fullName() << " remembers a failure";
+    return asked;
+  }
   std::uint64_t questions(Service service) {
-    const std::uint64_t before = session.host.count(service);
     call();
-    return session.host.count(service) - before;
+    return session.host.count(service);
   }
   bool pads() const { return slot.shape == Shape::paddedTransform; }
   std::uint64_t capacity() const { return capacity_; }
+  /// Also with room for only so much.
+  void limit(std::uint64_t capacity) {
+    capacity_ = capacity;
+    usual = call();
+  }
 
   const Slot& slot;
   Session session;
   Made usual;
 
  private:
+  Made call(const RQOperations& operations) {
+    session.host.forget();
+    return make(slot, session, operations, input_, capacity_, pads());
+  }
+  void expectTheTwins(const Made& made) {
+    session.host.fates.repeat(std::vector(session.host.calls));
+    const Made twin = call(twin::operations(slot.flavour));
+    EXPECT_EQ(twin.mistake, nullptr) << slot.fullName() << ", the twin";
+    EXPECT_TRUE(made.answer == twin.answer)
+        << slot.fullName() << ": status " << made.answer.status << ", length " << made.answer.written << ", twin "
+        << twin.answer.status << ", " << twin.answer.written;
+    const std::uint64_t length = made.answer.written == notStored ? 0 : made.answer.written * slot.outputUnit();
+    EXPECT_TRUE(std::equal(made.output.begin(), made.output.begin() + static_cast<std::ptrdiff_t>(length),
+                           twin.output.begin()))
+        << slot.fullName() << ": not the twin's bytes";
+  }
+
   std::vector<std::uint8_t> input_;
   std::uint64_t capacity_ = 0;
 };
-
-bool isTransform(const Slot& slot) {
-  return slot.shape == Shape::transform || slot.shape == Shape::paddedTransform;
-}
 
 void expectRefusedConversion(const Subject& subject, const Made& made, std::uint64_t nth) {
   const Slot& slot = subject.slot;
@@ -117,27 +163,69 @@ TEST(Faults, ServedDigitsAreReadWithoutTheirServiceToo) {
   EXPECT_EQ(slotsThatAsk, 5U);  // the decoders, and the encoder of references for its angle notation
 }
 
-TEST(Faults, PairsOfServicesAreRefused) {
-  constexpr Service others[] = {Service::allocate, Service::lookUpCharset};
+// Each call of each slot, and each two calls of one, of the same service or of different ones.
+TEST(Faults, EachTwoCallsOfEachSlotAreRefused) {
+  for (const Slot& slot : allSlots())
+    for (const bool isLong : {false, true}) {
+      Subject subject(slot, isLong);
+      const std::uint64_t calls = subject.callInTrouble({});
+      for (std::uint64_t n = 1; n <= calls; ++n) {
+        const std::uint64_t left = subject.callInTrouble({{n, refused}});
+        for (std::uint64_t m = n + 1; m <= left; ++m) subject.callInTrouble({{n, refused}, {m, refused}});
+      }
+    }
+}
+
+TEST(Faults, EachCallIsRefusedWhereTheOutputIsTooSmallToo) {
   for (const Slot& slot : allSlots()) {
-    Subject subject(slot, slot.isPut());
-    const std::uint64_t conversions = subject.questions(Service::convert);
-    for (const Service other : others)
-      for (std::uint64_t m = 1, last = subject.questions(other); m <= last; ++m)
-        for (std::uint64_t nth = 1; nth <= conversions; ++nth) {
-          subject.session.host.refuse(other, m);
-          subject.session.host.refuse(Service::convert, nth);
-          subject.callOnce();
+    if (slot.shape == Shape::measure) continue;
+    Subject subject(slot, false);
+    const std::uint64_t whole = subject.usual.answer.written;
+    for (const std::uint64_t capacity : {std::uint64_t{0}, std::uint64_t{7}, whole / 2, whole - 1, whole}) {
+      subject.limit(capacity);
+      const std::uint64_t calls = subject.callInTrouble({});
+      for (std::uint64_t n = 1; n <= calls; ++n) subject.callInTrouble({{n, refused}});
+    }
+  }
+}
+
+// A host that claims more than it made, and fills what it claims: then twin and library see the same bytes.
+TEST(Faults, LiesMakeTheSameOfTheLibraryAndOfItsTwin) {
+  for (const Slot& slot : allSlots())
+    for (const bool isLong : {false, true}) {
+      Subject subject(slot, isLong);
+      subject.session.host.liesFill = true;
+      const std::uint64_t calls = subject.callInTrouble({});
+      unsigned other = 0;
+      for (std::uint64_t n = 1; n <= calls; ++n)
+        for (const Lie lie : allLies) {
+          const std::uint64_t left = subject.callInTrouble({{n, {false, lie}}});
+          if (isLong) continue;
+          for (std::uint64_t m = n + 1; m <= left; ++m)  // with another lie each time, or with a refusal
+            subject.callInTrouble({{n, {false, lie}}, {m, {m % 2 == 0, allLies[other++ % std::size(allLies)]}}});
         }
+    }
+}
+
+// What a host claims but did not write must not show what the stack held: it is zero.
+TEST(Faults, ClaimedBytesThatNobodyWroteAreZero) {
+  for (const Slot& slot : allSlots()) {
+    if (std::string_view(slot.name) != "putNCR") continue;
+    Session session(usualSession(slot.flavour));
+    session.host.lie(Lie::capacity, 0);
+    const Made made = make(slot, session, inputOf(slot, U"abc"), 100, false);
+    const std::uint64_t unit = slot.outputUnit();
+    ASSERT_EQ(made.answer.written, 30U) << slot.fullName();
+    for (std::uint64_t i = 0; i < 30 * unit; ++i)
+      EXPECT_EQ(made.output[i], i % (10 * unit) == 0 ? "abc"[i / (10 * unit)] : 0) << slot.fullName() << ' ' << i;
   }
 }
 
 TEST(Faults, EachConversionOfEachSlotLies) {
-  constexpr Lie lies[] = {Lie::notSet, Lie::zero, Lie::capacity, Lie::capacityPlusOne, Lie::odd, Lie::enormous};
   for (const Slot& slot : allSlots())
     for (const bool isLong : {false, true}) {
       Subject subject(slot, isLong);
-      for (const Lie lie : lies)
+      for (const Lie lie : allLies)
         for (std::uint64_t nth = 1, last = subject.questions(Service::convert); nth <= last; ++nth) {
           subject.session.host.lie(lie, nth);
           const Made made = subject.callOnce();
@@ -145,65 +233,11 @@ TEST(Faults, EachConversionOfEachSlotLies) {
           // What the host says goes on: hosts count on it, and are told to keep to the capacity.
           const std::uint64_t unit = slot.isPut() ? 1 : slot.outputUnit();
           const std::uint64_t capacityBytes = subject.capacity() * slot.outputUnit();
-          const std::uint64_t told = lie == Lie::notSet || lie == Lie::zero ? 0
-                                     : lie == Lie::capacity                 ? capacityBytes
-                                     : lie == Lie::capacityPlusOne          ? capacityBytes + 1
-                                     : lie == Lie::enormous                 ? UINT64_MAX - 6
-                                                                            : made.answer.written * unit;
+          const std::uint64_t truth = subject.usual.answer.written * unit;
+          const std::uint64_t told = toldLength(lie, truth, capacityBytes, 0);
           EXPECT_EQ(made.answer.written, told / unit) << slot.fullName();
         }
     }
-}
-
-/// Creates an object of that host, ends it, and tells whether there was one.
-bool createAndEnd(MockHost& host) {
-  const Library& library = Library::get();
-  library.rqextent(host.kernel());
-  RQInterface* const object = library.rquni(host.context(), host.journal());
-  if (object) object->destroy(object);
-  EXPECT_TRUE(host.balanced());
-  return object != nullptr;
-}
-
-bool preventsCreation(Service service) {
-  return service == Service::createPool || service == Service::allocate;
-}
-
-constexpr Service servicesOfCreation[] = {Service::createPool, Service::allocate, Service::lookUpOption,
-                                          Service::querySession, Service::createTranscoder};
-
-std::uint64_t questionsOfCreation(Service service) {
-  MockHost host;
-  if (service == Service::querySession) host.optionStatus = 1;  // asked only then
-  createAndEnd(host);
-  return host.count(service);
-}
-
-TEST(Faults, EachServiceOfCreationIsRefused) {
-  for (const Service service : servicesOfCreation) {
-    const std::uint64_t questions = questionsOfCreation(service);
-    EXPECT_EQ(questions, service == Service::createTranscoder ? 14U : 1U) << nameOf(service);
-    for (std::uint64_t nth = 1; nth <= questions; ++nth) {
-      MockHost host;
-      if (service == Service::querySession) host.optionStatus = 1;
-      host.refuse(service, nth);
-      EXPECT_EQ(createAndEnd(host), !preventsCreation(service)) << nameOf(service) << nth;
-      EXPECT_EQ(host.count(Service::statusToJnl), preventsCreation(service) ? 1U : 0U) << nameOf(service);
-    }
-  }
-}
-
-TEST(Faults, PairsOfServicesOfCreationAreRefused) {
-  for (const Service a : servicesOfCreation)
-    for (const Service b : servicesOfCreation)
-      for (std::uint64_t n = 1; n <= questionsOfCreation(a); ++n)
-        for (std::uint64_t m = 1; a < b && m <= questionsOfCreation(b); ++m) {
-          MockHost host;
-          host.optionStatus = a == Service::querySession || b == Service::querySession;
-          host.refuse(a, n);
-          host.refuse(b, m);
-          EXPECT_EQ(createAndEnd(host), !preventsCreation(a) && !preventsCreation(b)) << nameOf(a) << nameOf(b);
-        }
 }
 
 }  // namespace

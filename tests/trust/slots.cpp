@@ -19,6 +19,16 @@ constexpr Slots makeSlots() {
   return slots;
 }
 
+/// Every write beyond a capacity that there is, as operations.h documents it.
+struct Overshoot {
+  std::string_view operation;  // the beginning of its name
+  unsigned units;              // at any capacity
+  unsigned narrowBytes;        // at any capacity, in the plain and served flavours
+  unsigned blank;              // pads in whole blanks of so many bytes, in the plain and served flavours
+};
+constexpr Overshoot overshoots[] = {
+    {"getUEsc", 1, 0, 0}, {"putUEsc", 2, 0, 0}, {"putUParen", 0, 4, 0}, {"putUTF16", 0, 0, 2}, {"putUTF32", 0, 0, 4}};
+
 /// The slot's function: the operations of a flavour are pointers at consecutive words.
 template <class Function>
 Function functionOf(const RQOperations& operations, unsigned position) {
@@ -54,12 +64,12 @@ std::uint64_t Slot::inputUnit() const {
 }
 
 std::uint64_t Slot::overshoot(std::uint64_t capacity, bool pad) const {
-  const std::string_view operation = name;
-  if (operation == "getUEsc") return outputUnit();
-  if (operation == "putUEsc") return 2 * outputUnit();
-  if (operation == "putUParen") return isWide() ? 0 : 4;
-  if (shape != Shape::paddedTransform || !pad || isWide()) return 0;
-  return operation.starts_with("putUTF16") ? capacity % 2 : (4 - capacity % 4) % 4;
+  for (const Overshoot& row : overshoots) {
+    if (!std::string_view(name).starts_with(row.operation)) continue;
+    const std::uint64_t blanks = pad && row.blank != 0 ? (row.blank - capacity % row.blank) % row.blank : 0;
+    return row.units * outputUnit() + (isWide() ? 0 : row.narrowBytes + blanks);
+  }
+  return 0;
 }
 
 std::string Slot::fullName() const {

@@ -1,0 +1,79 @@
+#include "support/fates.h"
+
+#include <iterator>
+
+namespace rq::test {
+
+const char* nameOf(Service service) {
+  constexpr const char* names[] = {
+      "createPool",       "destroyPool",       "allocate",     "release",     "lookUpOption", "querySession",
+      "createTranscoder", "destroyTranscoder", "convert",      "upper",       "lower",        "lookUpCharset",
+      "upperCase",        "messageToBuf",      "messageToJnl", "statusToBuf", "statusToJnl"};
+  static_assert(std::size(names) == static_cast<std::size_t>(Service::count));
+  return names[static_cast<std::size_t>(service)];
+}
+
+bool canFail(Service service) {
+  constexpr Service all[] = {Service::createPool,   Service::allocate,         Service::lookUpOption,
+                             Service::querySession, Service::createTranscoder, Service::convert,
+                             Service::lookUpCharset};
+  for (const Service one : all)
+    if (one == service) return true;
+  return false;
+}
+
+std::uint64_t toldLength(Lie lie, std::uint64_t produced, std::uint64_t capacity, std::uint64_t before) {
+  switch (lie) {
+    case Lie::none:
+      break;
+    case Lie::notSet:
+      return before;
+    case Lie::zero:
+      return 0;
+    case Lie::capacity:
+      return capacity;
+    case Lie::capacityPlusOne:
+      return capacity + 1;
+    case Lie::odd:
+      return produced | 1;
+    case Lie::notOfFour:
+      return produced | 2;
+    case Lie::twoTo31:
+      return std::uint64_t{1} << 31;
+    case Lie::twoTo62:
+      return std::uint64_t{1} << 62;
+    case Lie::enormous:
+      return UINT64_MAX - 6;
+    case Lie::most:
+      return UINT64_MAX;
+  }
+  return produced;
+}
+
+void Fates::forget() {
+  count_ = 0;
+  byNumber_.clear();
+  byQuestion_.clear();
+}
+
+void Fates::repeat(const std::vector<Call>& calls) {
+  forget();
+  for (const Call& call : calls)
+    if (call.service == Service::convert || call.service == Service::allocate)
+      byQuestion_[{call.service, call.digest}].fates.push_back(call.fate);
+}
+
+Fate Fates::next(Service service, std::uint64_t digest) {
+  if (!canFail(service)) return {};
+  ++count_;
+  for (const auto& [nth, fate] : byNumber_)
+    if (nth == count_) return fate;
+  const auto found = byQuestion_.find({service, digest});
+  if (found == byQuestion_.end()) return {};
+  Repeated& repeated = found->second;
+  const Fate fate = repeated.fates[repeated.next];
+  if (repeated.next + 1 < repeated.fates.size()) ++repeated.next;
+  return fate;
+}
+
+}  // namespace rq::test
