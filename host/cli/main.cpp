@@ -3,106 +3,19 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <csignal>
 #include <iostream>
-#include <map>
 #include <new>
 #include <sstream>
+#include <stdexcept>
 
+#include "host/cli/command_line.h"
 #include "host/cli/commands.h"
 
 namespace rq::cli {
 namespace {
 
-constexpr std::int64_t longestField = std::int64_t{1} << 30;
 constexpr int exitDone = 0, exitData = 1, exitUsage = 2, exitSystem = 3;
-
-constexpr const char *footer =
-    "Exit codes: 0 done, 1 a text has a problem (the message says where), 2 wrong usage, 3 files, memory or "
-    "library.\n"
-    "The output is complete only with exit code 0.";
-
-const std::vector<std::string> forms = {"utf8", "utf16be", "utf16le", "utf32be", "utf32le"};
-
-void addCommon(CLI::App &command, Options &options) {
-  static const std::map<std::string, Flavour> flavours = {
-      {"plain", Flavour::plain}, {"s", Flavour::served}, {"t", Flavour::wide}};
-  command.add_option("-s,--session", options.session, "Session encoding (default UTF-8; UTF-32LE for flavour t)");
-  command
-      .add_option("--flavour", options.flavour,
-                  "plain; s: hexadecimal digits by the host's service; t: 4-byte characters")
-      ->transform(CLI::Transformer(flavours))
-      ->type_name("plain|s|t");
-  command.add_option("--library", options.library,
-                     "The library to load (default: beside the tool, then the loader's)");
-  command.add_option("-o,--output", options.output, "Write to this file instead of standard output");
-  command.footer(footer);
-}
-
-void addTexts(CLI::App &command, Options &options) {
-  addCommon(command, options);
-  command.add_option("file", options.files, "Files, - for standard input, which is also the default");
-  command.add_flag("--lines", options.lines, "Take each line for a text of its own, in bounded memory");
-  command.add_flag_callback(
-      "--progress", [&options] { options.progress = true; }, "Show progress");
-  command.add_flag_callback(
-      "--no-progress", [&options] { options.progress = false; },
-      "Show none (default: after a second, on a terminal)");
-}
-
-CLI::App *addCommand(CLI::App &app, Options &options, Command command, const char *name, const char *help) {
-  CLI::App *sub = app.add_subcommand(name, help);
-  sub->callback([&options, command] { options.command = command; });
-  return sub;
-}
-
-void addSubject(CLI::App &command, Options &options, const char *name, const std::vector<std::string> &values) {
-  command.add_option(name, options.subject)->required()->check(CLI::IsMember(values));
-}
-
-void describe(CLI::App &app, Options &options) {
-  app.require_subcommand(1);
-  app.footer(footer);
-  app.set_version_flag("--version", "rqtext 1.0.0");
-
-  CLI::App *from = addCommand(app, options, Command::from, "from", "Turn Unicode text into session text");
-  addSubject(*from, options, "form", forms);
-  addTexts(*from, options);
-
-  CLI::App *to = addCommand(app, options, Command::to, "to", "Turn session text into Unicode text");
-  addSubject(*to, options, "form", forms);
-  addTexts(*to, options);
-  to->add_option("--pad", options.pad, "Make each text a field of so many bytes, filled up with blanks")
-      ->check(CLI::Range(std::int64_t{0}, longestField));
-
-  CLI::App *decode = addCommand(app, options, Command::decode, "decode", "Replace a notation by its characters");
-  addSubject(*decode, options, "notation", {"ncr", "uesc", "uparen", "uparen-ascii"});
-  addTexts(*decode, options);
-  CLI::Option *explain =
-      decode->add_flag("--explain", options.explain, "List the notations and what becomes of them instead");
-  decode->add_flag("--json", options.json, "With --explain: a JSON object per notation")->needs(explain);
-
-  CLI::App *encode = addCommand(app, options, Command::encode, "encode", "Replace characters by a notation");
-  addSubject(*encode, options, "notation", {"ncr", "uesc", "uparen"});
-  addTexts(*encode, options);
-
-  for (const auto &[command, name, help] :
-       {std::tuple(Command::length, "length", "Count characters, without blanks at the end"),
-        std::tuple(Command::width, "width", "Count columns, without blanks at the end")}) {
-    CLI::App *measure = addCommand(app, options, command, name, help);
-    addTexts(*measure, options);
-    measure->add_flag("--json", options.json, "A JSON object per file or line");
-  }
-
-  CLI::App *info = addCommand(app, options, Command::info, "info", "Show the library's versions and build");
-  addCommon(*info, options);
-  info->add_flag("--json", options.json, "As a JSON object");
-  CLI::App *list = addCommand(app, options, Command::encodings, "encodings", "List the session encodings");
-  list->add_option("-o,--output", options.output, "Write to this file instead of standard output");
-  list->add_flag("--json", options.json, "A JSON object per encoding");
-  list->footer(footer);
-}
 
 /// Descriptors 0 to 2 must not be taken by files that are opened later.
 void occupyStandardDescriptors() {

@@ -9,6 +9,7 @@ import unittest
 TOOL = os.environ["RQTEXT"]
 LIBRARY = os.environ["RQ_LIBRARY"]
 STUB = os.environ["RQ_STUB_LIBRARY"]  # stub_library.c
+VERSION = os.environ["RQ_VERSION"]  # of the project
 CORPUS = pathlib.Path(os.environ["RQ_CORPUS"])
 
 DONE, DATA, USAGE, SYSTEM = 0, 1, 2, 3
