@@ -1,5 +1,5 @@
 # Installation in four components: library (what a host loads), development (headers, pkg-config file, CMake package,
-# manual pages 3 and 7), tools (rqtext) and documentation.
+# manual pages 3 and 7), tools (rqtext and its completions) and documentation.
 include(CMakePackageConfigHelpers)
 
 set(RQ_HEADERS types.h host.h operations.def operations.h interface.h registration.h journal.h kit.h rquni.h)

@@ -103,6 +103,10 @@ void describe(CLI::App &app, Options &options) {
   addOutput(*list, options);
   list->add_flag("--json", options.json, "A JSON object per encoding");
   list->footer(footer);
+  CLI::App *completion = addCommand(app, options, Command::completion, "completion", "Print a shell's completions");
+  completion->group("");  // for those who install: not in the list
+  addSubject(*completion, options, "shell", {"bash", "zsh", "fish"});
+  addOutput(*completion, options);
 }
 
 }  // namespace rq::cli

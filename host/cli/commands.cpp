@@ -264,6 +264,7 @@ Done run(const Options &options, Progress &progress, Output &output) {
     case Command::info:
       return showInfo(bench, options, output);
     case Command::encodings:
+    case Command::completion:
       break;
   }
   return host::done();

@@ -11,6 +11,7 @@
 
 #include "host/cli/command_line.h"
 #include "host/cli/commands.h"
+#include "host/cli/completion.h"
 
 namespace rq::cli {
 namespace {
@@ -39,7 +40,7 @@ int report(const Error &error, Progress &progress) {
   return exitSystem;
 }
 
-int carryOut(Options &options) {
+int carryOut(Options &options, const CLI::App &app) {
   if (options.files.empty()) options.files.emplace_back("-");
   Progress progress(options.progress);
   for (const std::string &file : options.files) {
@@ -49,7 +50,8 @@ int carryOut(Options &options) {
   }
   Output output(options.output, progress);
   try {
-    const Done done = run(options, progress, output);
+    const Done done = options.command == Command::completion ? output.write(completionScript(app, options.subject))
+                                                             : run(options, progress, output);
     // What came out before a problem belongs to the user all the same; without anything the output is left alone.
     const Done finished = done || output.begun() ? output.finish() : host::done();
     if (!done) return report(done.error(), progress);
@@ -86,7 +88,7 @@ int start(int argc, char **argv) {
     const Done finished = output.finish();
     return finished ? exitDone : report(finished.error(), silent);
   }
-  return carryOut(options);
+  return carryOut(options, app);
 }
 
 }  // namespace

@@ -9,12 +9,12 @@
 
 namespace rq::cli {
 
-enum class Command { from, to, decode, encode, length, width, info, encodings };
+enum class Command { from, to, decode, encode, length, width, info, encodings, completion };
 enum class Flavour { plain, served, wide };
 
 struct Options {
   Command command = Command::info;
-  std::string subject;  // a Unicode form or a notation, for the commands that take one
+  std::string subject;  // a Unicode form, a notation or a shell, for the commands that take one
   std::vector<std::string> files;
   std::optional<std::string> output;
   std::optional<std::string> session;

@@ -10,6 +10,7 @@ import unittest
 BUILD = pathlib.Path(os.environ["RQ_BUILD"])
 VERSION = os.environ["RQ_VERSION"]
 MAJOR = VERSION.split(".")[0]
+BASH_COMPLETION = pathlib.Path("/usr/share/bash-completion/bash_completion")
 CONSUMER = pathlib.Path(__file__).parent / "consumer"
 EXPECTED = "V.{:0>2}.{:0>2}M{}P INSTALLED\n".format(*VERSION.split("."))
 
@@ -110,6 +111,21 @@ class Installed(unittest.TestCase):
             parts.append(files(part) if part.exists() else set())
         self.assertEqual(sum(len(part) for part in parts), len(set().union(*parts)))
         self.assertEqual(set().union(*parts), files(self.prefix))
+
+    def test_completions_lie_where_the_shells_look(self):
+        install(self.prefix, "tools")
+        share = self.prefix / "share"
+        for file, mark in ((share / "bash-completion/completions/rqtext", "complete -F _rqtext rqtext"),
+                           (share / "zsh/site-functions/_rqtext", "#compdef rqtext"),
+                           (share / "fish/vendor_completions.d/rqtext.fish", "complete -c rqtext")):
+            self.assertIn(mark, file.read_text())
+        if BASH_COMPLETION.exists():
+            load = f". {BASH_COMPLETION}; _completion_loader rqtext; complete -p rqtext"
+            self.assertEqual(run("bash", "-c", load, XDG_DATA_DIRS=str(share)), "complete -F _rqtext rqtext\n")
+        if shutil.which("fish"):
+            path = str(self.prefix / "bin") + os.pathsep + os.environ["PATH"]
+            ask = run("fish", "-c", "complete -C 'rqtext dec'", XDG_DATA_DIRS=str(share), HOME=str(self.root), PATH=path)
+            self.assertEqual(ask.split("\t")[0], "decode")
 
     def test_the_headers_alone_are_installed(self):
         install(self.prefix, "development")
