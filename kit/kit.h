@@ -11,6 +11,7 @@
 
 #include "frame/types.h"
 #include "kit/ascii_set.h"
+#include "kit/simd/copy.h"
 #include "kit/simd/kernels.h"
 
 namespace rq::kit {
@@ -45,8 +46,12 @@ inline bool allEqual(Value<U> c, const U* p, std::uint64_t n) {
   return kernelsOf<U>().allEqual(c, p, n);
 }
 
+/// Up to here a jump to the chosen kernel would cost more than it gains.
+constexpr std::uint64_t shortBytes = 64;
+
 template <Unit U>
 inline void fill(U* p, Value<U> c, std::uint64_t n) {
+  if (n <= shortBytes / sizeof(U)) return simd::fillAtMost64<U>(p, c, n);
   kernelsOf<U>().fill(p, c, n);
 }
 
@@ -114,11 +119,16 @@ inline void lowerAscii(std::uint8_t* p, std::uint64_t n) {
 
 /// Copies `n` bytes strictly forwards: where d begins inside the source, the bytes before it repeat. Returns d.
 inline void* copyForward(const void* s, void* d, std::uint64_t n) {
-  return simd::active.copyForward(static_cast<const std::uint8_t*>(s), static_cast<std::uint8_t*>(d), n);
+  const auto* const from = static_cast<const std::uint8_t*>(s);
+  auto* const to = static_cast<std::uint8_t*>(d);
+  if (n <= shortBytes && !simd::beginsInside(from, to, n)) return simd::moveAtMost64(from, to, n), d;
+  return simd::active.copyForward(from, to, n);
 }
 /// Copies `n` bytes as if through a temporary buffer, however the ranges overlap.
 inline void copySafe(const void* s, void* d, std::uint64_t n) {
-  simd::active.copySafe(static_cast<const std::uint8_t*>(s), static_cast<std::uint8_t*>(d), n);
+  const auto* const from = static_cast<const std::uint8_t*>(s);
+  auto* const to = static_cast<std::uint8_t*>(d);
+  n <= shortBytes ? simd::moveAtMost64(from, to, n) : simd::active.copySafe(from, to, n);
 }
 
 /// `n` without the blanks (U+0020) at the end.

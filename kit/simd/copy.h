@@ -1,5 +1,5 @@
 // Copies and fills. Short ones load all before they store anything and overlap their pieces; long ones align the
-// destination. What exceeds the first cache is the C library's, which knows the machine's cache sizes.
+// destination. The longest are the C library's, which knows the machine's caches and its string instructions.
 #ifndef RQUNI_KIT_SIMD_COPY_H
 #define RQUNI_KIT_SIMD_COPY_H
 
@@ -13,7 +13,7 @@ namespace {
 
 using Byte = std::uint8_t;
 
-constexpr std::uint64_t longCopy = 16 * 1024;
+constexpr std::uint64_t longCopy = 4 * 1024, longFill = 16 * 1024;
 
 /// Maps `n` bytes, at most 16, by `f`, which takes and gives a Vector16 and maps each lane by itself. `out` may be
 /// `in`. `n` is a multiple of the lane's size.
@@ -91,6 +91,13 @@ RQ_INLINE void moveEnds(const Byte* s, Byte* d, std::uint64_t n) {
   }
 }
 
+/// Copies at most 64 bytes with what every processor has; the ranges may overlap.
+RQ_INLINE void moveAtMost64(const Byte* s, Byte* d, std::uint64_t n) {
+  if (n < 16) return moveAtMost16(s, d, n);
+  if (n <= 32) return moveEnds<Vector16<Byte>, 1>(s, d, n);
+  moveEnds<Vector16<Byte>, 2>(s, d, n);
+}
+
 /// Copies at most two vectors of bytes; the ranges may overlap.
 template <class V>
 RQ_INLINE void moveShort(const Byte* s, Byte* d, std::uint64_t n) {
@@ -164,47 +171,52 @@ void copySafe(const Byte* s, Byte* d, std::uint64_t n) {
   beginsInside(s, d, n) ? moveBackwards<V>(s, d, n) : moveForwards<V>(s, d, n);
 }
 
-/// Stores the units of `v`, all alike, into `n` bytes, at most 16.
+/// Stores `c` into `n` units, at most 64 bytes, with what every processor has.
 template <class U>
-RQ_INLINE void fillAtMost16(U* p, Vector16<U> v, std::uint64_t n) {
-  const auto eight = static_cast<std::uint64_t>(_mm_cvtsi128_si64(v.v));
+RQ_INLINE void fillAtMost64(U* p, U c, std::uint64_t n) {
+  constexpr std::uint64_t copies = sizeof(U) == 1 ? 0x0101010101010101 : 0x0000000100000001;
+  const std::uint64_t eight = c * copies, bytes = n * sizeof(U);
   const auto ends = [=](auto piece) {
     storeUnit(p, piece);
-    storeUnit(advanced(p, n - sizeof piece), piece);
+    storeUnit(advanced(p, bytes - sizeof piece), piece);
   };
-  if (n >= 8) return ends(eight);
-  if (n >= 4) return ends(static_cast<std::uint32_t>(eight));
+  if (bytes >= 16) {
+    const __m128i half = _mm_cvtsi64_si128(static_cast<std::int64_t>(eight)), v = _mm_unpacklo_epi64(half, half);
+    const auto store = [=](std::uint64_t at) { _mm_storeu_si128(reinterpret_cast<__m128i*>(advanced(p, at)), v); };
+    store(0);
+    store(bytes - 16);
+    if (bytes <= 32) return;
+    store(16);
+    return store(bytes - 32);
+  }
+  if (bytes >= 8) return ends(eight);
+  if (bytes >= 4) return ends(static_cast<std::uint32_t>(eight));
   if constexpr (sizeof(U) == 1) {
-    if (n >= 2) return ends(static_cast<std::uint16_t>(eight));
-    if (n == 1) *p = static_cast<U>(eight);
+    if (bytes >= 2) return ends(static_cast<std::uint16_t>(eight));
+    if (bytes == 1) *p = c;
   }
 }
 
-/// Stores `c` into `n` units.
+/// Stores `c` into `n` units, more than 64 bytes.
 template <class V, class U = typename V::Lane>
 void fill(U* p, U c, std::uint64_t n) {
-  if (n < V::lanes) {
-    if constexpr (requires { typename V::Half; })
-      return fill<typename V::Half>(p, c, n);
-    else
-      return fillAtMost16(p, V::splat(c), n * sizeof(U));
-  }
   if constexpr (sizeof(U) == 1)
-    if (n >= longCopy) return static_cast<void>(memset(p, c, n));
+    if (n >= longFill) return static_cast<void>(memset(p, c, n));
   const V value = V::splat(c);
-  value.store(p);
-  if (n > 2 * V::lanes) {
-    // Aligned, if the units are: stores across cache lines would cost twice.
-    std::uint64_t i = V::lanes - reinterpret_cast<std::uintptr_t>(p) % V::bytes / sizeof(U);
-    for (; n - i > 4 * V::lanes; i += 4 * V::lanes) {
-      value.store(p + i);
-      value.store(p + i + V::lanes);
-      value.store(p + i + 2 * V::lanes);
-      value.store(p + i + 3 * V::lanes);
-    }
-    for (; n - i > V::lanes; i += V::lanes) value.store(p + i);
+  const auto store = [=](std::uint64_t i) { value.store(p + i); };
+  store(0);
+  store(n - V::lanes);
+  if (n <= 2 * V::lanes) return;
+  if (n <= 4 * V::lanes) return store(V::lanes), store(n - 2 * V::lanes);
+  // Aligned, if the units are: stores across cache lines would cost twice.
+  std::uint64_t i = V::lanes - reinterpret_cast<std::uintptr_t>(p) % V::bytes / sizeof(U);
+  for (; n - i > 4 * V::lanes; i += 4 * V::lanes) {
+    store(i);
+    store(i + V::lanes);
+    store(i + 2 * V::lanes);
+    store(i + 3 * V::lanes);
   }
-  value.store(p + n - V::lanes);
+  for (; n - i > V::lanes; i += V::lanes) store(i);
 }
 
 /// The first `n` bytes, at most 16, of a vector.
@@ -252,34 +264,42 @@ RQ_INLINE __m128i repeated(const Byte* s, std::uint64_t period) {
   return _mm_set_epi64x(static_cast<std::int64_t>(high), static_cast<std::int64_t>(low));
 }
 
-/// The forward copy of n bytes to s + period, period < n: repeats s[0..period) through d[0..n).
+/// Repeats what lies from s to d + done, whole periods, until d has n bytes: twice as much each time while that stays
+/// in the cache. Returns d. Never inlined: the registers that it saves would cost every copy.
 template <class V>
-void propagate(const Byte* s, Byte* d, std::uint64_t period, std::uint64_t n) {
-  if (period == 1) return fill<V>(d, *s, n);
-  std::uint64_t done = 0;
-  if (period < 16) {
-    const __m128i pattern = repeated(s, period);
-    const std::uint64_t most = n < 128 ? n : 128;
-    for (; most - done > 16; done += periods[period].whole)
-      _mm_storeu_si128(reinterpret_cast<__m128i*>(d + done), pattern);
-    if (n < 128) return storePart(d + done, pattern, n - done);
-  }
-  // What lies from s to d + done is whole periods. Repeat it, twice as much each time while that stays in the cache.
+[[gnu::noinline]] Byte* repeat(const Byte* s, Byte* d, std::uint64_t done, std::uint64_t n) {
+  const auto period = static_cast<std::uint64_t>(d - s);
+  if (period == 1) return fill<V>(d, *s, n), d;
   for (std::uint64_t ready = period + done; done < n;) {
     const std::uint64_t piece = ready < n - done ? ready : n - done;
     moveForwards<V>(s, d + done, piece);
     done += piece;
-    if (ready < 4096) ready = period + done;
+    if (ready < longCopy) ready = period + done;
   }
+  return d;
+}
+
+/// The forward copy of n bytes to s + period, period < n: repeats s[0..period) through d[0..n). Returns d.
+template <class V>
+RQ_INLINE Byte* propagate(const Byte* s, Byte* d, std::uint64_t period, std::uint64_t n) {
+  if (period == 1 && n <= 64) return fillAtMost64(d, *s, n), d;
+  std::uint64_t done = 0;
+  if (period > 1 && period < 16) {
+    const __m128i pattern = repeated(s, period);
+    const std::uint64_t most = n < 128 ? n : 128;
+    for (; most - done > 16; done += periods[period].whole)
+      _mm_storeu_si128(reinterpret_cast<__m128i*>(d + done), pattern);
+    if (n < 128) return storePart(d + done, pattern, n - done), d;
+  }
+  return repeat<V>(s, d, done, n);
 }
 
 /// Returns d, as the exported routine does, which can then jump here.
 template <class V>
 Byte* copyForward(const Byte* s, Byte* d, std::uint64_t n) {
   if (beginsInside(s, d, n)) [[unlikely]]
-    propagate<V>(s, d, static_cast<std::uint64_t>(d - s), n);
-  else
-    moveForwards<V>(s, d, n);
+    return propagate<V>(s, d, static_cast<std::uint64_t>(d - s), n);
+  moveForwards<V>(s, d, n);
   return d;
 }
 
