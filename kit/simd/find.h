@@ -41,6 +41,29 @@ RQ_INLINE std::int64_t findFirst(std::uint64_t n, Args... args) {
   return bits ? static_cast<std::int64_t>(i + firstBit(bits)) : -1;
 }
 
+/// Does `Probe<V>` hit any of `n` lanes? Where does not matter, so that short inputs need one test.
+template <template <class> class Probe, class V, class... Args>
+RQ_INLINE bool findAny(std::uint64_t n, Args... args) {
+  constexpr std::uint64_t one = V::lanes, four = 4 * V::lanes;
+  if (n < one) {
+    if constexpr (LoadsParts<V>)
+      return n != 0 && (Probe<V>(args...).part(n).bits() & lowBits(n)) != 0;
+    else
+      return findAny<Probe, typename V::Half>(n, args...);
+  }
+  const Probe<V> probe(args...);
+  const auto two = [=](std::uint64_t i, std::uint64_t k) { return probe.at(i) | probe.at(k); };
+  if (n <= 2 * one) return two(0, n - one).any();
+  if (n <= four) return (two(0, one) | two(n - 2 * one, n - one)).any();
+  const auto inFour = [=](std::uint64_t i) { return (two(i, i + one) | two(i + 2 * one, i + 3 * one)).any(); };
+  if (inFour(0)) return true;
+  // From an aligned address, or as near one as the units' own alignment lets it.
+  for (std::uint64_t i = four - reinterpret_cast<std::uintptr_t>(probe.p) % V::bytes / sizeof(typename V::Lane);
+       i < n - four; i += four)
+    if (inFour(i)) return true;
+  return inFour(n - four);
+}
+
 template <class V>
 struct EqualTo {
   using Lane = typename V::Lane;
@@ -107,7 +130,7 @@ std::int64_t mismatch(const U* a, const U* b, std::uint64_t n) {
 
 template <class V, class U = typename V::Lane>
 bool allEqual(U c, const U* p, std::uint64_t n) {
-  return findFirst<DifferentFrom, V>(n, p, c) < 0;
+  return !findAny<DifferentFrom, V>(n, p, c);
 }
 
 /// By the sign of the first difference modulo 2^32. Bytes never differ by so much that this is not their order.
@@ -127,7 +150,7 @@ std::uint64_t asciiPrefix(const U* p, std::uint64_t n) {
 
 template <class V>
 bool hasMissing(const std::uint64_t* array, std::uint64_t n) {
-  return findFirst<NotANumber, V>(n, array) >= 0;
+  return findAny<NotANumber, V>(n, array);
 }
 
 /// `n` without the units at the end that equal `c`.

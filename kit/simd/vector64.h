@@ -71,10 +71,17 @@ struct Vector64 {
     if constexpr (sizeof(U) == 2) return {_mm512_cmplt_epu16_mask(moved, limit)};
     if constexpr (sizeof(U) == 4) return {_mm512_cmplt_epu32_mask(moved, limit)};
   }
-  RQ_INLINE Hits notANumber() const {
+  /// Numbers that are not looked at yet: one comparison does for two vectors, and suppresses all exceptions.
+  struct Numbers {
+    __m512d v;
+    friend RQ_INLINE Hits operator|(Numbers a, Numbers b) {
+      return {_mm512_cmp_round_pd_mask(a.v, b.v, _CMP_UNORD_Q, _MM_FROUND_NO_EXC)};
+    }
+    RQ_INLINE std::uint64_t bits() const { return (*this | *this).bits(); }
+  };
+  RQ_INLINE Numbers notANumber() const {
     static_assert(sizeof(U) == 8);
-    const __m512i magnitude = _mm512_and_si512(v, _mm512_set1_epi64(INT64_MAX));
-    return {_mm512_cmpgt_epi64_mask(magnitude, _mm512_set1_epi64(0x7FF0000000000000))};
+    return {_mm512_castsi512_pd(v)};
   }
   RQ_INLINE Hits nonZero() const {
     if constexpr (sizeof(U) == 1) return {_mm512_test_epi8_mask(v, v)};
