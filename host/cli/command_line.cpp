@@ -49,6 +49,13 @@ void addTexts(CLI::App &command, Options &options) {
       "Show none (default: after a second, on a terminal)");
 }
 
+/// Texts of which something else is made, which can take their place.
+CLI::Option *addRewritten(CLI::App &command, Options &options) {
+  addTexts(command, options);
+  return command.add_flag("-i,--in-place", options.inPlace, "Write each result into its own file")
+      ->excludes("--output");
+}
+
 CLI::App *addCommand(CLI::App &app, Options &options, Command command, const char *name, const char *help) {
   CLI::App *sub = app.add_subcommand(name, help);
   sub->callback([&options, command] { options.command = command; });
@@ -68,25 +75,26 @@ void describe(CLI::App &app, Options &options) {
 
   CLI::App *from = addCommand(app, options, Command::from, "from", "Turn Unicode text into session text");
   addSubject(*from, options, "form", forms);
-  addTexts(*from, options);
+  addRewritten(*from, options);
 
   CLI::App *to = addCommand(app, options, Command::to, "to", "Turn session text into Unicode text");
   addSubject(*to, options, "form", forms);
-  addTexts(*to, options);
+  addRewritten(*to, options);
   to->add_option("--pad", options.pad, "Make each text a field of so many bytes, filled up with blanks")
       ->type_name("BYTES")
       ->check(CLI::Range(std::int64_t{0}, longestField));
 
   CLI::App *decode = addCommand(app, options, Command::decode, "decode", "Replace a notation by its characters");
   addSubject(*decode, options, "notation", {"ncr", "uesc", "uparen", "uparen-ascii"});
-  addTexts(*decode, options);
+  CLI::Option *inPlace = addRewritten(*decode, options);
   CLI::Option *explain =
-      decode->add_flag("--explain", options.explain, "List the notations and what becomes of them instead");
+      decode->add_flag("--explain", options.explain, "List the notations and what becomes of them instead")
+          ->excludes(inPlace);
   decode->add_flag("--json", options.json, "With --explain: a JSON object per notation")->needs(explain);
 
   CLI::App *encode = addCommand(app, options, Command::encode, "encode", "Replace characters by a notation");
   addSubject(*encode, options, "notation", {"ncr", "uesc", "uparen"});
-  addTexts(*encode, options);
+  addRewritten(*encode, options);
 
   for (const auto &[command, name, help] :
        {std::tuple(Command::length, "length", "Count characters, without blanks at the end"),

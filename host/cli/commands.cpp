@@ -4,6 +4,8 @@
 #include <nlohmann/json.hpp>
 
 #include "host/cli/explain.h"
+#include "host/cli/replacement.h"
+#include "host/cli/texts.h"
 #include "host/cli/workbench.h"
 
 namespace rq::cli {
@@ -15,86 +17,35 @@ std::string jsonLine(const Json &object) {
   return object.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
-/// The line feed as an encoding writes it.
-Result<std::string> lineEndIn(const host::Encoding &encoding) {
-  const host::Codec &codec = *host::codecOf(encoding.identifier);
-  const std::byte lineFeed{'\n'};
-  std::optional<std::string> bytes;
-  if (!codec.stateful()) bytes = host::convertAll(*host::codecOf(RQ_ENCODING_UTF8), codec, {&lineFeed, 1});
-  if (bytes) return *bytes;
-  return Error{Error::Kind::usage, "--lines cannot cut " + encoding.name + " text into lines"};
-}
-
-/// Every text of the run in order: whole files, or their lines.
-class TextRun {
- public:
-  /// `line` is 0 for a whole file; `ended` tells whether a line end follows.
-  using Take = std::function<Done(const std::string &file, const Text &text, bool ended)>;
-
-  TextRun(const Options &options, Progress &progress) : options_(options), progress_(progress) {}
-
-  Done each(const host::Encoding &encoding, const Take &take) {
-    std::string lineEnd;
-    if (options_.lines) {
-      Result<std::string> found = lineEndIn(encoding);
-      if (!found) return found.error();
-      lineEnd = *found;
-    }
-    for (const std::string &file : options_.files) {
-      Result<Input> input = Input::open(file, progress_);
-      if (!input) return input.error();
-      Done done = options_.lines ? eachLine(*input, lineEnd, take) : wholeFile(*input, take);
-      if (!done) {
-        // Trouble with a text says which; trouble with reading and writing names its file already.
-        if (done.error().kind == Error::Kind::data) {
-          done.error().text = (file == "-" ? "standard input" : file) + ": " + done.error().text;
-        }
-        return done;
-      }
-    }
-    return host::done();
-  }
-
- private:
-  Done wholeFile(Input &input, const Take &take) {
-    const Result<Bytes> bytes = input.readAll(buffer_);
-    if (!bytes) return bytes.error();
-    return take(input.name(), {*bytes, {}}, false);
-  }
-
-  static Done eachLine(Input &input, const std::string &lineEnd, const Take &take) {
-    LineReader reader(input, lineEnd);
-    host::Position start;
-    for (;;) {
-      const auto line = reader.next();
-      if (!line) return line.error();
-      if (!*line) return host::done();
-      if (Done done = take(input.name(), {(*line)->text, start}, (*line)->ended); !done) return done;
-      start.offset += (*line)->text.size() + lineEnd.size();
-      ++start.line;
-    }
-  }
-
-  const Options &options_;
-  Progress &progress_;
-  Buffer buffer_;
-};
+/// What becomes of one text.
+using Operation = std::function<Result<Bytes>(const Text &)>;
 
 /// Texts in, texts out: line ends are written in the result's encoding and are no part of the texts.
-Done rewrite(const Options &options, Progress &progress, Output &output, const host::Encoding &from,
-             const host::Encoding &to, const std::function<Result<Bytes>(const Text &)> &operation) {
-  std::string lineEnd;
-  if (options.lines) {
-    const Result<std::string> found = lineEndIn(to);
-    if (!found) return found.error();
-    lineEnd = *found;
-  }
-  return TextRun(options, progress).each(from, [&](const std::string &, const Text &text, bool ended) -> Done {
+Done rewriteInto(Output &output, TextRun &run, const std::vector<std::string> &files, const std::string &lineEnd,
+                 const Operation &operation) {
+  return run.each(files, [&](const Text &text, bool ended) -> Done {
     const Result<Bytes> result = operation(text);
     if (!result) return result.error();
     if (Done written = output.write(*result); !written) return written;
     return ended ? output.write(lineEnd) : host::done();
   });
+}
+
+/// All files into the output, or each into itself.
+Done rewrite(const Options &options, Progress &progress, Output &output, const host::Encoding &from,
+             const host::Encoding &to, const Operation &operation) {
+  Result<TextRun> run = TextRun::in(from, options.lines, progress);
+  if (!run) return run.error();
+  const Result<std::string> lineEnd = options.lines ? lineEndIn(to) : std::string();
+  if (!lineEnd) return lineEnd.error();
+  if (!options.inPlace) return rewriteInto(output, *run, options.files, *lineEnd, operation);
+  for (const std::string &file : options.files) {
+    Result<std::unique_ptr<Replacement>> replacement = Replacement::begin(file, progress);
+    if (!replacement) return replacement.error();
+    if (Done done = rewriteInto((*replacement)->output(), *run, {file}, *lineEnd, operation); !done) return done;
+    if (Done done = (*replacement)->commit(); !done) return done;
+  }
+  return host::done();
 }
 
 Notation notationNamed(const std::string &name) {
@@ -123,8 +74,8 @@ RQCodec encoderOf(const RQOperations &operations, Notation notation) {
 }
 
 /// The name for a column or member, empty when one file needs none.
-std::string column(const Options &options, const std::string &file) {
-  return options.files.size() > 1 ? file : "";
+std::string column(const Options &options, std::string_view file) {
+  return options.files.size() > 1 ? std::string(file) : "";
 }
 
 Done explainAll(Workbench &bench, const Options &options, Progress &progress, Output &output) {
@@ -136,31 +87,33 @@ Done explainAll(Workbench &bench, const Options &options, Progress &progress, Ou
   if (!options.json) {
     if (Done written = output.write(explanationHead(options.files.size() > 1)); !written) return written;
   }
-  return TextRun(options, progress)
-      .each(bench.encoding(), [&](const std::string &file, const Text &text, bool) -> Done {
-        return explain(bench, notation, text, column(options, file), options.json, output);
-      });
+  Result<TextRun> run = TextRun::in(bench.encoding(), options.lines, progress);
+  if (!run) return run.error();
+  return run->each(options.files, [&](const Text &text, bool) -> Done {
+    return explain(bench, notation, text, column(options, text.file), options.json, output);
+  });
 }
 
 Done measureAll(Workbench &bench, const Options &options, Progress &progress, Output &output) {
   const bool length = options.command == Command::length;
   const RQMeasure measure = length ? bench.operations().getUnicodeLength : bench.operations().getUnicodeWidth;
-  return TextRun(options, progress)
-      .each(bench.encoding(), [&](const std::string &file, const Text &text, bool) -> Done {
-        const Result<std::int64_t> count = bench.measure(measure, text);
-        if (!count) return count.error();
-        const std::string name = column(options, file);
-        if (options.json) {
-          Json object;
-          object["file"] = file;
-          if (options.lines) object["line"] = text.start.line;
-          object[length ? "length" : "width"] = *count;
-          return output.write(jsonLine(object));
-        }
-        return output.write((name.empty() ? "" : name + "\t") +
-                            (options.lines ? std::to_string(text.start.line) + "\t" : "") + std::to_string(*count) +
-                            "\n");
-      });
+  Result<TextRun> run = TextRun::in(bench.encoding(), options.lines, progress);
+  if (!run) return run.error();
+  return run->each(options.files, [&](const Text &text, bool) -> Done {
+    const Result<std::int64_t> count = bench.measure(measure, text);
+    if (!count) return count.error();
+    const std::string name = column(options, text.file);
+    if (options.json) {
+      Json object;
+      object["file"] = text.file;
+      if (options.lines) object["line"] = text.start.line;
+      object[length ? "length" : "width"] = *count;
+      return output.write(jsonLine(object));
+    }
+    return output.write((name.empty() ? "" : name + "\t") +
+                        (options.lines ? std::to_string(text.start.line) + "\t" : "") + std::to_string(*count) +
+                        "\n");
+  });
 }
 
 std::string trimmed(std::string text) {

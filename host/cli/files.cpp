@@ -14,11 +14,14 @@ namespace {
 constexpr std::size_t pieceBytes = std::size_t{256} << 10;
 
 Error readFailure(const std::string &name, int number) {
-  const std::string shown = name == "-" ? "standard input" : name;
-  return {Error::Kind::system, "cannot read " + shown + ": " + std::strerror(number)};
+  return {Error::Kind::system, "cannot read " + shownName(name) + ": " + std::strerror(number)};
 }
 
 }  // namespace
+
+std::string shownName(const std::string &file) {
+  return file == "-" ? "standard input" : file;
+}
 
 MutableBytes Buffer::atLeast(std::size_t bytes, std::size_t keep) {
   if (bytes > size_) {
@@ -159,20 +162,24 @@ Done Output::write(Bytes bytes) {
   return host::done();
 }
 
-Done Output::finish() {
-  if (Done written = writeNow(kept_); !written) return written;
+Result<int> Output::flush() {
+  if (Done written = writeNow(kept_); !written) return written.error();
   kept_.clear();
+  return descriptor_->number();
+}
+
+Done Output::finish() {
+  if (const Result<int> flushed = flush(); !flushed) return flushed.error();
   // Some file systems report a full disk only here.
   const int number = descriptor_->release();
   if (::close(number) != 0 && errno != EINTR) return failure(errno);
   return host::done();
 }
 
-bool sameFile(const std::string &a, const std::string &b) {
-  struct stat first {};
-  struct stat second {};
-  return ::stat(a.c_str(), &first) == 0 && ::stat(b.c_str(), &second) == 0 && first.st_dev == second.st_dev &&
-         first.st_ino == second.st_ino;
+std::optional<FileIdentity> identityOf(const std::string &file) {
+  struct stat status {};
+  if (::stat(file.c_str(), &status) != 0) return std::nullopt;
+  return FileIdentity(status.st_dev, status.st_ino);
 }
 
 }  // namespace rq::cli

@@ -22,6 +22,9 @@ using host::Error;
 using host::MutableBytes;
 using host::Result;
 
+/// A file's name for messages: "-" is standard input.
+std::string shownName(const std::string &file);
+
 /// A block of memory that is reused and grows; growing keeps the first `keep` bytes.
 class Buffer {
  public:
@@ -97,11 +100,16 @@ class LineReader {
 class Output {
  public:
   Output(std::optional<std::string> file, Progress &progress) : file_(std::move(file)), progress_(progress) {}
+  /// An open file; `name` is for messages.
+  Output(Descriptor descriptor, std::string name, Progress &progress)
+      : file_(std::move(name)), progress_(progress), descriptor_(std::move(descriptor)) {}
   Done write(Bytes bytes);
   Done write(std::string_view text) { return write(std::as_bytes(std::span(text))); }
   /// False while nothing was given to write.
   bool begun() const { return descriptor_ || !kept_.empty(); }
-  /// Writes what is still kept back and closes; only then the output is complete.
+  /// Writes what is still kept back; returns the open file, which stays the output's.
+  Result<int> flush();
+  /// The same, and closes; only then the output is complete.
   Done finish();
 
  private:
@@ -115,8 +123,10 @@ class Output {
   std::vector<std::byte> kept_;
 };
 
-/// True when the names lead to the same file.
-bool sameFile(const std::string &a, const std::string &b);
+/// What two names of the same file have in common.
+using FileIdentity = std::pair<std::uint64_t, std::uint64_t>;
+/// Nothing when there is no file of that name.
+std::optional<FileIdentity> identityOf(const std::string &file);
 
 }  // namespace rq::cli
 

@@ -6,6 +6,7 @@
 #include <csignal>
 #include <iostream>
 #include <new>
+#include <set>
 #include <sstream>
 #include <stdexcept>
 
@@ -40,20 +41,32 @@ int report(const Error &error, Progress &progress) {
   return exitSystem;
 }
 
+/// An error when a file would be both read and written, or written twice.
+Done checkFiles(const Options &options) {
+  const auto wrong = [](const std::string &text) { return Error{Error::Kind::usage, text}; };
+  std::set<FileIdentity> known;
+  for (const std::string &file : options.files) {
+    if (options.inPlace && file == "-") return wrong("--in-place needs files");
+    const std::optional<FileIdentity> identity = identityOf(file);
+    if (!identity) continue;
+    if (options.inPlace && !known.insert(*identity).second) return wrong(file + " is given twice");
+    if (options.output && *options.output != "/dev/null" && identity == identityOf(*options.output)) {
+      return wrong("the output " + *options.output + " is also an input");
+    }
+  }
+  return host::done();
+}
+
 int carryOut(Options &options, const CLI::App &app) {
   if (options.files.empty()) options.files.emplace_back("-");
   Progress progress(options.progress);
-  for (const std::string &file : options.files) {
-    if (options.output && *options.output != "/dev/null" && sameFile(file, *options.output)) {
-      return report({Error::Kind::usage, "the output " + *options.output + " is also an input"}, progress);
-    }
-  }
+  if (const Done usable = checkFiles(options); !usable) return report(usable.error(), progress);
   Output output(options.output, progress);
   try {
     const Done done = options.command == Command::completion ? output.write(completionScript(app, options.subject))
                                                              : run(options, progress, output);
     // What came out before a problem belongs to the user all the same; without anything the output is left alone.
-    const Done finished = done || output.begun() ? output.finish() : host::done();
+    const Done finished = (done && !options.inPlace) || output.begun() ? output.finish() : host::done();
     if (!done) return report(done.error(), progress);
     if (!finished) return report(finished.error(), progress);
     progress.stop();
@@ -66,7 +79,8 @@ int carryOut(Options &options, const CLI::App &app) {
 }
 
 int start(int argc, char **argv) {
-  std::signal(SIGPIPE, SIG_IGN);
+  std::signal(SIGPIPE, SIG_IGN);  // writing says so as well
+  std::signal(SIGXFSZ, SIG_IGN);
   occupyStandardDescriptors();
   Options options;
   CLI::App app("Unicode text services of librquni for files and pipes", "rqtext");

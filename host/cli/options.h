@@ -21,7 +21,7 @@ struct Options {
   Flavour flavour = Flavour::plain;
   std::optional<std::string> library;
   std::optional<std::uint64_t> pad;
-  bool lines = false, json = false, explain = false;
+  bool lines = false, inPlace = false, json = false, explain = false;
   std::optional<bool> progress;
 };
 

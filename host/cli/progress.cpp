@@ -5,10 +5,13 @@
 #include <chrono>
 #include <cstdio>
 
+#include "host/cli/signals.h"
+
 namespace rq::cli {
 
 Progress::Progress(std::optional<bool> wished)
     : terminal_(::isatty(STDERR_FILENO) == 1), closingLine_(wished.value_or(false)) {
+  const SignalsBlocked blocked;  // they are the main thread's business
   if (wished.value_or(terminal_)) thread_ = std::thread(&Progress::run, this);
 }
 

@@ -94,16 +94,19 @@ Result<std::unique_ptr<Workbench>> Workbench::open(const Options &options) {
 Error Workbench::failure(RQStatus status, const Text &text, const host::Encoding &source,
                          const host::Encoding &target) const {
   if (status == RQ_UNSUPPORTED) return notSupported;
-  if (status == RQ_NO_MEMORY) return {Error::Kind::system, "not enough memory"};
+  if (status == RQ_NO_MEMORY) return {Error::Kind::system, aboutWhole(text, "not enough memory")};
   const host::Codec &from = *host::codecOf(source.identifier);
   const host::Codec &to = *host::codecOf(target.identifier);
   if (const auto problem = host::findProblem(from, to, text.bytes, text.start)) {
-    return {Error::Kind::data, host::describe(*problem, source, target)};
+    return {Error::Kind::data, about(text, host::describe(*problem, source, target))};
   }
-  if (status == host::outputFullStatus) return {Error::Kind::data, "the text does not fit into the field"};
+  if (status == host::outputFullStatus) {
+    return {Error::Kind::data, aboutWhole(text, "the text does not fit into the field")};
+  }
   const std::string_view meaning = host::describe(status);
-  return {Error::Kind::system, "the operation failed with status " + hexadecimal(status) +
-                                   (meaning.empty() ? "" : ": " + std::string(meaning))};
+  return {Error::Kind::system,
+          aboutWhole(text, "the operation failed with status " + hexadecimal(status) + " at this text" +
+                               (meaning.empty() ? "" : " (" + std::string(meaning) + ")"))};
 }
 
 Done Workbench::needWholeUnits(const Text &text) const {
@@ -177,7 +180,8 @@ Result<std::uint64_t> Workbench::encodedBound(const Text &text) const {
   if (!valid) return failure(host::malformedStatus, text, *encoding_, *encoding_);
   // The library's working buffer has room for one character per unit.
   if (characters > std::max<std::uint64_t>(text.bytes.size() / unit(), 256)) {
-    return Error{Error::Kind::data, "the text has more characters than bytes, which the library cannot encode"};
+    return Error{Error::Kind::data,
+                 aboutWhole(text, "the text has more characters than bytes, which the library cannot encode")};
   }
   return bound;
 }

@@ -8,17 +8,12 @@
 #include "frame/rquni.h"
 #include "host/cli/files.h"
 #include "host/cli/options.h"
+#include "host/cli/texts.h"
 #include "host/encodings.h"
 #include "host/host.h"
 #include "host/text.h"
 
 namespace rq::cli {
-
-/// A text and where it stands in its file.
-struct Text {
-  Bytes bytes;
-  host::Position start;
-};
 
 class Workbench {
  public:

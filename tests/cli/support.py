@@ -9,6 +9,7 @@ import unittest
 TOOL = os.environ["RQTEXT"]
 LIBRARY = os.environ["RQ_LIBRARY"]
 STUB = os.environ["RQ_STUB_LIBRARY"]  # stub_library.c
+SANITIZED = bool(os.environ.get("RQ_SANITIZE"))
 VERSION = os.environ["RQ_VERSION"]  # of the project
 CORPUS = pathlib.Path(os.environ["RQ_CORPUS"])
 
@@ -25,6 +26,12 @@ def run(*arguments, text=b"", library=True, **options):
     options.setdefault("stdout", subprocess.PIPE)
     options.setdefault("stderr", subprocess.PIPE)
     return subprocess.run(command, check=False, timeout=120, **options)
+
+
+def peak_memory(process):
+    """The most memory in KiB that a running process had so far, its libraries included."""
+    with open(f"/proc/{process.pid}/status", encoding="ascii") as status:
+        return next(int(line.split()[1]) for line in status if line.startswith("VmHWM:"))
 
 
 class ToolTest(unittest.TestCase):

@@ -1,0 +1,246 @@
+"""--in-place: the file holds the whole old text or the whole new one, whatever happens."""
+
+import os
+import random
+import resource
+import signal
+import stat
+import subprocess
+import time
+import unittest
+
+from support import DATA, DONE, LIBRARY, SYSTEM, TOOL, USAGE, ToolTest, run
+
+LINE = "naïve café, 日本語, 😀 and a tail of plain text\n".encode()
+
+
+class Editing(ToolTest):
+    def read(self, name):
+        return (self.folder / name).read_bytes()
+
+    def names(self):
+        return sorted(path.name for path in self.folder.iterdir())
+
+    def test_each_file_is_rewritten(self):
+        one, two = self.file("one", b"caf&#233;"), self.file("two", b"&#65;&#66;\n&#67;\n")
+        self.assertEqual(self.succeed("decode", "ncr", "--in-place", one, two), b"")
+        self.assertEqual((self.read("one"), self.read("two")), ("café".encode(), b"AB\nC\n"))
+        self.assertEqual(self.names(), ["one", "two"])
+
+    def test_every_command_that_rewrites(self):
+        text = "é\n".encode()
+        for arguments, result in ((["encode", "uesc"], b"\\u00E9\n"), (["to", "utf16be", "--lines"], b"\0\xe9\0\n"),
+                                  (["to", "utf32le", "--pad", "12"], "é\n ".encode("utf-32-le")),
+                                  (["from", "utf8", "-s", "latin1"], b"\xe9\n"), (["decode", "uparen"], text)):
+            path = self.file("text", text)
+            self.succeed(*arguments, "-i", path)
+            self.assertEqual(self.read("text"), result, arguments)
+
+    def test_empty_file(self):
+        self.succeed("decode", "ncr", "-i", self.file("empty", b""))
+        self.assertEqual(self.read("empty"), b"")
+
+    def test_permissions_and_owner_are_kept(self):
+        path = self.file("text", b"&#65;")
+        for mode in (0o640, 0o4711, 0o600, 0o666):
+            if os.geteuid() == 0:
+                os.chown(path, 1234, 4321)
+            os.chmod(path, mode)
+            before = os.stat(path)
+            self.succeed("encode", "uesc", "-i", path, preexec_fn=lambda: os.umask(0o077))
+            after = os.stat(path)
+            self.assertEqual(stat.S_IMODE(after.st_mode), mode)
+            self.assertEqual((after.st_uid, after.st_gid), (before.st_uid, before.st_gid))
+
+    def test_extended_attributes_are_kept(self):
+        path = self.file("text", b"&#65;")
+        try:
+            os.setxattr(path, "user.origin", b"a letter")
+        except OSError as error:
+            self.skipTest(f"no extended attributes here: {error}")
+        self.succeed("decode", "ncr", "-i", path)
+        self.assertEqual((self.read("text"), os.getxattr(path, "user.origin")), (b"A", b"a letter"))
+
+    def test_symbolic_links_stay_and_lead_to_the_new_text(self):
+        folder = self.folder / "below"
+        folder.mkdir()
+        (folder / "text").write_bytes(b"&#65;")
+        (self.folder / "link").symlink_to("below/text")
+        (self.folder / "second").symlink_to("link")
+        self.succeed("decode", "ncr", "-i", str(self.folder / "second"))
+        self.assertEqual((folder / "text").read_bytes(), b"A")
+        self.assertEqual((os.readlink(self.folder / "link"), os.readlink(self.folder / "second")), ("below/text", "link"))
+        self.assertEqual([path.name for path in folder.iterdir()], ["text"])
+
+    def test_other_hard_links_keep_the_old_text(self):
+        os.link(self.file("text", b"&#65;"), self.folder / "other")
+        self.succeed("decode", "ncr", "-i", str(self.folder / "text"))
+        self.assertEqual((self.read("text"), self.read("other")), (b"A", b"&#65;"))
+
+    def test_a_name_in_the_working_directory(self):
+        self.file("text", b"&#65;")
+        self.succeed("decode", "ncr", "-i", "text", cwd=self.folder)
+        self.assertEqual(self.read("text"), b"A")
+
+    def test_up_to_the_problem(self):
+        files = [self.file(name, text) for name, text in (("a", b"a"), ("b", b"half\xff"), ("c", b"c"))]
+        self.fail_with(DATA, "b: invalid bytes FF at offset 4, line 1, column 5", "to", "utf16be", "-i", *files)
+        self.fail_with(DATA, "b: invalid bytes FF at offset 4", "to", "utf16be", "-i", "--lines", *files[1:])
+        self.assertEqual([self.read(name) for name in "abc"], [b"\0a", b"half\xff", b"c"])
+        self.assertEqual(self.names(), ["a", "b", "c"])
+
+    def test_what_cannot_be_edited(self):
+        fifo = str(self.folder / "fifo")
+        os.mkfifo(fifo)
+        (self.folder / "nowhere").symlink_to("nothing")
+        for path, reason in ((str(self.folder), "not a regular file"), (fifo, "not a regular file"),
+                             ("/dev/null", "not a regular file"), (str(self.folder / "nowhere"), "No such file"),
+                             ("/nonexistent/x", "No such file"), (self.file("x", b"") + "/y", "Not a directory")):
+            self.fail_with(SYSTEM, f"cannot edit {path}: {reason}", "decode", "ncr", "-i", path)
+        self.assertEqual(self.names(), ["fifo", "nowhere", "x"])
+
+    def test_wrong_usage(self):
+        path = self.file("text", b"&#65;")
+        (self.folder / "link").symlink_to("text")
+        for message, arguments in (("needs files", ["-i"]), ("needs files", ["-i", path, "-"]),
+                                   ("is given twice", ["-i", path, str(self.folder / "link")]),
+                                   ("excludes", ["-i", path, "-o", "out"]), ("excludes", ["-i", path, "--explain"])):
+            self.fail_with(USAGE, message, "decode", "ncr", *arguments)
+        self.fail_with(USAGE, "unknown", "decode", "ncr", "-i", path, "-s", "no-such-encoding")
+        self.assertEqual(self.read("text"), b"&#65;")
+
+    def test_files_of_others_and_protected_ones(self):
+        if os.geteuid() != 0:
+            self.skipTest("needs to be root to become somebody else")
+        os.chmod(self.folder, 0o777)
+        path = self.file("text", b"&#65;")
+        other = {"user": 65534, "group": 65534, "extra_groups": []}
+        try:
+            run("--version", **other)
+        except PermissionError as error:
+            self.skipTest(f"the tool lies where others cannot run it: {error}")
+        os.chmod(path, 0o644)
+        self.fail_with(SYSTEM, f"cannot edit {path}: Permission denied", "decode", "ncr", "-i", path, **other)
+        os.chmod(path, 0o666)  # to be written, but its owner could not be kept
+        self.fail_with(SYSTEM, f"cannot keep the owner of {path}", "decode", "ncr", "-i", path, **other)
+        os.chown(path, 65534, 65534)
+        os.chmod(self.folder, 0o755)
+        self.fail_with(SYSTEM, f"cannot make a temporary file beside {path}: Permission denied", "decode", "ncr", "-i", path,
+                       **other)
+        self.assertEqual((self.read("text"), self.names()), (b"&#65;", ["text"]))
+
+
+class FullDisk(ToolTest):
+    def check(self, folder, **options):
+        path = folder / "text"
+        path.write_bytes(LINE * 800)
+        for lines in ([], ["--lines"]):
+            self.fail_with(SYSTEM, f"cannot write {path}: ", "encode", "uparen", "-i", *lines, str(path), **options)
+            self.assertEqual(path.read_bytes(), LINE * 800)
+            self.assertEqual([entry.name for entry in folder.iterdir()], ["text"])
+
+    def test_file_size_limit(self):
+        limit = 100_000
+        self.check(self.folder, preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (limit, limit)))
+
+    def test_file_system_without_room(self):
+        mount = ["mount", "-t", "tmpfs", "-o", "size=128k", "none", str(self.folder)]
+        if os.geteuid() != 0 or subprocess.run(mount, capture_output=True).returncode != 0:
+            self.skipTest("a small file system cannot be mounted here")
+        self.addCleanup(subprocess.run, ["umount", str(self.folder)], check=True)
+        self.check(self.folder)
+
+
+class Interrupted(ToolTest):
+    def start(self, path, *options, **more):
+        return subprocess.Popen([TOOL, "encode", "uparen", "-i", "--lines", "--library", LIBRARY, str(path), *options],
+                                stderr=subprocess.PIPE, **more)
+
+    def unfinished(self):
+        return [entry for entry in self.folder.iterdir() if entry.name.startswith(".rqtext-")]
+
+    def until_writing(self, process):
+        """Waits for the temporary file to grow."""
+        until = time.monotonic() + 60
+        while not any(entry.stat().st_size > 0 for entry in self.unfinished()):
+            self.assertIsNone(process.poll(), "too fast to be caught at it")
+            self.assertLess(time.monotonic(), until)
+
+    def ended(self, process):
+        with process:
+            return process.wait(60), process.stderr.read()
+
+    def large_file(self):
+        path = self.folder / "text"
+        path.write_bytes(LINE * 600_000)
+        return path
+
+    def test_signals_leave_the_old_text_and_nothing_else(self):
+        path = self.large_file()
+        for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP, signal.SIGQUIT):
+            for options in ([], ["--progress"]):
+                process = self.start(path, *options, preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_CORE, (0, 0)))
+                self.until_writing(process)
+                process.send_signal(number)
+                self.assertEqual(self.ended(process)[0], -number)
+                self.assertEqual(self.unfinished(), [])
+                self.assertEqual(path.stat().st_size, len(LINE) * 600_000)
+        self.assertEqual(path.read_bytes(), LINE * 600_000)
+
+    def test_a_kill_leaves_the_old_text(self):
+        path = self.large_file()
+        process = self.start(path)
+        self.until_writing(process)
+        process.kill()
+        self.assertEqual(self.ended(process)[0], -signal.SIGKILL)
+        self.assertEqual(path.read_bytes(), LINE * 600_000)
+        self.assertEqual(len(self.unfinished()), 1)
+
+    def test_at_any_moment(self):
+        old = LINE * 4000
+        new = self.succeed("encode", "uparen", "--lines", text=old)
+        path = self.folder / "text"
+        source = random.Random(6)
+        began = time.monotonic()
+        path.write_bytes(old)
+        self.ended(self.start(path))
+        longest = 1.3 * (time.monotonic() - began)
+        seen = set()
+        for number in (signal.SIGTERM, signal.SIGKILL):
+            for _ in range(60):
+                path.write_bytes(old)
+                process = self.start(path)
+                time.sleep(source.uniform(0, longest))
+                process.send_signal(number)
+                self.assertIn(self.ended(process)[0], (-number, DONE))
+                text = path.read_bytes()
+                self.assertIn(text, (old, new))
+                seen.add(text)
+                if number == signal.SIGTERM:
+                    self.assertEqual(self.unfinished(), [])
+                for entry in self.unfinished():
+                    entry.unlink()
+        self.assertEqual(seen, {old, new}, "the moments were not spread enough to prove anything")
+
+    def test_ignored_signals_stay_ignored(self):
+        path = self.large_file()
+        process = self.start(path, preexec_fn=lambda: signal.signal(signal.SIGHUP, signal.SIG_IGN))
+        self.until_writing(process)
+        process.send_signal(signal.SIGHUP)
+        self.assertEqual(self.ended(process), (DONE, b""))
+        self.assertGreater(path.stat().st_size, len(LINE) * 600_000)
+
+    def test_a_file_that_changes_meanwhile_is_left_alone(self):
+        path = self.large_file()
+        process = self.start(path)
+        self.until_writing(process)
+        with open(path, "ab") as file:
+            file.write(b"from somebody else\n")
+        self.assertEqual(self.ended(process),
+                         (SYSTEM, f"rqtext: cannot edit {path}: it was changed meanwhile\n".encode()))
+        self.assertTrue(path.read_bytes().endswith(b"from somebody else\n"))
+        self.assertEqual(self.unfinished(), [])
+
+
+if __name__ == "__main__":
+    unittest.main()
