@@ -159,7 +159,9 @@ Result<const Encoding *> findEncoding(std::string_view name) {
     });
     if (found != encodings().end()) return &*found;
   }
-  std::string text = "encoding '" + std::string(name) + "' is unknown";
+  constexpr std::size_t longestShown = 64;
+  std::string text = "encoding '" + std::string(name.substr(0, longestShown)) +
+                     (name.size() > longestShown ? "...' is unknown" : "' is unknown");
   if (const std::string near = nearNames(name); !near.empty()) text += "; similar names: " + near;
   return Error{Error::Kind::usage, std::move(text)};
 }

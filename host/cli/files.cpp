@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <new>
 
 namespace rq::cli {
 namespace {
@@ -65,13 +66,20 @@ Result<Bytes> Input::readAll(Buffer &buffer) {
     expected = static_cast<std::size_t>(status.st_size);
   }
   std::size_t size = 0;
-  MutableBytes room = buffer.atLeast(expected + pieceBytes);
-  for (;;) {
-    const Result<std::size_t> count = read(room.subspan(size));
-    if (!count) return count.error();
-    if (*count == 0) return Bytes(room.first(size));
-    size += *count;
-    if (size == room.size()) room = buffer.atLeast(size + pieceBytes, size);
+  std::size_t wanted = expected + pieceBytes;
+  try {
+    for (MutableBytes room = buffer.atLeast(wanted);; room = buffer.atLeast(wanted, size)) {
+      while (size < room.size()) {
+        const Result<std::size_t> count = read(room.subspan(size));
+        if (!count) return count.error();
+        if (*count == 0) return Bytes(room.first(size));
+        size += *count;
+      }
+      wanted = size + pieceBytes;
+    }
+  } catch (const std::bad_alloc &) {
+    return Error{Error::Kind::system, "cannot read " + shownName(name_) + ": not enough memory for " +
+                                          std::to_string(std::max(expected, size)) + " bytes"};
   }
 }
 
@@ -178,7 +186,14 @@ Done Output::finish() {
 
 std::optional<FileIdentity> identityOf(const std::string &file) {
   struct stat status {};
-  if (::stat(file.c_str(), &status) != 0) return std::nullopt;
+  const int failed = file == "-" ? ::fstat(STDIN_FILENO, &status) : ::stat(file.c_str(), &status);
+  if (failed != 0) return std::nullopt;
+  return FileIdentity(status.st_dev, status.st_ino);
+}
+
+std::optional<FileIdentity> identityOfStandardOutput() {
+  struct stat status {};
+  if (::fstat(STDOUT_FILENO, &status) != 0 || !S_ISREG(status.st_mode) || status.st_size == 0) return std::nullopt;
   return FileIdentity(status.st_dev, status.st_ino);
 }
 

@@ -125,8 +125,10 @@ class Output {
 
 /// What two names of the same file have in common.
 using FileIdentity = std::pair<std::uint64_t, std::uint64_t>;
-/// Nothing when there is no file of that name.
+/// Nothing when there is no file of that name; "-" is standard input.
 std::optional<FileIdentity> identityOf(const std::string &file);
+/// Nothing unless it is a regular file that holds something already.
+std::optional<FileIdentity> identityOfStandardOutput();
 
 }  // namespace rq::cli
 

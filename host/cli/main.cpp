@@ -50,8 +50,9 @@ Done checkFiles(const Options &options) {
     const std::optional<FileIdentity> identity = identityOf(file);
     if (!identity) continue;
     if (options.inPlace && !known.insert(*identity).second) return wrong(file + " is given twice");
-    if (options.output && *options.output != "/dev/null" && identity == identityOf(*options.output)) {
-      return wrong("the output " + *options.output + " is also an input");
+    if (options.output ? *options.output != "/dev/null" && identity == identityOf(*options.output)
+                       : !options.inPlace && identity == identityOfStandardOutput()) {
+      return wrong(shownName(file) + " is also the output");
     }
   }
   return host::done();

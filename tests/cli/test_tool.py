@@ -74,7 +74,7 @@ class Files(ToolTest):
 
     def test_output_must_not_be_an_input(self):
         path = self.file("both", b"text")
-        self.fail_with(USAGE, "is also an input", "to", "utf16be", path, "-o", path)
+        self.fail_with(USAGE, "is also the output", "to", "utf16be", path, "-o", path)
         self.assertEqual(pathlib.Path(path).read_bytes(), b"text")
 
     def test_early_failure_leaves_the_output_file_alone(self):
