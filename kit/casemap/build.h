@@ -20,6 +20,7 @@ inline void blockMapsNothing() {}
 inline void wrongNumberOfExceptions() {}
 inline void exceptionIsNotReversible() {}
 inline void asciiIsNotSimple() {}
+inline void gapIsAtAnEnd() {}
 
 using Runs = std::span<const Run>;
 using Blocks = std::span<const std::uint16_t>;

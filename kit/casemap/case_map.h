@@ -12,8 +12,8 @@ namespace rq::kit {
 /// `shift`, which holds the distance to the mapped character. Characters beyond the BMP stay.
 struct CaseMap {
   const std::int32_t *meta, *shift;
-  /// The longest stretch of characters in blocks that have nothing to map.
-  RQChar gapFirst, gapCount;
+  /// The longest stretch of characters in blocks that have nothing to map. Some block behind it has.
+  RQChar gapFirst, gapEnd;
   /// Up to asciiLast the table is not needed: the 26 letters from asciiFirst on have asciiFlip inverted, others stay.
   /// Where ASCII is not that simple, asciiLast and asciiFlip are 0.
   RQChar asciiFirst, asciiFlip, asciiLast;

@@ -37,7 +37,9 @@ consteval CaseMap caseMap(const std::array<std::int32_t, blocksOfPlane>& meta,
                           const std::array<std::int32_t, Size>& shifts, RQChar asciiFirst, RQChar asciiFlip) {
   const Gap gap = longestGap(meta);
   const RQChar asciiLast = asciiFlip != 0 ? 0x7F : 0;
-  const CaseMap map = {meta.data(), shifts.data(), gap.first, gap.count, asciiFirst, asciiFlip, asciiLast};
+  const CaseMap map = {meta.data(), shifts.data(), gap.first, gap.first + gap.count,
+                       asciiFirst,  asciiFlip,     asciiLast};
+  if (map.gapFirst <= asciiLast + 1 || map.gapEnd >= 0x10000) gapIsAtAnEnd();
   for (RQChar c = 0; c <= asciiLast; ++c)
     if (map(c) != (c - asciiFirst < 26 ? c ^ asciiFlip : c)) asciiIsNotSimple();
   return map;

@@ -184,61 +184,119 @@ void flipAscii(std::uint8_t* p, std::uint64_t n) {
 }
 
 /// A case map applied to vectors. Most need no table: ASCII is arithmetic, characters in the map's gap or beyond the
-/// BMP stay. The others of a vector are nearly always in one block or two, so that shifts alone are looked up.
+/// BMP stay. The others are nearly always in one block or two, so that shifts alone are looked up.
 struct MapCase {
-  const CaseMap* map;
+  CaseMap map;  // a copy, which no store into the text can change
 
   /// Of characters whose bits are joined here: ascii() is right for all of them. The first test, for most text.
   template <class V>
   RQ_INLINE bool needsNoTable(V joined) const {
-    return !V::atMost(V::splat(map->asciiLast + 1), joined).any();
+    return !V::atMost(V::splat(map.asciiLast + 1), joined).any();
   }
   /// Right for characters that need no table; leaves the others.
   template <class V>
   RQ_INLINE V ascii(V c) const {
-    return c ^ V::where(V::atMost(c + V::splat(0 - map->asciiFirst), V::splat(25)), V::splat(map->asciiFlip));
+    return c ^ V::where(V::atMost(c + V::splat(0 - map.asciiFirst), V::splat(25)), V::splat(map.asciiFlip));
   }
+  /// The characters on either side of the gap.
   template <class V>
   RQ_INLINE auto tabled(V c) const {
-    const auto still = V::atMost(c, V::splat(map->asciiLast));
-    const auto gap = V::atMost(c + V::splat(0 - map->gapFirst), V::splat(map->gapCount - 1));
-    return ~((still | gap) | V::atMost(V::splat(0x10000), c));
+    const RQChar first = map.asciiLast + 1;
+    return V::atMost(c + V::splat(0 - first), V::splat(map.gapFirst - first - 1)) |
+           V::atMost(c + V::splat(0 - map.gapEnd), V::splat(0xFFFF - map.gapEnd));
   }
   template <class V>
   RQ_INLINE V operator()(V c) const {
-    auto left = tabled(c);
-    V result = ascii(c);
+    V all[] = {c};
+    mapAll(all);
+    return all[0];
+  }
+  template <class V, std::size_t count>
+  RQ_INLINE void mapAll(V (&c)[count]) const {
+    if constexpr (V::looksUpQuickly)
+      mapByBlocks(c);
+    else
+      for (V& v : c) v = mapByGathering(v);
+  }
+  template <class V>
+  RQ_INLINE V mapByGathering(V c) const {
+    const auto hits = tabled(c);
+    const V result = ascii(c);
+    if (!hits.any()) return result;
     const V blocks = c.blocks(), low = c & V::splat(0x7F);
-    while (left.any()) {
-      const RQChar block = c.lane(firstBit(left.bits())) >> 7;
-      const auto here = left & V::equal(blocks, V::splat(block));
-      if constexpr (!V::looksUpQuickly)
-        if ((left & ~here).any()) return result + gathered(left, blocks, low);
-      if (const std::int32_t start = map->meta[block]; start >= 0)
-        result = result + V::lookUp(map->shift + start, low, here);
-      left = left & ~here;
+    const RQChar block = c.first(hits) >> 7;
+    if ((hits & ~V::equal(blocks, V::splat(block))).any()) return result + gathered(hits, blocks, low);
+    const std::int32_t start = map.meta[block];
+    return start < 0 ? result : result + V::lookUp(map.shift + start, low, hits);
+  }
+  /// Maps all vectors block by block: text keeps to few blocks, and one's shifts are loaded once for all vectors.
+  template <class V, std::size_t count>
+  RQ_INLINE void mapByBlocks(V (&c)[count]) const {
+    typename V::Hits left[count];
+    V mapped[count];
+    for (std::size_t i = 0; i < count; ++i) left[i] = tabled(c[i]), mapped[i] = ascii(c[i]);
+    for (;;) {
+      V next = c[0];
+      typename V::Hits hits = left[0];
+      for (std::size_t i = 1; i < count; ++i)
+        if (!hits.any()) next = c[i], hits = left[i];
+      if (!hits.any()) break;
+      const RQChar block = next.first(hits) >> 7;
+      const std::int32_t start = map.meta[block];
+      for (std::size_t i = 0; i < count; ++i) {
+        const auto here = left[i] & V::equal(c[i].blocks(), V::splat(block));
+        if (start >= 0) mapped[i] = mapped[i] + V::lookUp(map.shift + start, c[i], here);
+        left[i] = left[i] & ~here;
+      }
     }
-    return result;
+    for (std::size_t i = 0; i < count; ++i) c[i] = mapped[i];
   }
   /// The shifts of characters in several blocks.
   template <class V>
   RQ_INLINE V gathered(typename V::Hits hits, V blocks, V low) const {
-    const V starts = V::gather(map->meta, blocks, hits, V::splat(~RQChar{0}));
-    return V::gather(map->shift, starts + low, V::atMost(starts, V::splat(INT32_MAX)), V::splat(0));
+    const V starts = V::gather(map.meta, blocks, hits, V::splat(~RQChar{0}));
+    return V::gather(map.shift, starts + low, V::atMost(starts, V::splat(INT32_MAX)), V::splat(0));
   }
   template <class V>
   RQ_INLINE void four(V& a, V& b, V& c, V& d) const {
     if (needsNoTable((a | b) | (c | d))) {
       a = ascii(a), b = ascii(b), c = ascii(c), d = ascii(d);
     } else {
-      a = (*this)(a), b = (*this)(b), c = (*this)(c), d = (*this)(d);
+      V all[] = {a, b, c, d};
+      mapAll(all);
+      a = all[0], b = all[1], c = all[2], d = all[3];
     }
+  }
+  /// The lanes that differ when `count` vectors from either text are mapped, as bits.
+  template <class V, std::size_t count>
+  RQ_INLINE std::uint64_t differences(const RQChar* a, const RQChar* b) const {
+    V both[2 * count], joined = V::splat(0);
+    for (std::size_t k = 0; k < count; ++k) {
+      both[k] = V::load(a + k * V::lanes), both[count + k] = V::load(b + k * V::lanes);
+      joined = joined | (both[k] | both[count + k]);
+    }
+    if (needsNoTable(joined))
+      for (V& v : both) v = ascii(v);
+    else
+      mapAll(both);
+    std::uint64_t bits = 0;
+    for (std::size_t k = 0; k < count; ++k) bits |= (both[k] ^ both[count + k]).bits() << (k * V::lanes);
+    return bits;
   }
 };
 
 template <class V>
 void mapCase(RQChar* p, std::uint64_t n, const CaseMap& caseMap) {
-  map<V>(p, p, n, MapCase{&caseMap});
+  map<V>(p, p, n, MapCase{caseMap});
+}
+
+/// Do `count` vectors differ?
+template <class V, std::size_t count>
+RQ_INLINE bool anyDiffers(const RQChar* a, const RQChar* b) {
+  V different = V::load(a) ^ V::load(b);
+  for (std::size_t k = 1; k < count; ++k)
+    different = different | (V::load(a + k * V::lanes) ^ V::load(b + k * V::lanes));
+  return different.any();
 }
 
 /// The first index at which two texts differ when both are mapped, or -1.
@@ -253,27 +311,19 @@ std::int64_t mappedMismatch(const RQChar* a, const RQChar* b, std::uint64_t n, c
       return -1;
     }
   }
-  const MapCase mapped{&caseMap};
-  const auto differ = [=](std::uint64_t i) { return V::load(a + i) ^ V::load(b + i); };
-  const auto mappedDiffer = [=](std::uint64_t i) -> std::uint64_t {
-    const V x = V::load(a + i), y = V::load(b + i);
-    if (!(x ^ y).any()) return 0;
-    if (mapped.needsNoTable(x | y)) return (mapped.ascii(x) ^ mapped.ascii(y)).bits();
-    return (mapped(x) ^ mapped(y)).bits();
-  };
+  const MapCase mapped{caseMap};
   std::uint64_t i = 0;
-  while (n - i > V::lanes) {
-    if (n - i > 4 * V::lanes &&
-        !((differ(i) | differ(i + V::lanes)) | (differ(i + 2 * V::lanes) | differ(i + 3 * V::lanes))).any()) {
-      i += 4 * V::lanes;
-      continue;
-    }
-    if (const std::uint64_t bits = mappedDiffer(i)) return static_cast<std::int64_t>(i + firstBit(bits));
-    i += V::lanes;
-  }
+  const auto found = [&](std::uint64_t bits) { return static_cast<std::int64_t>(i + firstBit(bits)); };
+  for (; n - i > 4 * V::lanes; i += 4 * V::lanes)
+    if (anyDiffers<V, 4>(a + i, b + i))
+      if (const std::uint64_t bits = mapped.differences<V, 4>(a + i, b + i)) return found(bits);
+  for (; n - i > V::lanes; i += V::lanes)
+    if (anyDiffers<V, 1>(a + i, b + i))
+      if (const std::uint64_t bits = mapped.differences<V, 1>(a + i, b + i)) return found(bits);
   i = n - V::lanes;
-  const std::uint64_t bits = mappedDiffer(i);
-  return bits ? static_cast<std::int64_t>(i + firstBit(bits)) : -1;
+  if (!anyDiffers<V, 1>(a + i, b + i)) return -1;
+  const std::uint64_t bits = mapped.differences<V, 1>(a + i, b + i);
+  return bits ? found(bits) : -1;
 }
 
 /// The lanes of `v` in the intervals First to Last - 1.

@@ -213,10 +213,11 @@ struct Vector16 {
       if (bits >> i & 1) value[i] = static_cast<std::uint32_t>(table[lane[i]]);
     return load(value);
   }
-  RQ_INLINE U lane(std::uint64_t i) const {
+  /// The first lane of `hits`, which has one.
+  RQ_INLINE U first(Hits hits) const {
     U all[lanes];
     store(all);
-    return all[i];
+    return all[firstBit(hits.bits())];
   }
   /// table[index] for the lanes of `hits`, 0 for the others; every index is below 128.
   static RQ_INLINE Vector16 lookUp(const std::int32_t* table, Vector16 index, Hits hits) {

@@ -107,10 +107,10 @@ struct Vector32 {
     static_assert(sizeof(U) == 4);
     return {_mm256_mask_i32gather_epi32(otherwise.v, table, index.v, hits.v, 4)};
   }
-  RQ_INLINE U lane(std::uint64_t i) const {
+  RQ_INLINE U first(Hits hits) const {
     static_assert(sizeof(U) == 4);
-    const __m256i moved =
-        _mm256_permutevar8x32_epi32(v, _mm256_castsi128_si256(_mm_cvtsi64_si128(static_cast<long long>(i))));
+    const auto i = static_cast<long long>(firstBit(hits.bits()));
+    const __m256i moved = _mm256_permutevar8x32_epi32(v, _mm256_castsi128_si256(_mm_cvtsi64_si128(i)));
     return static_cast<U>(_mm_cvtsi128_si32(_mm256_castsi256_si128(moved)));
   }
   static RQ_INLINE Vector32 lookUp(const std::int32_t* table, Vector32 index, Hits hits) {

@@ -101,13 +101,12 @@ struct Vector64 {
     if constexpr (sizeof(U) == 1) return {_mm512_maskz_mov_epi8(hits.mask, a.v)};
     if constexpr (sizeof(U) == 4) return {_mm512_maskz_mov_epi32(static_cast<__mmask16>(hits.mask), a.v)};
   }
-  RQ_INLINE U lane(std::uint64_t i) const {
+  RQ_INLINE U first(Hits hits) const {
     static_assert(sizeof(U) == 4);
-    const __m512i moved =
-        _mm512_permutexvar_epi32(_mm512_castsi128_si512(_mm_cvtsi64_si128(static_cast<long long>(i))), v);
+    const __m512i moved = _mm512_maskz_compress_epi32(static_cast<__mmask16>(hits.mask), v);
     return static_cast<U>(_mm_cvtsi128_si32(_mm512_castsi512_si128(moved)));
   }
-  /// The whole table passes through registers: far cheaper than a gather.
+  /// The whole table passes through registers: far cheaper than a gather. Only the low 7 bits of an index count.
   static RQ_INLINE Vector64 lookUp(const std::int32_t* table, Vector64 index, Hits hits) {
     static_assert(sizeof(U) == 4);
     const auto from = [=](const std::int32_t* quarter) {
