@@ -27,6 +27,14 @@ RQ_INLINE std::int64_t findFirst(std::uint64_t n, Args... args) {
     }
   }
   const Probe<V> probe(args...);
+  if constexpr (4 * V::lanes <= 64) {  // one word holds the bits of four vectors, which may overlap
+    if (n <= 4 * V::lanes) {
+      const auto bitsAt = [=](std::uint64_t i) { return probe.at(i).bits() << i; };
+      std::uint64_t bits = bitsAt(0) | bitsAt(n - V::lanes);
+      if (n > 2 * V::lanes) bits |= bitsAt(V::lanes) | bitsAt(n - 2 * V::lanes);
+      return bits ? static_cast<std::int64_t>(firstBit(bits)) : -1;
+    }
+  }
   if (const std::uint64_t bits = probe.at(0).bits()) return static_cast<std::int64_t>(firstBit(bits));
   // The next vector begins at an aligned address, or as near after one as the units' own alignment lets it.
   std::uint64_t i = V::lanes - reinterpret_cast<std::uintptr_t>(probe.p) % V::bytes / sizeof(typename V::Lane);
