@@ -14,10 +14,14 @@ std::uint64_t unitsOf(std::int64_t length) {
   return length > 0 ? static_cast<std::uint64_t>(length) : 0;
 }
 
+// Characters lie at any address: through a pointer to RQChar the compiler would take them for aligned.
 RQChar unitAt(const RQChar* p, std::uint64_t i) {
   RQChar c;
-  __builtin_memcpy(&c, p + i, sizeof c);
+  __builtin_memcpy(&c, static_cast<const void*>(p + i), sizeof c);
   return c;
+}
+void setUnit(RQChar* p, std::uint64_t i, RQChar c) {
+  __builtin_memcpy(static_cast<void*>(p + i), &c, sizeof c);
 }
 
 void mapByTable(RQChar* string, std::int64_t length, const CaseMap& map) {
@@ -32,10 +36,7 @@ void mapByService(RQChar* string, std::uint64_t n, const CaseMap& table, Map map
       rq::kit::simd::active.mapCase(string + i, ascii, table);
       i += ascii;
     }
-    for (; i < n && unitAt(string, i) >= 0x80; ++i) {
-      const RQChar mapped = map(unitAt(string, i));
-      __builtin_memcpy(string + i, &mapped, sizeof mapped);
-    }
+    for (; i < n && unitAt(string, i) >= 0x80; ++i) setUnit(string, i, map(unitAt(string, i)));
   }
 }
 
