@@ -23,11 +23,18 @@ std::uint64_t word(T* pointer) {
   return reinterpret_cast<std::uint64_t>(pointer);
 }
 
+/// A word at a time: hosts are asked hundreds of thousands of times a second.
 std::uint64_t digestOf(std::uint64_t seed, const void* data, std::uint64_t bytes) {
-  std::uint64_t hash = (seed ^ 0xCBF29CE484222325) * 0x100000001B3;
-  for (std::uint64_t i = 0; i < bytes; ++i) {
-    hash = (hash ^ static_cast<const std::uint8_t*>(data)[i]) * 0x100000001B3;
+  const auto* at = static_cast<const std::uint8_t*>(data);
+  std::uint64_t hash = (seed ^ 0xCBF29CE484222325 ^ bytes << 32) * 0x9E3779B97F4A7C15;
+  for (std::uint64_t left = bytes; left > 0;) {
+    const std::uint64_t size = left < 8 ? left : 8;
+    std::uint64_t word = 0;
+    std::memcpy(&word, at, size);
+    hash = (hash ^ word) * 0x9E3779B97F4A7C15;
     hash ^= hash >> 29;
+    at += size;
+    left -= size;
   }
   return hash;
 }
