@@ -5,7 +5,7 @@
 
 #include <gtest/gtest.h>
 
-#include "codecs/comparison.h"
+#include "codecs/numbered.h"
 #include "codecs/twin.h"
 
 namespace rq::test {

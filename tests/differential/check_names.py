@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
-"""Every exported name and every slot must have a fuzz target.
+"""Every exported name and every slot must have a family of differential cases, which is a fuzz target as well.
 
-usage: check_names.py LIBRARY REPLAY..., where a replay program prints with --names what its target covers."""
+usage: check_names.py LIBRARY RQ_DIFFERENTIAL FAMILY..."""
 import subprocess
 import sys
 
@@ -12,10 +12,10 @@ def output(*command):
     return subprocess.run(command, check=True, capture_output=True, text=True).stdout
 
 
-def main(library, replays):
+def main(library, program, *families):
     exported = {line.split()[-1].split("@")[0] for line in output("nm", "-D", "--defined-only", library).splitlines()
                 if line.split()[-2] != "A"}
-    covered = {name for replay in replays for name in output(replay, "--names").split()}
+    covered = set(output(program, "names", *families).split())
     slots = {name for name in covered if "." in name}
     missing, unknown = exported - covered, covered - slots - exported
     for name in sorted(missing):
@@ -27,4 +27,4 @@ def main(library, replays):
 
 
 if __name__ == "__main__":
-    sys.exit(main(sys.argv[1], sys.argv[2:]))
+    sys.exit(main(*sys.argv[1:]))

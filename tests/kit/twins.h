@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "frame/types.h"
-#include "kit/casemap/runs.h"
+#include "kit/casemap/class_runs.h"
 #include "kit/simd/wide_ranges.h"
 
 namespace rq::test::twin {
@@ -125,18 +125,36 @@ inline std::uint64_t countWide(const RQChar* p, std::uint64_t n) {
   return count;
 }
 
-/// One character mapped by a list of runs.
-template <std::size_t Size>
-RQChar mapped(const kit::casemap::Run (&runs)[Size], RQChar c) {
-  for (const auto& run : runs)
-    if (c >= run.first && c <= run.last && (c - run.first) % run.step == 0) return c + static_cast<RQChar>(run.delta);
-  return c;
-}
+/// A list of runs, spread out over the plane.
+class CaseTable {
+ public:
+  template <std::size_t Size>
+  explicit CaseTable(const kit::casemap::Run (&runs)[Size]) : to_(0x10000) {
+    for (RQChar c = 0; c < 0x10000; ++c) to_[c] = c;
+    for (const auto& run : runs)
+      for (RQChar c = run.first; c <= run.last; c += run.step) to_[c] = c + static_cast<RQChar>(run.delta);
+  }
+  RQChar operator()(RQChar c) const { return c < 0x10000 ? to_[c] : c; }
+
+ private:
+  std::vector<RQChar> to_;
+};
 inline RQChar lower(RQChar c) {
-  return mapped(kit::casemap::lowerRuns, c);
+  static const CaseTable table(kit::casemap::lowerRuns);
+  return table(c);
 }
 inline RQChar upper(RQChar c) {
-  return mapped(kit::casemap::upperRuns, c);
+  static const CaseTable table(kit::casemap::upperRuns);
+  return table(c);
+}
+/// The smallest and the largest member of the character's case class.
+inline RQChar smallest(RQChar c) {
+  static const CaseTable table(kit::casemap::smallestRuns);
+  return table(c);
+}
+inline RQChar largest(RQChar c) {
+  static const CaseTable table(kit::casemap::largestRuns);
+  return table(c);
 }
 
 inline std::int32_t equalIgnoringCase(const RQChar* a, std::int64_t na, const RQChar* b, std::int64_t nb) {
