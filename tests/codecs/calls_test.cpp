@@ -206,6 +206,12 @@ TEST_P(Calls, TheTranscodersStatusIsNeverLookedAt) {
   EXPECT_EQ(run(putUEsc, U"\u00E9").bytes, unitsOf(GetParam(), session.encoding, U"\\u00E9"));
 }
 
+TEST_P(Calls, PutNCRWritesWhatTheSessionMakesOfACharacter) {
+  const u64 oneUnit = unitBytes(GetParam());
+  session.host.fixedProduced = &oneUnit;  // of 0x2A in each byte
+  EXPECT_EQ(run(putNCR, U"abab").bytes, std::vector<std::uint8_t>(4 * oneUnit, 0x2A));
+}
+
 TEST_P(Calls, AnImpossibleLengthCountsAsAFailedRoundTrip) {
   for (const Lie lie : {Lie::capacityPlusOne, Lie::enormous}) {
     struct Row {
@@ -344,6 +350,14 @@ TEST(CharsetService, DecidesWhatADigitIs) {
   const auto outcome = call(session.object->served.getNCR, session.object, Flavour::served,
                             unitsOf(Flavour::served, latin1, U"&#x4$;"), 100);
   EXPECT_EQ(shown(outcome.bytes, Flavour::served), "M");
+}
+
+TEST(CharsetService, IsNotLookedForWithoutAKernel) {
+  Session session(latin1);
+  Library::get().rqextent(nullptr);
+  const auto outcome = call(session.object->served.getNCR, session.object, Flavour::served,
+                            unitsOf(Flavour::served, latin1, U"&#x4a;&#x4B;"), 100);
+  EXPECT_EQ(shown(outcome.bytes, Flavour::served), "JK");
 }
 
 // Only the plain flavour reads the escape characters from the object, and only three of its codecs do.

@@ -57,6 +57,10 @@ const CodecRow rows[] = {
      U"A.."},
     {"GetHighSurrogateStaysWholeWithoutSecondSemicolon", get, Where::lax, U"&#x1D83D;&#xDE00", U"\x1D83D&#xDE00"},
     {"GetHighSurrogateStaysWholeWithFourUnitsLeft", get, Where::lax, U"&#x1D83D;&#4;", U"\x1D83D\0"sv},
+    {"GetHighSurrogateStaysWholeBeforeText", get, Where::lax, U"&#x1D83D;and more",
+     U"\x1D83D"
+     U"and more"},
+    {"GetHighSurrogateStaysWholeBeforeAnAmpersand", get, Where::lax, U"&#x1D83D;&more", U"\x1D83D&more"},
     {"GetHighSurrogateCutWithFiveUnitsLeft", get, Where::lax, U"&#x1D83D;&#4;.", U"\xD83D\0."sv},
     {"GetCharacterThatDoesNotFit", get, Where::narrow, U"ab&#8364;", U"ab", 8, tooSmall},
     {"GetKeptTextThatDoesNotFit", get, Where::everywhere, U"ab&#xDE00;", U"ab", 9, tooSmall},
@@ -111,6 +115,10 @@ const CodecRow rows[] = {
      U"zzzzzz&#\0"
      U"62927;"sv},
     {"PutAngleWithOneMiss", put, Where::everywhere, U"<U004z>", U"?"},
+    {"PutAngleDigitsBeyondTheInput", put, Where::expanding, U"\u00FE",
+     U"&#\0"
+     U"62927;"sv},
+    {"PutAngleSomeDigitsBeyondTheInput", put, Where::expanding, U"\u00FEx41", U"&#16623;x41"},
     {"PutAngleShort", put, Where::everywhere, U"<U0041", U"<U0041"},
     {"PutAngleNotClosed", put, Where::everywhere, U"<U0041x", U"<U0041x"},
     {"PutAngleEightDigitsIsText", put, Where::everywhere, U"<U00000041>", U"<U00000041>"},

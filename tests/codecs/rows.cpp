@@ -33,6 +33,8 @@ std::vector<std::uint32_t> sessionsOf(Where where, Flavour flavour) {
     case Where::wideLax:
       if (!wide) return {};
       return {laxUnits};
+    case Where::expanding:
+      return {wide ? expandingUnits : expanding};
   }
   return {};
 }

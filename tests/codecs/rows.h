@@ -22,6 +22,7 @@ enum class Where {
   served,      // the served flavour alone, in Latin-1
   wide,        // the wide flavour alone, UTF-32
   wideLax,     // the wide flavour alone, any 32-bit value
+  expanding,   // sessions in which U+00FE stands for `<U00E9>`
 };
 
 inline constexpr std::uint64_t ample = 4096;

@@ -56,6 +56,8 @@ const CodecRow rows[] = {
     {"GetLoneHighSurrogateIsKept", get, Where::everywhere, UR"(\uD83Dx)", UR"(\uD83Dx)"},
     {"GetLoneLowSurrogateIsKept", get, Where::everywhere, UR"(\uDE00)", UR"(\uDE00)"},
     {"GetLoneHighSurrogateInALaxSession", get, Where::lax, UR"(\uD83Dx)", U"\xD83Dx"},
+    {"GetHighSurrogateThenText", get, Where::lax, UR"(\uD83D text)", U"\xD83D text"},
+    {"GetHighSurrogateThenAnotherBackslash", get, Where::lax, UR"(\uD83D\new)", U"\xD83D\\new"},
     {"GetHighSurrogateThenCharacter", get, Where::lax, UR"(\uD83D\u0041)",
      U"\xD83D"
      U"A"},

@@ -1,6 +1,7 @@
 /* Loading and unloading, in a process that holds no other copy of the library. */
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "frame/rquni.h"
 #include "support/mock_host.h"
@@ -13,6 +14,17 @@ TEST(Loading, TheHandleIsNullBeforeRegistration) {
   void* library = dlopen(RQ_LIBRARY_PATH, RTLD_NOW | RTLD_LOCAL);
   ASSERT_NE(library, nullptr) << dlerror();
   EXPECT_EQ(*static_cast<RQKernel**>(dlsym(library, "Exported_RQHandle")), nullptr);
+  dlclose(library);
+}
+
+// The loader then has no environment to hand to the library's constructor.
+TEST(Loading, WorksWithoutAnEnvironment) {
+  char** const environment = environ;
+  environ = nullptr;
+  void* library = dlopen(RQ_LIBRARY_PATH, RTLD_NOW | RTLD_LOCAL);
+  environ = environment;
+  ASSERT_NE(library, nullptr) << dlerror();
+  EXPECT_NE(dlsym(library, "rquni"), nullptr);
   dlclose(library);
 }
 

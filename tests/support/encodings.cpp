@@ -176,6 +176,12 @@ std::size_t writeUtf32(std::uint32_t c, bool lax, unsigned&, Byte* out) {
   return 4;
 }
 
+std::size_t readExpandingUnits(const Byte* in, std::size_t bytes, bool lax, unsigned& page, Characters& to) {
+  if (readUtf32<false>(in, bytes, lax, page, to) == 0) return 0;
+  if (to.at[0] == 0xFE) readExpanding(in, 1, lax, page, to);
+  return 4;
+}
+
 constexpr Encoding encodings[] = {
     {utf8, "UTF-8", false, readUtf8, writeUtf8},
     {utf16Big, "UTF-16BE", false, readUtf16<true>, writeUtf16<true>},
@@ -191,6 +197,7 @@ constexpr Encoding encodings[] = {
     {laxUnits, "lax units", true, readUtf32<false>, writeUtf32<false>},
     {substituting, "substituting", false, readNarrow<0x100>, writeSubstituting},
     {expanding, "expanding", false, readExpanding, writeNarrow<0x100>},
+    {expandingUnits, "expanding units", false, readExpandingUnits, writeUtf32<false>},
 };
 
 }  // namespace

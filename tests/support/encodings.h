@@ -32,8 +32,9 @@ enum SessionId : std::uint32_t {
   shifted = 105,   // stateful: SO and SI switch between ASCII and Greek; every conversion starts and ends shifted in
   laxBytes = 106,  // UTF-8 stretched to all 32-bit values, lone surrogates included
   laxUnits = 107,  // UTF-32 of any 32-bit values
-  substituting = 108,  // Latin-1 that writes '?' for what it cannot hold, and succeeds
-  expanding = 109,     // Latin-1 whose byte 0xFE stands for the seven characters <U00E9>
+  substituting = 108,    // Latin-1 that writes '?' for what it cannot hold, and succeeds
+  expanding = 109,       // Latin-1 whose byte 0xFE stands for the seven characters <U00E9>
+  expandingUnits = 110,  // UTF-32 whose U+00FE stands for the same seven
 };
 
 /// The characters that one sequence of bytes stands for.
