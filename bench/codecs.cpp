@@ -7,6 +7,7 @@
 #include "bench/peers/hand.h"
 #include "bench/peers/text_libraries.h"
 #include "bench/support/cell.h"
+#include "bench/support/exchange.h"
 #include "bench/support/host.h"
 #include "bench/support/row.h"
 #include "bench/support/texts.h"
@@ -14,7 +15,7 @@
 namespace rq::bench {
 namespace {
 
-constexpr std::size_t MiB = std::size_t{1} << 20;
+constexpr std::size_t KiB = std::size_t{1} << 10, MiB = std::size_t{1} << 20;
 using Slot = RQCodec RQOperations::*;
 
 struct Flavour {
@@ -47,23 +48,37 @@ std::string widened(const std::string& ascii) {
 }
 
 class Operation {
+  RQCodec function() const {
+    RQInterface* const object = bench::object(flavour_.session);
+    return object ? (object->*flavour_.operations).*slot_ : nullptr;
+  }
+
+  /// The call itself: its status and the bytes written.
+  auto calling(const std::shared_ptr<Job>& job) const {
+    return [job, function = function(), object = bench::object(flavour_.session), unit = flavour_.unitBytes] {
+      std::uint64_t written = 0;
+      const RQStatus status = function(object, job->input.data(), job->input.size() / unit, output(),
+                                       job->output.size() / unit + 64, &written);
+      return std::pair(status, written * unit);
+    };
+  }
+
  public:
   Operation(const Flavour& flavour, const char* name, Slot slot)
       : flavour_(flavour), name_(std::string("codecs/") + flavour.prefix + name), slot_(slot) {}
 
+  /// The columns "ours" and "host".
   void add(const Job& job) const {
+    ours(job);
+    host(job);
+  }
+
+  void ours(const Job& job) const {
     const auto shared = std::make_shared<Job>(job);
-    RQInterface* const object = bench::object(flavour_.session);
-    const RQCodec function = object ? (object->*flavour_.operations).*slot_ : nullptr;
-    auto call = [=, unit = flavour_.unitBytes] {
-      std::uint64_t written = 0;
-      const RQStatus status = function(object, shared->input.data(), shared->input.size() / unit, output(),
-                                       shared->output.size() / unit + 64, &written);
-      return std::pair(status, written * unit);
-    };
+    const auto call = calling(shared);
     Cell ours = cell(*shared, "ours");
-    ours.refusal = [=]() -> const char* {
-      if (!function) return "not built";
+    ours.refusal = [=, built = function() != nullptr]() -> const char* {
+      if (!built) return "not built";
       const auto [status, bytes] = call();
       if (status == RQ_UNSUPPORTED) return "not built";
       const bool right =
@@ -71,11 +86,15 @@ class Operation {
       return right ? nullptr : "wrong answer";
     };
     timed(ours, [=] { return call().second; });
+  }
 
+  void host(const Job& job) const {
+    const auto shared = std::make_shared<Job>(job);
+    const auto call = calling(shared);
     const auto calls = std::make_shared<std::vector<Conversion>>();
     Cell host = cell(*shared, "host");
-    host.refusal = [=]() -> const char* {
-      if (!function) return "not built";
+    host.refusal = [=, built = function() != nullptr]() -> const char* {
+      if (!built) return "not built";
       record();
       const RQStatus status = call().first;
       *calls = recorded();
@@ -95,7 +114,8 @@ class Operation {
     timed(one, [=] { return function(shared->input, output()); });
   }
 
-  const std::string& name() const { return name_; }
+  /// Hands the text to the peers outside the process.
+  void offer(const Job& job) const { exchange(name_, job.size, job.input, job.output); }
 
  private:
   Cell cell(const Job& job, const char* column) const {
@@ -108,6 +128,14 @@ class Operation {
   std::string name_;
   Slot slot_;
 };
+
+/// The sizes of a curve. Goals speak of some of them.
+struct Size {
+  const char* name;
+  std::size_t bytes;
+};
+constexpr Size curve[] = {{"64B", 64},         {"256B", 256},         {"1KiB", KiB}, {"4KiB", 4 * KiB},
+                          {"32KiB", 32 * KiB}, {"256KiB", 256 * KiB}, {"1MiB", MiB}, {"4MiB", 4 * MiB}};
 
 std::size_t copy(std::string_view text, char* out) {
   std::memcpy(out, text.data(), text.size());
@@ -126,7 +154,7 @@ std::size_t countEscaped(const std::u32string& text) {
   return count;
 }
 
-Job decoding(const char* size, const std::u32string& text, Notation notation) {
+Job decoding(const std::string& size, const std::u32string& text, Notation notation) {
   return {size, escaped(text, notation), utf8(text), countEscaped(text)};
 }
 
@@ -154,13 +182,11 @@ const Decoder decoders[] = {
 void decode(const Decoder& decoder) {
   const Operation operation(plain, decoder.name, decoder.slot);
   std::vector<Job> jobs;
-  for (const auto& [size, script] : {std::pair{"plain-1MiB", Script::ascii},
-                                     {"sparse-1MiB", Script::sparse},
-                                     {"dense-1MiB", Script::cyrillic},
-                                     {"dense-mixed-1MiB", Script::mixed}})
-    jobs.push_back(decoding(size, sample(script, MiB), decoder.notation));
-  jobs.push_back(decoding("plain-4KiB", text(Script::ascii, 4096), decoder.notation));
-  jobs.push_back(decoding("plain-64B", text(Script::ascii, 64), decoder.notation));
+  for (const Size& size : curve)
+    for (const auto& [name, script] : {std::pair{"plain-", Script::ascii}, {"dense-", Script::cyrillic}})
+      jobs.push_back(decoding(std::string(name) + size.name, sample(script, size.bytes), decoder.notation));
+  jobs.push_back(decoding("sparse-1MiB", sample(Script::sparse, MiB), decoder.notation));
+  jobs.push_back(decoding("dense-mixed-1MiB", sample(Script::mixed, MiB), decoder.notation));
   std::string nine = decoder.nine, nineDecoded = nine == "a\\u0436bc" ? "a\u0436bc" : "a\u0436b";
   jobs.push_back({"one-9B", nine, nineDecoded, 1});
   const std::string rest = repeated("lorem ipsum ", 55).substr(0, 55);
@@ -168,12 +194,18 @@ void decode(const Decoder& decoder) {
   for (const Job& job : jobs) {
     operation.add(job);
     operation.peer(job, "hand", decoder.hand);
-    if (decoder.notation == Notation::decimal) operation.peer(job, "libxml2", libxmlDecodeReferences);
+    if (decoder.notation == Notation::decimal) {
+      operation.peer(job, "libxml2", libxmlDecodeReferences);
+      operation.peer(job, "gumbo", gumboDecodeReferences);
+    }
     if (decoder.notation == Notation::uEscape) {
       operation.peer(job, "absl", abslDecodeEscapes);
       operation.peer(job, "simdjson", simdjsonDecodeEscapes);
+      operation.peer(job, "rapidjson", rapidjsonDecodeEscapes);
+      operation.peer(job, "icu", icuDecodeEscapes);
     }
     if (job.size.starts_with("plain")) operation.peer(job, "copy", copy);
+    if (job.size.ends_with("-1MiB")) operation.offer(job);
   }
   operation.add(decoding("20000-distinct", manyDistinct(), decoder.notation));
   const std::string endless = repeated(decoder.unit, MiB);
@@ -182,26 +214,32 @@ void decode(const Decoder& decoder) {
   operation.peer(adversarial, "hand", decoder.hand);
 }
 
-/// The same text at two lengths: time must grow as the length does.
+constexpr Size growing[] = {
+    {"16KiB", 16 * KiB}, {"64KiB", 64 * KiB}, {"256KiB", 256 * KiB}, {"1MiB", MiB}, {"4MiB", 4 * MiB}};
+
+/// The same text at several lengths: time must grow as the length does.
 void growth(const Decoder& decoder) {
   for (std::string_view unit :
        {"&", "&#", "&#x", "&&#1", "\\u", "\\", "\\uD83D", "\\u12", "<", "<U", "<U00E", "<u0>"}) {
     if (unit == "<u0>" && decoder.notation == Notation::uParen) continue;  // decodes
     const Operation operation(plain, (decoder.name + (" growth " + std::string(unit))).c_str(), decoder.slot);
-    for (const auto& [size, bytes] : {std::pair{"64KiB", MiB / 16}, {"4MiB", 4 * MiB}}) {
+    for (const auto& [size, bytes] : growing) {
       const std::string same = repeated(unit, bytes);
       const Job job = {size, same, same, 0};
-      operation.add(job);
+      operation.ours(job);
       operation.peer(job, "copy", copy);
+      if (unit != decoder.unit) continue;
+      operation.peer(job, "hand", decoder.hand);
+      if (bytes <= MiB) operation.offer(job);
     }
   }
   if (decoder.notation == Notation::uEscape) return;
   const char terminator = decoder.notation == Notation::decimal ? ';' : '>';
   const Operation operation(plain, (decoder.name + std::string(" growth one terminator at the end")).c_str(),
                             decoder.slot);
-  for (const auto& [size, bytes] : {std::pair{"64KiB", MiB / 16}, {"4MiB", 4 * MiB}}) {
+  for (const auto& [size, bytes] : growing) {
     const std::string all = repeated(decoder.unit, bytes) + terminator;
-    operation.add({size, all, std::string(1, '\0'), 0});
+    operation.ours({size, all, std::string(1, '\0'), 0});
     operation.peer({size, all, all, 0}, "copy", copy);
   }
 }
@@ -229,24 +267,30 @@ void otherFlavours() {
   Operation(plain, "GetUParenP", &RQOperations::getUParenP).add(kept);
 }
 
-void encode(const char* name, Slot slot, Notation notation, bool everything,
-            std::size_t (*byHand)(std::string_view, char*), std::size_t (*byIcu)(std::string_view, char*)) {
-  const Operation operation(plain, name, slot);
-  for (const auto& [size, script] : {std::pair{"plain-1MiB", Script::ascii},
-                                     {"sparse-1MiB", Script::sparse},
-                                     {"dense-1MiB", Script::cyrillic},
-                                     {"dense-mixed-1MiB", Script::mixed}}) {
+struct Encoder {
+  const char* name;
+  Slot slot;
+  Notation notation;
+  bool everything;  // ASCII too
+  std::vector<std::pair<const char*, std::size_t (*)(std::string_view, char*)>> peers;
+};
+
+void encode(const Encoder& encoder) {
+  const Operation operation(plain, encoder.name, encoder.slot);
+  auto add = [&](const std::string& size, Script script, std::size_t bytes) {
     const bool dense = script == Script::cyrillic || script == Script::mixed;
-    const std::u32string words = text(script, dense ? MiB / 2 : MiB);
-    const Job job = {size, utf8(words), escaped(words, notation, everything), words.size()};
+    const std::u32string words = text(script, dense ? bytes / 2 : bytes);
+    const Job job = {size, utf8(words), escaped(words, encoder.notation, encoder.everything), words.size()};
     operation.add(job);
-    operation.peer(job, "hand", byHand);
-    if (byIcu) operation.peer(job, "icu", byIcu);
+    for (const auto& [column, function] : encoder.peers) operation.peer(job, column, function);
+    if (size.ends_with("-1MiB")) operation.offer(job);
+  };
+  for (const Size& size : curve) {
+    add(std::string("plain-") + size.name, Script::ascii, size.bytes);
+    add(std::string("dense-") + size.name, Script::cyrillic, size.bytes);
   }
-  const std::u32string words = text(Script::ascii, 64);
-  const Job job = {"plain-64B", utf8(words), escaped(words, notation, everything), words.size()};
-  operation.add(job);
-  operation.peer(job, "hand", byHand);
+  add("sparse-1MiB", Script::sparse, MiB);
+  add("dense-mixed-1MiB", Script::mixed, MiB);
 }
 
 /// What the served flavour pays the host for each hexadecimal notation.
@@ -268,9 +312,21 @@ void registerCodecs() {
     growth(decoder);
   }
   otherFlavours();
-  encode("PutNCR", &RQOperations::putNCR, Notation::decimal, false, hand::encodeReferences, icuEncodeReferences);
-  encode("PutUEsc", &RQOperations::putUEsc, Notation::uEscape, false, hand::encodeEscapes, icuEncodeEscapes);
-  encode("PutUParen", &RQOperations::putUParen, Notation::uParen, true, hand::encodeParens, nullptr);
+  encode({"PutNCR",
+          &RQOperations::putNCR,
+          Notation::decimal,
+          false,
+          {{"hand", hand::encodeReferences}, {"icu", icuEncodeReferences}, {"libxml2", libxmlEncodeReferences}}});
+  encode({"PutUEsc",
+          &RQOperations::putUEsc,
+          Notation::uEscape,
+          false,
+          {{"hand", hand::encodeEscapes}, {"icu", icuEncodeEscapes}, {"rapidjson", rapidjsonEncodeEscapes}}});
+  encode({"PutUParen",
+          &RQOperations::putUParen,
+          Notation::uParen,
+          true,
+          {{"hand", hand::encodeParens}, {"snprintf", snprintfEncodeParens}}});
 }
 
 }  // namespace rq::bench

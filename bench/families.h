@@ -9,5 +9,6 @@ void registerWide();
 void registerCodecs();
 void registerMetrics();
 void registerFrame();
+void registerThreads();
 
 }  // namespace rq::bench

@@ -82,7 +82,13 @@ void transforms() {
 void blankFill() {
   RQInterface* const object = bench::object(RQ_ENCODING_UTF8);
   static std::vector<std::uint16_t> room((std::size_t{1} << 20) / 2 + 8);
-  for (const auto& [size, bytes] : {std::pair{"4KiB", std::size_t{4096}}, {"1MiB", std::size_t{1} << 20}}) {
+  for (const auto& [size, bytes] : {std::pair{"64B", std::size_t{64}},
+                                    {"256B", std::size_t{256}},
+                                    {"1KiB", std::size_t{1} << 10},
+                                    {"4KiB", std::size_t{4} << 10},
+                                    {"32KiB", std::size_t{32} << 10},
+                                    {"256KiB", std::size_t{256} << 10},
+                                    {"1MiB", std::size_t{1} << 20}}) {
     const std::string row = std::string("frame/ulPutUTF16L padding/") + size + "/";
     const auto filled = [=, n = bytes]() -> const char* {
       return std::all_of(room.begin(), room.begin() + static_cast<std::ptrdiff_t>(n / 2),

@@ -1,4 +1,4 @@
-// The byte and 4-byte routines of the kit beside the C library, Highway, Abseil and the compiler's best loops.
+// The byte and 4-byte routines of the kit beside the C library, Highway, StringZilla and the compiler's best loops.
 #include <cmath>
 #include <cstring>
 #include <cwchar>
@@ -8,6 +8,7 @@
 #include "bench/families.h"
 #include "bench/peers/highway.h"
 #include "bench/peers/loops.h"
+#include "bench/peers/stringzilla.h"
 #include "bench/support/host.h"
 #include "bench/support/library.h"
 #include "bench/support/row.h"
@@ -25,6 +26,9 @@ RQChar* units(Byte* p) {
 }
 wchar_t* wides(Byte* p) {
   return reinterpret_cast<wchar_t*>(p);
+}
+char* chars(Byte* p) {
+  return reinterpret_cast<char*>(p);
 }
 double* doubles(Byte* p) {
   return reinterpret_cast<double*>(p);
@@ -45,6 +49,12 @@ constexpr Byte wanted = ';';
 template <class T>
 void setAll(Byte* p, size_t n, T value) {
   for (size_t i = 0; i < n; ++i) std::memcpy(p + i * sizeof value, &value, sizeof value);
+}
+
+/// A column of StringZilla, where it is installed.
+template <class Call>
+void stringzillaColumn(Row& row, Call call) {
+  if (stringzilla::installed) row.column("stringzilla", call);
 }
 
 /// Equal units in both buffers, but for the last one of the first, and zero units behind.
@@ -78,9 +88,12 @@ void scans() {
 
   const auto last = [](Args x) { return static_cast<int64_t>(x.n) - 1; };
   Row scan("kit/skMemScan", 1, equalButLast<Byte>, last);
+  scan.finer();
   scan.ours(RQ_OURS(skMemScan), [](auto f, Args x) { return f(x.a, x.n, wanted); });
   scan.column("memchr", [=](Args x) { return indexOf(memchrOf(x.a, wanted, x.n), x.a, 1); });
   scan.column("highway", [=](Args x) { return indexBelow(highwayFind(x.a, x.n, wanted), x.n); });
+
+  stringzillaColumn(scan, [](Args x) { return stringzilla::find(chars(x.a), x.n, wanted); });
 
   Row spos("kit/rqzspos", 4, equalButLast<RQChar>, last);
   spos.ours(RQ_OURS(rqzspos), [](auto f, Args x) { return f(units(x.a), static_cast<int64_t>(x.n), wanted); });
@@ -90,8 +103,10 @@ void scans() {
   notScan.ours(RQ_OURS(skMemNScan), [](auto f, Args x) { return f(x.a, x.n, common); });
   notScan.column("highway", [=](Args x) { return indexBelow(highwayNot(x.a, x.n, common), x.n); });
   notScan.column("find_first_not_of", [=](Args x) {
-    return indexBelow(std::string_view(reinterpret_cast<char*>(x.a), x.n).find_first_not_of(char{common}), x.n);
+    return indexBelow(std::string_view(chars(x.a), x.n).find_first_not_of(char{common}), x.n);
   });
+
+  stringzillaColumn(notScan, [](Args x) { return stringzilla::findNot(chars(x.a), x.n, common); });
 
   Row unitNotScan("kit/skMemTNScan", 4, equalButLast<RQChar>, last);
   unitNotScan.ours(RQ_OURS(skMemTNScan), [](auto f, Args x) { return f(units(x.a), x.n, common); });
@@ -128,8 +143,10 @@ void fills() {
   const auto memsetOf = opaque(std::memset);
   const auto wmemsetOf = opaque(std::wmemset);
   Row bytes("kit/skMemSet", 1, equalButLast<Byte>, [](Args x) { return setAll<Byte>(x.a, x.n, 7), 0; });
+  bytes.finer();
   bytes.ours(RQ_OURS(skMemSet), [](auto f, Args x) { return f(x.a, 7, x.n), int64_t{0}; });
   bytes.column("memset", [=](Args x) { return memsetOf(x.a, 7, x.n), int64_t{0}; });
+  stringzillaColumn(bytes, [](Args x) { return stringzilla::fill(chars(x.a), 7, x.n), int64_t{0}; });
   Row wide("kit/skMemTSet", 4, equalButLast<RQChar>, [](Args x) { return setAll<RQChar>(x.a, x.n, 0x3007), 0; });
   wide.ours(RQ_OURS(skMemTSet), [](auto f, Args x) { return f(units(x.a), 0x3007, x.n), int64_t{0}; });
   wide.column("wmemset", [=](Args x) { return wmemsetOf(wides(x.a), 0x3007, x.n), int64_t{0}; });
@@ -144,8 +161,10 @@ void compares() {
   const auto wmemcmpOf = opaque(std::wmemcmp);
   const auto smaller = [](Args) { return int64_t{-1}; };
   Row bytes("kit/skMemCmp", 1, equalButLast<Byte>, smaller);
+  bytes.finer();
   bytes.ours(RQ_OURS(skMemCmp), [](auto f, Args x) { return int64_t{f(x.a, x.b, x.n)}; });
   bytes.column("memcmp", [=](Args x) { return sign(memcmpOf(x.a, x.b, x.n)); });
+  stringzillaColumn(bytes, [](Args x) { return sign(stringzilla::compare(chars(x.a), chars(x.b), x.n)); });
   Row wide("kit/skWMemCmp", 4, equalButLast<RQChar>, smaller);
   wide.ours(RQ_OURS(skWMemCmp), [](auto f, Args x) { return int64_t{f(units(x.a), units(x.b), x.n)}; });
   wide.column("wmemcmp", [=](Args x) { return sign(wmemcmpOf(wides(x.a), wides(x.b), x.n)); });
@@ -162,18 +181,15 @@ void strings() {
   const auto wcscpyOf = opaque(std::wcscpy);
   const auto length = [](Args x) { return static_cast<int64_t>(x.n); };
   Row bytes("kit/skStrLen", 1, equalButLast<Byte>, length);
-  bytes.ours(RQ_OURS(skStrLen), [](auto f, Args x) { return static_cast<int64_t>(f(reinterpret_cast<char*>(x.a))); });
-  bytes.column("strlen", [=](Args x) { return static_cast<int64_t>(strlenOf(reinterpret_cast<char*>(x.a))); });
+  bytes.ours(RQ_OURS(skStrLen), [](auto f, Args x) { return static_cast<int64_t>(f(chars(x.a))); });
+  bytes.column("strlen", [=](Args x) { return static_cast<int64_t>(strlenOf(chars(x.a))); });
   Row wide("kit/skStrTLen", 4, equalButLast<RQChar>, length);
   wide.ours(RQ_OURS(skStrTLen), [](auto f, Args x) { return static_cast<int64_t>(f(units(x.a))); });
   wide.column("wcslen", [=](Args x) { return static_cast<int64_t>(wcslenOf(wides(x.a))); });
 
   Row copy("kit/skStrCpy", 1, equalButLast<Byte>, [](Args x) { return std::memcpy(x.b, x.a, x.n + 1), 0; });
-  copy.ours(RQ_OURS(skStrCpy),
-            [](auto f, Args x) { return f(reinterpret_cast<char*>(x.a), reinterpret_cast<char*>(x.b)), int64_t{0}; });
-  copy.column("strcpy", [=](Args x) {
-    return strcpyOf(reinterpret_cast<char*>(x.b), reinterpret_cast<char*>(x.a)), int64_t{0};
-  });
+  copy.ours(RQ_OURS(skStrCpy), [](auto f, Args x) { return f(chars(x.a), chars(x.b)), int64_t{0}; });
+  copy.column("strcpy", [=](Args x) { return strcpyOf(chars(x.b), chars(x.a)), int64_t{0}; });
   Row wideCopy("kit/skStrTCpy", 4, equalButLast<RQChar>,
                [](Args x) { return std::memcpy(x.b, x.a, 4 * (x.n + 1)), 0; });
   wideCopy.ours(RQ_OURS(skStrTCpy), [](auto f, Args x) { return f(units(x.a), units(x.b)), int64_t{0}; });
@@ -196,9 +212,12 @@ void asciiCase() {
   };
   const auto call = [](auto f, Args x) { return f(x.a, x.n), int64_t{0}; };
   Row upper("kit/skStrUp", 1, mixedText, up);
+  upper.finer();
   upper.ours(RQ_OURS(skStrUp), call);
   Row lower("kit/skStrLow", 1, mixedText, low);
   lower.ours(RQ_OURS(skStrLow), call);
+  stringzillaColumn(upper, [](Args x) { return stringzilla::upper(chars(x.a), x.n), int64_t{0}; });
+  stringzillaColumn(lower, [](Args x) { return stringzilla::lower(chars(x.a), x.n), int64_t{0}; });
   for (const Loops* loops : bothLoops) {
     const std::string name = loops->column;
     upper.column(name, [f = loops->upper](Args x) { return f(x.a, x.n), int64_t{0}; });
@@ -224,8 +243,10 @@ void copies() {
   const auto oursCopy = RQ_OURS(skMemCpy);
 
   Row disjoint("kit/skMemCpy", 1, countedBytes, [](Args x) { return std::memcpy(x.b, x.a, x.n), 0; });
+  disjoint.finer();
   disjoint.ours(oursCopy, [](auto f, Args x) { return f(x.a, x.b, x.n), int64_t{0}; });
   disjoint.column("memcpy", [=](Args x) { return memcpyOf(x.b, x.a, x.n), int64_t{0}; });
+  stringzillaColumn(disjoint, [](Args x) { return stringzilla::copy(chars(x.b), chars(x.a), x.n), int64_t{0}; });
 
   for (size_t distance : {size_t{1}, size_t{3}, size_t{8}, size_t{64}, size_t{1000}, size_t{4096}}) {
     Row row("kit/skMemCpy+" + std::to_string(distance), 1, countedBytes, [=](Args x) {
@@ -244,6 +265,8 @@ void copies() {
             [=](Args x) { return std::memmove(x.a + 64 + distance, x.a + 64, x.n), 0; });
     row.ours(oursSafe, [=](auto f, Args x) { return f(x.a + 64, x.a + 64 + distance, x.n), int64_t{0}; });
     row.column("memmove", [=](Args x) { return memmoveOf(x.a + 64 + distance, x.a + 64, x.n), int64_t{0}; });
+    stringzillaColumn(
+        row, [=](Args x) { return stringzilla::move(chars(x.a + 64 + distance), chars(x.a + 64), x.n), int64_t{0}; });
   }
 
   RQPool* const pool = recyclingPool();
@@ -262,6 +285,7 @@ void missing() {
     doubles(x.a)[x.n - 1] = std::numeric_limits<double>::quiet_NaN();
   };
   Row row("kit/skMissArray", 8, fill, [](Args) { return int64_t{1}; });
+  row.finer();
   row.ours(RQ_OURS(skMissArray), [](auto f, Args x) { return int64_t{f(doubles(x.a), x.n)}; });
   row.column("highway", [=](Args x) { return int64_t{highwayNan(doubles(x.a), x.n) < x.n}; });
   for (const Loops* loops : bothLoops) {

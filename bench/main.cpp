@@ -4,8 +4,10 @@
 #include <clocale>
 #include <cstdio>
 #include <cstring>
+#include <string_view>
 
 #include "bench/families.h"
+#include "bench/support/exchange.h"
 #include "bench/support/library.h"
 #include "bench/support/row.h"
 
@@ -13,17 +15,26 @@ namespace {
 
 struct Options {
   const char* library = RQ_LIBRARY_PATH;
+  const char* texts = nullptr;  // only write the texts for peers outside the process to this folder
   bool quick = false;
 };
 
-/// Takes --library=PATH and --quick out of the arguments and leaves the rest to the benchmark library.
+/// The value of an argument of the form --name=value, or null.
+const char* valueOf(const char* argument, std::string_view name) {
+  const std::string_view given = argument;
+  return given.starts_with(name) && given.substr(name.size()).starts_with('=') ? argument + name.size() + 1 : nullptr;
+}
+
+/// Takes --library=PATH, --texts=FOLDER and --quick out of the arguments and leaves the rest to the benchmark
+/// library.
 Options takeOptions(int& count, char** arguments) {
-  constexpr char library[] = "--library=";
   Options options;
   int kept = 1;
   for (int i = 1; i < count; ++i) {
-    if (std::strncmp(arguments[i], library, sizeof library - 1) == 0)
-      options.library = arguments[i] + sizeof library - 1;
+    if (const char* library = valueOf(arguments[i], "--library"))
+      options.library = library;
+    else if (const char* texts = valueOf(arguments[i], "--texts"))
+      options.texts = texts;
     else if (std::strcmp(arguments[i], "--quick") == 0)
       options.quick = true;
     else
@@ -39,6 +50,7 @@ int main(int count, char** arguments) {
   if (!std::setlocale(LC_CTYPE, "C.UTF-8")) std::fputs("rq_bench: no locale C.UTF-8\n", stderr);
   const Options options = takeOptions(count, arguments);
   if (options.quick) rq::bench::quickly();
+  if (options.texts) rq::bench::exchangeThrough(options.texts);
   rq::bench::loadLibrary(options.library);
   rq::bench::registerLimits();
   rq::bench::registerKit();
@@ -46,6 +58,8 @@ int main(int count, char** arguments) {
   rq::bench::registerCodecs();
   rq::bench::registerMetrics();
   rq::bench::registerFrame();
+  rq::bench::registerThreads();
+  if (options.texts) return 0;
   benchmark::Initialize(&count, arguments);
   if (benchmark::ReportUnrecognizedArguments(count, arguments)) return 2;
   benchmark::RunSpecifiedBenchmarks();

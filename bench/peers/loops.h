@@ -34,7 +34,8 @@ struct Loops {
   void (*copyUnits)(const std::uint32_t*, std::uint32_t*);                 // up to a zero unit
   void (*copyForward)(const unsigned char*, unsigned char*, std::size_t);  // byte by byte, repeating
   int (*anyNan)(const double*, std::size_t);
-  int (*anyNanByBlocks)(const double*, std::size_t);  // a test for each 64 doubles
+  int (*anyNanByBlocks)(const double*, std::size_t);              // a test for each 64 doubles
+  std::int64_t (*countLeads)(const unsigned char*, std::size_t);  // bytes that begin a character of UTF-8
   void (*mapCase)(const CaseTables&, std::uint32_t*, std::size_t);
 };
 

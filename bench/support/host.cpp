@@ -16,16 +16,31 @@ std::uint32_t session = RQ_ENCODING_UTF8;
 bool recording = false;
 std::vector<Conversion> written;
 
-// --- Pools: one reserved stretch for the large block, a small one for the object.
+// --- Pools: one reserved stretch a thread for the large block, a small one for the object.
 
 struct Pool : RQPool {
-  char* large;
   char small[2048];
 };
 
+/// Room for the working buffer of any row; pages that are not touched cost nothing.
+char* mapLargeBlock() {
+  void* const mapped =
+      mmap(nullptr, std::size_t{1} << 30, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+  if (mapped == MAP_FAILED) std::abort();
+  madvise(mapped, std::size_t{1} << 30, MADV_HUGEPAGE);
+  return static_cast<char*>(mapped);
+}
+
+char* largeBlock() {
+  thread_local constinit char* block = nullptr;  // of the threads that a benchmark starts, sixteen at most
+  if (!block) [[unlikely]]
+    block = mapLargeBlock();
+  return block;
+}
+
 void* allocate(RQPool* pool, std::uint64_t bytes, std::uint64_t) {
   auto* const self = static_cast<Pool*>(pool);
-  return bytes == sizeof(RQInterface) ? self->small : self->large;
+  return bytes == sizeof(RQInterface) ? self->small : largeBlock();
 }
 void release(RQPool*, void*) {}
 RQStatus destroyPool(RQPool* pool) {
@@ -33,24 +48,11 @@ RQStatus destroyPool(RQPool* pool) {
   return 0;
 }
 
-/// Room for the working buffer of any row; pages that are not touched cost nothing.
-char* largeBlock() {
-  static char* const block = [] {
-    void* const mapped = mmap(nullptr, std::size_t{1} << 30, PROT_READ | PROT_WRITE,
-                              MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
-    if (mapped == MAP_FAILED) std::abort();
-    madvise(mapped, std::size_t{1} << 30, MADV_HUGEPAGE);
-    return static_cast<char*>(mapped);
-  }();
-  return block;
-}
-
 Pool* newPool() {
   auto* const pool = new Pool;
   pool->destroy = destroyPool;
   pool->allocate = allocate;
   pool->release = release;
-  pool->large = largeBlock();
   return pool;
 }
 

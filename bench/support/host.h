@@ -11,7 +11,7 @@
 
 namespace rq::bench {
 
-/// A pool that hands out one and the same block; for one block at a time of at most 64 MiB and some.
+/// A pool that hands out one and the same block to a thread; for one block at a time of at most 1 GiB.
 RQPool* recyclingPool();
 
 /// One call of a transcoder, with its input.

@@ -47,7 +47,7 @@ std::vector<std::uint32_t> shuffledMix() {
   return counts;
 }
 
-std::vector<Shape> makeShapes(std::size_t unitBytes) {
+std::vector<Shape> makeShapes(std::size_t unitBytes, bool finer) {
   std::vector<Shape> made = {{"1", std::vector<std::uint32_t>(16, 1)},
                              {"1-16", sweep(1, 16)},
                              {"17-64", sweep(17, 64)},
@@ -55,8 +55,16 @@ std::vector<Shape> makeShapes(std::size_t unitBytes) {
   const std::pair<const char*, std::size_t> large[] = {{"256B", 256},     {"1KiB", 1 << 10},
                                                        {"4KiB", 4 << 10}, {"32KiB", 32 << 10},
                                                        {"1MiB", 1 << 20}, {"64MiB", largestBytes}};
-  for (const auto& [name, bytes] : large)
-    if (bytes <= (1 << 20) || !isQuick()) made.push_back({name, {static_cast<std::uint32_t>(bytes / unitBytes)}});
+  const std::pair<const char*, std::size_t> between[] = {
+      {"16B", 16}, {"64B", 64}, {"256KiB", 256 << 10}, {"8MiB", 8 << 20}};
+  auto add = [&](const char* name, std::size_t bytes) {
+    if (bytes > (1 << 20) && isQuick()) return;
+    const std::size_t repeats = bytes < 256 ? 16 : 1;
+    made.push_back({name, std::vector<std::uint32_t>(repeats, static_cast<std::uint32_t>(bytes / unitBytes))});
+  };
+  for (const auto& [name, bytes] : large) add(name, bytes);
+  if (finer)
+    for (const auto& [name, bytes] : between) add(name, bytes);
   return made;
 }
 
@@ -73,10 +81,10 @@ bool isQuick() {
   return quick;
 }
 
-const std::vector<Shape>& shapes(std::size_t unitBytes) {
-  static std::map<std::size_t, std::vector<Shape>> all;
-  auto& made = all[unitBytes];
-  if (made.empty()) made = makeShapes(unitBytes);
+const std::vector<Shape>& shapes(std::size_t unitBytes, bool finer) {
+  static std::map<std::pair<std::size_t, bool>, std::vector<Shape>> all;
+  auto& made = all[{unitBytes, finer}];
+  if (made.empty()) made = makeShapes(unitBytes, finer);
   return made;
 }
 

@@ -30,8 +30,8 @@ struct Shape {
 };
 
 /// 1, every size from 1 to 16 and from 17 to 64 (each repeated, as in a loop over like strings), a shuffled mix of 1
-/// to 64, all in units; then 256 B to 64 MiB in bytes.
-const std::vector<Shape>& shapes(std::size_t unitBytes);
+/// to 64, all in units; then 256 B to 64 MiB in bytes. `finer` adds sizes in bytes between these, for the charts.
+const std::vector<Shape>& shapes(std::size_t unitBytes, bool finer = false);
 
 /// Leaves out everything above 1 MiB. Call before any row is registered.
 void quickly();
@@ -60,10 +60,16 @@ class Row {
   Row(std::string name, std::size_t unitBytes, Fill fill, Naive naive)
       : name_(std::move(name)), unitBytes_(unitBytes), fill_(std::move(fill)), naive_(std::move(naive)) {}
 
+  /// Measures the row at more sizes, for a curve. Call before the first column.
+  Row& finer() {
+    finer_ = true;
+    return *this;
+  }
+
   /// Offers a way to do the row's job; `call(Args)` returns the answer, 0 when there is none.
   template <class Call>
   Row& column(const std::string& column, Call call) {
-    for (const Shape& shape : shapes(unitBytes_)) {
+    for (const Shape& shape : shapes(unitBytes_, finer_)) {
       benchmark::RegisterBenchmark(cellName(shape, column).c_str(),
                                    [*this, call, &shape, checked = false](benchmark::State& state) mutable {
                                      if (!checked && !(checked = answersRight(shape, call)))
@@ -78,7 +84,7 @@ class Row {
   template <class F, class Call>
   Row& ours(F* function, Call call) {
     if (function) return column("ours", [function, call](Args x) { return call(function, x); });
-    for (const Shape& shape : shapes(unitBytes_)) notBuilt(cellName(shape, "ours"));
+    for (const Shape& shape : shapes(unitBytes_, finer_)) notBuilt(cellName(shape, "ours"));
     return *this;
   }
 
@@ -108,6 +114,7 @@ class Row {
   std::size_t unitBytes_;
   Fill fill_;
   Naive naive_;
+  bool finer_ = false;
 };
 
 }  // namespace rq::bench
