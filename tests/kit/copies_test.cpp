@@ -164,6 +164,27 @@ TEST(skStrTCpy, copiesExactlyTheStringAndItsTerminator) {
   checkStringCopies<RQChar>(skStrTCpy);
 }
 
+/// Strings on the heap, where sanitizers see each byte that is read behind them.
+template <class U>
+void checkHeapStrings(std::uint64_t (*length)(const U*), void (*copy)(const U*, U*)) {
+  for (std::size_t n = 0; n < mostUnits; ++n) {
+    std::vector<U> source(n + 1, U{0x31}), copied(n + 1, U{0x5A});
+    source.shrink_to_fit();
+    copied.shrink_to_fit();
+    source[n] = 0;
+    ASSERT_EQ(length(source.data()), n);
+    copy(source.data(), copied.data());
+    ASSERT_EQ(copied, source);
+  }
+}
+
+TEST(skStrCpy, fitsTheHeap) {
+  checkHeapStrings<char>(skStrLen, skStrCpy);
+}
+TEST(skStrTCpy, fitsTheHeap) {
+  checkHeapStrings<RQChar>(skStrTLen, skStrTCpy);
+}
+
 /// A pool that hands out one block and remembers what it was asked for.
 struct OneBlockPool : RQPool {
   std::vector<Byte> block = std::vector<Byte>(4096, 0x5A);
