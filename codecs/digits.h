@@ -1,4 +1,4 @@
-// Runs of digits and what they are worth.
+// Runs of digits and what they are worth. Text in a number lies as in memory: the first byte is the lowest.
 #ifndef RQUNI_CODECS_DIGITS_H
 #define RQUNI_CODECS_DIGITS_H
 
@@ -18,7 +18,7 @@ struct Digits {
   constexpr Digits first(uint32_t kept) const { return {value >> (4 * (count - kept)), kept}; }
 };
 
-constexpr uint32_t noDigit = 0xFFFFFFFF;
+constexpr uint32_t noDigit = 0xFF;
 
 /// The value of a hexadecimal digit, letters in upper case only, or noDigit.
 constexpr uint32_t upperHexDigit(uint32_t unit) {
@@ -29,7 +29,7 @@ constexpr uint32_t upperHexDigit(uint32_t unit) {
 
 /// The same for letters in either case.
 struct HexDigits {
-  uint8_t values[256];  // 0xFF: no digit
+  uint8_t values[256];
   constexpr HexDigits() : values{} {
     for (uint32_t c = 0; c < 256; ++c) {
       const bool letter = (c | 0x20) >= 'a' && (c | 0x20) <= 'f';
@@ -40,18 +40,16 @@ struct HexDigits {
 inline constexpr HexDigits hexDigits;
 
 constexpr uint32_t hexDigit(uint32_t unit) {
-  const uint8_t value = unit < 256 ? hexDigits.values[unit] : 0xFF;
-  return value == 0xFF ? noDigit : value;
+  return unit < 256 ? hexDigits.values[unit] : noDigit;
 }
 
 constexpr uint32_t decimalDigit(uint32_t unit) {
   return unit - '0' < 10 ? unit - '0' : noDigit;
 }
 
-/// Reads at most `count` units of `field`; `digit` gives each one's value in base `base`.
+/// Reads on behind `digits`, up to `count` units of `field`; `digit` gives each one's value in base `base`.
 template <uint32_t base, uint32_t (*digit)(uint32_t), class Unit>
-inline Digits readDigits(const Unit* field, uint64_t count) {
-  Digits digits;
+inline Digits readDigits(const Unit* field, uint64_t count, Digits digits = {}) {
   while (digits.count < count) {
     const uint32_t value = digit(load(field + digits.count));
     if (value == noDigit) break;
@@ -61,34 +59,47 @@ inline Digits readDigits(const Unit* field, uint64_t count) {
   return digits;
 }
 
-/// The numbers below `count`, each as two digits in base `base`.
+// Most notations have four digits or more, which are read at once. How many there are is left to branches: the place
+// of the next notation depends on it, and a processor that guesses it well does not wait.
+
+template <class Unit>
+inline Digits readHexDigits(const Unit* field, uint64_t count) {
+  Digits digits;
+  if (count >= 4) {
+    const uint32_t a = hexDigit(load(field)), b = hexDigit(load(field + 1));
+    const uint32_t c = hexDigit(load(field + 2)), d = hexDigit(load(field + 3));
+    if ((a | b | c | d) != noDigit) digits = {a << 12 | b << 8 | c << 4 | d, 4};
+  }
+  return readDigits<16, hexDigit>(field, count, digits);
+}
+
+template <class Unit>
+inline Digits readDecimalDigits(const Unit* field, uint64_t count) {
+  Digits digits;
+  if (count >= 4) {
+    const uint32_t a = load(field) - uint32_t{'0'}, b = load(field + 1) - uint32_t{'0'};
+    const uint32_t c = load(field + 2) - uint32_t{'0'}, d = load(field + 3) - uint32_t{'0'};
+    if ((a < 10) & (b < 10) & (c < 10) & (d < 10)) digits = {((a * 10 + b) * 10 + c) * 10 + d, 4};
+  }
+  return readDigits<10, decimalDigit>(field, count, digits);
+}
+
+/// The numbers below `count`, each as text: two digits in base `base`.
 template <uint32_t base, uint32_t count>
 struct Pairs {
-  uint8_t text[count][2];
+  uint16_t text[count];
   constexpr Pairs() : text{} {
     constexpr char alphabet[] = "0123456789ABCDEF";
-    for (uint32_t i = 0; i < count; ++i) {
-      text[i][0] = static_cast<uint8_t>(alphabet[i / base]);
-      text[i][1] = static_cast<uint8_t>(alphabet[i % base]);
-    }
+    for (uint32_t i = 0; i < count; ++i)
+      text[i] = static_cast<uint16_t>(alphabet[i / base] | alphabet[i % base] << 8);
   }
 };
 inline constexpr Pairs<16, 256> hexPairs;
 inline constexpr Pairs<10, 100> decimalPairs;
 
-inline void storePair(uint8_t* out, const uint8_t (&pair)[2]) {
-  std::memcpy(out, pair, sizeof pair);
-}
-inline void storePair(RQChar* out, const uint8_t (&pair)[2]) {
-  store(out, RQChar{pair[0]});
-  store(out + 1, RQChar{pair[1]});
-}
-
-/// Writes the lowest `bytes` bytes of `value` as two digits each, the most significant first, and returns the end.
-template <uint32_t bytes, class Unit>
-inline Unit* writeHex(Unit* out, uint32_t value) {
-  for (uint32_t i = bytes; i-- > 0; out += 2) storePair(out, hexPairs.text[(value >> (8 * i)) & 0xFF]);
-  return out;
+/// The lowest 16 bits of `value` as text: four hexadecimal digits.
+constexpr uint64_t hexText(uint32_t value) {
+  return hexPairs.text[value >> 8 & 0xFF] | uint64_t{hexPairs.text[value & 0xFF]} << 16;
 }
 
 }  // namespace rq

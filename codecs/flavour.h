@@ -9,6 +9,7 @@
 #include "frame/kernel_handle.h"
 #include "frame/kit.h"
 #include "frame/wide_literal.h"
+#include "frame/work_buffer.h"
 
 namespace rq {
 
@@ -17,7 +18,8 @@ struct Plain {
   using Unit = uint8_t;
   static Unit escape(const RQInterface* object) { return object->escape; }
   static Unit reference(const RQInterface* object) { return object->reference; }
-  static Digits readHex(const Unit* field, uint64_t count) { return readDigits<16, hexDigit>(field, count); }
+  static constexpr bool hasServedDigits = false;
+  static Digits readHex(const Unit* field, uint64_t count) { return readHexDigits(field, count); }
 };
 
 /// Bytes; the escape characters are fixed, and the host's service "ZQD" upper-cases digits where there is one.
@@ -26,11 +28,12 @@ struct Served {
   static Unit escape(const RQInterface*) { return '\\'; }
   static Unit reference(const RQInterface*) { return '#'; }
 
+  static constexpr bool hasServedDigits = true;
   static Digits readHex(const Unit* field, uint64_t count) {
     RQCharsetService* const service = charsetService();
     if (service == nullptr || count == 0) return Plain::readHex(field, count);
-    Unit scratch[64] = {};  // far more than the digits: a service may write behind them
-    std::memcpy(scratch, field, count);
+    RQ_UNINITIALIZED Unit scratch[64];  // far more than the digits: a service may write behind them
+    copyUnits(scratch, field, count);
     service->upperCase(service, scratch, count, 0);
     return readDigits<16, upperHexDigit>(scratch, count);
   }
@@ -56,9 +59,10 @@ struct Wide {
   static Unit escape(const RQInterface*) { return '\\'; }
   static Unit reference(const RQInterface*) { return '#'; }
 
+  static constexpr bool hasServedDigits = false;
   /// ASCII needs no rqzstup: the host's case service, which that may ask, is not asked for ASCII.
   static Digits readHex(const Unit* field, uint64_t count) {
-    const Digits digits = readDigits<16, hexDigit>(field, count);
+    const Digits digits = readHexDigits(field, count);
     const bool stoppedByAscii = digits.count == count || load(field + digits.count) < 0x80;
     if (stoppedByAscii) return digits;
     Unit scratch[mostDigits];
@@ -73,6 +77,7 @@ template <class F>
 concept Flavour = requires(const RQInterface* object, const typename F::Unit* field, uint64_t count) {
   { F::escape(object) } -> std::same_as<typename F::Unit>;
   { F::reference(object) } -> std::same_as<typename F::Unit>;
+  { F::hasServedDigits } -> std::convertible_to<bool>;
   { F::readHex(field, count) } -> std::same_as<Digits>;
 };
 

@@ -1,4 +1,5 @@
 // Numeric character references: an ampersand, the reference character, digits or `x` and hexadecimal digits, `;`.
+#include "codecs/field.h"
 #include "codecs/flavour.h"
 #include "codecs/output.h"
 #include "codecs/surrogates.h"
@@ -10,42 +11,37 @@ namespace {
 /// One reference: from '&' to ';', all that lies between belongs to it.
 struct Reference {
   Digits digits;
-  uint64_t length;  // units, both ends included
+  uint64_t length;  // units, both ends included; 0 when no ';' is left
 
   uint32_t value() const { return digits.count >= 2 ? digits.value : 0; }  // one digit is not enough: U+0000
   bool mayBeSurrogate() const { return digits.count >= 4; }
 };
 
 template <Flavour F, class Unit = typename F::Unit>
-Reference readReference(const Unit* at, const Unit* end) {
-  const auto inside = static_cast<uint64_t>(end - (at + 2));
-  const bool hexadecimal = inside != 0 && load(at + 2) == 'x';  // not 'X'
-  const Digits digits = hexadecimal ? F::readHex(at + 3, smaller(inside - 1, mostDigits))
-                                    : readDigits<10, decimalDigit>(at + 2, smaller(inside, mostDigits));
-  return {digits, inside + 3};
+inline Reference readReference(const Unit* at, Terminators<Unit>& terminators) {
+  const uint64_t hexadecimal = terminators.left(at + 2) != 0 && load(at + 2) == 'x';  // not 'X'
+  const Field inside = hexadecimal ? hexField<F>(at + 3, terminators) : decimalField(at + 2, terminators);
+  if (inside.length == noTerminator) return {{}, 0};
+  return {inside.digits, inside.length + 3 + hexadecimal};
 }
 
 /// The reference at the current place and what it names: with a low surrogate behind a high one, both references.
 struct Decoded {
   uint32_t codePoint;
-  uint64_t consumed;
+  uint64_t consumed;  // 0: no ';' is left, so there is no reference
 };
 
 template <Flavour F, class Unit = typename F::Unit>
-Decoded decodeReference(const Progress<Unit>& progress, const Unit* end, Unit second,
-                        Terminators<Unit>& terminators) {
-  const Reference high = readReference<F>(progress.at(), end);
+inline Decoded decodeReference(const Unit* at, Unit second, Terminators<Unit>& terminators) {
+  const Reference high = readReference<F>(at, terminators);
   const Decoded whole = {high.value(), high.length};
   if (!high.mayBeSurrogate() || !isHighSurrogate(high.value())) return whole;
 
-  const Unit* const behind = progress.at() + high.length;
+  const Unit* const behind = at + high.length;
   constexpr uint64_t shortestPartner = 5;
-  if (progress.remaining() - high.length < shortestPartner || load(behind) != '&' || load(behind + 1) != second)
-    return whole;
-  const Unit* const secondEnd = terminators.find(behind + 2);
-  if (secondEnd == progress.end()) return whole;
-
-  const Reference low = readReference<F>(behind, secondEnd);
+  if (terminators.left(behind) < shortestPartner || load(behind) != '&' || load(behind + 1) != second) return whole;
+  const Reference low = readReference<F>(behind, terminators);
+  if (low.length == 0) return whole;
   if (!low.mayBeSurrogate() || !isLowSurrogate(low.value())) return {high.value() & 0xFFFF, high.length};
   return {pairedCodePoint(high.value(), low.value()), high.length + low.length};
 }
@@ -59,12 +55,11 @@ RQStatus getNcr(RQInterface* object, const Unit* input, uint64_t units, Unit* ou
   const Unit second = F::reference(object);
   RQStatus status = RQ_SUCCESS;
   while (progress.goesOn() && progress.copyUpTo('&', second, static_cast<Unit>(~Unit{0}))) {
-    const Unit* const end = terminators.find(progress.at() + 2);
-    if (end == progress.end()) {
+    const Decoded decoded = decodeReference<F>(progress.at(), second, terminators);
+    if (decoded.consumed == 0) {
       progress.copyRest();
       break;
     }
-    const Decoded decoded = decodeReference<F>(progress, end, second, terminators);
     if (!progress.replace(decoded.consumed, roundTrips.of(decoded.codePoint))) {
       status = RQ_OUTPUT_TOO_SMALL;
       break;
@@ -77,28 +72,35 @@ RQStatus getNcr(RQInterface* object, const Unit* input, uint64_t units, Unit* ou
 /// The last code point that is written as it stands; deliberately not U+007F.
 constexpr uint32_t lastUnescaped = 0x80;
 
-/// Decimal places of a character that is escaped. There are never more than six.
+/// The first value with six decimal places. No reference has more.
+constexpr uint32_t firstOfSixPlaces = 100000;
+
+/// Decimal places of a character that is escaped, told without a branch.
 constexpr uint64_t placesOf(uint32_t character) {
-  if (character < 1000) return 3;
-  if (character < 10000) return 4;
-  return character < 100000 ? 5 : 6;
+  return uint64_t{3} + (character >= 1000) + (character >= 10000) + (character >= firstOfSixPlaces);
 }
 
-/// Writes a decimal reference with `places` digits. What a million and more overflows the first place by becomes a
-/// zero unit; hosts count on it.
-template <class Unit>
-void writeReference(Unit* out, Unit second, uint32_t value, uint64_t places) {
-  store(out, Unit{'&'});
-  store(out + 1, second);
-  Unit* const first = out + 2;
-  Unit* place = first + places;
-  store(place, Unit{';'});
-  for (; place - first > 2; value /= 100) storePair(place -= 2, decimalPairs.text[value % 100]);
-  if (place - first == 2) {
-    store(--place, static_cast<Unit>('0' + value % 10));
-    value /= 10;
+/// The ends of all references: three digits and ';'.
+struct ReferenceEnds {
+  uint32_t text[1000];
+  constexpr ReferenceEnds() : text{} {
+    for (uint32_t i = 0; i < 1000; ++i)
+      text[i] = ('0' + i / 100) | ('0' + i / 10 % 10) << 8 | ('0' + i % 10) << 16 | uint32_t{';'} << 24;
   }
-  store(first, static_cast<Unit>(value < 10 ? '0' + value : 0));
+};
+inline constexpr ReferenceEnds referenceEnds;
+
+/// Writes a decimal reference with `places` digits behind its two marks, given as text, and returns its length. What
+/// a million and more overflows the first place by becomes a zero unit; hosts count on it.
+template <class Unit>
+inline uint64_t writeReference(Unit* out, uint32_t marks, uint32_t value, uint64_t places) {
+  const uint32_t first = value / firstOfSixPlaces, others = value % firstOfSixPlaces;
+  const uint32_t leading = (first < 10 ? '0' + first : 0) | uint32_t{decimalPairs.text[others / 1000]} << 8;
+  const uint32_t shown = leading >> 8 * (6 - places);
+  storeText<4>(out, marks | shown << 16);
+  if (places == 6) store(out + 4, static_cast<Unit>(shown >> 16));
+  storeText<4>(out + places - 1, referenceEnds.text[others % 1000]);
+  return places + 3;
 }
 
 /// Units at the beginning of the input, where the digits of every angle notation are taken from, matched or not.
@@ -114,7 +116,7 @@ uint32_t angleValue(const Unit* input, uint64_t units) {
   uint32_t value = 0;
   for (uint64_t i = angleDigitsAt; i < angleDigitsAt + angleDigits; ++i) {
     const Digits digit = i < units ? F::readHex(input + i, 1) : Digits{};
-    value = value * 16 + (digit.count == 1 ? digit.value : noDigit);
+    value = value * 16 + (digit.count == 1 ? digit.value : ~uint32_t{0});
   }
   return value;
 }
@@ -145,17 +147,36 @@ class PlainCharacters {
   bool isSame(uint32_t character) const { return same_.has(character); }
 
   /// Copies characters for as long as they are known to be the same, and returns their number.
-  uint64_t copySame(const uint8_t* text, uint64_t count, uint8_t* out) const {
-    return kit::copyMembers(text, count, out, same_);
-  }
   template <class Character>
   uint64_t copySame(const Character* text, uint64_t count, Unit* out) const {
-    uint64_t i = 0;
-    for (; i < count && isSame(load(text + i)); ++i) store(out + i, static_cast<Unit>(load(text + i)));
-    return i;
+    constexpr uint64_t few = 8;  // need no kernel
+    for (uint64_t i = 0; i < few; ++i) {
+      if (i == count || !isSame(load(text + i))) return i;
+      store(out + i, static_cast<Unit>(load(text + i)));
+    }
+    return few + copyManySame(text + few, count - few, out + few);
   }
 
  private:
+  uint64_t copyManySame(const uint8_t* text, uint64_t count, uint8_t* out) const {
+    return kit::copyMembers(text, count, out, same_);
+  }
+  uint64_t copyManySame(const RQChar* text, uint64_t count, uint8_t* out) const {
+    RQ_UNINITIALIZED uint8_t ascii[512];
+    uint64_t copied = 0, last = sizeof ascii;
+    for (; last == sizeof ascii; copied += last) {
+      const uint64_t next = smaller(count - copied, sizeof ascii);
+      const uint64_t narrow = kit::copyWhileBelow(text + copied, next, ascii, '<', 0x80);
+      last = kit::copyMembers(ascii, narrow, out + copied, same_);
+    }
+    return copied;
+  }
+  uint64_t copyManySame(const RQChar* text, uint64_t count, RQChar* out) const {
+    uint64_t i = 0;
+    for (; i < count && isSame(load(text + i)); ++i) store(out + i, load(text + i));
+    return i;
+  }
+
   struct Answer {
     Unit units[10];
     uint64_t count;
@@ -171,7 +192,7 @@ template <Flavour F, class Unit = typename F::Unit>
 class NcrEncoder {
  public:
   NcrEncoder(RQInterface* object, const Unit* input, uint64_t units, Unit* output, uint64_t capacity)
-      : second_(F::reference(object)),
+      : marks_('&' | uint32_t{F::reference(object)} << 8),
         toSession_(object->transcoders[RQ_FORM_UTF32_NATIVE].toSession),
         input_(input),
         units_(units),
@@ -184,6 +205,11 @@ class NcrEncoder {
   uint64_t encode(const Character* text, uint64_t count) {
     uint64_t written = 0;
     for (uint64_t i = 0; i < count && written < capacity_; ++i) {
+      const Moved words = encodeWords(text + i, count - i, output_ + written, capacity_ - written);
+      i += words.read;
+      written += words.written;
+      if (i == count || written == capacity_) break;
+
       uint32_t character = load(text + i);
       if (plain_.isSame(character)) {
         const uint64_t run = plain_.copySame(text + i, smaller(count - i, capacity_ - written), output_ + written);
@@ -199,8 +225,7 @@ class NcrEncoder {
       if (character > lastUnescaped) {
         const uint64_t places = placesOf(character);
         if (places + 3 > room) break;
-        writeReference(output_ + written, second_, character, places);
-        written += places + 3;
+        written += writeReference(output_ + written, marks_, character, places);
       } else {
         const Replacement<Unit> same = plain_.of(character);
         if (same.count > room) break;
@@ -212,6 +237,27 @@ class NcrEncoder {
   }
 
  private:
+  /// Encodes words: characters of up to five places, each with the blank before it if there is one. No branch tells
+  /// whether there is, for it would be mispredicted once a word.
+  Moved encodeWords(const RQChar* text, uint64_t count, Unit* out, uint64_t room) const {
+    constexpr uint64_t longest = 8;
+    const bool blanks = plain_.isSame(' ');
+    const uint32_t marks = marks_;
+    Moved moved;
+    while (count - moved.read > 1 && room - moved.written > longest) {
+      const uint64_t gap = blanks & (load(text + moved.read) == ' ');
+      const uint32_t character = load(text + moved.read + gap);
+      if (character <= lastUnescaped || character >= firstOfSixPlaces) break;
+      store(out + moved.written, Unit{' '});  // the reference covers it when it does not count
+      moved.written += gap;
+      moved.written += writeReference(out + moved.written, marks, character, placesOf(character));
+      moved.read += gap + 1;
+    }
+    return moved;
+  }
+  /// Bytes are ASCII, so there is nothing to do.
+  Moved encodeWords(const uint8_t*, uint64_t, Unit*, uint64_t) const { return {}; }
+
   /// Whether an angle notation stands here: its shape, and that the session holds it in one unit a character.
   template <class Character>
   bool isAngle(const Character* at, uint64_t remaining) {
@@ -224,7 +270,7 @@ class NcrEncoder {
     return produced == angleLength * sizeof(Unit);
   }
 
-  const Unit second_;
+  const uint32_t marks_;  // of a reference, as text
   RQTranscoder* const toSession_;
   const Unit* const input_;
   const uint64_t units_;

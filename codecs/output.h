@@ -8,6 +8,11 @@
 
 namespace rq {
 
+/// How far an encoder went: characters read and units written.
+struct Moved {
+  uint64_t read = 0, written = 0;
+};
+
 /// A decoder's place in its input and output.
 template <class Unit>
 class Progress {
@@ -35,7 +40,16 @@ class Progress {
     }
     uint64_t most = smaller(left, capacity_ - written_);
     if (most < left && isPair(in_ + most - 1)) --most;  // the output ends between the two: not text, so not copied
-    advance(kit::copyUntilPair(in_, most, out_ + written_, first, second, kept));
+
+    constexpr uint64_t few = 4;  // need no kernel
+    if (most > few) {
+      advance(kit::copyUntilPair(in_, most, out_ + written_, first, second, kept));
+    } else {
+      for (; most > 0 && !(most > 1 && isPair(in_)); --most) {
+        store(out_ + written_, load(in_));
+        advance(1);
+      }
+    }
     return goesOn();
   }
 
@@ -77,37 +91,6 @@ class Progress {
   Unit* const out_;
   const uint64_t capacity_;
   uint64_t written_ = 0;
-};
-
-/// The next unit that ends a notation. Remembers where it was and that none is left, so that all searches of a call
-/// together pass over the input once, however many notations begin and never end.
-template <class Unit>
-class Terminators {
- public:
-  Terminators(const Unit* input, uint64_t units, Unit terminator)
-      : end_(input + units), next_(input), terminator_(terminator) {}
-
-  /// The first terminator at or after `from`, or the end of the input. `from` must not go backwards.
-  const Unit* find(const Unit* from) {
-    if (next_ < from) next_ = scan(from);
-    return next_;
-  }
-
- private:
-  static constexpr uint64_t nearby = 10;  // units: most notations end here, and need no kernel
-
-  const Unit* scan(const Unit* from) const {
-    for (const Unit* const near = from + smaller(nearby, left(from)); from != near; ++from)
-      if (load(from) == terminator_) return from;
-    const int64_t index = kit::scan(from, left(from), terminator_);
-    return index >= 0 ? from + index : end_;
-  }
-
-  uint64_t left(const Unit* from) const { return static_cast<uint64_t>(end_ - from); }
-
-  const Unit* const end_;
-  const Unit* next_;
-  const Unit terminator_;
 };
 
 }  // namespace rq

@@ -28,20 +28,10 @@ class RoundTrips {
   /// The result is valid until the next call.
   Replacement<Unit> of(uint32_t codePoint) {
     const uint32_t slot = codePoint % slots;
-    Answer& answer = answers_[slot];
-    uint64_t& word = known_[slot / 64];
-    const uint64_t bit = uint64_t{1} << slot % 64;
-    if ((word & bit) != 0 && answer.codePoint == codePoint)
-      return {answer.bytes != unmappable ? answer.units : nullptr, answer.bytes / sizeof(Unit)};
-
-    const uint64_t bytes = ask(codePoint);
-    if (bytes == unmappable || bytes <= sizeof answer.units) {
-      word |= bit;
-      answer.codePoint = codePoint;
-      answer.bytes = static_cast<uint8_t>(bytes);
-      std::memcpy(answer.units, scratch_, sizeof answer.units);
-    }
-    return {bytes != unmappable ? scratch_ : nullptr, bytes / sizeof(Unit)};
+    const Answer& answer = answers_[slot];
+    const bool known = (known_[slot / 64] >> slot % 64 & 1) != 0;
+    if (!known || answer.codePoint != codePoint) return learn(codePoint);
+    return {answer.bytes != unmappable ? answer.units : nullptr, answer.bytes / sizeof(Unit)};
   }
 
  private:
@@ -52,6 +42,20 @@ class RoundTrips {
     Unit units[8 / sizeof(Unit)];
     uint8_t bytes;  // or unmappable
   };
+
+  __attribute__((noinline)) Replacement<Unit> learn(uint32_t codePoint) {
+    const uint64_t bytes = ask(codePoint);
+    const uint64_t count = bytes / sizeof(Unit);
+    const uint32_t slot = codePoint % slots;
+    Answer& answer = answers_[slot];
+    if (bytes == unmappable || bytes <= sizeof answer.units) {
+      known_[slot / 64] |= uint64_t{1} << slot % 64;
+      answer.codePoint = codePoint;
+      answer.bytes = static_cast<uint8_t>(bytes);
+      if (bytes != unmappable) copyUnits(answer.units, scratch_, count);
+    }
+    return {bytes != unmappable ? scratch_ : nullptr, count};
+  }
 
   /// Converts to the session and back; the values decide, neither the statuses nor what the way back says it
   /// produced. Returns bytes in scratch_, or unmappable.

@@ -16,6 +16,7 @@ constexpr bool isPlaneOfLongEscape(uint32_t plane) {
 
 /// The digits of an escape out of the run behind its marker. A run of zeros keeps its full length.
 constexpr Digits digitsOfEscape(Digits run) {
+  if (run.count == shortEscape) return run;
   if (run.count < shortEscape) return {0, run.count};
   if (run.value == 0) return run;
   if (run.count < mostDigits || !isPlaneOfLongEscape(run.value >> 16)) return run.first(shortEscape);
@@ -78,18 +79,52 @@ constexpr uint8_t firstEscaped = 0x7F;
 constexpr uint64_t shortLength = 6;
 constexpr uint64_t longLength = 10;
 
+/// An escape with four digits as text, but for its backslash.
+constexpr uint64_t escapeText(uint32_t digits) {
+  return 'u' << 8 | hexText(digits) << 16;
+}
+
 /// Writes an escape and returns its length, or 0 when it does not fit in `room` units.
 template <class Unit>
 uint64_t writeEscape(Unit* out, uint64_t room, uint32_t character) {
   const uint64_t length = character > 0xFFFF ? longLength : shortLength;
   if (room < length) return 0;
-  store(out, Unit{'\\'});
-  store(out + 1, Unit{'u'});
-  if (length == shortLength)
-    writeHex<2>(out + 2, character);
-  else
-    writeHex<4>(out + 2, character);
+  if (length == shortLength) {
+    storeText<shortLength>(out, '\\' | escapeText(character));
+  } else {
+    storeText<shortLength>(out, '\\' | escapeText(character >> 16));
+    storeText<longLength - shortLength>(out + shortLength, hexText(character));
+  }
   return length;
+}
+
+constexpr bool isPlain(uint32_t character) {
+  return (character != '\\') & (character < firstEscaped);
+}
+
+/// Encodes words: characters of four digits, and single plain ones with such a character behind. No branch tells
+/// these apart, for it would be mispredicted once a word: a plain one begins the escape that comes next, and is
+/// followed by it once more, in its right place. Bytes are written by one store, up to 7 too many, so it stops where
+/// as many are certain to be written behind: before the last three characters, and while two of the longest fit.
+template <class Unit>
+Moved encodeWords(const RQChar* text, uint64_t count, Unit* out, uint64_t room) {
+  Moved moved;
+  constexpr uint64_t stored = sizeof(Unit) == 1 ? 8 : shortLength;
+  while (count - moved.read > 3 && room - moved.written >= stored + 2 * longLength) {
+    const uint32_t character = load(text + moved.read);
+    const uint64_t plain = isPlain(character);  // 1 or 0, and reckoned with
+    const uint32_t escaped = load(text + moved.read + plain);
+    if (escaped < firstEscaped || escaped > 0xFFFF) break;
+    storeText<stored>(out + moved.written, ('\\' + plain * (character - uint64_t{'\\'})) | escapeText(escaped));
+    moved.written += shortLength - (shortLength - 1) * plain;
+    ++moved.read;
+  }
+  return moved;
+}
+/// Bytes are ASCII, so there is nothing to do.
+template <class Unit>
+Moved encodeWords(const uint8_t*, uint64_t, Unit*, uint64_t) {
+  return {};
 }
 
 /// Encodes a text of characters; *written may come to lie up to 2 above the capacity, by a doubled marker at its end.
@@ -98,8 +133,13 @@ RQStatus encodeEscapes(const Character* text, uint64_t count, Unit* output, uint
   uint64_t out = 0;
   RQStatus status = RQ_SUCCESS;
   for (uint64_t i = 0; i < count && out < capacity;) {
+    const Moved words = encodeWords(text + i, count - i, output + out, capacity - out);
+    i += words.read;
+    out += words.written;
+    if (i == count || out == capacity) break;
+
     const uint32_t character = load(text + i);
-    if (character != '\\' && character < firstEscaped) {
+    if (isPlain(character)) {
       const uint64_t most = smaller(count - i, capacity - out);
       const uint64_t copied = kit::copyWhileBelow(text + i, most, output + out, '\\', firstEscaped);
       i += copied;

@@ -34,16 +34,33 @@ inline void copyByTwoMoves(void* to, const void* from, uint64_t bytes) {
 template <class Unit>
 inline void copyUnits(Unit* to, const Unit* from, uint64_t count) {
   const uint64_t bytes = count * sizeof(Unit);
-  if (bytes > 16)
-    std::memcpy(to, from, bytes);
-  else if (bytes >= 8)
-    copyByTwoMoves<uint64_t>(to, from, bytes);
-  else if (bytes >= 4)
+  if (bytes < 4) {
+    if (bytes >= 2)
+      copyByTwoMoves<uint16_t>(to, from, bytes);
+    else if (bytes == 1)
+      store(to, load(from));
+  } else if (bytes < 8) {
     copyByTwoMoves<uint32_t>(to, from, bytes);
-  else if (bytes >= 2)
-    copyByTwoMoves<uint16_t>(to, from, bytes);
-  else if (bytes == 1)
-    store(to, load(from));
+  } else if (bytes <= 16) {
+    copyByTwoMoves<uint64_t>(to, from, bytes);
+  } else {
+    std::memcpy(to, from, bytes);
+  }
+}
+
+/// Writes the lowest `count` bytes of `text` as units, the lowest first.
+template <uint64_t count>
+inline void storeText(uint8_t* to, uint64_t text) {
+  if constexpr (count > 4 && count < 8) {  // two stores; a compiler may go by way of the stack
+    storeText<4>(to, text);
+    storeText<count - 4>(to + 4, text >> 32);
+  } else {
+    std::memcpy(to, &text, count);
+  }
+}
+template <uint64_t count>
+inline void storeText(RQChar* to, uint64_t text) {
+  for (uint64_t i = 0; i < count; ++i) store(to + i, static_cast<RQChar>(text >> 8 * i & 0xFF));
 }
 
 /// With the bit that tells ASCII letters' cases apart cleared.

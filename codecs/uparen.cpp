@@ -1,4 +1,5 @@
 // The U-paren notation: `<`, `U` or `u`, four or eight hexadecimal digits, `>`.
+#include "codecs/field.h"
 #include "codecs/flavour.h"
 #include "codecs/output.h"
 #include "codecs/widen.h"
@@ -16,17 +17,14 @@ RQStatus decodeUParen(RQInterface* object, const Unit* input, uint64_t units, Un
   Terminators<Unit> terminators(input, units, '>');
   RQ_UNINITIALIZED RoundTrips<Unit, 12> roundTrips(object);
   while (progress.goesOn() && progress.copyUpTo('<', 'U', withoutCase(static_cast<Unit>(~Unit{0})))) {
-    const Unit* const field = progress.at() + 2;
-    const Unit* const end = terminators.find(field);
-    if (end == progress.end()) {
+    const Field field = hexField<F>(progress.at() + 2, terminators);
+    if (field.length == noTerminator) {
       progress.copyRest();
       break;
     }
-    const auto length = static_cast<uint64_t>(end - field);
-    const Digits digits = F::readHex(field, smaller(length, mostDigits));
-    const uint32_t value = digits.count >= 4 ? digits.value : 0;
+    const uint32_t value = field.digits.count >= 4 ? field.digits.value : 0;
     const bool stays = wanted == Wanted::asciiOnly && value >= 0x80;
-    if (!progress.replace(length + 3, stays ? Replacement<Unit>{nullptr, 0} : roundTrips.of(value)))
+    if (!progress.replace(field.length + 3, stays ? Replacement<Unit>{nullptr, 0} : roundTrips.of(value)))
       return RQ_REPLACEMENT_DOES_NOT_FIT;  // *written keeps its value; hosts count on it
   }
   *written = progress.written();
@@ -70,48 +68,45 @@ bool passThrough(RQTranscoder* toSession, const Character* at, uint64_t length, 
   return produced / sizeof(Unit) == length;
 }
 
+/// The beginning of a notation up to its fourth digit, and a whole one with four digits, as text.
+constexpr uint64_t beginningText(uint32_t digits) {
+  return '<' | 'u' << 8 | hexText(digits) << 16;
+}
+constexpr uint64_t shortText(uint32_t digits) {
+  return beginningText(digits) | uint64_t{'>'} << 48;
+}
+
 /// Writes a notation and returns its length, or 0 when it does not fit in `room` units.
 template <class Unit>
 uint64_t writeNotation(Unit* out, uint64_t room, uint32_t character) {
   const uint64_t length = character < 0x10000 ? shortLength : longLength;
   if (room < length) return 0;
-  store(out, Unit{'<'});
-  store(out + 1, Unit{'u'});
-  Unit* const end = length == shortLength ? writeHex<2>(out + 2, character) : writeHex<4>(out + 2, character);
-  store(end, Unit{'>'});
+  if (length == shortLength) {
+    storeText<shortLength>(out, shortText(character));
+  } else {
+    storeText<6>(out, beginningText(character >> 16));
+    storeText<5>(out + 6, hexText(character) | uint64_t{'>'} << 32);
+  }
   return length;
 }
 
-/// The ASCII characters as notations, each with a byte of no account behind it.
-struct AsciiNotations {
-  uint8_t text[128][8];
-  constexpr AsciiNotations() : text{} {
-    for (uint32_t c = 0; c < 128; ++c) {
-      const uint8_t notation[] = {'<', 'u', '0', '0', hexPairs.text[c][0], hexPairs.text[c][1], '>', 0};
-      for (uint32_t i = 0; i < 8; ++i) text[c][i] = notation[i];
-    }
-  }
-};
-inline constexpr AsciiNotations asciiNotations;
-
-/// Writes ASCII characters up to a '<' as notations, one store each, and returns their number. A store goes one byte
-/// beyond its notation, so it stops where something is certain to be written behind it: before the last character,
-/// and while there is room for the longest notation.
+/// Writes characters of four digits up to a '<' as notations, one store each, and returns their number. A store goes
+/// one byte beyond its notation, so it stops where something is certain to be written behind it: before the last
+/// character, and while there is room for the longest notation.
 template <class Character>
-uint64_t writeAsciiRun(uint8_t* out, uint64_t room, const Character* text, uint64_t count) {
+uint64_t writeRun(uint8_t* out, uint64_t room, const Character* text, uint64_t count) {
   if (room <= longLength || count < 2) return 0;
-  if ((load(text) | load(text + 1)) >= 0x80) return 0;  // a blank between other words is no run
   const uint64_t most = smaller(count - 1, (room - longLength) / shortLength);
   uint64_t i = 0;
   for (; i < most; ++i, out += shortLength) {
     const Character character = load(text + i);
-    if (character >= 0x80 || character == '<') break;
-    std::memcpy(out, asciiNotations.text[character], 8);
+    if (character > 0xFFFF || character == '<') break;
+    storeText<8>(out, shortText(character));
   }
   return i;
 }
 template <class Character>
-uint64_t writeAsciiRun(RQChar*, uint64_t, const Character*, uint64_t) {
+uint64_t writeRun(RQChar*, uint64_t, const Character*, uint64_t) {
   return 0;  // sixteen times the bytes: not worth a path of its own
 }
 
@@ -121,7 +116,7 @@ RQStatus encodeNotations(RQTranscoder* toSession, const Character* text, uint64_
   uint64_t out = 0;
   RQStatus status = RQ_SUCCESS;
   for (uint64_t i = 0; i < count && out < capacity;) {
-    const uint64_t run = writeAsciiRun(output + out, capacity - out, text + i, count - i);
+    const uint64_t run = writeRun(output + out, capacity - out, text + i, count - i);
     i += run;
     out += run * shortLength;
     const uint64_t room = capacity - out;

@@ -1,4 +1,6 @@
 /* What the codecs ask of the host, and how they bear its refusals and lies. */
+#include <algorithm>
+
 #include "codecs/rows.h"
 #include "support/guarded_buffer.h"
 
@@ -278,6 +280,27 @@ TEST_P(Calls, InputEndsAtAGuardPageAndOutputHasExactlyItsSlack) {
             ASSERT_TRUE(out.intact());
             ASSERT_LE(length, capacity + 4);
           }
+}
+
+// What encoders store ahead of their place is covered by what they write next, or not stored at all.
+TEST(Encoders, WriteNothingBehindTheLengthThatTheyReport) {
+  constexpr std::u32string_view whole =
+      U"\u0434\u0432 \u0430\u0431 \u4E00\u00E9 \\\u0433 \u0434, x\U0001F600\u0435 \u0436 \u0437\u0437 <\u0437 a";
+  for (const Flavour flavour : {Flavour::plain, Flavour::wide}) {
+    Session session(flavour == Flavour::wide ? utf32 : utf8);
+    for (u64 length = 1; length <= whole.size(); ++length)
+      for (const unsigned operation : encoders)
+        for (u64 capacity = 0; capacity <= 200; ++capacity) {
+          const auto units = unitsOf(flavour, session.encoding, whole.substr(0, length));
+          std::vector<std::uint8_t> out(4 * 220, 0xA5);
+          u64 stored = 0;
+          codecOf(slotsOf(session.object, flavour), operation)(
+              session.object, units.data(), units.size() / unitBytes(flavour), out.data(), capacity, &stored);
+          const auto behind = out.begin() + static_cast<std::ptrdiff_t>(stored * unitBytes(flavour));
+          ASSERT_EQ(std::count(behind, out.end(), 0xA5), out.end() - behind)
+              << nameOfOperation(operation) << ' ' << length << ' ' << capacity;
+        }
+  }
 }
 
 // An ampersand or less-than sign as the last unit, with the rest of a notation just behind it.
