@@ -2,7 +2,7 @@
 // environment asks for (RQUNI_KERNELS=sse2, avx2 or avx512), so that every set can be tested on one machine.
 #include <cpuid.h>
 
-#include "kit/simd/kernels.h"
+#include "kit/simd/processor.h"
 
 namespace rq::kit::simd {
 namespace {
@@ -17,7 +17,6 @@ Registers askProcessor(unsigned leaf) {
   return r;
 }
 
-/// The register states that the system saves and restores when it switches threads.
 unsigned savedStates() {
   unsigned low, high;
   __asm__("xgetbv" : "=a"(low), "=d"(high) : "c"(0));
@@ -28,21 +27,27 @@ constexpr bool hasAll(unsigned value, unsigned bits) {
   return (value & bits) == bits;
 }
 
-struct Offered {
-  bool avx2 = false, avx512 = false;
+Processor thisProcessor() {
+  Processor processor;
+  processor.basic = askProcessor(1).c;
+  processor.extended = askProcessor(7).b;
+  processor.further = askProcessor(0x80000001).c;
+  if (hasAll(processor.basic, bit_OSXSAVE)) processor.states = savedStates();
+  return processor;
+}
 
-  Offered() {
-    const unsigned basic = askProcessor(1).c;
-    if (!hasAll(basic, bit_OSXSAVE | bit_POPCNT)) return;
-    const unsigned states = savedStates(), extended = askProcessor(7).b;
-    constexpr unsigned ymmState = 0x6, zmmState = 0xE6;
-    constexpr unsigned lzcnt = 1U << 5;  // of leaf 0x80000001; <cpuid.h> names it differently by compiler
-    avx2 = hasAll(states, ymmState) && hasAll(extended, bit_AVX2 | bit_BMI | bit_BMI2) &&
-           hasAll(askProcessor(0x80000001).c, lzcnt);
-    avx512 = avx2 && hasAll(states, zmmState) &&
-             hasAll(extended, bit_AVX512F | bit_AVX512BW | bit_AVX512VL | bit_AVX512DQ);
-  }
-};
+bool offersAvx2(const Processor& processor) {
+  constexpr unsigned ymmState = 0x6;
+  constexpr unsigned lzcnt = 1U << 5;  // <cpuid.h> names it differently by compiler
+  return hasAll(processor.states, ymmState) && hasAll(processor.basic, bit_POPCNT) &&
+         hasAll(processor.extended, bit_AVX2 | bit_BMI | bit_BMI2) && hasAll(processor.further, lzcnt);
+}
+
+bool offersAvx512(const Processor& processor) {
+  constexpr unsigned zmmState = 0xE0;
+  return offersAvx2(processor) && hasAll(processor.states, zmmState) &&
+         hasAll(processor.extended, bit_AVX512F | bit_AVX512BW | bit_AVX512VL | bit_AVX512DQ);
+}
 
 bool equal(const char* a, const char* b) {
   while (*a != '\0' && *a == *b) ++a, ++b;
@@ -50,7 +55,7 @@ bool equal(const char* a, const char* b) {
 }
 
 /// The value of RQUNI_KERNELS, or "".
-const char* wanted(const char* const* environment) {
+const char* valueIn(const char* const* environment) {
   constexpr char name[] = "RQUNI_KERNELS=";
   for (; environment && *environment; ++environment) {
     const char* entry = *environment;
@@ -61,16 +66,17 @@ const char* wanted(const char* const* environment) {
   return "";
 }
 
-/// The system's loader passes a constructor what it passes main.
+/// The system's loader passes a constructor what it passes main; no environment is a null pointer.
 __attribute__((constructor)) void chooseKernels(int, char**, char** environment) {
-  const Offered offered;
-  const char* const name = wanted(environment);
-  if (equal(name, "sse2")) return;
-  if (offered.avx512 && !equal(name, "avx2"))
-    active = avx512Kernels;
-  else if (offered.avx2)
-    active = avx2Kernels;
+  active = kernelsFor(thisProcessor(), valueIn(environment));
 }
 
 }  // namespace
+
+const Kernels& kernelsFor(const Processor& processor, const char* wanted) {
+  if (equal(wanted, "sse2") || !offersAvx2(processor)) return sse2Kernels;
+  if (equal(wanted, "avx2") || !offersAvx512(processor)) return avx2Kernels;
+  return avx512Kernels;
+}
+
 }  // namespace rq::kit::simd

@@ -1,11 +1,13 @@
-// The choice of kernels: what the environment asks for is in use, and the tables are complete.
+// The choice of kernels: what the environment asks for is in use, a processor gets the widest that it can run, and
+// the tables are complete.
+#include <cpuid.h>
 #include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
 
-#include "kit/simd/kernels.h"
+#include "kit/simd/processor.h"
 
 namespace rq::kit::simd {
 namespace {
@@ -21,6 +23,52 @@ TEST(Dispatch, usesTheKernelsThatWereAskedFor) {
   EXPECT_TRUE(name != "avx2" || inUse(avx2Kernels));
   EXPECT_TRUE(name != "avx512" || inUse(avx512Kernels));
   EXPECT_TRUE(inUse(sse2Kernels) || inUse(avx2Kernels) || inUse(avx512Kernels));
+}
+
+constexpr unsigned lzcnt = 1U << 5, sseState = 0x2, avxState = 0x4, maskState = 0x20, zmmLowState = 0x40,
+                   zmmHighState = 0x80;
+
+/// What the kernels need, and no other bit.
+constexpr Processor haswell = {bit_POPCNT, bit_AVX2 | bit_BMI | bit_BMI2, lzcnt, sseState | avxState};
+constexpr Processor skylakeServer = {haswell.basic,
+                                     haswell.extended | bit_AVX512F | bit_AVX512BW | bit_AVX512VL | bit_AVX512DQ,
+                                     haswell.further, haswell.states | maskState | zmmLowState | zmmHighState};
+
+TEST(Dispatch, takesTheWidestKernelsThatAreOffered) {
+  EXPECT_EQ(&kernelsFor({}, ""), &sse2Kernels);
+  EXPECT_EQ(&kernelsFor(haswell, ""), &avx2Kernels);
+  EXPECT_EQ(&kernelsFor(skylakeServer, ""), &avx512Kernels);
+}
+
+TEST(Dispatch, takesLesserKernelsByName) {
+  EXPECT_EQ(&kernelsFor(skylakeServer, "sse2"), &sse2Kernels);
+  EXPECT_EQ(&kernelsFor(skylakeServer, "avx2"), &avx2Kernels);
+  EXPECT_EQ(&kernelsFor(skylakeServer, "avx512"), &avx512Kernels);
+  for (const char* other : {"sse", "sse22", "avx", "avx21", "SSE2", " sse2", "none"})
+    EXPECT_EQ(&kernelsFor(skylakeServer, other), &avx512Kernels) << other;
+}
+
+TEST(Dispatch, neverTakesKernelsThatAreNotOffered) {
+  for (const char* wanted : {"avx2", "avx512"}) EXPECT_EQ(&kernelsFor({}, wanted), &sse2Kernels) << wanted;
+  EXPECT_EQ(&kernelsFor(haswell, "avx512"), &avx2Kernels);
+}
+
+TEST(Dispatch, needsEveryFeatureOfASet) {
+  const auto without = [](Processor processor, unsigned Processor::*member, unsigned bit) {
+    processor.*member &= ~bit;
+    return &kernelsFor(processor, "");
+  };
+  EXPECT_EQ(without(skylakeServer, &Processor::basic, bit_POPCNT), &sse2Kernels);
+  EXPECT_EQ(without(skylakeServer, &Processor::further, lzcnt), &sse2Kernels);
+  for (const unsigned bit : {unsigned{bit_AVX2}, unsigned{bit_BMI}, unsigned{bit_BMI2}})
+    EXPECT_EQ(without(skylakeServer, &Processor::extended, bit), &sse2Kernels) << std::hex << bit;
+  for (const unsigned bit : {sseState, avxState})
+    EXPECT_EQ(without(skylakeServer, &Processor::states, bit), &sse2Kernels) << std::hex << bit;
+  for (const unsigned bit :
+       {unsigned{bit_AVX512F}, unsigned{bit_AVX512BW}, unsigned{bit_AVX512VL}, unsigned{bit_AVX512DQ}})
+    EXPECT_EQ(without(skylakeServer, &Processor::extended, bit), &avx2Kernels) << std::hex << bit;
+  for (const unsigned bit : {maskState, zmmLowState, zmmHighState})
+    EXPECT_EQ(without(skylakeServer, &Processor::states, bit), &avx2Kernels) << std::hex << bit;
 }
 
 TEST(Dispatch, tablesAreComplete) {
