@@ -10,8 +10,12 @@
 #include "frame/kit.h"
 #include "frame/wide_literal.h"
 #include "frame/work_buffer.h"
+#include "kit/kit.h"
 
 namespace rq {
+
+/// Room for digits that are upper-cased: far more than there are, for the host's service may write behind them.
+constexpr uint64_t scratchUnits = 64;
 
 /// Bytes; the decoders read the escape characters from the object.
 struct Plain {
@@ -20,6 +24,7 @@ struct Plain {
   static Unit reference(const RQInterface* object) { return object->reference; }
   static constexpr bool hasServedDigits = false;
   static Digits readHex(const Unit* field, uint64_t count) { return readHexDigits(field, count); }
+  static void upperCase(Unit* digits, uint64_t count) { kit::upperAscii(digits, count); }
 };
 
 /// Bytes; the escape characters are fixed, and the host's service "ZQD" upper-cases digits where there is one.
@@ -32,10 +37,15 @@ struct Served {
   static Digits readHex(const Unit* field, uint64_t count) {
     RQCharsetService* const service = charsetService();
     if (service == nullptr || count == 0) return Plain::readHex(field, count);
-    RQ_UNINITIALIZED Unit scratch[64];  // far more than the digits: a service may write behind them
+    RQ_UNINITIALIZED Unit scratch[scratchUnits];
     copyUnits(scratch, field, count);
     service->upperCase(service, scratch, count, 0);
     return readDigits<16, upperHexDigit>(scratch, count);
+  }
+  static void upperCase(Unit* digits, uint64_t count) {
+    RQCharsetService* const service = charsetService();
+    if (service == nullptr) return Plain::upperCase(digits, count);
+    service->upperCase(service, digits, count, 0);
   }
 
  private:
@@ -67,18 +77,21 @@ struct Wide {
     if (stoppedByAscii) return digits;
     Unit scratch[mostDigits];
     std::memcpy(scratch, field, count * sizeof(Unit));
-    rqzstup(scratch, static_cast<int64_t>(count));
+    upperCase(scratch, count);
     return readDigits<16, upperHexDigit>(scratch, count);
   }
+  static void upperCase(Unit* digits, uint64_t count) { rqzstup(digits, static_cast<int64_t>(count)); }
 };
 
 /// A codec's policy: a flavour that lacks a step is named by the compiler.
 template <class F>
-concept Flavour = requires(const RQInterface* object, const typename F::Unit* field, uint64_t count) {
+concept Flavour = requires(const RQInterface* object, const typename F::Unit* field, typename F::Unit* digits,
+                           uint64_t count) {
   { F::escape(object) } -> std::same_as<typename F::Unit>;
   { F::reference(object) } -> std::same_as<typename F::Unit>;
   { F::hasServedDigits } -> std::convertible_to<bool>;
   { F::readHex(field, count) } -> std::same_as<Digits>;
+  F::upperCase(digits, count);
 };
 
 /// The exported function `name`: `body` in one flavour.

@@ -113,10 +113,14 @@ constexpr uint64_t angleLength = 7;
 /// notation stands. A unit that is no digit, or is missing, adds -1 in its place. Hosts count on all of it.
 template <Flavour F, class Unit = typename F::Unit>
 uint32_t angleValue(const Unit* input, uint64_t units) {
+  RQ_UNINITIALIZED Unit digits[scratchUnits];
+  const uint64_t there = units > angleDigitsAt ? smaller(units - angleDigitsAt, angleDigits) : 0;
+  copyUnits(digits, input + angleDigitsAt, there);
+  F::upperCase(digits, there);
   uint32_t value = 0;
-  for (uint64_t i = angleDigitsAt; i < angleDigitsAt + angleDigits; ++i) {
-    const Digits digit = i < units ? F::readHex(input + i, 1) : Digits{};
-    value = value * 16 + (digit.count == 1 ? digit.value : ~uint32_t{0});
+  for (uint64_t i = 0; i < angleDigits; ++i) {
+    const uint32_t digit = i < there ? upperHexDigit(digits[i]) : noDigit;
+    value = value * 16 + (digit != noDigit ? digit : ~uint32_t{0});
   }
   return value;
 }

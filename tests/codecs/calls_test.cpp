@@ -358,6 +358,18 @@ TEST(CharsetService, IsLookedUpAfreshUnlessTheCaseServiceHoldsIt) {
     }
 }
 
+TEST(CharsetService, IsAskedOnceForTheFourDigitsOfAnAngleNotation) {
+  Session session(latin1);
+  session.host.offer({true, true, true});
+  const auto outcome = call(session.object->served.putNCR, session.object, Flavour::served,
+                            unitsOf(Flavour::served, latin1, U"<u004a>"), 100);
+  EXPECT_EQ(shown(outcome.bytes, Flavour::served), "J");
+  std::vector<u64> lengths;
+  for (const Call& made : session.host.calls)
+    if (made.service == Service::upperCase) lengths.push_back(made.arguments[2]);
+  EXPECT_EQ(lengths, std::vector<u64>{4});
+}
+
 TEST(CharsetService, IsAskedByTheServedFlavourAlone) {
   Session session(latin1);
   session.host.offer({true, true, true});
