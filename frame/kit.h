@@ -20,11 +20,12 @@ struct RQPool;
 RQ_EXPORT RQStatus skUnsup(void);
 
 /* Units before the first zero unit; 0 for null. The string must be terminated: never use it on unchecked text. The
- * rest of the aligned 64 bytes in which the terminator lies may be looked at, never another page. */
+ * rest of the aligned 256 bytes in which the terminator lies may be looked at, never another page. */
 RQ_EXPORT uint64_t skStrLen(const char *string);
 RQ_EXPORT uint64_t skStrTLen(const RQChar *string);
 /* Copies a terminated string with its terminator. A null destination: nothing; a null source: an empty string. The
- * destination must have room for the whole source, and the two must not overlap. */
+ * destination must have room for the whole source, and the two must not overlap. The source is looked at as above;
+ * nothing is written behind the terminator. */
 RQ_EXPORT void skStrCpy(const char *source, char *destination);
 RQ_EXPORT void skStrTCpy(const RQChar *source, RQChar *destination);
 
