@@ -3,7 +3,6 @@
 
 #include <algorithm>
 
-#include "codecs/comparison.h"
 #include "codecs/twin.h"
 #include "trust/calls.h"
 
