@@ -7,10 +7,10 @@
  *   rq_differential replay FAMILY INPUT|FOLDER        one input of a fuzzer, or a folder of them
  *   rq_differential names FAMILY...                   the exported names and slots that the families call
  *
- * The families share the time alike. One case in eight of the operations has a host that fails or lies at a single
- * call; it is held to what holds for any host. RQUNI_KERNELS chooses the kernels. Prints the cases of each family
- * and, in the last line, of all. Ends with 0 when there is no difference, 1 after the first twenty, 2 on wrong
- * arguments or an empty corpus. A difference, and a crash, is reported with the command that repeats it. */
+ * The families share the time alike. In one case of eight the host of an operation refuses or falsifies a single
+ * call, for the twin as for the library. RQUNI_KERNELS chooses the kernels. Prints the cases of each family and, in
+ * the last line, of all. Ends with 0 when there is no difference, 1 after the first twenty, 2 on wrong arguments or
+ * an empty corpus. A difference, and a crash, is reported with the command that repeats it. */
 #include <dirent.h>
 
 #include <chrono>

@@ -14,7 +14,6 @@ constexpr std::uint32_t sessions[] = {utf8,     utf16Big,   utf16Little, utf32Bi
                                       cyrillic, doubleByte, shifted,     laxBytes, laxUnits, substituting, expanding};
 constexpr std::uint32_t narrowSessions[] = {latin1, ascii,    cyrillic,     doubleByte, shifted,
                                             utf8,   laxBytes, substituting, expanding};
-constexpr Lie lies[] = {Lie::notSet, Lie::zero, Lie::capacity, Lie::capacityPlusOne, Lie::odd, Lie::enormous};
 
 /// What texts are made of, a piece a line.
 constexpr std::u32string_view grammar =
@@ -118,12 +117,9 @@ void decideBehaviour(Choices& choices, Trial& trial) {
   trial.convertStatus = services >= 0xE0 ? 0x805F1234 : 0;
   trial.refusesMemory = behaviour % 16 == 12;
   trial.refusesConversions = behaviour % 16 == 13;
-  trial.once = behaviour % 16 == 14   ? Trial::Once::refuses
-               : behaviour % 16 == 15 ? Trial::Once::lies
-                                      : Trial::Once::nothing;
-  trial.nth = 1 + behaviour / 16 % 8;
-  trial.refused = which & 1 ? Service::allocate : Service::convert;
-  trial.lie = lies[which % std::size(lies)];
+  trial.nth = behaviour % 16 >= 14 ? 1 + behaviour / 16 : 0;
+  trial.fate.refused = behaviour % 16 == 14;
+  trial.fate.lie = behaviour % 16 == 15 ? allLies[which % std::size(allLies)] : Lie::none;
 }
 
 /// The same number of bytes is read from every fuzzer's input before its text begins.

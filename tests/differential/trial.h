@@ -17,11 +17,9 @@ struct Trial {
   /// What the host does each time: refuses, or answers conversions with a status.
   bool refusesMemory = false, refusesConversions = false;
   std::uint32_t convertStatus = 0;
-  /// What it does the n-th time only.
-  enum class Once { nothing, refuses, lies } once = Once::nothing;
-  Service refused = Service::convert;
-  Lie lie = Lie::none;
-  std::uint64_t nth = 1;
+  /// What becomes of the n-th call that can fail, over all services; 0: of none.
+  Fate fate{};
+  std::uint64_t nth = 0;
   /// As Region::place takes them.
   unsigned inputPlace = 0, outputPlace = 0;
   std::uint64_t capacity = 0;
@@ -43,10 +41,10 @@ std::uint32_t formOf(const Slot& slot);
 /// pad fills it), *written is stored but for the two documented exceptions, the status is a documented one, and every
 /// block is given back.
 ///
-/// When it fails always or never and does not lie, the answer is the twin's too: status, whether a length is stored,
-/// the length or count, the bytes, how far they reach past the capacity. What is asked of the host is asked in the
-/// twin's order; the library may leave out what it knows already. A transform asks for one conversion, of the whole
-/// text into the whole room, and gives what that gives.
+/// The answer is the twin's: status, whether a length is stored, the length or count, the bytes, how far they reach
+/// past the capacity. What is asked of the host is asked in the twin's order; the library may leave out what it knows
+/// already. A transform asks for one conversion, of the whole text into the whole room, and gives what that gives.
+/// Not compared are a transform whose transcoder lies, and calls in which the host answered one question in two ways.
 void checkTrial(const Trial& trial);
 
 }  // namespace rq::test
