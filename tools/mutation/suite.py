@@ -8,8 +8,9 @@ REFUSED = 86  # switch.c: the compiler would have refused this mutant
 PASSED = (0, 77)
 KIT = ("kit_tests", "kit_internal_tests")  # run with each set of kernels
 PROGRAMS = ("rq_test_codecs", "rq_test_frame", "rq_test_unicode", "rq_test_loading", "rq_test_trust")
-DIFFERENTIAL = (("random", "1", "0.3"), ("random", "2", "3"), ("all", "3", "8"), ("all", "4", "12"))
-REPLAYS = ("kit", "wide", "creation", "transforms")
+KERNELS = ("sse2", "avx2", "avx512")
+KERNEL_FAMILIES = ("kit", "wide")  # of the differential program
+
 
 
 class Test:
@@ -20,16 +21,25 @@ class Test:
 
 
 class Suite:
-    def __init__(self, root, build, folder):
-        self.build, self.folder = build, folder
+    def __init__(self, root, build, folder, patience):
+        self.build, self.folder, self.patience = build, folder, patience
         subprocess.run(["cc", "-shared", "-fPIC", "-o", str(folder / "load.so"), str(HERE / "load.c")], check=True)
         self.tests = [Test(f"{name} {kernels}", program, [f"--gtest_filter={name}"], kernels)
-                      for program in KIT for name in self.names(program) for kernels in ("sse2", "avx2", "avx512")]
+                      for program in KIT for name in self.names(program) for kernels in KERNELS]
         self.tests += [Test(name, program, [f"--gtest_filter={name}"]) for program in PROGRAMS
                        for name in self.names(program)]
-        self.tests += [Test(f"differential {' '.join(a)}", "rq_differential", a) for a in DIFFERENTIAL]
-        self.tests += [Test(f"replay {r}", f"rq_replay_{r}", [str(root / "fuzz/corpus" / r)]) for r in REPLAYS]
+        self.tests += [Test(f"differential {' '.join(a)} {kernels}", "rq_differential", a, kernels)
+                       for a, kernels in self.differential(root / "fuzz/corpus")]
         self.history = {}  # file: {test: [killed, tried]}
+
+    @staticmethod
+    def differential(corpora):
+        yield ("all", "3", "8"), ""
+        yield ("all", "4", "12"), ""
+        for family in sorted(path.name for path in corpora.iterdir()):
+            for kernels in KERNELS if family in KERNEL_FAMILIES else ("",):
+                yield ("random", "1", "0.5", family), kernels
+            yield ("replay", family, str(corpora / family)), ""
 
     def names(self, program):
         listed = subprocess.run([str(self.build / "bin" / program), "--gtest_list_tests"], check=True,
@@ -88,11 +98,12 @@ class Suite:
 
     def judge(self, mutant, tests, folder, number):
         """("killed", by), ("build", "") or ("survived", "")."""
-        waiting = list(tests)
-        while waiting:
+        waiting, spent = list(tests), 0.0
+        while waiting and spent < self.patience:
             test = max(waiting, key=lambda t: self.promise(mutant.file, t))
             waiting.remove(test)
-            status, _ = self.run(test, folder, number)
+            status, seconds = self.run(test, folder, number)
+            spent += seconds
             if status == REFUSED:
                 return "build", ""
             record = self.history[mutant.file].setdefault(test, [0, 1])
