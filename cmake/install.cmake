@@ -2,7 +2,7 @@
 # manual pages 3 and 7), tools (rqtext and its completions) and documentation.
 include(CMakePackageConfigHelpers)
 
-set(RQ_HEADERS types.h host.h operations.def operations.h interface.h registration.h journal.h kit.h rquni.h)
+set(RQ_HEADERS types.h host.h host_entry.h operations.def operations.h interface.h registration.h journal.h kit.h rquni.h)
 list(TRANSFORM RQ_HEADERS PREPEND ${PROJECT_SOURCE_DIR}/frame/)
 
 # The build tree offers the headers under their installed names as well.

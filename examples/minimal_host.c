@@ -1,11 +1,16 @@
 /* The smallest complete host: one single-byte encoding (ISO-8859-1), every table that the library calls.
  *
- *   cc -std=c11 minimal_host.c -ldl -o minimal_host && ./minimal_host path/to/librquni.so */
+ *   cc -std=c11 minimal_host.c -ldl -o minimal_host && ./minimal_host path/to/librquni.so
+ *
+ * As a shared object it can be checked against the rules of rquni/host.h:
+ *
+ *   cc -std=c11 -fPIC -shared minimal_host.c -ldl -o minimal_host.so && rqtext check-host ./minimal_host.so */
 #include <dlfcn.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
+#include "rquni/host_entry.h"
 #include "rquni/rquni.h"
 
 enum { ISO_8859_1 = 100 };
@@ -59,44 +64,125 @@ static RQPool *createPool(RQKernel *kernel, RQPoolParameters *parameters, RQJour
   return &pool->table;
 }
 
-/* Transcoders between ISO-8859-1 and native UTF-32. The other pairs are made from the same function here, and would
- * convert wrongly: a host that calls the UTF transforms needs real ones. */
-enum { FAILED = 1 };
-
-static RQStatus fromUtf32(RQTranscoder *self, const void *input, uint64_t inputBytes, void *output, uint64_t capacity,
-                          uint64_t *produced, uint64_t flags) {
-  (void)self, (void)flags;
-  for (*produced = 0; *produced < inputBytes / 4; ++*produced) {
-    RQChar c;
-    memcpy(&c, (const char *)input + 4 * *produced, sizeof c);
-    if (c > 0xFF || *produced == capacity) return FAILED;
-    ((uint8_t *)output)[*produced] = (uint8_t)c;
-  }
-  return RQ_SUCCESS;
+/* Encodings, a character at a time: this host's session encoding and the five Unicode forms. */
+static uint64_t unitBytes(uint32_t encoding) {
+  if (encoding == RQ_ENCODING_UTF32_BIG || encoding == RQ_ENCODING_UTF32_LITTLE) return 4;
+  return encoding == RQ_ENCODING_UTF16_BIG || encoding == RQ_ENCODING_UTF16_LITTLE ? 2 : 1;
 }
 
-static RQStatus toUtf32(RQTranscoder *self, const void *input, uint64_t inputBytes, void *output, uint64_t capacity,
+static int isBig(uint32_t encoding) {
+  return encoding == RQ_ENCODING_UTF16_BIG || encoding == RQ_ENCODING_UTF32_BIG;
+}
+
+static int isCharacter(RQChar c) {
+  return c <= 0x10FFFF && (c < 0xD800 || c > 0xDFFF);
+}
+
+static RQChar readUnit(uint32_t encoding, const uint8_t *in) {
+  const uint64_t bytes = unitBytes(encoding);
+  RQChar unit = 0;
+  for (uint64_t i = 0; i < bytes; ++i) unit = unit << 8 | in[isBig(encoding) ? i : bytes - 1 - i];
+  return unit;
+}
+
+static void writeUnit(uint32_t encoding, uint8_t *out, RQChar unit) {
+  const uint64_t bytes = unitBytes(encoding);
+  for (uint64_t i = 0; i < bytes; ++i) out[isBig(encoding) ? bytes - 1 - i : i] = (uint8_t)(unit >> 8 * i);
+}
+
+static uint64_t readUtf8(const uint8_t *in, uint64_t left, RQChar *c) {
+  static const RQChar least[] = {0, 0, 0x80, 0x800, 0x10000};
+  const uint64_t bytes = in[0] < 0x80   ? 1
+                         : in[0] < 0xC0 ? 0
+                         : in[0] < 0xE0 ? 2
+                         : in[0] < 0xF0 ? 3
+                         : in[0] < 0xF8 ? 4
+                                        : 0;
+  if (bytes == 0 || bytes > left) return 0;
+  *c = bytes == 1 ? in[0] : in[0] & (0x7Fu >> bytes);
+  for (uint64_t i = 1; i < bytes; ++i) {
+    if ((in[i] & 0xC0) != 0x80) return 0;
+    *c = *c << 6 | (in[i] & 0x3F);
+  }
+  return *c >= least[bytes] ? bytes : 0;
+}
+
+/* Reads a character and returns its length in bytes, 0 where there is none. */
+static uint64_t readCharacter(uint32_t encoding, const uint8_t *in, uint64_t left, RQChar *c) {
+  uint64_t bytes = unitBytes(encoding);
+  if (left < bytes) return 0;
+  *c = readUnit(encoding, in);
+  if (encoding == RQ_ENCODING_UTF8) {
+    bytes = readUtf8(in, left, c);
+  } else if (bytes == 2 && (*c & 0xFC00) == 0xD800 && left >= 4) {
+    const RQChar low = readUnit(encoding, in + 2);
+    if ((low & 0xFC00) != 0xDC00) return 0;
+    *c = 0x10000 + ((*c & 0x3FF) << 10 | (low & 0x3FF));
+    bytes = 4;
+  }
+  return bytes != 0 && isCharacter(*c) ? bytes : 0;
+}
+
+/* Writes a character in at most 4 bytes and returns its length, 0 where the encoding lacks it. */
+static uint64_t writeCharacter(uint32_t encoding, uint8_t *out, RQChar c) {
+  const uint64_t unit = unitBytes(encoding);
+  if (encoding == RQ_ENCODING_UTF8 && c >= 0x80) {
+    const uint64_t bytes = c < 0x800 ? 2 : c < 0x10000 ? 3 : 4;
+    for (uint64_t i = bytes; --i > 0; c >>= 6) out[i] = (uint8_t)(0x80 | (c & 0x3F));
+    out[0] = (uint8_t)(0xF00 >> bytes | c);
+    return bytes;
+  }
+  if (encoding == ISO_8859_1 && c > 0xFF) return 0;
+  if (unit == 2 && c > 0xFFFF) {
+    writeUnit(encoding, out, 0xD7C0 + (c >> 10));
+    writeUnit(encoding, out + 2, 0xDC00 | (c & 0x3FF));
+    return 4;
+  }
+  writeUnit(encoding, out, c);
+  return unit;
+}
+
+/* Transcoders: whole characters only, and the length is stored on failure too. */
+enum { FAILED = 1 };
+typedef struct {
+  RQTranscoder table;
+  uint32_t source, target;
+} Transcoder;
+
+static RQStatus convert(RQTranscoder *self, const void *input, uint64_t inputBytes, void *output, uint64_t capacity,
                         uint64_t *produced, uint64_t flags) {
-  (void)self, (void)flags;
+  const Transcoder *const transcoder = (const Transcoder *)self;
+  const uint8_t *in = input;
+  (void)flags;
   *produced = 0;
-  for (uint64_t i = 0; i < inputBytes; ++i, *produced += 4) {
-    const RQChar c = ((const uint8_t *)input)[i];
-    if (*produced + 4 > capacity) return FAILED;
-    memcpy((char *)output + *produced, &c, sizeof c);
+  while (inputBytes > 0) {
+    RQChar c;
+    uint8_t bytes[4];
+    const uint64_t read = readCharacter(transcoder->source, in, inputBytes, &c);
+    const uint64_t written = read == 0 ? 0 : writeCharacter(transcoder->target, bytes, c);
+    if (written == 0 || written > capacity - *produced) return FAILED;
+    memcpy((uint8_t *)output + *produced, bytes, written);
+    *produced += written;
+    in += read;
+    inputBytes -= read;
   }
   return RQ_SUCCESS;
 }
 
 static RQStatus destroyTranscoder(RQTranscoder *transcoder) {
-  (void)transcoder; /* both are shared and live for ever */
+  free(transcoder);
   return RQ_SUCCESS;
 }
 
 static RQTranscoder *createTranscoder(RQNlsServices *nls, uint64_t source, uint64_t target, uint64_t a, uint64_t b) {
-  static RQTranscoder into = {.destroy = destroyTranscoder, .convert = fromUtf32};
-  static RQTranscoder outOf = {.destroy = destroyTranscoder, .convert = toUtf32};
-  (void)nls, (void)target, (void)a, (void)b;
-  return source == ISO_8859_1 ? &outOf : &into;
+  (void)nls, (void)a, (void)b;
+  Transcoder *const transcoder = calloc(1, sizeof *transcoder);
+  if (transcoder == NULL) return NULL;
+  transcoder->table.destroy = destroyTranscoder;
+  transcoder->table.convert = convert;
+  transcoder->source = (uint32_t)source;
+  transcoder->target = (uint32_t)target;
+  return &transcoder->table;
 }
 
 static RQStatus querySession(RQNlsServices *nls, int32_t *encoding) {
@@ -118,6 +204,16 @@ static uint64_t logStatus(RQJournal *journal, uint64_t level, uint64_t status, v
   return 0;
 }
 
+RQStatus rquni_host(RQKernel **kernel, RQContext **context) {
+  static RQJournal journal = {.statusToJnl = logStatus};
+  static RQNlsServices nls = {.createTranscoder = createTranscoder, .querySession = querySession};
+  static RQKernel theKernel = {.createPool = createPool}; /* no case service: the library's own tables serve */
+  static RQContext theContext = {.lookUpOption = lookUpOption, .journal = &journal, .nls = &nls};
+  *kernel = &theKernel;
+  *context = &theContext;
+  return RQ_SUCCESS;
+}
+
 int main(int argc, char **argv) {
   void *const library = dlopen(argc > 1 ? argv[1] : "librquni.so.1", RTLD_NOW);
   if (library == NULL) return fprintf(stderr, "%s\n", dlerror()), 3;
@@ -128,14 +224,12 @@ int main(int argc, char **argv) {
   *(void **)&makeInterface = dlsym(library, "rquni");
   if (registerHost == NULL || makeInterface == NULL) return fprintf(stderr, "%s\n", dlerror()), 3;
 
-  RQKernel kernel = {.createPool = createPool}; /* no case service: the library's own tables serve */
-  RQJournal journal = {.statusToJnl = logStatus};
-  RQNlsServices nls = {.createTranscoder = createTranscoder, .querySession = querySession};
-  RQContext context = {.lookUpOption = lookUpOption, .journal = &journal, .nls = &nls};
-
+  RQKernel *kernel;
+  RQContext *context;
+  rquni_host(&kernel, &context);
   uint64_t major, minor;
-  registerHost(&kernel, &major, &minor);
-  RQInterface *const object = makeInterface(&context, NULL);
+  registerHost(kernel, &major, &minor);
+  RQInterface *const object = makeInterface(context, NULL);
   if (object == NULL) return 3;
 
   static const char text[] = "caf&#233;";

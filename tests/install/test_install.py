@@ -135,7 +135,7 @@ class Installed(unittest.TestCase):
             for line in (self.prefix / "include" / "rquni" / name).read_text().splitlines():
                 if line.startswith('#include "'):
                     included.add(line.split('"')[1])
-        self.assertEqual(headers, included | {"rquni.h"})
+        self.assertEqual(headers, included | {"rquni.h", "host_entry.h"})
 
 
 if __name__ == "__main__":
