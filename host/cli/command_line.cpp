@@ -20,6 +20,12 @@ void addOutput(CLI::App &command, Options &options) {
       ->type_name(fileType);
 }
 
+void addLibrary(CLI::App &command, Options &options) {
+  command
+      .add_option("--library", options.library, "The library to load (default: beside the tool, then the loader's)")
+      ->type_name(fileType);
+}
+
 void addCommon(CLI::App &command, Options &options) {
   static const std::map<std::string, Flavour> flavours = {
       {"plain", Flavour::plain}, {"s", Flavour::served}, {"t", Flavour::wide}};
@@ -30,9 +36,7 @@ void addCommon(CLI::App &command, Options &options) {
                   "plain; s: hexadecimal digits by the host's service; t: 4-byte characters")
       ->transform(CLI::Transformer(flavours).description("{plain,s,t}"))
       ->type_name("TEXT");
-  command
-      .add_option("--library", options.library, "The library to load (default: beside the tool, then the loader's)")
-      ->type_name(fileType);
+  addLibrary(command, options);
   addOutput(command, options);
   command.footer(footer);
 }
@@ -111,6 +115,16 @@ void describe(CLI::App &app, Options &options) {
   addOutput(*list, options);
   list->add_flag("--json", options.json, "A JSON object per encoding");
   list->footer(footer);
+  CLI::App *check =
+      addCommand(app, options, Command::checkHost, "check-host", "Say which rules of rquni/host.h a host breaks");
+  check->add_option("host", options.host, "A shared object with the entry point rquni_host")
+      ->required()
+      ->type_name(fileType);
+  check->add_flag("--threads", options.threads, "Check as well that several threads may use one object");
+  check->add_flag("--json", options.json, "A JSON object per rule");
+  addLibrary(*check, options);
+  addOutput(*check, options);
+  check->footer(footer);
   CLI::App *completion = addCommand(app, options, Command::completion, "completion", "Print a shell's completions");
   completion->group("");  // for those who install: not in the list
   addSubject(*completion, options, "shell", {"bash", "zsh", "fish"});

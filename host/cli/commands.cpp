@@ -3,6 +3,7 @@
 #include <functional>
 #include <nlohmann/json.hpp>
 
+#include "host/check/check.h"
 #include "host/cli/explain.h"
 #include "host/cli/replacement.h"
 #include "host/cli/texts.h"
@@ -169,6 +170,29 @@ Done listEncodings(const Options &options, Output &output) {
   return host::done();
 }
 
+Done checkHost(const Options &options, Output &output) {
+  const Result<host::Library> library = openLibrary(options);
+  if (!library) return library.error();
+  const auto rows = check::checkHost(options.host, *library, options.threads);
+  if (!rows) return rows.error();
+  std::string text = options.json ? "" : "rule\tverdict\twhat it says\twhat was seen\n";
+  std::string brokenRules;
+  for (const auto &[name, statement, finding] : *rows) {
+    const std::string_view verdict = check::nameOf(finding.verdict);
+    if (finding.verdict == check::Verdict::broken)
+      brokenRules += (brokenRules.empty() ? "" : ", ") + std::string(name);
+    if (options.json) {
+      text += jsonLine({{"rule", name}, {"verdict", verdict}, {"statement", statement}, {"seen", finding.seen}});
+    } else {
+      for (const std::string_view part : {name, verdict, statement}) text += std::string(part) + "\t";
+      text += finding.seen + "\n";
+    }
+  }
+  if (Done written = output.write(text); !written) return written;
+  if (brokenRules.empty()) return host::done();
+  return Error{Error::Kind::data, options.host + " breaks " + brokenRules};
+}
+
 Done transformAll(Workbench &bench, const Options &options, Progress &progress, Output &output) {
   const RQForm form = formNamed(options.subject);
   if (options.command == Command::from) {
@@ -201,6 +225,7 @@ Done codecAll(Workbench &bench, const Options &options, Progress &progress, Outp
 
 Done run(const Options &options, Progress &progress, Output &output) {
   if (options.command == Command::encodings) return listEncodings(options, output);
+  if (options.command == Command::checkHost) return checkHost(options, output);
   Result<std::unique_ptr<Workbench>> opened = Workbench::open(options);
   if (!opened) return opened.error();
   Workbench &bench = **opened;
@@ -217,6 +242,7 @@ Done run(const Options &options, Progress &progress, Output &output) {
     case Command::info:
       return showInfo(bench, options, output);
     case Command::encodings:
+    case Command::checkHost:
     case Command::completion:
       break;
   }

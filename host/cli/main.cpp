@@ -60,8 +60,11 @@ Done checkFiles(const Options &options) {
 
 int carryOut(Options &options, const CLI::App &app) {
   if (options.files.empty()) options.files.emplace_back("-");
-  Progress progress(options.progress);
-  if (const Done usable = checkFiles(options); !usable) return report(usable.error(), progress);
+  const bool readsTexts = options.command != Command::checkHost && options.command != Command::info &&
+                          options.command != Command::encodings && options.command != Command::completion;
+  Progress progress(readsTexts ? options.progress : false);
+  if (const Done usable = readsTexts ? checkFiles(options) : host::done(); !usable)
+    return report(usable.error(), progress);
   Output output(options.output, progress);
   try {
     const Done done = options.command == Command::completion ? output.write(completionScript(app, options.subject))

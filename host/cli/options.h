@@ -9,19 +9,20 @@
 
 namespace rq::cli {
 
-enum class Command { from, to, decode, encode, length, width, info, encodings, completion };
+enum class Command { from, to, decode, encode, length, width, info, encodings, checkHost, completion };
 enum class Flavour { plain, served, wide };
 
 struct Options {
   Command command = Command::info;
   std::string subject;  // a Unicode form, a notation or a shell, for the commands that take one
   std::vector<std::string> files;
+  std::string host;  // to check
   std::optional<std::string> output;
   std::optional<std::string> session;
   Flavour flavour = Flavour::plain;
   std::optional<std::string> library;
   std::optional<std::uint64_t> pad;
-  bool lines = false, inPlace = false, json = false, explain = false;
+  bool lines = false, inPlace = false, json = false, explain = false, threads = false;
   std::optional<bool> progress;
 };
 

@@ -20,17 +20,6 @@ std::string executableFolder() {
   return file.substr(0, file.rfind('/'));
 }
 
-/// Beside the tool as it is built or installed, else whatever the dynamic loader finds.
-Result<host::Library> openLibrary(const Options &options) {
-  if (options.library) return host::Library::open(*options.library);
-  const std::string file = "librquni.so.1";
-  for (const char *place : {"/../lib/", "/../lib/x86_64-linux-gnu/", "/../", "/"}) {
-    const std::string path = executableFolder() + place + file;
-    if (::access(path.c_str(), R_OK) == 0) return host::Library::open(path);
-  }
-  return host::Library::open(file);
-}
-
 std::string hexadecimal(RQStatus status) {
   std::array<char, 16> text;
   std::snprintf(text.data(), text.size(), "0x%08x", status);
@@ -46,6 +35,16 @@ host::HostOptions hostOptions(const host::Encoding &encoding) {
 const Error notSupported = {Error::Kind::system, "not supported by this library"};
 
 }  // namespace
+
+Result<host::Library> openLibrary(const Options &options) {
+  if (options.library) return host::Library::open(*options.library);
+  const std::string file = "librquni.so.1";
+  for (const char *place : {"/../lib/", "/../lib/x86_64-linux-gnu/", "/../", "/"}) {
+    const std::string path = executableFolder() + place + file;
+    if (::access(path.c_str(), R_OK) == 0) return host::Library::open(path);
+  }
+  return host::Library::open(file);
+}
 
 const host::Encoding &encodingOf(RQForm form) {
   constexpr std::array<std::uint32_t, RQ_FORMS> identifiers = {

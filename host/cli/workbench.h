@@ -60,6 +60,10 @@ class Workbench {
   Buffer output_;
 };
 
+/// The library that the options name, else the one beside the tool as it is built or installed, else whatever the
+/// dynamic loader finds.
+Result<host::Library> openLibrary(const Options &options);
+
 /// The host's encoding of a form.
 const host::Encoding &encodingOf(RQForm form);
 /// utf8, utf16be ... to the form; the name must be one of these.

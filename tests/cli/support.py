@@ -11,6 +11,7 @@ LIBRARY = os.environ["RQ_LIBRARY"]
 STUB = os.environ["RQ_STUB_LIBRARY"]  # stub_library.c
 SANITIZED = bool(os.environ.get("RQ_SANITIZE"))
 VERSION = os.environ["RQ_VERSION"]  # of the project
+PROJECT = pathlib.Path(os.environ["RQ_PROJECT"])
 CORPUS = pathlib.Path(os.environ["RQ_CORPUS"])
 
 DONE, DATA, USAGE, SYSTEM = 0, 1, 2, 3

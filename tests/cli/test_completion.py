@@ -12,7 +12,7 @@ import unittest
 
 from support import DONE, TOOL, USAGE, ToolTest, run
 
-COMMANDS = ("from", "to", "decode", "encode", "length", "width", "info", "encodings")
+COMMANDS = ("from", "to", "decode", "encode", "length", "width", "info", "encodings", "check-host")
 PATH = os.path.dirname(TOOL) + os.pathsep + os.environ["PATH"]
 
 # What is typed before the Tab key, and the arguments that the shell makes of it.

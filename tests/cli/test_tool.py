@@ -14,7 +14,7 @@ from support import CORPUS, DATA, DONE, LIBRARY, STUB, SYSTEM, TOOL, USAGE, VERS
 class Usage(ToolTest):
     def test_help_on_standard_output(self):
         for arguments in (["--help"], ["-h"], *([c, "--help"] for c in (
-                "from", "to", "decode", "encode", "length", "width", "info", "encodings"))):
+                "from", "to", "decode", "encode", "length", "width", "info", "encodings", "check-host"))):
             output = self.succeed(*arguments, library=False).decode()
             self.assertIn("Usage:", output)
             self.assertIn("Exit codes: 0 done", output)

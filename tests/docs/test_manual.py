@@ -8,7 +8,7 @@ import unittest
 ROOT = pathlib.Path(__file__).parents[2]
 PAGES = {path.name: path.read_text() for path in sorted((ROOT / "docs" / "man").glob("*.[1-9]"))}
 TOOL = os.environ.get("RQ_TOOL")
-COMMANDS = ("from", "to", "decode", "encode", "length", "width", "info", "encodings")
+COMMANDS = ("from", "to", "decode", "encode", "length", "width", "info", "encodings", "check-host")
 
 
 def printed(*command):
@@ -50,9 +50,9 @@ class Manual(unittest.TestCase):
 
     @unittest.skipUnless(TOOL, "rqtext is not built")
     def test_the_tool_has_the_commands_that_its_page_tells(self):
-        offered = set(re.findall(r"^  (\w+)  ", printed(TOOL, "--help").split("Subcommands:")[1], re.MULTILINE))
+        offered = set(re.findall(r"^  ([\w-]+)  ", printed(TOOL, "--help").split("Subcommands:")[1], re.MULTILINE))
         described = {name for line in re.findall(r"^\.It Cm (.*)$", PAGES["rqtext.1"], re.MULTILINE)
-                     for name in re.findall(r"\w+", line)}
+                     for name in re.findall(r"[\w-]+", line)}
         synopsis = set(re.findall(r"^\.Nm\n\.Cm (.*)$", PAGES["rqtext.1"], re.MULTILINE))
         self.assertEqual(described, offered)
         self.assertEqual({name for line in synopsis for name in line.split(" | ")}, offered)
