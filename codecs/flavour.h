@@ -76,7 +76,7 @@ struct Wide {
     const bool stoppedByAscii = digits.count == count || load(field + digits.count) < 0x80;
     if (stoppedByAscii) return digits;
     Unit scratch[mostDigits];
-    std::memcpy(scratch, field, count * sizeof(Unit));
+    std::memcpy(scratch, static_cast<const void*>(field), count * sizeof(Unit));
     upperCase(scratch, count);
     return readDigits<16, upperHexDigit>(scratch, count);
   }

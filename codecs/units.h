@@ -8,16 +8,17 @@
 
 namespace rq {
 
+// Pointers become untyped first: a compiler may take it that one to an RQChar is aligned.
 template <class Unit>
 inline Unit load(const Unit* from) {
   Unit unit;
-  std::memcpy(&unit, from, sizeof unit);
+  std::memcpy(&unit, static_cast<const void*>(from), sizeof unit);
   return unit;
 }
 
 template <class Unit>
 inline void store(Unit* to, Unit unit) {
-  std::memcpy(to, &unit, sizeof unit);
+  std::memcpy(static_cast<void*>(to), &unit, sizeof unit);
 }
 
 /// Copies sizeof(Word) to 2 x sizeof(Word) bytes by two moves that may overlap.
@@ -44,7 +45,7 @@ inline void copyUnits(Unit* to, const Unit* from, uint64_t count) {
   } else if (bytes <= 16) {
     copyByTwoMoves<uint64_t>(to, from, bytes);
   } else {
-    std::memcpy(to, from, bytes);
+    std::memcpy(static_cast<void*>(to), static_cast<const void*>(from), bytes);
   }
 }
 

@@ -130,7 +130,7 @@ TYPED_TEST(Units, compareDecidesByTheFirstDifferenceInEveryShape) {
     // Now at another alignment, now flush against the back page as well.
     const std::size_t otherOffset = n % 2 ? (offset * 7 + n) % alignments : this->second.size() - n * sizeof(U);
     U* const b = this->secondAt(otherOffset);
-    std::memcpy(b, a, n * sizeof(U));
+    std::memcpy(static_cast<void*>(b), static_cast<const void*>(a), n * sizeof(U));
     ASSERT_EQ(Routines<U>::compare(a, b, n), 0) << n << " at " << offset;
     if (n == 0) return;
     const std::size_t hit = below(this->random, n), later = hit + below(this->random, n - hit);

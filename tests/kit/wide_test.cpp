@@ -168,7 +168,7 @@ TEST_F(Shapes, comparisonsIgnoringCase) {
     const std::size_t otherOffset = n % 2 ? (offset * 7 + n) % alignments : second.size() - n * 4;
     auto* const b = reinterpret_cast<RQChar*>(second.begin() + otherOffset);
     fillWithText(a, n, random);
-    std::memcpy(b, a, n * 4);
+    std::memcpy(static_cast<void*>(b), static_cast<const void*>(a), n * 4);
     const auto length = static_cast<std::int64_t>(n);
     const auto verify = [&] {
       ASSERT_EQ(rqzseqn(a, length, b, length), twin::equalIgnoringCase(a, length, b, length)) << n << " " << offset;
