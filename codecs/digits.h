@@ -30,7 +30,7 @@ constexpr uint32_t upperHexDigit(uint32_t unit) {
 /// The same for letters in either case.
 struct HexDigits {
   uint8_t values[256];
-  constexpr HexDigits() : values{} {
+  consteval HexDigits() : values{} {
     for (uint32_t c = 0; c < 256; ++c) {
       const bool letter = (c | 0x20) >= 'a' && (c | 0x20) <= 'f';
       values[c] = static_cast<uint8_t>(upperHexDigit(letter ? c & ~0x20u : c));
@@ -88,7 +88,7 @@ inline Digits readDecimalDigits(const Unit* field, uint64_t count) {
 template <uint32_t base, uint32_t count>
 struct Pairs {
   uint16_t text[count];
-  constexpr Pairs() : text{} {
+  consteval Pairs() : text{} {
     constexpr char alphabet[] = "0123456789ABCDEF";
     for (uint32_t i = 0; i < count; ++i)
       text[i] = static_cast<uint16_t>(alphabet[i / base] | alphabet[i % base] << 8);

@@ -83,7 +83,7 @@ constexpr uint64_t placesOf(uint32_t character) {
 /// The ends of all references: three digits and ';'.
 struct ReferenceEnds {
   uint32_t text[1000];
-  constexpr ReferenceEnds() : text{} {
+  consteval ReferenceEnds() : text{} {
     for (uint32_t i = 0; i < 1000; ++i)
       text[i] = ('0' + i / 100) | ('0' + i / 10 % 10) << 8 | ('0' + i % 10) << 16 | uint32_t{';'} << 24;
   }

@@ -17,13 +17,13 @@ struct Run {
   std::int32_t delta;
 };
 
-constexpr Run each(RQChar first, RQChar last, std::int32_t delta) {
+consteval Run each(RQChar first, RQChar last, std::int32_t delta) {
   return {first, last, 1, delta};
 }
-constexpr Run everyOther(RQChar first, RQChar last, std::int32_t delta) {
+consteval Run everyOther(RQChar first, RQChar last, std::int32_t delta) {
   return {first, last, 2, delta};
 }
-constexpr Run single(RQChar c, std::int32_t delta) {
+consteval Run single(RQChar c, std::int32_t delta) {
   return {c, c, 1, delta};
 }
 
