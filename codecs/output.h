@@ -45,7 +45,7 @@ class Progress {
     if (most > few) {
       advance(kit::copyUntilPair(in_, most, out_ + written_, first, second, kept));
     } else {
-      for (; most > 0 && !(most > 1 && isPair(in_)); --most) {
+      for (; most > 0 && (most == 1 || !isPair(in_)); --most) {
         store(out_ + written_, load(in_));
         advance(1);
       }
