@@ -83,12 +83,9 @@ std::uint64_t questionOf(const Call& call) {
 }
 
 /// Whether `calls` are some of the twin's, in its order.
-bool areAmong(const Slot& slot, const std::vector<Call>& calls, const std::vector<Call>& twins) {
-  // The served putNCR asks for its four digits one by one, the twin for all at once.
-  const bool digitByDigit = slot.flavour == Flavour::served && std::string_view(slot.name) == "putNCR";
+bool areAmong(const std::vector<Call>& calls, const std::vector<Call>& twins) {
   auto next = twins.begin();
   for (const Call& call : calls) {
-    if (digitByDigit && (call.service == Service::upperCase || call.service == Service::lookUpCharset)) continue;
     const std::uint64_t question = questionOf(call);
     while (next != twins.end() && questionOf(*next) != question) ++next;
     if (next == twins.end()) return false;
@@ -128,9 +125,7 @@ const char* differenceOf(const Stage& stage, const Made& library, const Made& tw
     if (std::memcmp(library.output, twin.output, compared) != 0) return "the bytes differ";
   }
   if (reachesFurther(stage, library, twin)) return "bytes past the capacity";
-  return areAmong(stage.slot, library.calls, twin.calls)
-             ? nullptr
-             : "the host is asked what the twin does not ask, or not then";
+  return areAmong(library.calls, twin.calls) ? nullptr : "the host is asked what the twin does not ask, or not then";
 }
 
 /// What an honest transcoder alone makes of the text.
