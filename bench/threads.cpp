@@ -1,7 +1,11 @@
 // Several threads on one interface object: the library takes no lock, so the cores are the limit. The "size" of these
-// rows is the number of threads; the time of a call is the wall clock's, shared by all threads.
+// rows is the number of threads. The threads take a fixed number of calls from a common counter; the time is the wall
+// clock's from the moment all are ready to the moment all are done, so it holds also with more threads than cores.
+#include <atomic>
+#include <chrono>
 #include <cstring>
-#include <memory>
+#include <latch>
+#include <thread>
 #include <vector>
 
 #include "bench/families.h"
@@ -14,6 +18,36 @@ namespace {
 
 constexpr std::size_t characters = 16384;
 
+double seconds(std::chrono::steady_clock::duration time) {
+  return std::chrono::duration<double>(time).count();
+}
+
+/// Makes so many calls in so many threads; returns the seconds that this takes, or a negative value when an answer is
+/// wrong. Each thread has made a call of its own before the clock starts.
+template <class Call>
+double timeOfCalls(int count, std::int64_t calls, const std::string& expected, const Call& call) {
+  std::latch ready(count), go(1), done(count);
+  std::atomic<std::int64_t> left = calls;
+  std::atomic<bool> right = true;
+  auto work = [&] {
+    std::vector<char> out(expected.size() + 64);
+    const std::size_t bytes = call(out.data());
+    if (bytes != expected.size() || std::memcmp(out.data(), expected.data(), bytes) != 0) right = false;
+    ready.count_down();
+    go.wait();
+    while (left.fetch_sub(1, std::memory_order_relaxed) > 0) benchmark::DoNotOptimize(call(out.data()));
+    done.count_down();
+    giveBackLargeBlock();
+  };
+  std::vector<std::jthread> threads;
+  for (int i = 0; i < count; ++i) threads.emplace_back(work);
+  ready.wait();
+  const auto start = std::chrono::steady_clock::now();
+  go.count_down();
+  done.wait();
+  return right ? seconds(std::chrono::steady_clock::now() - start) : -1;
+}
+
 /// `call(out)` makes the operation's answer in `out` and returns its bytes; `expected` is what it must be.
 template <class Call>
 void threads(const std::string& row, double bytes, const std::string& expected, Call call) {
@@ -22,15 +56,19 @@ void threads(const std::string& row, double bytes, const std::string& expected, 
     benchmark::RegisterBenchmark(
         name.c_str(),
         [=](benchmark::State& state) {
-          std::vector<char> out(expected.size() + 64);
-          if (call(out.data()) != expected.size() || std::memcmp(out.data(), expected.data(), expected.size()) != 0)
-            return state.SkipWithError("wrong answer");
-          for (auto _ : state) benchmark::DoNotOptimize(call(out.data()));
-          state.counters["calls"] = benchmark::Counter(1, benchmark::Counter::kAvgThreads);
-          state.counters["bytes"] = benchmark::Counter(bytes, benchmark::Counter::kAvgThreads);
+          constexpr double enough = 0.03;  // seconds of work, many slices of the scheduler
+          constexpr int probe = 8;
+          const auto calls = 16 + static_cast<std::int64_t>(enough * probe / timeOfCalls(1, probe, expected, call));
+          for (auto _ : state) {
+            const double time = timeOfCalls(count, calls, expected, call);
+            if (time < 0) return state.SkipWithError("wrong answer");
+            state.SetIterationTime(time);
+          }
+          state.counters["calls"] = static_cast<double>(calls);
+          state.counters["bytes"] = bytes * static_cast<double>(calls);
         })
-        ->Threads(count)
-        ->UseRealTime();
+        ->Iterations(1)
+        ->UseManualTime();
   }
 }
 

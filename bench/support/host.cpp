@@ -23,19 +23,21 @@ struct Pool : RQPool {
 };
 
 /// Room for the working buffer of any row; pages that are not touched cost nothing.
+constexpr std::size_t largeBytes = std::size_t{1} << 30;
+thread_local constinit char* threadsBlock = nullptr;
+
 char* mapLargeBlock() {
   void* const mapped =
-      mmap(nullptr, std::size_t{1} << 30, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
+      mmap(nullptr, largeBytes, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0);
   if (mapped == MAP_FAILED) std::abort();
-  madvise(mapped, std::size_t{1} << 30, MADV_HUGEPAGE);
+  madvise(mapped, largeBytes, MADV_HUGEPAGE);
   return static_cast<char*>(mapped);
 }
 
 char* largeBlock() {
-  thread_local constinit char* block = nullptr;  // of the threads that a benchmark starts, sixteen at most
-  if (!block) [[unlikely]]
-    block = mapLargeBlock();
-  return block;
+  if (!threadsBlock) [[unlikely]]
+    threadsBlock = mapLargeBlock();
+  return threadsBlock;
 }
 
 void* allocate(RQPool* pool, std::uint64_t bytes, std::uint64_t) {
@@ -128,6 +130,11 @@ RQNlsServices* nls() {
 RQPool* recyclingPool() {
   static RQPool* const pool = newPool();
   return pool;
+}
+
+void giveBackLargeBlock() {
+  if (threadsBlock) munmap(threadsBlock, largeBytes);
+  threadsBlock = nullptr;
 }
 
 void record() {

@@ -14,6 +14,9 @@ namespace rq::bench {
 /// A pool that hands out one and the same block to a thread; for one block at a time of at most 1 GiB.
 RQPool* recyclingPool();
 
+/// Gives back the calling thread's block; for threads that end before the program does.
+void giveBackLargeBlock();
+
 /// One call of a transcoder, with its input.
 struct Conversion {
   RQTranscoder* transcoder;
