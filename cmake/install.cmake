@@ -1,5 +1,5 @@
 # Installation in four components: library (what a host loads), development (headers, pkg-config file, CMake package,
-# manual pages 3 and 7), tools (rqtext and its completions) and documentation.
+# the development host's library, manual pages 3 and 7), tools (rqtext and its completions) and documentation.
 include(CMakePackageConfigHelpers)
 
 set(RQ_HEADERS types.h host.h host_entry.h operations.def operations.h interface.h registration.h journal.h kit.h rquni.h)
@@ -40,12 +40,11 @@ set(RQ_PC_LIBDIR "\${prefix}/lib")
 set(RQ_PC_INCLUDEDIR "\${prefix}/include")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/rquni.pc.in ${PROJECT_BINARY_DIR}/rquni-uninstalled.pc @ONLY)
 
-# The pages keep their places beside each other, so that their links lead on. The example over the development host
-# needs the tree.
+# The pages keep their places beside each other, so that their links lead on.
 file(GLOB pages CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/*.md)
 install(FILES README.md CHANGELOG.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
 install(FILES ${pages} DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT documentation)
-install(FILES examples/minimal_host.c examples/minimal_host.py
+install(FILES examples/minimal_host.c examples/minimal_host.py examples/text_session.cpp
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT documentation)
 
 file(GLOB pages CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/man/*.[37])

@@ -47,11 +47,12 @@ set(exactly "${library} (= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME librquni-dev)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS ${exactly})
+set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SUGGESTS libicu-dev) # wanted by the development host alone
 set(CPACK_DEBIAN_DEVELOPMENT_DESCRIPTION "Unicode text services for a host kernel - development files
 ${about}
 
 This package holds headers, pkg-config file, CMake package, manual pages,
-documentation and example hosts.")
+documentation, example hosts, and the development host as a C++ library.")
 
 if(RQ_HOST)
   list(APPEND CPACK_COMPONENTS_ALL tools)

@@ -33,6 +33,15 @@ Host::Host(const HostOptions &options)
               options.offersNls ? &nls : nullptr) {}
 
 Result<Session> Session::open(const Library &library, Host &host) {
+  return openIn(library, host, host.context);
+}
+
+Result<Session> Session::open(const Library &library, Host &host, std::uint32_t encoding) {
+  Context context(host.instruments, encoding, &host.journal, &host.nls);
+  return openIn(library, host, context);
+}
+
+Result<Session> Session::openIn(const Library &library, Host &host, RQContext &context) {
   std::uint64_t major = 0;
   std::uint64_t minor = 0;
   library.rqextver(&host.kernel, &major, &minor);
@@ -41,7 +50,7 @@ Result<Session> Session::open(const Library &library, Host &host) {
                                           std::to_string(minor) + " of the extension interface, the host 9.1"};
   }
   const std::size_t entriesBefore = host.journal.entries().size();
-  Session session(library.rquni(&host.context, nullptr));
+  Session session(library.rquni(&context, nullptr));
   if (session.object() == nullptr) {
     std::vector<JournalEntry> entries = host.journal.entries();
     entries.erase(entries.begin(), entries.begin() + static_cast<std::ptrdiff_t>(entriesBefore));

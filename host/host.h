@@ -48,6 +48,8 @@ class Session {
   /// Registers the host's kernel with the library and has an interface object made. Fails when the library speaks
   /// another version of the interface, when it makes none, and when the object lacks a transcoder.
   static Result<Session> open(const Library &library, Host &host);
+  /// The same in another session encoding than the host's own, by its identifier.
+  static Result<Session> open(const Library &library, Host &host, std::uint32_t encoding);
 
   RQInterface *object() const { return object_.get(); }
   RQInterface *operator->() const { return object_.get(); }
@@ -56,6 +58,7 @@ class Session {
   struct Destroy {
     void operator()(RQInterface *object) const { object->destroy(object); }
   };
+  static Result<Session> openIn(const Library &library, Host &host, RQContext &context);
   explicit Session(RQInterface *object) : object_(object) {}
   std::unique_ptr<RQInterface, Destroy> object_;
 };

@@ -106,6 +106,10 @@ std::string describe(const Problem &problem, const Encoding &source, const Encod
   }
 }
 
+std::string atBeginning(const Position &start, const std::string &what) {
+  return what + ": it begins at offset " + std::to_string(start.offset) + ", line " + std::to_string(start.line);
+}
+
 bool readCharacters(const Codec &codec, Bytes text, const std::function<void(std::span<const char32_t>)> &take) {
   std::array<char32_t, Codec::pieceCharacters> piece;
   for (bool first = true;; first = false) {

@@ -47,6 +47,9 @@ std::optional<Problem> findProblem(const Codec &source, const Codec &target, Byt
 /// "bytes C3 28 at offset 7, line 1, column 8, are not valid in UTF-8", for instance.
 std::string describe(const Problem &problem, const Encoding &source, const Encoding &target);
 
+/// "WHAT: it begins at offset 12, line 3", of a text that as a whole is in question.
+std::string atBeginning(const Position &start, const std::string &what);
+
 /// Hands a text's characters to `take`, piece by piece; false when the text is not valid to its end.
 bool readCharacters(const Codec &codec, Bytes text, const std::function<void(std::span<const char32_t>)> &take);
 

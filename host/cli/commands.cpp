@@ -55,25 +55,6 @@ Notation notationNamed(const std::string &name) {
   return name == "uparen" ? Notation::uparen : Notation::uparenAscii;
 }
 
-RQCodec decoderOf(const RQOperations &operations, Notation notation) {
-  switch (notation) {
-    case Notation::ncr:
-      return operations.getNCR;
-    case Notation::uesc:
-      return operations.getUEsc;
-    case Notation::uparen:
-      return operations.getUParen;
-    case Notation::uparenAscii:
-      break;
-  }
-  return operations.getUParenP;
-}
-
-RQCodec encoderOf(const RQOperations &operations, Notation notation) {
-  if (notation == Notation::ncr) return operations.putNCR;
-  return notation == Notation::uesc ? operations.putUEsc : operations.putUParen;
-}
-
 /// The name for a column or member, empty when one file needs none.
 std::string column(const Options &options, std::string_view file) {
   return options.files.size() > 1 ? std::string(file) : "";
@@ -82,7 +63,7 @@ std::string column(const Options &options, std::string_view file) {
 Done explainAll(Workbench &bench, const Options &options, Progress &progress, Output &output) {
   const Notation notation = notationNamed(options.subject);
   // A library without the decoder has nothing that could be explained.
-  if (const Result<Bytes> probe = bench.decode(decoderOf(bench.operations(), notation), {{}, {}}); !probe) {
+  if (const Result<Bytes> probe = bench.decode(notation, {}); !probe) {
     return probe.error();
   }
   if (!options.json) {
@@ -97,7 +78,7 @@ Done explainAll(Workbench &bench, const Options &options, Progress &progress, Ou
 
 Done measureAll(Workbench &bench, const Options &options, Progress &progress, Output &output) {
   const bool length = options.command == Command::length;
-  const RQMeasure measure = length ? bench.operations().getUnicodeLength : bench.operations().getUnicodeWidth;
+  const auto measure = length ? host::TextWork::Measure::length : host::TextWork::Measure::width;
   Result<TextRun> run = TextRun::in(bench.encoding(), options.lines, progress);
   if (!run) return run.error();
   return run->each(options.files, [&](const Text &text, bool) -> Done {
@@ -196,7 +177,7 @@ Done checkHost(const Options &options, Output &output) {
 Done transformAll(Workbench &bench, const Options &options, Progress &progress, Output &output) {
   const RQForm form = formNamed(options.subject);
   if (options.command == Command::from) {
-    return rewrite(options, progress, output, encodingOf(form), bench.encoding(),
+    return rewrite(options, progress, output, host::encodingOf(form), bench.encoding(),
                    [&](const Text &text) { return bench.fromForm(form, text); });
   }
   if (options.pad) {
@@ -207,7 +188,7 @@ Done transformAll(Workbench &bench, const Options &options, Progress &progress, 
       return Error{Error::Kind::usage, "--pad must be a multiple of " + std::to_string(step) + " bytes here"};
     }
   }
-  return rewrite(options, progress, output, bench.encoding(), encodingOf(form),
+  return rewrite(options, progress, output, bench.encoding(), host::encodingOf(form),
                  [&](const Text &text) { return bench.toForm(form, text, options.pad); });
 }
 
@@ -216,9 +197,9 @@ Done codecAll(Workbench &bench, const Options &options, Progress &progress, Outp
   if (options.explain) return explainAll(bench, options, progress, output);
   const Notation notation = notationNamed(options.subject);
   const bool decode = options.command == Command::decode;
-  const RQCodec codec = decode ? decoderOf(bench.operations(), notation) : encoderOf(bench.operations(), notation);
-  return rewrite(options, progress, output, bench.encoding(), bench.encoding(),
-                 [&](const Text &text) { return decode ? bench.decode(codec, text) : bench.encode(codec, text); });
+  return rewrite(options, progress, output, bench.encoding(), bench.encoding(), [&](const Text &text) {
+    return decode ? bench.decode(notation, text) : bench.encode(notation, text);
+  });
 }
 
 }  // namespace

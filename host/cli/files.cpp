@@ -24,19 +24,6 @@ std::string shownName(const std::string &file) {
   return file == "-" ? "standard input" : file;
 }
 
-MutableBytes Buffer::atLeast(std::size_t bytes, std::size_t keep) {
-  if (bytes > size_) {
-    const std::size_t size = keep == 0 ? bytes : std::max(bytes, 2 * size_);
-    // What need not be kept goes before the new memory comes.
-    if (keep == 0) memory_.reset();
-    auto larger = std::make_unique_for_overwrite<std::byte[]>(size);
-    std::copy_n(memory_.get(), keep, larger.get());
-    memory_ = std::move(larger);
-    size_ = size;
-  }
-  return {memory_.get(), size_};
-}
-
 Descriptor::~Descriptor() {
   if (number_ > STDERR_FILENO) ::close(number_);
 }

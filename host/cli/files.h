@@ -3,19 +3,20 @@
 #define RQUNI_HOST_CLI_FILES_H
 
 #include <cstddef>
-#include <memory>
 #include <optional>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "host/buffer.h"
 #include "host/cli/progress.h"
 #include "host/codec.h"
 #include "host/result.h"
 
 namespace rq::cli {
 
+using host::Buffer;
 using host::Bytes;
 using host::Done;
 using host::Error;
@@ -24,16 +25,6 @@ using host::Result;
 
 /// A file's name for messages: "-" is standard input.
 std::string shownName(const std::string &file);
-
-/// A block of memory that is reused and grows; growing keeps the first `keep` bytes.
-class Buffer {
- public:
-  MutableBytes atLeast(std::size_t bytes, std::size_t keep = 0);
-
- private:
-  std::unique_ptr<std::byte[]> memory_;
-  std::size_t size_ = 0;
-};
 
 class Descriptor {
  public:

@@ -9,15 +9,11 @@
 #include <string_view>
 
 #include "frame/types.h"
+#include "host/notation.h"
 
 namespace rq::cli {
 
-enum class Notation {
-  ncr,          // &#233; and &#xE9;
-  uesc,         // \u00E9 and \U0001F600
-  uparen,       // <U00E9>
-  uparenAscii,  // the same, characters below U+0080 only
-};
+using host::Notation;
 
 /// One notation, or the beginning of one. Offset and length count units.
 struct Finding {

@@ -8,11 +8,6 @@ std::string about(const Text &text, const std::string &what) {
   return shownName(std::string(text.file)) + ": " + what;
 }
 
-std::string aboutWhole(const Text &text, const std::string &what) {
-  return about(text, what) + ": it begins at offset " + std::to_string(text.start.offset) + ", line " +
-         std::to_string(text.start.line);
-}
-
 Result<std::string> lineEndIn(const host::Encoding &encoding) {
   const host::Codec &codec = *host::codecOf(encoding.identifier);
   const std::byte lineFeed{'\n'};
@@ -51,7 +46,7 @@ Done TextRun::eachLine(Input &input, const Take &take) const {
     const auto line = reader.next();
     if (!line) {
       Error error = line.error();
-      if (error.kind == Error::Kind::data) error.text = aboutWhole(text, error.text);
+      if (error.kind == Error::Kind::data) error.text = about(text, host::atBeginning(text.start, error.text));
       return error;
     }
     if (!*line) return host::done();

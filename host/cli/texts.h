@@ -21,8 +21,6 @@ struct Text {
 
 /// "NAME: WHAT", as messages about a text begin.
 std::string about(const Text &text, const std::string &what);
-/// The same for messages that know no better place: "NAME: WHAT: it begins at offset 12, line 3".
-std::string aboutWhole(const Text &text, const std::string &what);
 
 /// The line feed as an encoding writes it, for --lines.
 Result<std::string> lineEndIn(const host::Encoding &encoding);

@@ -11,6 +11,8 @@ BUILD = pathlib.Path(os.environ["RQ_BUILD"])
 VERSION = os.environ["RQ_VERSION"]
 MAJOR = VERSION.split(".")[0]
 BASH_COMPLETION = pathlib.Path("/usr/share/bash-completion/bash_completion")
+HOST_CONSUMER = pathlib.Path(__file__).parent / "host_consumer"
+WITH_HOST = os.environ.get("RQ_HOST") == "1"
 CONSUMER = pathlib.Path(__file__).parent / "consumer"
 EXPECTED = "V.{:0>2}.{:0>2}M{}P INSTALLED\n".format(*VERSION.split("."))
 
@@ -54,6 +56,16 @@ class Installed(unittest.TestCase):
         for program in ("consumer_c", "consumer_cpp"):
             self.check_output(build / program)
 
+    def check_host_package(self):
+        """The example is the consumer: all it knows is what is installed."""
+        build = self.root / "host consumer build"
+        shutil.rmtree(build, ignore_errors=True)
+        (example,) = self.prefix.rglob("text_session.cpp")
+        run("cmake", "-S", HOST_CONSUMER, "-B", build, "-G", "Ninja", f"-DCMAKE_PREFIX_PATH={self.prefix}",
+            f"-DEXAMPLE={example}", "-DCMAKE_BUILD_TYPE=Release")
+        run("cmake", "--build", build)
+        self.assertIn("takes 7 columns", run(build / "text_session", self.library_directory() / f"librquni.so.{MAJOR}"))
+
     def built_by_pkg_config(self, directory, package):
         environment = {"PKG_CONFIG_PATH": str(directory)}
         self.assertEqual(run("pkg-config", "--modversion", package, **environment), VERSION + "\n")
@@ -74,12 +86,24 @@ class Installed(unittest.TestCase):
                     moved.parent.mkdir()
                     self.prefix = self.prefix.rename(moved)
                 self.check_find_package()
+                if WITH_HOST:
+                    self.check_host_package()
                 for program in self.built_by_pkg_config(self.library_directory() / "pkgconfig", "rquni"):
                     self.check_output(program)
 
     def test_programs_build_against_the_build_tree(self):
         for program in self.built_by_pkg_config(BUILD, "rquni-uninstalled"):
             self.assertEqual(run(program, LD_LIBRARY_PATH=str(BUILD / "lib")), EXPECTED)
+
+    @unittest.skipUnless(WITH_HOST, "the development host is not built")
+    def test_the_hosts_public_headers_need_no_others(self):
+        install(self.prefix, "development")
+        headers = self.prefix / "include" / "rqhost"
+        self.assertEqual({path.name for path in headers.iterdir()}, {"text_session.h", "notation.h", "result.h"})
+        for header in headers.iterdir():
+            for standard in ("-std=c++17", "-std=c++20"):
+                run(os.environ["CXX"], standard, "-Wall", "-Wextra", "-Wpedantic", "-Wconversion", "-Wshadow", "-Werror",
+                    "-fsyntax-only", "-x", "c++", header)
 
     def test_another_major_version_is_refused(self):
         install(self.prefix, "library")

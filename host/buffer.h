@@ -1,0 +1,36 @@
+// Memory for results whose size is known only when they are there.
+#ifndef RQUNI_HOST_BUFFER_H
+#define RQUNI_HOST_BUFFER_H
+
+#include <algorithm>
+#include <cstddef>
+#include <memory>
+
+#include "host/codec.h"
+
+namespace rq::host {
+
+/// A block of memory that is reused and grows; growing keeps the first `keep` bytes.
+class Buffer {
+ public:
+  MutableBytes atLeast(std::size_t bytes, std::size_t keep = 0) {
+    if (bytes > size_) {
+      const std::size_t size = keep == 0 ? bytes : std::max(bytes, 2 * size_);
+      // What need not be kept goes before the new memory comes.
+      if (keep == 0) memory_.reset();
+      auto larger = std::make_unique_for_overwrite<std::byte[]>(size);
+      std::copy_n(memory_.get(), keep, larger.get());
+      memory_ = std::move(larger);
+      size_ = size;
+    }
+    return {memory_.get(), size_};
+  }
+
+ private:
+  std::unique_ptr<std::byte[]> memory_;
+  std::size_t size_ = 0;
+};
+
+}  // namespace rq::host
+
+#endif

@@ -1,0 +1,166 @@
+#include "host/text_work.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+
+#include "host/transcoder.h"
+
+namespace rq::host {
+namespace {
+
+std::string hexadecimal(RQStatus status) {
+  std::array<char, 16> text;
+  std::snprintf(text.data(), text.size(), "0x%08x", status);
+  return text.data();
+}
+
+const Error notSupported = {Error::Kind::system, "the operation is not supported by this library"};
+
+RQCodec decoderOf(const RQOperations &operations, Notation notation) {
+  switch (notation) {
+    case Notation::ncr:
+      return operations.getNCR;
+    case Notation::uesc:
+      return operations.getUEsc;
+    case Notation::uparen:
+      return operations.getUParen;
+    case Notation::uparenAscii:
+      break;
+  }
+  return operations.getUParenP;
+}
+
+RQCodec encoderOf(const RQOperations &operations, Notation notation) {
+  if (notation == Notation::ncr) return operations.putNCR;
+  return notation == Notation::uesc ? operations.putUEsc : operations.putUParen;
+}
+
+}  // namespace
+
+const Encoding &encodingOf(RQForm form) {
+  constexpr std::array<std::uint32_t, RQ_FORMS> identifiers = {
+      RQ_ENCODING_UTF8,         RQ_ENCODING_UTF16_LITTLE, RQ_ENCODING_UTF16_BIG,   RQ_ENCODING_UTF16_LITTLE,
+      RQ_ENCODING_UTF32_LITTLE, RQ_ENCODING_UTF32_BIG,    RQ_ENCODING_UTF32_LITTLE};
+  return *findEncoding(identifiers[form]);
+}
+
+Error noNotations(const Encoding &encoding) {
+  return {Error::Kind::usage, "the notations are ASCII text, and in " + encoding.name +
+                                  " ASCII characters are not single bytes of their own"};
+}
+
+Error TextWork::failure(RQStatus status, Bytes text, Position start, const Encoding &source,
+                        const Encoding &target) const {
+  if (status == RQ_UNSUPPORTED) return notSupported;
+  if (status == RQ_NO_MEMORY) return {Error::Kind::system, atBeginning(start, "not enough memory")};
+  const Codec &from = *codecOf(source.identifier);
+  const Codec &to = *codecOf(target.identifier);
+  if (const auto problem = findProblem(from, to, text, start)) {
+    return {Error::Kind::data, describe(*problem, source, target)};
+  }
+  if (status == outputFullStatus) {
+    return {Error::Kind::data, atBeginning(start, "the text does not fit into the field")};
+  }
+  const std::string_view meaning = describe(status);
+  return {Error::Kind::system, atBeginning(start, "the operation failed with status " + hexadecimal(status) +
+                                                      (meaning.empty() ? "" : " (" + std::string(meaning) + ")"))};
+}
+
+Done TextWork::needWholeUnits(Bytes text, Position start) const {
+  if (text.size() % unit() == 0) return done();
+  return failure(truncatedStatus, text, start, encoding_, encoding_);
+}
+
+Result<Bytes> TextWork::fromForm(RQForm form, Bytes text, Position start) {
+  const RQTransform transform = form == RQ_FORM_UTF8           ? operations_.getUTF8
+                                : form == RQ_FORM_UTF16_BIG    ? operations_.getUTF16B
+                                : form == RQ_FORM_UTF16_LITTLE ? operations_.getUTF16L
+                                : form == RQ_FORM_UTF32_BIG    ? operations_.getUTF32B
+                                                               : operations_.getUTF32L;
+  for (std::uint64_t capacity = text.size() + 64;; capacity *= 2) {
+    const MutableBytes room = output_.atLeast(capacity * unit() + RQ_OUTPUT_SLACK_BYTES);
+    std::uint64_t written = 0;
+    const RQStatus status = transform(object_, text.data(), text.size(), room.data(), capacity, &written);
+    if (status == RQ_SUCCESS) return Bytes(room.first(written * unit()));
+    if (status != outputFullStatus) return failure(status, text, start, encodingOf(form), encoding_);
+  }
+}
+
+Result<Bytes> TextWork::toForm(RQForm form, Bytes text, Position start, std::optional<std::uint64_t> padBytes) {
+  if (Done whole = needWholeUnits(text, start); !whole) return whole.error();
+  const RQPaddedTransform padded = form == RQ_FORM_UTF16_BIG      ? operations_.putUTF16B
+                                   : form == RQ_FORM_UTF16_LITTLE ? operations_.putUTF16L
+                                   : form == RQ_FORM_UTF32_BIG    ? operations_.putUTF32B
+                                                                  : operations_.putUTF32L;
+  const std::uint64_t units = text.size() / unit();
+  for (std::uint64_t capacity = padBytes ? *padBytes / unit() : 2 * units + 64;; capacity *= 2) {
+    const MutableBytes room = output_.atLeast(capacity * unit() + RQ_OUTPUT_SLACK_BYTES);
+    std::uint64_t written = 0;  // of a wide operation too this counts bytes, but for padded fields
+    const RQStatus status =
+        form == RQ_FORM_UTF8 ? operations_.putUTF8(object_, text.data(), units, room.data(), capacity, &written)
+                             : padded(object_, text.data(), units, room.data(), capacity, &written, padBytes ? 1 : 0);
+    if (status == RQ_SUCCESS) return Bytes(room.first(padBytes ? written * unit() : written));
+    if (status != outputFullStatus || padBytes) return failure(status, text, start, encoding_, encodingOf(form));
+  }
+}
+
+Result<Bytes> TextWork::decode(Notation notation, Bytes text, Position start) {
+  if (Done whole = needWholeUnits(text, start); !whole) return whole.error();
+  const RQCodec decoder = decoderOf(operations_, notation);
+  const std::uint64_t units = text.size() / unit();
+  // A decoder stops silently at a full output: only room to spare shows that it came to the end.
+  for (std::uint64_t capacity = units + 64;; capacity *= 2) {
+    const MutableBytes room = output_.atLeast(capacity * unit() + RQ_OUTPUT_SLACK_BYTES);
+    std::uint64_t written = 0;
+    const RQStatus status = decoder(object_, text.data(), units, room.data(), capacity, &written);
+    if (status == RQ_SUCCESS && written < capacity) return Bytes(room.first(written * unit()));
+    const bool tooSmall =
+        status == RQ_SUCCESS || status == RQ_OUTPUT_TOO_SMALL || status == RQ_REPLACEMENT_DOES_NOT_FIT;
+    if (!tooSmall || capacity > 64 * units + 4096) return failure(status, text, start, encoding_, encoding_);
+  }
+}
+
+Result<std::uint64_t> TextWork::encodedBound(Bytes text, Position start) const {
+  std::uint64_t characters = 0;
+  std::uint64_t bound = 0;
+  const bool valid = readCharacters(codec_, text, [&](std::span<const char32_t> piece) {
+    characters += piece.size();
+    for (const char32_t c : piece) bound += c < 0x7F && c != U'<' && c != U'\\' ? 7 : 11;
+  });
+  if (!valid) return failure(malformedStatus, text, start, encoding_, encoding_);
+  // The library's working buffer has room for one character per unit.
+  if (characters > std::max<std::uint64_t>(text.size() / unit(), 256)) {
+    return Error{Error::Kind::data,
+                 atBeginning(start, "the text has more characters than bytes, which the library cannot encode")};
+  }
+  return bound;
+}
+
+Result<Bytes> TextWork::encode(Notation notation, Bytes text, Position start) {
+  if (Done whole = needWholeUnits(text, start); !whole) return whole.error();
+  const RQCodec encoder = encoderOf(operations_, notation);
+  // An encoder drops what it cannot read or place, partly without a sign: so check first, and give room for all.
+  const Result<std::uint64_t> bound = encodedBound(text, start);
+  if (!bound) return bound.error();
+  const std::uint64_t capacity = *bound + 64;
+  const MutableBytes room = output_.atLeast(capacity * unit() + RQ_OUTPUT_SLACK_BYTES);
+  std::uint64_t written = 0;
+  const RQStatus status = encoder(object_, text.data(), text.size() / unit(), room.data(), capacity, &written);
+  if (status != RQ_SUCCESS) return failure(status, text, start, encoding_, encoding_);
+  return Bytes(room.first(written * unit()));
+}
+
+Result<std::int64_t> TextWork::measure(Measure measure, Bytes text, Position start) {
+  if (Done whole = needWholeUnits(text, start); !whole) return whole.error();
+  if (const Result<std::uint64_t> valid = encodedBound(text, start); !valid) return valid.error();
+  const RQMeasure slot = measure == Measure::length ? operations_.getUnicodeLength : operations_.getUnicodeWidth;
+  const std::uint64_t units = text.size() / unit();
+  const std::int64_t count = slot(object_, text.data(), units);
+  if (count < 0) return failure(RQ_NO_MEMORY, text, start, encoding_, encoding_);
+  // No text has more than two columns per unit: then it is the status of an operation that is not there.
+  if (count == RQ_UNSUPPORTED && static_cast<std::uint64_t>(count) > 2 * units) return notSupported;
+  return count;
+}
+
+}  // namespace rq::host
