@@ -44,6 +44,7 @@ configure_file(${PROJECT_SOURCE_DIR}/cmake/rquni.pc.in ${PROJECT_BINARY_DIR}/rqu
 file(GLOB pages CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/*.md)
 install(FILES README.md CHANGELOG.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
 install(FILES ${pages} DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT documentation)
+install(DIRECTORY docs/charts DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT documentation)
 install(FILES examples/minimal_host.c examples/minimal_host.py examples/text_session.cpp
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT documentation)
 
