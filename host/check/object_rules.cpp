@@ -57,6 +57,7 @@ Finding threads(const Subject &subject) {
   const std::string alone = work();
   std::atomic<int> different = 0;
   std::vector<std::thread> all;
+  all.reserve(8);
   for (int i = 0; i < 8; ++i) {
     all.emplace_back([&] {
       for (int round = 0; round < 200; ++round) different += work() == alone ? 0 : 1;

@@ -40,7 +40,7 @@ struct Rule {
   std::string_view statement;           // as frame/host.h has it, in a line
   std::vector<std::string_view> needs;  // without these, the check would only see the same defect again
   Finding (*check)(const Subject &subject);
-  std::string_view crash = "";  // what a crash during the check means
+  std::string_view crash = {};  // what a crash during the check means
 };
 
 /// Table by table; each list relies only on lists before it.

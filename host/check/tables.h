@@ -97,7 +97,7 @@ class Transcoders {
     const RQTranscoderPair &pair = pairs_[number / 2];
     return number % 2 == 0 ? pair.toSession : pair.fromSession;
   }
-  static constexpr std::size_t count = 2 * RQ_FORMS;
+  static constexpr std::size_t count = std::size_t{2} * RQ_FORMS;
 
  private:
   std::array<RQTranscoderPair, RQ_FORMS> pairs_;
