@@ -103,6 +103,7 @@ const CodecRow rows[] = {
      U"67295;"sv},
     {"PutDoesNotFitIsCut", put, Where::latin, U"a\u00E9z", U"a", 6},
     {"PutJustFits", put, Where::latin, U"a\u00E9", U"a&#233;", 7},
+    {"PutWordsToTheLastUnit", put, Where::unicode, U" \u65E5 \u65E5x", U" &#26085; &#26085;", 18},
     {"PutFull", put, Where::everywhere, U"abc", U"ab", 2},
     {"PutAngleAtTheBeginning", put, Where::everywhere, U"<U0041>", U"A"},
     {"PutAngleAtTheBeginningLowerCase", put, Where::everywhere, U"<u00e9>", U"&#233;"},

@@ -164,6 +164,21 @@ TEST(skStrTCpy, copiesExactlyTheStringAndItsTerminator) {
   checkStringCopies<RQChar>(skStrTCpy);
 }
 
+TEST(skStrTCpy, takesUnitsAtAnyAddress) {
+  Byte source[256] = {}, copied[256];
+  for (std::size_t from = 0; from < sizeof(RQChar); ++from)
+    for (std::size_t n = 0; n < 40; ++n) {
+      auto* const s = reinterpret_cast<RQChar*>(source + from);
+      auto* const d = reinterpret_cast<RQChar*>(copied + 3 - from);
+      for (std::size_t i = 0; i < n; ++i) twin::set(s, i, static_cast<RQChar>(0x10000 + i));
+      twin::set(s, n, RQChar{0});
+      std::memset(copied, 0x5A, sizeof copied);
+      skStrTCpy(s, d);
+      ASSERT_EQ(std::memcmp(copied + 3 - from, source + from, (n + 1) * sizeof(RQChar)), 0) << n << " from " << from;
+      ASSERT_EQ(copied[3 - from + (n + 1) * sizeof(RQChar)], 0x5A) << n << " from " << from;
+    }
+}
+
 /// Strings on the heap, where sanitizers see each byte that is read behind them.
 template <class U>
 void checkHeapStrings(std::uint64_t (*length)(const U*), void (*copy)(const U*, U*)) {
