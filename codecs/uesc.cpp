@@ -135,8 +135,7 @@ RQStatus encodeEscapes(const Character* text, uint64_t count, Unit* output, uint
   for (uint64_t i = 0; i < count && out < capacity;) {
     const Moved words = encodeWords(text + i, count - i, output + out, capacity - out);
     i += words.read;
-    out += words.written;
-    if (i == count || out == capacity) break;
+    out += words.written;  // words end with text and room left
 
     const uint32_t character = load(text + i);
     if (isPlain(character)) {

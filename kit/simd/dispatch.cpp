@@ -43,9 +43,10 @@ bool offersAvx2(const Processor& processor) {
          hasAll(processor.extended, bit_AVX2 | bit_BMI | bit_BMI2) && hasAll(processor.further, lzcnt);
 }
 
+/// Of a processor that offers AVX2.
 bool offersAvx512(const Processor& processor) {
   constexpr unsigned zmmState = 0xE0;
-  return offersAvx2(processor) && hasAll(processor.states, zmmState) &&
+  return hasAll(processor.states, zmmState) &&
          hasAll(processor.extended, bit_AVX512F | bit_AVX512BW | bit_AVX512VL | bit_AVX512DQ);
 }
 
