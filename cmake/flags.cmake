@@ -22,6 +22,9 @@ target_link_options(rq_library_flags INTERFACE
   LINKER:-z,relro,-z,now,-z,noexecstack,-z,separate-code,-z,ibt,-z,shstk,--as-needed,--build-id=sha1)
 
 if(RQ_SANITIZE)
+  if(RQ_SANITIZE MATCHES integer)
+    add_compile_options(-fsanitize-ignorelist=${CMAKE_CURRENT_LIST_DIR}/sanitize_exceptions.txt)
+  endif()
   add_compile_options(-fsanitize=${RQ_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${RQ_SANITIZE})
 else()
