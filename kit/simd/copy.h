@@ -139,6 +139,7 @@ RQ_INLINE void moveForwards(const Byte* s, Byte* d, std::uint64_t n) {
 /// The same from the other end, for d inside (s, s + n), and n greater than 64.
 template <class V>
 RQ_INLINE void moveBackwards(const Byte* s, Byte* d, std::uint64_t n) {
+  static_assert(2 * V::bytes <= 64, "between 64 bytes and two vectors there would be a gap");
   if (n <= 4 * V::bytes) return moveEnds<V, 2>(s, d, n);
   const V tail = V::load(s + n - V::bytes);
   const V h0 = V::load(s), h1 = V::load(s + V::bytes);
