@@ -4,8 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cstdio>
-#include <cstring>
+#include <fstream>
 #include <new>
 #include <vector>
 
@@ -61,10 +60,7 @@ void Fenced::close() {
 std::size_t residentBytes() {
   std::size_t total = 0;
   std::size_t resident = 0;
-  if (std::FILE *file = std::fopen("/proc/self/statm", "r")) {
-    if (std::fscanf(file, "%zu %zu", &total, &resident) != 2) resident = 0;
-    std::fclose(file);
-  }
+  std::ifstream("/proc/self/statm") >> total >> resident;
   return resident * pageBytes;
 }
 
@@ -72,7 +68,8 @@ RQPool *makePool(const Subject &subject) {
   // What the host gets for the call only is gone afterwards.
   const RQPoolParameters zeros{};
   Fenced parameters(bytesOf(zeros));
-  const Fenced description(std::string_view("RQUNI Extension", 16));
+  constexpr char name[] = "RQUNI Extension";
+  const Fenced description(bytesOf(name));
   RQPool *pool = subject.kernel->createPool(subject.kernel, static_cast<RQPoolParameters *>(parameters.data()),
                                             subject.context->journal, static_cast<const char *>(description.data()));
   parameters.close();
