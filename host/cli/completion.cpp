@@ -21,7 +21,7 @@ std::string escaped(const std::string &text, std::string_view characters) {
 }
 
 /// One word of sh and zsh, whatever it holds.
-std::string quoted(const std::string &text) {
+std::string shellQuoted(const std::string &text) {
   std::string result = "'";
   for (const char c : text) result += c == '\'' ? std::string("'\\''") : std::string(1, c);
   return result + "'";
@@ -29,6 +29,7 @@ std::string quoted(const std::string &text) {
 
 std::vector<std::string> namesOf(const std::vector<CommandModel> &commands) {
   std::vector<std::string> names;
+  names.reserve(commands.size());
   for (const CommandModel &command : commands) names.push_back(command.name);
   return names;
 }
@@ -89,7 +90,7 @@ std::vector<OptionModel> valueOptions(const CommandModel &app) {
 std::string bashValues(const Values &values) {
   switch (values.kind) {
     case Kind::choices:
-      return "words=" + quoted(joined(values.choices, " "));
+      return "words=" + shellQuoted(joined(values.choices, " "));
     case Kind::files:
       return "files=yes";
     case Kind::encodings:
@@ -131,16 +132,16 @@ std::string bashScript(const CommandModel &app) {
       "  elif [[ $current == -* ]]; then\n"
       "    case $command in\n"
       "      '') words=" +
-      quoted(joined(namesOf(app.options), " ")) + " ;;\n";
+      shellQuoted(joined(namesOf(app.options), " ")) + " ;;\n";
   for (const CommandModel &command : app.commands) {
-    text += "      " + command.name + ") words=" + quoted(joined(namesOf(command.options), " ")) + " ;;\n";
+    text += "      " + command.name + ") words=" + shellQuoted(joined(namesOf(command.options), " ")) + " ;;\n";
   }
   text +=
       "    esac\n"
       "  else\n"
       "    case $command:$operands in\n"
       "      :0) words=" +
-      quoted(joined(namesOf(app.commands), " ")) + " ;;\n";
+      shellQuoted(joined(namesOf(app.commands), " ")) + " ;;\n";
   for (const CommandModel &command : app.commands) text += bashOperands(command);
   return text + "    esac\n" + bashTail;
 }
@@ -181,11 +182,17 @@ std::string zshOption(const OptionModel &option) {
   const bool valued = option.values.kind != Kind::none;
   std::string value;
   if (valued) value = ":" + option.names.back().substr(2) + ":" + zshValues(option.values);
+  const std::string together = "(" + joined(option.names, " ") + ")";
+  const std::string description = "[" + escaped(option.description, "[]:\\") + "]";
   std::string text;
   for (const std::string &name : option.names) {
-    const char *join = !valued ? "" : name.starts_with("--") ? "=" : "+";
-    text += " \\\n        " + quoted("(" + joined(option.names, " ") + ")" + name + join + "[" +
-                                     escaped(option.description, "[]:\\") + "]" + value);
+    std::string specification = together;
+    specification += name;
+    specification += !valued ? "" : name.starts_with("--") ? "=" : "+";
+    specification += description;
+    specification += value;
+    text += " \\\n        ";
+    text += shellQuoted(specification);
   }
   return text;
 }
@@ -195,8 +202,8 @@ std::string zshCommand(const CommandModel &command) {
   for (const OptionModel &option : command.options) text += zshOption(option);
   std::size_t place = 1;
   for (const OperandModel &operand : command.operands) {
-    text += " \\\n        " + quoted((operand.repeated ? "*" : std::to_string(place)) + ":" + operand.name + ":" +
-                                     zshValues(operand.values));
+    text += " \\\n        " + shellQuoted((operand.repeated ? "*" : std::to_string(place)) + ":" + operand.name +
+                                          ":" + zshValues(operand.values));
     ++place;
   }
   return text + " && ret=0\n      ;;\n";
@@ -205,7 +212,7 @@ std::string zshCommand(const CommandModel &command) {
 std::string zshScript(const CommandModel &app) {
   std::string text = std::string(zshHead) + "  commands=(\n";
   for (const CommandModel &command : app.commands) {
-    text += "    " + quoted(command.name + ":" + escaped(command.description, ":\\")) + "\n";
+    text += "    " + shellQuoted(command.name + ":" + escaped(command.description, ":\\")) + "\n";
   }
   text += "  )\n  _arguments -C";
   for (const OptionModel &option : app.options) text += zshOption(option);
@@ -272,7 +279,9 @@ std::string fishCommand(const CommandModel &command) {
     if (!before.empty()) here += "; and __fish_seen_subcommand_from " + before;
     if (operand.values.kind == Kind::choices) {
       before = joined(operand.values.choices, " ");
-      text += fishLine(here + "; and not __fish_seen_subcommand_from " + before, " -a " + fishQuoted(before));
+      here += "; and not __fish_seen_subcommand_from ";
+      here += before;
+      text += fishLine(here, " -a " + fishQuoted(before));
     } else {
       text += fishLine(here, " -F");
     }
