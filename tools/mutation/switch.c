@@ -11,7 +11,9 @@ static unsigned char nowhere[mostPlaces];
 HIDDEN unsigned rqMutant = 0;
 HIDDEN unsigned char *rqReached = nowhere;
 
-HIDDEN void rqRefuse(void) { _exit(refused); }
+HIDDEN void rqRefuse(void) {
+  _exit(refused);
+}
 
 /* Before all other constructors. The file is shared: a process that crashes or forks has reached its places too. */
 __attribute__((constructor(101))) static void choose(void) {

@@ -1,4 +1,5 @@
-// What the switched sources are written in: every place that can be mutated asks whether its mutant is the one to run.
+// What the switched sources are written in: every place that can be mutated asks whether its mutant is the one to
+// run.
 //
 // `a < b` becomes `a < rqs::Place<7>{} < b`: the operator on both sides has the precedence of the original, so no
 // parser is needed. What the compiler evaluates is never mutated; namespace rqr evaluates nothing while compiling.
@@ -23,8 +24,7 @@ __attribute__((visibility("hidden"))) void rqRefuse(void);
 #include __FILE__
 
 // In place of static_assert in sources whose constants are made at run time.
-#define RQ_AT_RUN_TIME_2(line, ...) \
-  static const bool rqHolds##line = ((__VA_ARGS__) ? true : (rqRefuse(), false))
+#define RQ_AT_RUN_TIME_2(line, ...) static const bool rqHolds##line = ((__VA_ARGS__) ? true : (rqRefuse(), false))
 #define RQ_AT_RUN_TIME_1(line, ...) RQ_AT_RUN_TIME_2(line, __VA_ARGS__)
 #define RQ_AT_RUN_TIME(...) RQ_AT_RUN_TIME_1(__LINE__, __VA_ARGS__)
 
@@ -65,17 +65,17 @@ struct Right {
   B value;
 };
 
-#define RQ_SWITCH_BINARY(op, other)                                                \
-  template <class A, unsigned mutant>                                              \
-  RQ_SWITCH Left<A, mutant> operator op(A a, Place<mutant>) {                      \
-    return {a};                                                                    \
-  }                                                                                \
-  template <class A, class B, unsigned mutant>                                     \
-  RQ_SWITCH auto operator op(Left<A, mutant> a, B b) {                             \
-    using Result = decltype(a.value op b);                                         \
-    if constexpr (requires { static_cast<Result>(a.value other b); })              \
-      if (on<mutant>()) return static_cast<Result>(a.value other b);               \
-    return a.value op b;                                                           \
+#define RQ_SWITCH_BINARY(op, other)                                   \
+  template <class A, unsigned mutant>                                 \
+  RQ_SWITCH Left<A, mutant> operator op(A a, Place<mutant>) {         \
+    return {a};                                                       \
+  }                                                                   \
+  template <class A, class B, unsigned mutant>                        \
+  RQ_SWITCH auto operator op(Left<A, mutant> a, B b) {                \
+    using Result = decltype(a.value op b);                            \
+    if constexpr (requires { static_cast<Result>(a.value other b); }) \
+      if (on<mutant>()) return static_cast<Result>(a.value other b);  \
+    return a.value op b;                                              \
   }
 RQ_SWITCH_BINARY(<, <=)
 RQ_SWITCH_BINARY(<=, <)
@@ -95,15 +95,15 @@ RQ_SWITCH_BINARY(|, &)
 RQ_SWITCH_BINARY(^, |)
 #undef RQ_SWITCH_BINARY
 
-#define RQ_SWITCH_ASSIGNMENT(op, other)                    \
-  template <class B, unsigned mutant>                      \
+#define RQ_SWITCH_ASSIGNMENT(op, other)                        \
+  template <class B, unsigned mutant>                          \
   RQ_SWITCH Right<B, mutant> operator op(Place<mutant>, B b) { \
-    return {b};                                            \
-  }                                                        \
-  template <class A, class B, unsigned mutant>             \
-  RQ_SWITCH A& operator op(A& a, Right<B, mutant> b) {     \
-    if (on<mutant>()) return a other b.value;              \
-    return a op b.value;                                   \
+    return {b};                                                \
+  }                                                            \
+  template <class A, class B, unsigned mutant>                 \
+  RQ_SWITCH A& operator op(A& a, Right<B, mutant> b) {         \
+    if (on<mutant>()) return a other b.value;                  \
+    return a op b.value;                                       \
   }
 RQ_SWITCH_ASSIGNMENT(+=, -=)
 RQ_SWITCH_ASSIGNMENT(-=, +=)
