@@ -75,8 +75,8 @@ struct MockFunctions {
   static std::uint64_t destroyPool(MockPool* pool) {
     MockHost& host = hostOf(pool);
     host.enter(Service::destroyPool, {word(pool)});
-    for (std::size_t i = host.blocks_.size(); i-- > 0;)
-      if (host.blocks_[i].pool == pool) host.endBlock(i);
+    for (std::size_t i = host.blocks_.size(); i > 0; --i)
+      if (host.blocks_[i - 1].pool == pool) host.endBlock(i - 1);
     for (std::size_t i = 0; i < host.pools_.size(); ++i) {
       if (host.pools_[i].get() != pool) continue;
       host.pools_.erase(host.pools_.begin() + static_cast<std::ptrdiff_t>(i));
