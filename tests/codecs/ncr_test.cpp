@@ -27,6 +27,22 @@ const CodecRow rows[] = {
     {"GetNoHexadecimalDigitsAfterOthersIsNul", get, Where::everywhere, U"&#x0041;&#x;", U"A\0"sv},
     {"GetWithoutSemicolon", get, Where::everywhere, U"&#65 and more", U"&#65 and more"},
     {"GetFarSemicolonSwallowsTheStretch", get, Where::everywhere, U"&#65 and more; rest", U"A rest"},
+    {"GetUnitFarBelowTheDigitsIsNone", get, Where::wideLax,
+     U"&#\xFFFFFFD1"
+     U"123;",
+     U"\0"sv},
+    {"GetSecondUnitFarBelowTheDigitsIsNone", get, Where::wideLax,
+     U"&#1\xFFFFFFD1"
+     U"23;",
+     U"\0"sv},
+    {"GetThirdUnitFarBelowTheDigitsIsNone", get, Where::wideLax,
+     U"&#65\xFFFFFFD1"
+     U"3;",
+     U"A"},
+    {"GetFourthUnitFarBelowTheDigitsIsNone", get, Where::wideLax,
+     U"&#065\xFFFFFFD1"
+     U";",
+     U"A"},
     {"GetNineDigitsReadsEight", get, Where::unicode, U"&#000000650;x", U"Ax"},
     {"GetNineDigitsOutOfRangeIsKept", get, Where::everywhere, U"&#123456789;", U"&#123456789;"},
     {"GetNineDigitsTakenByALaxSession", get, Where::lax, U"&#123456789;", U"\x00BC614E"},

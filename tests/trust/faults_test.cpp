@@ -220,6 +220,20 @@ TEST(Faults, ClaimedBytesThatNobodyWroteAreZero) {
   }
 }
 
+TEST(Faults, ClaimedCharactersThatNobodyWroteAreZero) {
+  for (const Slot& slot : allSlots()) {
+    if (std::string_view(slot.name) != "putUEsc") continue;
+    Session session(usualSession(slot.flavour));
+    session.host.lie(Lie::capacity, 0);
+    const Made made = make(slot, session, inputOf(slot, U"\u00E9"), 1000, false);
+    constexpr std::uint64_t escape = 6, others = 255;  // what the buffer on the stack holds
+    const std::uint64_t unit = slot.outputUnit();
+    ASSERT_EQ(made.answer.written, escape + others) << slot.fullName();
+    for (std::uint64_t i = escape * unit; i < (escape + others) * unit; ++i)
+      EXPECT_EQ(made.output[i], 0) << slot.fullName() << ' ' << i;
+  }
+}
+
 TEST(Faults, EachConversionOfEachSlotLies) {
   for (const Slot& slot : allSlots())
     for (const bool isLong : {false, true}) {
