@@ -94,7 +94,7 @@ class Laboratory:
         return other
 
     def stages(self, mutant):
-        """The sources that a mutant changes, with the kernels to test then: the costly ones last, as few need them."""
+        """The sources that a mutant changes, with the kernels to test then: the costly ones last, few need them."""
         users = self.users.get(mutant.file, [])
         wide = [name for name in users if "avx" in name]
         narrow = [name for name in users if name not in wide]
@@ -121,7 +121,8 @@ def build_switched(laboratory, all_mutants, jobs):
                     places[mutant.begin] = (mutant.place, mutant.number - mutant.place + 1)
             laboratory.write(name, switched.switched(name, laboratory.texts[name], places))
         # Without the last, g++ 12 loses the zero extension of mask registers between switches.
-        options = ("-include", str(HERE / "switch.h"), "-Wno-narrowing", "-fno-diagnostics-show-caret", "-fno-tree-ter")
+        options = ("-include", str(HERE / "switch.h"), "-Wno-narrowing", "-fno-diagnostics-show-caret",
+               "-fno-tree-ter")
         errors = laboratory.compile_all(sources, jobs, *options)
         lines = {line for error in errors.values() for line in switched.refused(error, "tree")}
         changed = {name for name, _ in lines}

@@ -76,7 +76,8 @@ def of_text(name, text):
 
 def of_tree(root):
     """All mutants, by file, and the texts of the files. Equal names are told apart by a count."""
-    paths = sorted(path for room in ROOMS for path in (root / room).rglob("*") if path.suffix in (".cpp", ".h", ".def"))
+    paths = sorted(path for room in ROOMS for path in (root / room).rglob("*")
+                   if path.suffix in (".cpp", ".h", ".def"))
     texts = {str(path.relative_to(root)): path.read_text() for path in paths}
     mutants = [mutant for name, text in texts.items() for mutant in of_text(name, text)]
     seen = {}

@@ -1,4 +1,5 @@
 """The tests as mutants meet them: one process for each, the likeliest to notice first."""
+import collections
 import os
 import pathlib
 import subprocess
@@ -31,6 +32,16 @@ class Suite:
         self.tests += [Test(f"differential {' '.join(a)} {kernels}", "rq_differential", a, kernels)
                        for a, kernels in self.differential(root / "fuzz/corpus")]
         self.history = {}  # file: {test: [killed, tried]}
+        self.folders = collections.Counter()
+
+    @staticmethod
+    def differential(corpora):
+        yield ("all", "3", "8"), ""
+        yield ("all", "4", "12"), ""
+        for family in sorted(path.name for path in corpora.iterdir()):
+            for kernels in KERNELS if family in KERNEL_FAMILIES else ("",):
+                yield ("random", "1", "0.5", family), kernels
+            yield ("replay", family, str(corpora / family)), ""
 
     @staticmethod
     def differential(corpora):
@@ -62,8 +73,9 @@ class Suite:
         if reached:
             environment["RQ_REACHED"] = str(reached)
         limit = 1 + int(10 * test.seconds)
+        limits = ["timeout", "-sKILL", str(60 + 10 * limit), "prlimit", f"--cpu={limit}", "--core=0"]
         process = subprocess.Popen(
-            ["timeout", "-sKILL", str(60 + 10 * limit), "prlimit", f"--cpu={limit}", "--core=0", program] + test.arguments,
+            limits + [str(program)] + test.arguments,
             stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, env=environment,
             cwd=folder)
         _, status, usage = os.wait4(process.pid, 0)
@@ -82,10 +94,12 @@ class Suite:
         return status in PASSED
 
     def expect(self, mutant):
-        """A test that reaches much of a file is the likelier to notice what changes there."""
+        """A test that reaches much of a file or its folder is the likelier to notice what changes there. What all
+        reach runs when the library is loaded."""
         records = self.history.setdefault(mutant.file, {})
-        for test in mutant.tests:
+        for test in mutant.tests if len(mutant.tests) < len(self.tests) else ():
             records.setdefault(test, [0.0, 1])[0] += 0.001
+            self.folders[mutant.file.rsplit("/", 1)[0], test] += 0.0003
 
     def reaching(self, name):
         """The tests that reach anything of a file, or all."""
@@ -94,7 +108,7 @@ class Suite:
     def promise(self, name, test):
         """How much a test is worth trying for a mutant of a file: its chance to notice for each second."""
         killed, tried = self.history[name].get(test, (0, 1))
-        return (killed + 0.01) / tried / (test.seconds + 0.02)
+        return (killed + self.folders[name.rsplit("/", 1)[0], test] + 0.001) / tried / (test.seconds + 0.02)
 
     def judge(self, mutant, tests, folder, number):
         """("killed", by), ("build", "") or ("survived", "")."""
