@@ -80,7 +80,9 @@ class CheckHost(ToolTest):
                 rule = fault.split()[0]
                 rows, message = self.rows(DATA, BROKEN, *(["--threads"] if rule == "threads" else []), RQ_BROKEN=fault)
                 self.assertEqual(self.with_verdict(rows, "broken"), {rule})
-                self.assertIn(seen, rows[rule]["seen"])
+                # A race may also end the process.
+                if rule != "threads" or not rows[rule]["seen"].startswith("it crashed"):
+                    self.assertIn(seen, rows[rule]["seen"])
                 self.assertTrue(message.endswith(f"rqtext: {BROKEN} breaks {rule}\n"), message)
                 for row in rows.values():  # nothing is left out without a reason
                     if row["verdict"] == "not checked" and row["rule"] != "threads":
