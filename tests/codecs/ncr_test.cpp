@@ -50,6 +50,7 @@ const CodecRow rows[] = {
     {"GetZerosBeyondTheEighthDigit", get, Where::everywhere, U"&#00000000065;", U"\0"sv},
     {"GetSupplementary", get, Where::unicode, U"&#128512;&#x1F600;", U"\U0001F600\U0001F600"},
     {"GetLatin", get, Where::latin, U"caf&#233;&#xe9;&#xE9;", U"caf\u00E9\u00E9\u00E9"},
+    {"GetTheLastByteIsNoDigit", get, Where::latin, U"&#x0041\u00FF;&#x41\u00FF;", U"AA"},
     {"GetWhatTheSessionCannotHoldIsKept", get, Where::cyrillic, U"a&#233;b&#xE9 ;c&#1040;",
      U"a&#233;b&#xE9 ;c\u0410"},
     {"GetSubstitutedIsKept", get, Where::narrow, U"&#8364;", U"&#8364;"},
