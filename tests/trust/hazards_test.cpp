@@ -56,8 +56,9 @@ TEST(Hazards, AnInputShorterThanItsNotationHasNoDigits) {
       u64 written = 0;
       const RQOperations& slots = slotsOf(session.object, flavour);
       EXPECT_EQ(slots.putNCR(session.object, in.place(bytes, length), length, output, 48, &written), RQ_SUCCESS);
-      std::uint32_t value = 0;
-      for (u64 i = 2; i < 6; ++i) value = value * 16 + (i < length ? bytes[i] - '0' : 0xFFFFFFFF);
+      u64 sum = 0;
+      for (u64 i = 2; i < 6; ++i) sum = sum * 16 + (i < length ? bytes[i] - U'0' : 0xFFFFFFFF);
+      const auto value = static_cast<std::uint32_t>(sum & 0xFFFFFFFF);
       std::string expected(1, static_cast<char>(value));  // four digits, or three and the -1 of the fourth
       if (value > 0x80) expected = std::string("&#") + '\0' + std::to_string(100000 + value % 100000).substr(1) + ';';
       expected.append(reinterpret_cast<const char*>(bytes) + 1, length - 1);
