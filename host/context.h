@@ -15,8 +15,8 @@ class Context final : public Guarded<RQContext, "context"> {
  public:
   /// `sessionOption` is the value of the session option; without one the option is not found. journal and nls may be
   /// null.
-  Context(Instruments &instruments, std::optional<std::int64_t> sessionOption, RQJournal *journal,
-          RQNlsServices *nls);
+  Context(Instruments &instruments, std::optional<std::int64_t> sessionOption, RQJournal *defaultJournal,
+          RQNlsServices *services);
 
  private:
   static RQStatus lookUpOptionSlot(RQContext *context, const RQChar *name, uint64_t length, uint64_t three,

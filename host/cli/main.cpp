@@ -29,7 +29,7 @@ void occupyStandardDescriptors() {
 
 int report(const Error &error, Progress &progress) {
   progress.stop();
-  if (!error.text.empty()) std::cerr << "rqtext: " << error.text << std::endl;
+  if (!error.text.empty()) std::cerr << "rqtext: " << error.text << '\n';
   switch (error.kind) {
     case Error::Kind::data:
       return exitData;
@@ -112,6 +112,7 @@ int start(int argc, char **argv) {
 }  // namespace
 }  // namespace rq::cli
 
+// NOLINTNEXTLINE(bugprone-exception-escape): what start lets pass is a defect, and ends the process
 int main(int argc, char **argv) {
   return rq::cli::start(argc, argv);
 }
