@@ -1,5 +1,7 @@
 #include "support/fates.h"
 
+#include <algorithm>
+
 #include <iterator>
 
 namespace rq::test {
@@ -58,9 +60,15 @@ void Fates::forget() {
 
 void Fates::repeat(const std::vector<Call>& calls) {
   forget();
+  std::vector<std::pair<Question, Fate>> answers;
   for (const Call& call : calls)
     if (call.service == Service::convert || call.service == Service::allocate)
-      byQuestion_[{call.service, call.digest}].fates.push_back(call.fate);
+      answers.push_back({{call.service, call.digest}, call.fate});
+  std::stable_sort(answers.begin(), answers.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
+  for (const auto& [question, fate] : answers) {
+    if (byQuestion_.empty() || byQuestion_.back().question != question) byQuestion_.push_back({question, {}});
+    byQuestion_.back().fates.push_back(fate);
+  }
 }
 
 Fate Fates::next(Service service, std::uint64_t digest) {
@@ -68,9 +76,11 @@ Fate Fates::next(Service service, std::uint64_t digest) {
   ++count_;
   for (const auto& [nth, fate] : byNumber_)
     if (nth == count_) return fate;
-  const auto found = byQuestion_.find({service, digest});
-  if (found == byQuestion_.end()) return {};
-  Repeated& repeated = found->second;
+  const Question question(service, digest);
+  const auto found = std::lower_bound(byQuestion_.begin(), byQuestion_.end(), question,
+                                      [](const Repeated& a, const Question& b) { return a.question < b; });
+  if (found == byQuestion_.end() || found->question != question) return {};
+  Repeated& repeated = *found;
   const Fate fate = repeated.fates[repeated.next];
   if (repeated.next + 1 < repeated.fates.size()) ++repeated.next;
   return fate;
