@@ -1,7 +1,6 @@
 #include "support/fates.h"
 
 #include <algorithm>
-
 #include <iterator>
 
 namespace rq::test {

@@ -26,10 +26,8 @@ std::uint64_t word(T* pointer) {
 /// A word at a time: hosts are asked hundreds of thousands of times a second. A host that claims more than it wrote
 /// is asked about the rest of its own block, which the memory sanitizer would report here.
 #if defined(__clang__)
-__attribute__((no_sanitize("memory")))
 #endif
-std::uint64_t
-digestOf(std::uint64_t seed, const void* data, std::uint64_t bytes) {
+std::uint64_t digestOf(std::uint64_t seed, const void* data, std::uint64_t bytes) {
   const auto* at = static_cast<const std::uint8_t*>(data);
   std::uint64_t hash = (seed ^ 0xCBF29CE484222325 ^ bytes << 32) * 0x9E3779B97F4A7C15;
   for (std::uint64_t left = bytes; left > 0;) {
