@@ -35,7 +35,7 @@ def number(all_mutants):
 def at_run_time(text):
     """Constants as variables, what the compiler would refuse as a call."""
     text = re.sub(r"\bstatic_assert\(", "RQ_AT_RUN_TIME(", text)
-    text = re.sub(r"^(inline void \w+\(\)) \{\}", r"\1 { rqRefuse(); }", text, flags=re.M)
+    text = re.sub(r"^void (\w+\(\));$", r"inline void \1 { rqRefuse(); }", text, flags=re.M)
     text = re.sub(r"\bconstinit ", "", text)
     return re.sub(r"\b(?:constexpr|consteval) (?!std::size_t|std::int8_t|auto\b.*=.*\bsize\b)", "inline const ", text)
 
