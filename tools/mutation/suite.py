@@ -13,7 +13,6 @@ KERNELS = ("sse2", "avx2", "avx512")
 KERNEL_FAMILIES = ("kit", "wide")  # of the differential program
 
 
-
 class Test:
     def __init__(self, name, program, arguments, kernels=""):
         self.name, self.program, self.arguments = name, program, list(arguments)
@@ -33,15 +32,6 @@ class Suite:
                        for a, kernels in self.differential(root / "fuzz/corpus")]
         self.history = {}  # file: {test: [killed, tried]}
         self.folders = collections.Counter()
-
-    @staticmethod
-    def differential(corpora):
-        yield ("all", "3", "8"), ""
-        yield ("all", "4", "12"), ""
-        for family in sorted(path.name for path in corpora.iterdir()):
-            for kernels in KERNELS if family in KERNEL_FAMILIES else ("",):
-                yield ("random", "1", "0.5", family), kernels
-            yield ("replay", family, str(corpora / family)), ""
 
     @staticmethod
     def differential(corpora):
