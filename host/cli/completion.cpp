@@ -186,13 +186,13 @@ std::string zshOption(const OptionModel &option) {
   const std::string description = "[" + escaped(option.description, "[]:\\") + "]";
   std::string text;
   for (const std::string &name : option.names) {
-    std::string specification = together;
-    specification += name;
-    specification += !valued ? "" : name.starts_with("--") ? "=" : "+";
-    specification += description;
-    specification += value;
+    std::string argument = together;
+    argument += name;
+    argument += !valued ? "" : name.starts_with("--") ? "=" : "+";
+    argument += description;
+    argument += value;
     text += " \\\n        ";
-    text += shellQuoted(specification);
+    text += shellQuoted(argument);
   }
   return text;
 }
