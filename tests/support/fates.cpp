@@ -59,14 +59,14 @@ void Fates::forget() {
 
 void Fates::repeat(const std::vector<Call>& calls) {
   forget();
-  std::vector<std::pair<Question, Fate>> answers;
-  for (const Call& call : calls)
-    if (call.service == Service::convert || call.service == Service::allocate)
-      answers.push_back({{call.service, call.digest}, call.fate});
-  std::stable_sort(answers.begin(), answers.end(), [](const auto& a, const auto& b) { return a.first < b.first; });
-  for (const auto& [question, fate] : answers) {
+  std::vector<std::pair<Question, std::size_t>> answered;  // and the number of the call
+  for (std::size_t i = 0; i < calls.size(); ++i)
+    if (calls[i].service == Service::convert || calls[i].service == Service::allocate)
+      answered.push_back({{calls[i].service, calls[i].digest}, i});
+  std::sort(answered.begin(), answered.end());
+  for (const auto& [question, i] : answered) {
     if (byQuestion_.empty() || byQuestion_.back().question != question) byQuestion_.push_back({question, {}});
-    byQuestion_.back().fates.push_back(fate);
+    byQuestion_.back().fates.push_back(calls[i].fate);
   }
 }
 
