@@ -10,7 +10,7 @@
 namespace rq::check {
 namespace {
 
-using Entry = RQStatus(RQKernel **kernel, RQContext **context);
+using Entry = RQStatus (*)(RQKernel **kernel, RQContext **context);
 constexpr const char *entryName = "rquni_host";
 
 std::string loaderMessage() {
@@ -19,17 +19,17 @@ std::string loaderMessage() {
 }
 
 /// The entry point, or null and why.
-Entry *load(const std::string &path, std::string &why) {
+Entry load(const std::string &path, std::string &why) {
   void *handle =
       ::dlopen(path.find('/') == std::string::npos ? ("./" + path).c_str() : path.c_str(), RTLD_NOW | RTLD_LOCAL);
   void *address = handle == nullptr ? nullptr : ::dlsym(handle, entryName);
   if (address == nullptr) why = loaderMessage();
-  return reinterpret_cast<Entry *>(address);
+  return reinterpret_cast<Entry>(address);
 }
 
 Finding enter(const std::string &path, RQKernel *&kernel, RQContext *&context) {
   std::string why;
-  Entry *entry = load(path, why);
+  const Entry entry = load(path, why);
   if (entry == nullptr) return notChecked(why);
   kernel = nullptr;
   context = nullptr;

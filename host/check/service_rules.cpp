@@ -60,6 +60,7 @@ RQCharsetService *charsetOf(const Subject &subject) {
   if (service->charset != nullptr) return service->charset;
   const Fenced name(bytesOf(charsetName));
   RQStatus status = 0;
+  // cppcheck-suppress returnDanglingLifetime; the service is not made of the status
   return service->lookUp(service, static_cast<const RQChar *>(name.data()), charsetName.size(), &status);
 }
 
