@@ -3,13 +3,10 @@
 #include <unicode/ucnv.h>
 
 #include <algorithm>
-#include <array>
 #include <cctype>
 #include <map>
 #include <mutex>
 #include <numeric>
-
-#include "frame/types.h"
 
 namespace rq::host {
 namespace {

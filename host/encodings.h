@@ -2,11 +2,13 @@
 #ifndef RQUNI_HOST_ENCODINGS_H
 #define RQUNI_HOST_ENCODINGS_H
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
 
+#include "frame/interface.h"
 #include "host/codec.h"
 #include "host/result.h"
 
@@ -19,6 +21,11 @@ struct Encoding {
   std::string name;                  // ICU's own
   std::vector<std::string> aliases;  // other names, the one that mail and web prefer first where there is one
 };
+
+/// The identifiers of the forms, in the order of RQForm.
+inline constexpr std::array<std::uint32_t, RQ_FORMS> formEncodings = {
+    RQ_ENCODING_UTF8,         RQ_ENCODING_UTF16_LITTLE, RQ_ENCODING_UTF16_BIG,   RQ_ENCODING_UTF16_LITTLE,
+    RQ_ENCODING_UTF32_LITTLE, RQ_ENCODING_UTF32_BIG,    RQ_ENCODING_UTF32_LITTLE};
 
 /// All encodings, by name. Made at first use and kept. ICU's converters that add or remove byte-order marks (such as
 /// "UTF-16") are not offered: their names mean the form without a mark, big-endian unless they say otherwise.

@@ -1,19 +1,11 @@
 #include "host/text_work.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 
 #include "host/transcoder.h"
 
 namespace rq::host {
 namespace {
-
-std::string hexadecimal(RQStatus status) {
-  std::array<char, 16> text;
-  std::snprintf(text.data(), text.size(), "0x%08x", status);
-  return text.data();
-}
 
 const Error notSupported = {Error::Kind::system, "the operation is not supported by this library"};
 
@@ -39,10 +31,7 @@ RQCodec encoderOf(const RQOperations &operations, Notation notation) {
 }  // namespace
 
 const Encoding &encodingOf(RQForm form) {
-  constexpr std::array<std::uint32_t, RQ_FORMS> identifiers = {
-      RQ_ENCODING_UTF8,         RQ_ENCODING_UTF16_LITTLE, RQ_ENCODING_UTF16_BIG,   RQ_ENCODING_UTF16_LITTLE,
-      RQ_ENCODING_UTF32_LITTLE, RQ_ENCODING_UTF32_BIG,    RQ_ENCODING_UTF32_LITTLE};
-  return *findEncoding(identifiers[form]);
+  return *findEncoding(formEncodings[form]);
 }
 
 Error noNotations(const Encoding &encoding) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdio>
 #include <optional>
 
 namespace rq::host {
@@ -77,6 +78,12 @@ std::string_view describe(RQStatus status) {
     default:
       return "";
   }
+}
+
+std::string hexadecimal(RQStatus status) {
+  std::array<char, 16> text;
+  std::snprintf(text.data(), text.size(), "0x%08x", status);
+  return text.data();
 }
 
 Conversion convert(const Codec &source, const Codec &target, Bytes input, MutableBytes output) {

@@ -3,6 +3,7 @@
 #define RQUNI_HOST_TRANSCODER_H
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 #include "frame/host.h"
@@ -21,6 +22,8 @@ inline constexpr RQStatus unavailableStatus = 0x80410005;
 RQStatus statusOf(Outcome outcome);
 /// In words, for messages; an empty string when the status is none of these.
 std::string_view describe(RQStatus status);
+/// For statuses without words.
+std::string hexadecimal(RQStatus status);
 
 /// A conversion's end.
 struct Conversion {

@@ -1,16 +1,9 @@
 // Rules about the context and the session's encoding.
-#include <cstdio>
-
 #include "host/check/tables.h"
+#include "host/transcoder.h"
 
 namespace rq::check {
 namespace {
-
-std::string hexadecimal(RQStatus status) {
-  std::array<char, 16> text;
-  std::snprintf(text.data(), text.size(), "0x%08x", status);
-  return text.data();
-}
 
 Finding contextWords(const Subject &subject) {
   for (const std::string &null : {nullWord(subject.context->lookUpOption, 14), nullWord(subject.context->nls, 27)}) {
@@ -55,7 +48,7 @@ Finding sessionQuery(const Subject &subject) {
   const QueryAnswer answer = askSession(subject);
   if (answer.beyond) return broken("it writes beyond the 4 bytes of the identifier");
   if (answer.status != RQ_SUCCESS && answer.status != RQ_SESSION_QUERY_DEFAULTED) {
-    return broken("it returns " + hexadecimal(answer.status));
+    return broken("it returns " + host::hexadecimal(answer.status));
   }
   if (answer.encoding == -1) return broken("it reports success and stores no identifier");
   return ok("encoding " + std::to_string(answer.encoding));

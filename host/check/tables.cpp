@@ -105,13 +105,13 @@ Transcoders::Transcoders(const Subject &subject) {
   RQNlsServices *nls = subject.context->nls;
   const std::uint64_t session = sessionEncoding(subject);
   for (std::size_t form = 0; form < pairs_.size(); ++form) {
-    pairs_[form].toSession = nls->createTranscoder(nls, formEncodings[form], session, 0, 0);
-    pairs_[form].fromSession = nls->createTranscoder(nls, session, formEncodings[form], 0, 0);
+    pairs_[form].toSession = nls->createTranscoder(nls, host::formEncodings[form], session, 0, 0);
+    pairs_[form].fromSession = nls->createTranscoder(nls, session, host::formEncodings[form], 0, 0);
   }
 }
 
 std::string Transcoders::nameOf(std::size_t number) {
-  const std::string form = host::findEncoding(formEncodings[number / 2])->name;
+  const std::string form = host::findEncoding(host::formEncodings[number / 2])->name;
   return number % 2 == 0 ? "from " + form + " to the session encoding" : "from the session encoding to " + form;
 }
 
@@ -134,7 +134,7 @@ Converted convertAll(RQTranscoder *transcoder, std::string_view input) {
 std::string inForm(int form, std::u32string_view characters) {
   const std::string_view bytes = bytesOf(characters);
   const auto converted = host::convertAll(*host::codecOf(RQ_ENCODING_UTF32_LITTLE),
-                                          *host::codecOf(formEncodings[static_cast<std::size_t>(form)]),
+                                          *host::codecOf(host::formEncodings[static_cast<std::size_t>(form)]),
                                           std::as_bytes(std::span(bytes)));
   return converted.value_or("");
 }

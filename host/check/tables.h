@@ -80,11 +80,6 @@ QueryAnswer askSession(const Subject &subject);
 /// The session encoding as the library finds it.
 std::uint64_t sessionEncoding(const Subject &subject);
 
-/// The identifiers of the forms, in the order of RQForm, and their names.
-inline constexpr std::array<std::uint32_t, RQ_FORMS> formEncodings = {
-    RQ_ENCODING_UTF8,         RQ_ENCODING_UTF16_LITTLE, RQ_ENCODING_UTF16_BIG,   RQ_ENCODING_UTF16_LITTLE,
-    RQ_ENCODING_UTF32_LITTLE, RQ_ENCODING_UTF32_BIG,    RQ_ENCODING_UTF32_LITTLE};
-
 /// The fourteen transcoders of a session.
 class Transcoders {
  public:
