@@ -12,17 +12,6 @@ namespace {
 
 using twin::Byte;
 
-// Made at the first use, after what they are made of.
-Region& first() {
-  static Region region(8 * mostCount);
-  return region;
-}
-Region& second() {
-  static Region region(8 * mostCount);
-  return region;
-}
-Copy expected;
-
 void checkUnsupported(const char* name, Choices&) {
   expect(skUnsup() == RQ_UNSUPPORTED, "the status", name);
 }

@@ -96,6 +96,17 @@ class Copy {
  private:
   alignas(64) std::uint8_t bytes_[mostCount * 8];
 };
+inline Copy expected;
+
+/// For texts of up to `mostCount` units of 8 bytes. Made at the first use, after what they are made of.
+inline Region& first() {
+  static Region region(8 * mostCount);
+  return region;
+}
+inline Region& second() {
+  static Region region(8 * mostCount);
+  return region;
+}
 
 }  // namespace rq::test
 

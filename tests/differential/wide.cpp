@@ -15,17 +15,6 @@ namespace {
 
 using Chars = Units<RQChar>;
 
-// Made at the first use, after what they are made of.
-Region& first() {
-  static Region region(4 * mostCount);
-  return region;
-}
-Region& second() {
-  static Region region(4 * mostCount);
-  return region;
-}
-Copy expected;
-
 std::int64_t lengthOf(const Chars& text) {
   return static_cast<std::int64_t>(text.n);
 }
