@@ -124,6 +124,23 @@ TEST_P(Calls, ACodePointIsAskedForOncePerCall) {
   EXPECT_EQ(conversions(), 2U);
 }
 
+TEST_P(Calls, EachOf256NeighboursIsAskedForOncePerCall) {
+  const auto eachTwice = [](std::u32string_view before, std::u32string_view after) {
+    std::u32string text;
+    for (unsigned codePoint = 0; codePoint < 256; ++codePoint)
+      text.append(before)
+          .append({U"0123456789ABCDEF"[codePoint / 16], U"0123456789ABCDEF"[codePoint % 16]})
+          .append(after);
+    return text + text;
+  };
+  run(getNCR, eachTwice(U"&#x", U";"));
+  EXPECT_EQ(conversions(), 512U);
+  run(getUEsc, eachTwice(U"\\u00", U""));
+  EXPECT_EQ(conversions(), 512U);
+  run(getUParen, eachTwice(U"<U00", U">"));
+  EXPECT_EQ(conversions(), 512U);
+}
+
 TEST_P(Calls, WorkingBuffersComeFromThePoolAtTheirThresholds) {
   struct Row {
     unsigned operation;
