@@ -48,6 +48,7 @@ const CodecRow rows[] = {
      U"\0"
      U"1"sv},
     {"GetPair", get, Where::unicode, UR"(\uD83D\uDE00)", U"\U0001F600"},
+    {"GetPairsToTheirLastBits", get, Where::unicode, UR"(\uD801\uDC01\uDBFF\uDFFF)", U"\U00010401\U0010FFFF"},
     {"GetPairMixedCase", get, Where::unicode, UR"(\Ud83d\ude00!)", U"\U0001F600!"},
     {"GetPairIsFourDigitsOnly", get, Where::everywhere, UR"(\u0000D83D\uDE00)", UR"(\u0000D83D\uDE00)"},
     {"GetPairSecondReadsFourDigits", get, Where::unicode, UR"(\uD83D\uDE0041)",
