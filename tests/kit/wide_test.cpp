@@ -203,6 +203,13 @@ TEST(rqzseqn, ignoresCaseButNotLength) {
   EXPECT_EQ(equal(U"abc", U"abd"), 0);
 }
 
+TEST(rqzseqn, knowsNoCaseBeyondTheFirstPlane) {
+  constexpr RQChar characters[] = {0x41, 0x61, 0xFFFF, 0x10000, 0x10041, 0x10061, 0x20041, 0xFFFFFFFF};
+  for (const RQChar& a : characters)
+    for (const RQChar& b : characters)
+      EXPECT_EQ(rqzseqn(&a, 1, &b, 1), a == b || (a | b) == 0x61) << std::hex << a << ' ' << b;
+}
+
 TEST(rqzseqn, ofEqualNegativeLengthsIsOne) {
   EXPECT_EQ(rqzseqn(nullptr, -3, nullptr, -3), 1);
   EXPECT_EQ(rqzseqn(nullptr, -3, nullptr, -2), 0);
