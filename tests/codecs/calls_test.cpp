@@ -124,13 +124,16 @@ TEST_P(Calls, ACodePointIsAskedForOncePerCall) {
   EXPECT_EQ(conversions(), 2U);
 }
 
+/// A notation with two hexadecimal digits.
+std::u32string notation(std::u32string_view before, unsigned value, std::u32string_view after) {
+  std::u32string text(before);
+  return text.append({U"0123456789ABCDEF"[value / 16], U"0123456789ABCDEF"[value % 16]}).append(after);
+}
+
 TEST_P(Calls, EachOf256NeighboursIsAskedForOncePerCall) {
   const auto eachTwice = [](std::u32string_view before, std::u32string_view after) {
     std::u32string text;
-    for (unsigned codePoint = 0; codePoint < 256; ++codePoint)
-      text.append(before)
-          .append({U"0123456789ABCDEF"[codePoint / 16], U"0123456789ABCDEF"[codePoint % 16]})
-          .append(after);
+    for (unsigned codePoint = 0; codePoint < 256; ++codePoint) text += notation(before, codePoint, after);
     return text + text;
   };
   run(getNCR, eachTwice(U"&#x", U";"));
@@ -139,6 +142,17 @@ TEST_P(Calls, EachOf256NeighboursIsAskedForOncePerCall) {
   EXPECT_EQ(conversions(), 512U);
   run(getUParen, eachTwice(U"<U00", U">"));
   EXPECT_EQ(conversions(), 512U);
+}
+
+TEST_P(Calls, ACharacterAloneIsAskedForOncePerCall) {
+  for (unsigned codePoint = 0; codePoint < 256; ++codePoint) {
+    run(getNCR, times(notation(U"&#x", codePoint, U";"), 3));
+    EXPECT_EQ(conversions(), 2U) << codePoint;
+  }
+  for (unsigned character = 1; character < 0x80; ++character) {
+    run(putNCR, std::u32string(9, character));
+    EXPECT_EQ(conversions(), 1U) << character;
+  }
 }
 
 TEST_P(Calls, WorkingBuffersComeFromThePoolAtTheirThresholds) {

@@ -100,6 +100,8 @@ const CodecRow rows[] = {
     {"GetDecimalWrapsNowhere", get, Where::lax, U"&#99999999;", U"\x05F5E0FF"},
     {"GetAllBits", get, Where::lax, U"&#xFFFFFFFF;", U"\xFFFFFFFF"},
     {"GetHexadecimalThroughCachedCharset", get, Where::everywhere, U"&#x4a;", U"J", ample, 0, true, cachedCharset},
+    {"GetFewHexadecimalDigitsThroughCachedCharset", get, Where::everywhere, U"&#x5;&#x;&#x4a;", U"\0\0J"sv, ample, 0,
+     true, cachedCharset},
     {"GetHexadecimalThroughLookedUpCharset", get, Where::everywhere, U"&#x4a;", U"J", ample, 0, true,
      lookedUpCharset},
     {"GetHexadecimalWithoutCharset", get, Where::everywhere, U"&#x4a;", U"J", ample, 0, true, caseServiceOnly},
@@ -133,6 +135,7 @@ const CodecRow rows[] = {
     {"PutDoesNotFitIsCut", put, Where::latin, U"a\u00E9z", U"a", 6},
     {"PutJustFits", put, Where::latin, U"a\u00E9", U"a&#233;", 7},
     {"PutWordsToTheLastUnit", put, Where::unicode, U" \u65E5 \u65E5x", U" &#26085; &#26085;", 18},
+    {"PutSixPlacesBehindABlankDoNotFit", put, Where::unicode, U"x \u0081 \U000186A0x", U"x &#129; ", 17},
     {"PutFull", put, Where::everywhere, U"abc", U"ab", 2},
     {"PutAngleAtTheBeginning", put, Where::everywhere, U"<U0041>", U"A"},
     {"PutAngleAtTheBeginningLowerCase", put, Where::everywhere, U"<u00e9>", U"&#233;"},
@@ -166,6 +169,15 @@ TEST_P(Ncr, Row) {
   check(GetParam());
 }
 INSTANTIATE_TEST_SUITE_P(Rows, Ncr, ::testing::ValuesIn(rows), nameOfRow);
+
+TEST(NcrOfLongText, StandsAsItIs) {
+  const std::u32string text = times(U"as it stands, ", 120);
+  for (const std::size_t length : {500U, 520U, 521U, 1032U, 1544U, 1680U}) {
+    const std::u32string input = text.substr(0, length) + U"\u00E9" + text,
+                         output = text.substr(0, length) + U"&#233;" + text;
+    check({"PutLongText", put, Where::latin, input, output});
+  }
+}
 
 }  // namespace
 }  // namespace rq::test
