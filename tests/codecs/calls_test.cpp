@@ -397,8 +397,19 @@ TEST(CharsetService, IsAskedOnceForTheFourDigitsOfAnAngleNotation) {
   EXPECT_EQ(shown(outcome.bytes, Flavour::served), "J");
   std::vector<u64> lengths;
   for (const Call& made : session.host.calls)
-    if (made.service == Service::upperCase) lengths.push_back(made.arguments[2]);
+    if (made.service == Service::upperCase) {
+      lengths.push_back(made.arguments[2]);
+      EXPECT_EQ(made.arguments[3], 0U);
+    }
   EXPECT_EQ(lengths, std::vector<u64>{4});
+}
+
+TEST(CharsetService, IsAskedForASingleDigitButNotForNone) {
+  Session session(latin1);
+  session.host.offer({true, true, true});
+  call(session.object->served.getNCR, session.object, Flavour::served, unitsOf(Flavour::served, latin1, U"&#x5;&#x;"),
+       100);
+  EXPECT_EQ(session.host.count(Service::upperCase), 1U);
 }
 
 TEST(CharsetService, IsAskedByTheServedFlavourAlone) {

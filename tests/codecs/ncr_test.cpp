@@ -152,6 +152,7 @@ const CodecRow rows[] = {
      U"&#\0"
      U"62927;"sv},
     {"PutAngleSomeDigitsBeyondTheInput", put, Where::expanding, U"\u00FEx41", U"&#16623;x41"},
+    {"PutAngleWithANeighbourOfTheDigits", put, Where::everywhere, U"<U004:>", U"?"},
     {"PutAngleShort", put, Where::everywhere, U"<U0041", U"<U0041"},
     {"PutAngleNotClosed", put, Where::everywhere, U"<U0041x", U"<U0041x"},
     {"PutAngleEightDigitsIsText", put, Where::everywhere, U"<U00000041>", U"<U00000041>"},

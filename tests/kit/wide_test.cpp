@@ -210,6 +210,17 @@ TEST(rqzseqn, knowsNoCaseBeyondTheFirstPlane) {
       EXPECT_EQ(rqzseqn(&a, 1, &b, 1), a == b || (a | b) == 0x61) << std::hex << a << ' ' << b;
 }
 
+TEST(rqzseqn, seesADifferenceInEitherTextAnywhere) {
+  const std::vector<RQChar> letters(300, 'a');
+  for (std::size_t i = 0; i < letters.size(); ++i) {
+    std::vector<RQChar> other = letters;
+    other[i] = 'b';
+    const auto length = static_cast<std::int64_t>(letters.size());
+    EXPECT_EQ(rqzseqn(letters.data(), length, other.data(), length), 0) << i;
+    EXPECT_EQ(rqzseqn(other.data(), length, letters.data(), length), 0) << i;
+  }
+}
+
 TEST(rqzseqn, ofEqualNegativeLengthsIsOne) {
   EXPECT_EQ(rqzseqn(nullptr, -3, nullptr, -3), 1);
   EXPECT_EQ(rqzseqn(nullptr, -3, nullptr, -2), 0);
