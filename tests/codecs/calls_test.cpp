@@ -409,6 +409,11 @@ TEST(CharsetService, IsAskedForASingleDigitButNotForNone) {
   session.host.offer({true, true, true});
   call(session.object->served.getNCR, session.object, Flavour::served, unitsOf(Flavour::served, latin1, U"&#x5;&#x;"),
        100);
+  for (const Call& made : session.host.calls) {
+    if (made.service == Service::upperCase) {
+      EXPECT_EQ(made.arguments[2], 1U);
+    }
+  }
   EXPECT_EQ(session.host.count(Service::upperCase), 1U);
 }
 
