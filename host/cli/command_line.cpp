@@ -1,10 +1,15 @@
 #include "host/cli/command_line.h"
 
+#include <CLI/CLI.hpp>
 #include <map>
+#include <sstream>
+#include <string_view>
 #include <tuple>
 
 namespace rq::cli {
 namespace {
+
+constexpr const char *title = "Unicode text services of librquni for files and pipes";
 
 constexpr std::int64_t longestField = std::int64_t{1} << 30;
 
@@ -12,6 +17,9 @@ constexpr const char *footer =
     "Exit codes: 0 done, 1 a text has a problem (the message says where), 2 wrong usage, 3 files, memory or "
     "library.\n"
     "The output is complete only with exit code 0.";
+
+/// The types that arguments are listed with; shells complete what they name.
+constexpr const char *fileType = "FILE", *encodingType = "ENCODING";
 
 const std::vector<std::string> forms = {"utf8", "utf16be", "utf16le", "utf32be", "utf32le"};
 
@@ -70,8 +78,7 @@ void addSubject(CLI::App &command, Options &options, const char *name, const std
   command.add_option(name, options.subject)->required()->check(CLI::IsMember(values));
 }
 
-}  // namespace
-
+/// Describes them to `app`, which fills `options` when it parses.
 void describe(CLI::App &app, Options &options) {
   app.require_subcommand(1);
   app.footer(footer);
@@ -129,6 +136,73 @@ void describe(CLI::App &app, Options &options) {
   completion->group("");  // for those who install: not in the list
   addSubject(*completion, options, "shell", {"bash", "zsh", "fish"});
   addOutput(*completion, options);
+}
+
+/// A type is listed as a name, and where there are choices as "TEXT:{one,other}".
+Values valuesOf(const CLI::Option &option) {
+  if (option.get_items_expected_max() == 0) return {};
+  const std::string type = option.get_type_name();
+  Values values;
+  const std::size_t brace = type.find('{');
+  if (brace != std::string::npos) {
+    values.kind = Values::Kind::choices;
+    std::istringstream list(type.substr(brace + 1, type.rfind('}') - brace - 1));
+    for (std::string choice; std::getline(list, choice, ',');) values.choices.push_back(choice);
+  } else {
+    values.kind = type == fileType       ? Values::Kind::files
+                  : type == encodingType ? Values::Kind::encodings
+                                         : Values::Kind::free;
+  }
+  return values;
+}
+
+OptionModel optionModel(const CLI::Option &option) {
+  OptionModel model{{}, option.get_description(), valuesOf(option)};
+  for (const std::string &name : option.get_snames()) model.names.push_back("-" + name);
+  for (const std::string &name : option.get_lnames()) model.names.push_back("--" + name);
+  return model;
+}
+
+CommandModel modelOf(const CLI::App &app) {
+  CommandModel model{app.get_name(), app.get_description(), {}, {}, {}};
+  for (const CLI::Option *option : app.get_options()) {
+    if (option->get_group().empty()) continue;
+    if (option->get_positional()) {
+      model.operands.push_back({option->get_name(true), valuesOf(*option), option->get_items_expected_max() > 1});
+    } else {
+      model.options.push_back(optionModel(*option));
+    }
+  }
+  for (const CLI::App *command :
+       app.get_subcommands([](const CLI::App *each) { return !each->get_group().empty(); })) {
+    model.commands.push_back(modelOf(*command));
+  }
+  return model;
+}
+
+}  // namespace
+
+std::variant<Options, Answer> parse(int argc, char **argv) {
+  Options options;
+  CLI::App app(title, "rqtext");
+  describe(app, options);
+  try {
+    app.parse(argc, argv);
+    return options;
+  } catch (const CLI::ParseError &error) {
+    std::ostringstream help, problem;
+    if (app.exit(error, help, problem) != 0) return Answer{true, problem.str()};
+    std::string text = help.str();
+    if (!text.ends_with('\n')) text += '\n';
+    return Answer{false, text};
+  }
+}
+
+CommandModel commandModel() {
+  Options unused;
+  CLI::App app(title, "rqtext");
+  describe(app, unused);
+  return modelOf(app);
 }
 
 }  // namespace rq::cli

@@ -1,18 +1,27 @@
-// The commands and options of rqtext: what --help lists and the shells complete.
+// The commands and options of rqtext: what --help lists, the shells complete and a user asks for.
 #ifndef RQUNI_HOST_CLI_COMMAND_LINE_H
 #define RQUNI_HOST_CLI_COMMAND_LINE_H
 
-#include <CLI/CLI.hpp>
+#include <string>
+#include <variant>
 
+#include "host/cli/command_model.h"
 #include "host/cli/options.h"
 
 namespace rq::cli {
 
-/// The types that arguments are listed with; shells complete what they name.
-inline constexpr const char *fileType = "FILE", *encodingType = "ENCODING";
+/// What there is to say instead of a command to carry out: the help or the version that was asked for, or what is
+/// wrong.
+struct Answer {
+  bool isComplaint;
+  std::string text;
+};
 
-/// Describes them to `app`, which fills `options` when it parses. Both must live until then.
-void describe(CLI::App &app, Options &options);
+/// What the words ask for.
+std::variant<Options, Answer> parse(int argc, char **argv);
+
+/// What the help lists; hidden commands are left out.
+CommandModel commandModel();
 
 }  // namespace rq::cli
 

@@ -2,8 +2,7 @@
 
 #include <algorithm>
 #include <set>
-
-#include "host/cli/completion_model.h"
+#include <string_view>
 
 namespace rq::cli {
 namespace {
@@ -20,11 +19,24 @@ std::string escaped(const std::string &text, std::string_view characters) {
   return result;
 }
 
+std::string enclosed(char first, std::string text, char last) {
+  text.insert(text.begin(), first);
+  text += last;
+  return text;
+}
+
 /// One word of sh and zsh, whatever it holds.
 std::string shellQuoted(const std::string &text) {
   std::string result = "'";
   for (const char c : text) result += c == '\'' ? std::string("'\\''") : std::string(1, c);
   return result + "'";
+}
+
+/// The words with `separator` between them.
+std::string joined(const std::vector<std::string> &words, const std::string &separator) {
+  std::string text;
+  for (const std::string &word : words) text += (text.empty() ? "" : separator) + word;
+  return text;
 }
 
 std::vector<std::string> namesOf(const std::vector<CommandModel> &commands) {
@@ -166,7 +178,7 @@ _rqtext() {
 std::string zshValues(const Values &values) {
   switch (values.kind) {
     case Kind::choices:
-      return "(" + joined(values.choices, " ") + ")";
+      return enclosed('(', joined(values.choices, " "), ')');
     case Kind::files:
       return "_files";
     case Kind::encodings:
@@ -182,8 +194,8 @@ std::string zshOption(const OptionModel &option) {
   const bool valued = option.values.kind != Kind::none;
   std::string value;
   if (valued) value = ":" + option.names.back().substr(2) + ":" + zshValues(option.values);
-  const std::string together = "(" + joined(option.names, " ") + ")";
-  const std::string description = "[" + escaped(option.description, "[]:\\") + "]";
+  const std::string together = enclosed('(', joined(option.names, " "), ')');
+  const std::string description = enclosed('[', escaped(option.description, "[]:\\"), ']');
   std::string text;
   for (const std::string &name : option.names) {
     std::string argument = together;
@@ -238,7 +250,7 @@ complete -c rqtext -f
 )sh";
 
 std::string fishQuoted(const std::string &text) {
-  return "'" + escaped(text, "\\'") + "'";
+  return enclosed('\'', escaped(text, "\\'"), '\'');
 }
 
 std::string fishValues(const Values &values) {
@@ -302,9 +314,8 @@ std::string fishScript(const CommandModel &app) {
 
 }  // namespace
 
-std::string completionScript(const CLI::App &app, const std::string &shell) {
-  const CommandModel model = modelOf(app);
-  return shell == "bash" ? bashScript(model) : shell == "zsh" ? zshScript(model) : fishScript(model);
+std::string completionScript(const CommandModel &app, const std::string &shell) {
+  return shell == "bash" ? bashScript(app) : shell == "zsh" ? zshScript(app) : fishScript(app);
 }
 
 }  // namespace rq::cli

@@ -2,13 +2,14 @@
 #ifndef RQUNI_HOST_CLI_COMPLETION_H
 #define RQUNI_HOST_CLI_COMPLETION_H
 
-#include <CLI/CLI.hpp>
 #include <string>
+
+#include "host/cli/command_model.h"
 
 namespace rq::cli {
 
-/// The script that lets a shell complete all that `app` lists in its help. `shell` is bash, zsh or fish.
-std::string completionScript(const CLI::App &app, const std::string &shell);
+/// The script that lets a shell complete all that `app` lists. `shell` is bash, zsh or fish.
+std::string completionScript(const CommandModel &app, const std::string &shell);
 
 }  // namespace rq::cli
 

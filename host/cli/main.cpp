@@ -2,12 +2,10 @@
 #include <fcntl.h>
 #include <unistd.h>
 
-#include <CLI/CLI.hpp>
 #include <csignal>
 #include <iostream>
 #include <new>
 #include <set>
-#include <sstream>
 #include <stdexcept>
 
 #include "host/cli/command_line.h"
@@ -58,7 +56,20 @@ Done checkFiles(const Options &options) {
   return host::done();
 }
 
-int carryOut(Options &options, const CLI::App &app) {
+/// Says what was asked for, or that it was asked wrongly.
+int reply(const Answer &answer) {
+  if (answer.isComplaint) {
+    std::cerr << "rqtext: " << answer.text << std::flush;
+    return exitUsage;
+  }
+  Progress silent(false);
+  Output output(std::nullopt, silent);
+  if (Done written = output.write(answer.text); !written) return report(written.error(), silent);
+  const Done finished = output.finish();
+  return finished ? exitDone : report(finished.error(), silent);
+}
+
+int carryOut(Options options) {
   if (options.files.empty()) options.files.emplace_back("-");
   const bool readsTexts = options.command != Command::checkHost && options.command != Command::info &&
                           options.command != Command::encodings && options.command != Command::completion;
@@ -67,8 +78,9 @@ int carryOut(Options &options, const CLI::App &app) {
     return report(usable.error(), progress);
   Output output(options.output, progress);
   try {
-    const Done done = options.command == Command::completion ? output.write(completionScript(app, options.subject))
-                                                             : run(options, progress, output);
+    const Done done = options.command == Command::completion
+                          ? output.write(completionScript(commandModel(), options.subject))
+                          : run(options, progress, output);
     // What came out before a problem belongs to the user all the same; without anything the output is left alone.
     const Done finished = (done && !options.inPlace) || output.begun() ? output.finish() : host::done();
     if (!done) return report(done.error(), progress);
@@ -86,27 +98,9 @@ int start(int argc, char **argv) {
   std::signal(SIGPIPE, SIG_IGN);  // writing says so as well
   std::signal(SIGXFSZ, SIG_IGN);
   occupyStandardDescriptors();
-  Options options;
-  CLI::App app("Unicode text services of librquni for files and pipes", "rqtext");
-  describe(app, options);
-  try {
-    app.parse(argc, argv);
-  } catch (const CLI::ParseError &error) {
-    std::ostringstream help;
-    std::ostringstream problem;
-    if (app.exit(error, help, problem) != 0) {
-      std::cerr << "rqtext: " << problem.str() << std::flush;
-      return exitUsage;
-    }
-    Progress silent(false);
-    Output output(std::nullopt, silent);
-    std::string text = help.str();
-    if (!text.ends_with('\n')) text += '\n';
-    if (Done written = output.write(text); !written) return report(written.error(), silent);
-    const Done finished = output.finish();
-    return finished ? exitDone : report(finished.error(), silent);
-  }
-  return carryOut(options, app);
+  const std::variant<Options, Answer> asked = parse(argc, argv);
+  if (const Answer *answer = std::get_if<Answer>(&asked)) return reply(*answer);
+  return carryOut(std::get<Options>(asked));
 }
 
 }  // namespace

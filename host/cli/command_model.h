@@ -1,8 +1,7 @@
-// A command line as the shells' completions see it, without the parser's own detail.
-#ifndef RQUNI_HOST_CLI_COMPLETION_MODEL_H
-#define RQUNI_HOST_CLI_COMPLETION_MODEL_H
+// A command line as help lists it, without the parser's own detail.
+#ifndef RQUNI_HOST_CLI_COMMAND_MODEL_H
+#define RQUNI_HOST_CLI_COMMAND_MODEL_H
 
-#include <CLI/CLI.hpp>
 #include <string>
 #include <vector>
 
@@ -33,12 +32,6 @@ struct CommandModel {
   std::vector<OperandModel> operands;
   std::vector<CommandModel> commands;
 };
-
-/// What the help of `app` and of its commands lists; hidden ones are left out.
-CommandModel modelOf(const CLI::App &app);
-
-/// The words with `separator` between them.
-std::string joined(const std::vector<std::string> &words, const std::string &separator);
 
 }  // namespace rq::cli
 
