@@ -1,22 +1,16 @@
 #include "host/cli/commands.h"
 
 #include <functional>
-#include <nlohmann/json.hpp>
 
 #include "host/check/check.h"
 #include "host/cli/explain.h"
+#include "host/cli/json_line.h"
 #include "host/cli/replacement.h"
 #include "host/cli/texts.h"
 #include "host/cli/workbench.h"
 
 namespace rq::cli {
 namespace {
-
-using Json = nlohmann::ordered_json;
-
-std::string jsonLine(const Json &object) {
-  return object.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
-}
 
 /// What becomes of one text.
 using Operation = std::function<Result<Bytes>(const Text &)>;
@@ -86,11 +80,10 @@ Done measureAll(Workbench &bench, const Options &options, Progress &progress, Ou
     if (!count) return count.error();
     const std::string name = column(options, text.file);
     if (options.json) {
-      Json object;
-      object["file"] = text.file;
-      if (options.lines) object["line"] = text.start.line;
-      object[length ? "length" : "width"] = *count;
-      return output.write(jsonLine(object));
+      std::vector<JsonMember> row = {{"file", std::string(text.file)}};
+      if (options.lines) row.push_back({"line", text.start.line});
+      row.push_back({length ? "length" : "width", *count});
+      return output.write(jsonLine(row));
     }
     return output.write((name.empty() ? "" : name + "\t") +
                         (options.lines ? std::to_string(text.start.line) + "\t" : "") + std::to_string(*count) +
@@ -113,26 +106,27 @@ Done showInfo(Workbench &bench, const Options &options, Output &output) {
   };
   RQVersionRecord record;
   bench.library().rqvercn1(&record);
-  Json info;
-  info["library"] = bench.library().path();
-  info["library version"] = version(bench.object()->getVersion);
-  info["host interface required"] = version(bench.object()->getReqVersion);
-  info["extension interface"] = "9.1";
-  info["version stamp"] = record.version;
-  info["stream"] = record.stream;
-  info["build time"] = std::to_string(record.buildTime);
-  info["build date"] = record.buildDate;
-  info["build machine"] = record.machine;
-  info["prefix"] = record.prefix;
-  info["component"] = record.component;
-  info["group"] = record.group;
-  info["build identifier"] = record.buildId;
-  info["second build identifier"] = record.secondBuildId;
-  info["hot fix"] = trimmed(record.hotFix);
-  info["image description"] = trimmed(record.imageDescription);
-  if (options.json) return output.write(jsonLine(info));
+  const std::vector<JsonMember> rows = {
+      {"library", bench.library().path()},
+      {"library version", version(bench.object()->getVersion)},
+      {"host interface required", version(bench.object()->getReqVersion)},
+      {"extension interface", "9.1"},
+      {"version stamp", record.version},
+      {"stream", record.stream},
+      {"build time", std::to_string(record.buildTime)},
+      {"build date", record.buildDate},
+      {"build machine", record.machine},
+      {"prefix", record.prefix},
+      {"component", record.component},
+      {"group", record.group},
+      {"build identifier", record.buildId},
+      {"second build identifier", record.secondBuildId},
+      {"hot fix", trimmed(record.hotFix)},
+      {"image description", trimmed(record.imageDescription)},
+  };
+  if (options.json) return output.write(jsonLine(rows));
   std::string text;
-  for (const auto &[key, value] : info.items()) text += key + ": " + value.get<std::string>() + "\n";
+  for (const auto &[name, value] : rows) text.append(name).append(": ").append(std::get<std::string>(value)) += '\n';
   return output.write(text);
 }
 
@@ -140,7 +134,9 @@ Done listEncodings(const Options &options, Output &output) {
   for (const host::Encoding &encoding : host::encodings()) {
     std::string line;
     if (options.json) {
-      line = jsonLine({{"identifier", encoding.identifier}, {"name", encoding.name}, {"aliases", encoding.aliases}});
+      line = jsonLine({{"identifier", std::uint64_t{encoding.identifier}},
+                       {"name", encoding.name},
+                       {"aliases", encoding.aliases}});
     } else {
       line = std::to_string(encoding.identifier) + "\t" + encoding.name + "\t";
       for (const std::string &alias : encoding.aliases) line += (line.back() == '\t' ? "" : " ") + alias;
@@ -163,7 +159,10 @@ Done checkHost(const Options &options, Output &output) {
     if (finding.verdict == check::Verdict::broken)
       brokenRules += (brokenRules.empty() ? "" : ", ") + std::string(name);
     if (options.json) {
-      text += jsonLine({{"rule", name}, {"verdict", verdict}, {"statement", statement}, {"seen", finding.seen}});
+      text += jsonLine({{"rule", std::string(name)},
+                        {"verdict", std::string(verdict)},
+                        {"statement", std::string(statement)},
+                        {"seen", finding.seen}});
     } else {
       for (const std::string_view part : {name, verdict, statement}) text += std::string(part) + "\t";
       text += finding.seen + "\n";

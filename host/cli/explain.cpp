@@ -3,8 +3,9 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
-#include <nlohmann/json.hpp>
 #include <vector>
+
+#include "host/cli/json_line.h"
 
 namespace rq::cli {
 namespace {
@@ -59,24 +60,19 @@ Done explain(const Workbench &bench, Notation notation, const Text &text, const 
     const char *fate = found.decoded ? "decoded" : "kept";
     std::string row;
     if (json) {
-      nlohmann::ordered_json object;
-      if (!file.empty()) object["file"] = file;
-      object["offset"] = at.offset;
-      object["line"] = at.line;
-      object["column"] = at.column;
-      object["bytes"] = found.length * unit;
-      object["source"] = source;
-      object["character"] =
-          found.character ? nlohmann::ordered_json(nameOf(found.character)) : nlohmann::ordered_json();
-      object["fate"] = fate;
-      object["why"] = found.why;
-      row = object.dump(-1, ' ', false, nlohmann::ordered_json::error_handler_t::replace);
+      JsonMember character = {"character", {}};
+      if (found.character) character.value = nameOf(found.character);
+      std::vector<JsonMember> members = {
+          {"offset", at.offset}, {"line", at.line}, {"column", at.column}, {"bytes", found.length * unit},
+          {"source", source},    character,         {"fate", fate},        {"why", std::string(found.why)}};
+      if (!file.empty()) members.insert(members.begin(), {"file", file});
+      row = jsonLine(members);
     } else {
       row = (file.empty() ? "" : file + "\t") + std::to_string(at.offset) + "\t" + std::to_string(at.line) + "\t" +
             std::to_string(at.column) + "\t" + source + "\t" + nameOf(found.character) + "\t" + fate + "\t" +
-            std::string(found.why);
+            std::string(found.why) + "\n";
     }
-    result = output.write(row + "\n");
+    result = output.write(row);
   };
   const auto carries = [&bench](RQChar character) { return bench.carries(character); };
   const std::size_t units = text.bytes.size() / unit;
