@@ -473,5 +473,26 @@ TEST(WideFlavour, DropsTheRemainderOfOtherEncodings) {
   EXPECT_EQ(shown(outcome.bytes, Flavour::wide), "ab");
 }
 
+// ASCII that ends the digits is a digit in no host's eyes.
+TEST(WideFlavour, AsksTheCaseServiceForDigitsFromU0080On) {
+  Session session(utf32);
+  session.host.offer({true, true, true});
+  for (const auto& [text, asked] : {std::pair{U"&#x4\u007F;", u64{0}}, std::pair{U"&#x4\u0080;", u64{1}}}) {
+    session.host.forget();
+    call(session.object->wide.getNCR, session.object, Flavour::wide, unitsOf(Flavour::wide, utf32, text), 100);
+    EXPECT_EQ(session.host.count(Service::upper), asked) << shown(unitsOf(Flavour::wide, utf32, text), Flavour::wide);
+  }
+}
+
+// Seven characters are 28 bytes; here the x behind them is told to be as many.
+TEST(WideFlavour, PassesANotationThroughWhenTheHostTellsItsBytes) {
+  Session session(utf32);
+  constexpr u64 sevenUnits = 28;  // of 0x2A in each byte, as far as there is room
+  session.host.fixedProduced = &sevenUnits;
+  const auto text = unitsOf(Flavour::wide, utf32, U"<u0041>x");
+  const auto outcome = call(session.object->wide.putUParen, session.object, Flavour::wide, text, 100);
+  EXPECT_EQ(outcome.length, 14U);
+}
+
 }  // namespace
 }  // namespace rq::test
