@@ -465,6 +465,15 @@ TEST(EscapeCharacters, AreReadFromTheObjectByThePlainFlavourOnly) {
   EXPECT_EQ(answer(plain, getUParen, U"<U0041>"), "A");
 }
 
+// Words are encoded a blank and a character at a time, but only where the session holds the blank.
+TEST(ReferenceEncoder, WritesNoBlankThatTheHostDoesNotHold) {
+  Session session(utf8);
+  session.host.lie(Lie::zero, 3);  // the text, the exclamation mark, the blank
+  const auto outcome = call(session.object->plain.putNCR, session.object, Flavour::plain,
+                            unitsOf(Flavour::plain, utf8, U"! \u0416 \u0416 \u0416"), 100);
+  EXPECT_EQ(shown(outcome.bytes, Flavour::plain), "!&#1046;&#1046;&#1046;");
+}
+
 // In the wide flavour bytes that do not fill a unit are dropped.
 TEST(WideFlavour, DropsTheRemainderOfOtherEncodings) {
   Session session(latin1);
