@@ -30,7 +30,6 @@ class Suite:
                        for name in self.names(program)]
         self.tests += [Test(f"differential {' '.join(a)} {kernels}", "rq_differential", a, kernels)
                        for a, kernels in self.differential(root / "fuzz/corpus")]
-        self.reached = {}  # file: tests that run anything of it, but for what all run
         self.history = {}  # file: {test: [killed, tried]}
         self.folders = collections.Counter()
 
@@ -87,16 +86,10 @@ class Suite:
     def expect(self, mutant):
         """A test that reaches much of a file or its folder is the likelier to notice what changes there. What all
         reach runs when the library is loaded."""
-        reached = self.reached.setdefault(mutant.file, set())
         records = self.history.setdefault(mutant.file, {})
         for test in mutant.tests if len(mutant.tests) < len(self.tests) else ():
-            reached.add(test)
             records.setdefault(test, [0.0, 1])[0] += 0.001
             self.folders[mutant.file.rsplit("/", 1)[0], test] += 0.0003
-
-    def reaching(self, name):
-        """The tests that reach anything of a file, or all."""
-        return [test for test in self.tests if test in self.reached[name]] or self.tests
 
     def promise(self, name, test):
         """How much a test is worth trying for a mutant of a file: its chance to notice for each second."""

@@ -23,7 +23,8 @@ def can_be(text, mutant):
 
 
 def number(all_mutants):
-    """Numbers the mutants from 1; those of one place follow each other and share the first one's number as place."""
+    """Numbers the mutants of the tree from 1; those of one place follow each other and share the first one's number as
+    place. A switch knows them by their distance from it: whoever runs a part of them numbers all the same."""
     previous = None
     for i, mutant in enumerate(all_mutants, 1):
         mutant.number = i
