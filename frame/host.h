@@ -34,11 +34,11 @@ typedef struct RQContext RQContext;
 struct RQPool {
   RQ_GAP(0, 2);
   /* Ends the pool and frees every block taken from it. */
-  RQStatus (*destroy)(RQPool *pool); /* 2 */
+  RQStatus (*destroy)(RQPool* pool); /* 2 */
   /* A block of `bytes` bytes, or null when refused. flags: 0x80000000 for the interface object, else 0. */
-  void *(*allocate)(RQPool *pool, uint64_t bytes, uint64_t flags); /* 3 */
+  void* (*allocate)(RQPool* pool, uint64_t bytes, uint64_t flags); /* 3 */
   /* Gives back one block of slot 3. */
-  void (*release)(RQPool *pool, void *block); /* 4 */
+  void (*release)(RQPool* pool, void* block); /* 4 */
 };
 RQ_WORD(RQPool, destroy, 2);
 RQ_WORD(RQPool, allocate, 3);
@@ -51,13 +51,13 @@ RQ_WORD(RQPool, release, 4);
 struct RQTranscoder {
   RQ_GAP(0, 2);
   /* Ends the transcoder. */
-  RQStatus (*destroy)(RQTranscoder *transcoder); /* 2 */
+  RQStatus (*destroy)(RQTranscoder* transcoder); /* 2 */
   RQ_GAP(3, 4);
   /* Converts `inputBytes` bytes at `input` to at most `capacityBytes` bytes at `output`, and always stores the number
    * of bytes written in *producedBytes, also on failure. Write whole characters only and never beyond the capacity.
    * flags: always 0. The status goes back to the host unchanged from the UTF transforms and is ignored elsewhere. */
-  RQStatus (*convert)(RQTranscoder *transcoder, const void *input, uint64_t inputBytes, void *output,
-                      uint64_t capacityBytes, uint64_t *producedBytes, uint64_t flags); /* 4 */
+  RQStatus (*convert)(RQTranscoder* transcoder, const void* input, uint64_t inputBytes, void* output,
+                      uint64_t capacityBytes, uint64_t* producedBytes, uint64_t flags); /* 4 */
 };
 RQ_WORD(RQTranscoder, destroy, 2);
 RQ_WORD(RQTranscoder, convert, 4);
@@ -66,12 +66,12 @@ RQ_WORD(RQTranscoder, convert, 4);
 struct RQNlsServices {
   RQ_GAP(0, 14);
   /* A new transcoder, or null. Encoding identifiers are zero-extended 32-bit values; the last two arguments are 0. */
-  RQTranscoder *(*createTranscoder)(RQNlsServices *services, uint64_t sourceEncoding, uint64_t targetEncoding,
+  RQTranscoder* (*createTranscoder)(RQNlsServices* services, uint64_t sourceEncoding, uint64_t targetEncoding,
                                     uint64_t zero1, uint64_t zero2); /* 14 */
   RQ_GAP(15, 78);
   /* Stores the session encoding's identifier and returns 0 or RQ_SESSION_QUERY_DEFAULTED; asked only when the option
    * lookup of the context fails. *encoding starts at -1. */
-  RQStatus (*querySession)(RQNlsServices *services, int32_t *encoding); /* 78 */
+  RQStatus (*querySession)(RQNlsServices* services, int32_t* encoding); /* 78 */
 };
 RQ_WORD(RQNlsServices, createTranscoder, 14);
 RQ_WORD(RQNlsServices, querySession, 78);
@@ -81,15 +81,15 @@ RQ_WORD(RQNlsServices, querySession, 78);
  * The variable-argument list is valid during the call only. */
 struct RQJournal {
   RQ_GAP(0, 4);
-  uint64_t (*messageToBuf)(RQJournal *journal, uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4, uint64_t a5,
+  uint64_t (*messageToBuf)(RQJournal* journal, uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4, uint64_t a5,
                            va_list list);                                                            /* 4 */
-  uint64_t (*messageToJnl)(RQJournal *journal, uint64_t a1, uint64_t a2, uint64_t a3, va_list list); /* 5 */
-  uint64_t (*statusToBuf)(RQJournal *journal, uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4,
+  uint64_t (*messageToJnl)(RQJournal* journal, uint64_t a1, uint64_t a2, uint64_t a3, va_list list); /* 5 */
+  uint64_t (*statusToBuf)(RQJournal* journal, uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4,
                           va_list list);                                                      /* 6 */
-  uint64_t (*statusToJnl)(RQJournal *journal, uint64_t level, uint64_t status, va_list list); /* 7 */
+  uint64_t (*statusToJnl)(RQJournal* journal, uint64_t level, uint64_t status, va_list list); /* 7 */
   RQ_GAP(8, 12);
   /* Reached by a jump: gets exactly the arguments, in registers and on the stack, that rqlGetLocale was given. */
-  uint64_t (*getLocale)(RQJournal *journal, ...); /* 12 */
+  uint64_t (*getLocale)(RQJournal* journal, ...); /* 12 */
 };
 RQ_WORD(RQJournal, messageToBuf, 4);
 RQ_WORD(RQJournal, messageToJnl, 5);
@@ -102,7 +102,7 @@ struct RQCharsetService {
   RQ_GAP(0, 54);
   /* Upper-cases `length` bytes in place; the library passes at most 8, and 0 as the last argument. Change no byte
    * beyond them and do not change the length. */
-  void (*upperCase)(RQCharsetService *service, void *buffer, uint64_t length, uint64_t zero); /* 54 */
+  void (*upperCase)(RQCharsetService* service, void* buffer, uint64_t length, uint64_t zero); /* 54 */
 };
 RQ_WORD(RQCharsetService, upperCase, 54);
 
@@ -111,17 +111,17 @@ RQ_WORD(RQCharsetService, upperCase, 54);
 struct RQCaseService {
   RQ_GAP(0, 31);
   /* The upper case of one character; the last argument is always 1. */
-  RQChar (*upper)(RQCaseService *service, RQChar character, uint64_t one); /* 31 */
+  RQChar (*upper)(RQCaseService* service, RQChar character, uint64_t one); /* 31 */
   /* The lower case of one character; the last argument is always 1. */
-  RQChar (*lower)(RQCaseService *service, RQChar character, uint64_t one); /* 32 */
+  RQChar (*lower)(RQCaseService* service, RQChar character, uint64_t one); /* 32 */
   RQ_GAP(33, 149);
   /* The service "ZQD" where the host has it at hand, or null: then the library looks it up at each use. */
-  RQCharsetService *charset; /* 149 */
+  RQCharsetService* charset; /* 149 */
   RQ_GAP(150, 153);
   /* Finds a service by its name of `length` characters. The library asks for "ZQD" with length 3, takes the result
    * as the service whatever is stored in *status, and does without the service when the result is null. */
-  RQCharsetService *(*lookUp)(RQCaseService *service, const RQChar *name, uint64_t length,
-                              RQStatus *status); /* 153 */
+  RQCharsetService* (*lookUp)(RQCaseService* service, const RQChar* name, uint64_t length,
+                              RQStatus* status); /* 153 */
 };
 RQ_WORD(RQCaseService, upper, 31);
 RQ_WORD(RQCaseService, lower, 32);
@@ -139,11 +139,11 @@ struct RQKernel {
   RQ_GAP(0, 6);
   /* A new pool, or null. The parameter block is all zero and valid during the call only; the description is the
    * zero-terminated byte string "RQUNI Extension", owned by the library. */
-  RQPool *(*createPool)(RQKernel *kernel, RQPoolParameters *parameters, RQJournal *journal,
-                        const char *description); /* 6 */
+  RQPool* (*createPool)(RQKernel* kernel, RQPoolParameters* parameters, RQJournal* journal,
+                        const char* description); /* 6 */
   RQ_GAP(7, 27);
   /* The case service, or null: then the library's own tables serve. Read afresh at each use. */
-  RQCaseService *caseService; /* 27 */
+  RQCaseService* caseService; /* 27 */
 };
 RQ_WORD(RQKernel, createPool, 6);
 RQ_WORD(RQKernel, caseService, 27);
@@ -153,13 +153,13 @@ struct RQContext {
   RQ_GAP(0, 14);
   /* Looks an option up by its name of `length` characters and returns 0 when found. The library asks for
    * "RQNLS.ZMX_SESSION_CEI" (21 characters), the fourth argument being 3, with *value -1 and *valueBytes 8. */
-  RQStatus (*lookUpOption)(RQContext *context, const RQChar *name, uint64_t length, uint64_t three, int64_t *value,
-                           uint64_t *valueBytes); /* 14 */
+  RQStatus (*lookUpOption)(RQContext* context, const RQChar* name, uint64_t length, uint64_t three, int64_t* value,
+                           uint64_t* valueBytes); /* 14 */
   RQ_GAP(15, 26);
   /* The journal for interface objects that are made without one, or null. */
-  RQJournal *journal; /* 26 */
+  RQJournal* journal; /* 26 */
   /* The NLS services, or null: then no interface object can be made. */
-  RQNlsServices *nls; /* 27 */
+  RQNlsServices* nls; /* 27 */
 };
 RQ_WORD(RQContext, lookUpOption, 14);
 RQ_WORD(RQContext, journal, 26);

@@ -11,7 +11,7 @@ RQ_BEGIN_DECLARATIONS
 
 /* Stores the host's kernel handle and a context, and returns RQ_SUCCESS; any other status says that the host cannot
  * serve. Both and all they lead to stay valid until the process ends. Defined by the host, not by the library. */
-RQ_EXPORT RQStatus rquni_host(RQKernel **kernel, RQContext **context) RQ_NONNULL(1, 2);
+RQ_EXPORT RQStatus rquni_host(RQKernel** kernel, RQContext** context) RQ_NONNULL(1, 2);
 
 RQ_END_DECLARATIONS
 

@@ -26,8 +26,8 @@ typedef enum RQForm {
 /* The two transcoders between the session encoding and one Unicode encoding form. A host must not hand out an object
  * in which one is null (its creation failed): operations do not check. */
 typedef struct RQTranscoderPair {
-  RQTranscoder *toSession;
-  RQTranscoder *fromSession;
+  RQTranscoder* toSession;
+  RQTranscoder* fromSession;
 } RQTranscoderPair;
 
 /* Made by rquni, read-only until its own destroy slot ends it. Words that are gaps here are never written: they hold
@@ -38,15 +38,15 @@ struct RQInterface {
   RQ_GAP(1, 3);
   /* Store the host interface version that the library needs (9, 1, 1), and the library's own version (1, 0, 0).
    * Return 0. The object is not read. */
-  uint64_t (*getReqVersion)(RQInterface *object, uint64_t *major, uint64_t *minor, uint64_t *patch); /* 3 */
-  uint64_t (*getVersion)(RQInterface *object, uint64_t *major, uint64_t *minor, uint64_t *patch);    /* 4 */
+  uint64_t (*getReqVersion)(RQInterface* object, uint64_t* major, uint64_t* minor, uint64_t* patch); /* 3 */
+  uint64_t (*getVersion)(RQInterface* object, uint64_t* major, uint64_t* minor, uint64_t* patch);    /* 4 */
   RQ_GAP(5, 6);
   /* Ends the object, its transcoders and its pool. Returns 0. No other thread may be using the object. */
-  uint64_t (*destroy)(RQInterface *object); /* 6 */
+  uint64_t (*destroy)(RQInterface* object); /* 6 */
   RQ_GAP(7, 9);
-  RQPool *pool;            /* 9: made for this object; owns the object's memory */
-  RQJournal *journal;      /* 10: the journal in force */
-  RQNlsServices *nls;      /* 11 */
+  RQPool* pool;            /* 9: made for this object; owns the object's memory */
+  RQJournal* journal;      /* 10: the journal in force */
+  RQNlsServices* nls;      /* 11 */
   int64_t sessionEncoding; /* 12: the host's identifier, fixed at creation */
   RQ_GAP(13, 45);
   RQTranscoderPair transcoders[RQ_FORMS]; /* 45 to 58: to and from the session, form by form */
@@ -86,13 +86,13 @@ RQ_STATIC_ASSERT(sizeof(RQInterface) == UINT64_C(8) * 129, "the interface object
  * when there is no journal at all or no NLS services (nothing is logged), or when pool or memory are refused
  * (RQ_NO_MEMORY is logged at level 4). The context is not kept; journal and services are and must outlive the
  * object. End it with its destroy slot. */
-RQ_EXPORT RQInterface *rquni(RQContext *context, RQJournal *journal) RQ_NONNULL(1);
+RQ_EXPORT RQInterface* rquni(RQContext* context, RQJournal* journal) RQ_NONNULL(1);
 
 /* The functions behind the header slots. */
-RQ_EXPORT uint64_t ulDestroy(RQInterface *object) RQ_NONNULL(1);
-RQ_EXPORT uint64_t ulGetVersion(RQInterface *object, uint64_t *major, uint64_t *minor, uint64_t *patch)
+RQ_EXPORT uint64_t ulDestroy(RQInterface* object) RQ_NONNULL(1);
+RQ_EXPORT uint64_t ulGetVersion(RQInterface* object, uint64_t* major, uint64_t* minor, uint64_t* patch)
     RQ_NONNULL(2, 3, 4);
-RQ_EXPORT uint64_t ulGetReqVersion(RQInterface *object, uint64_t *major, uint64_t *minor, uint64_t *patch)
+RQ_EXPORT uint64_t ulGetReqVersion(RQInterface* object, uint64_t* major, uint64_t* minor, uint64_t* patch)
     RQ_NONNULL(2, 3, 4);
 
 RQ_END_DECLARATIONS

@@ -12,18 +12,18 @@
 RQ_BEGIN_DECLARATIONS
 
 /* Journal slot 4: (journal, a1 to a5, list). */
-RQ_EXPORT uint64_t rqlMessageToBuf(RQJournal *journal, uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4,
+RQ_EXPORT uint64_t rqlMessageToBuf(RQJournal* journal, uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4,
                                    uint64_t a5, ...) RQ_NONNULL(1);
 /* Journal slot 5: (journal, a1 to a3, list). */
-RQ_EXPORT uint64_t rqlMessageToJnl(RQJournal *journal, uint64_t a1, uint64_t a2, uint64_t a3, ...) RQ_NONNULL(1);
+RQ_EXPORT uint64_t rqlMessageToJnl(RQJournal* journal, uint64_t a1, uint64_t a2, uint64_t a3, ...) RQ_NONNULL(1);
 /* Journal slot 6: (journal, a1 to a4, list). */
-RQ_EXPORT uint64_t rqlStatusToBuf(RQJournal *journal, uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4, ...)
+RQ_EXPORT uint64_t rqlStatusToBuf(RQJournal* journal, uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4, ...)
     RQ_NONNULL(1);
 /* Journal slot 7: (journal, level, status, list). The library reports its own failures at level 4. */
-RQ_EXPORT uint64_t rqlStatusToJnl(RQJournal *journal, uint64_t level, uint64_t status, ...) RQ_NONNULL(1);
+RQ_EXPORT uint64_t rqlStatusToJnl(RQJournal* journal, uint64_t level, uint64_t status, ...) RQ_NONNULL(1);
 /* Journal slot 12, by a jump: all arguments, however many, in registers, vector registers and on the stack, arrive as
  * they were given, and the slot returns to the caller. */
-RQ_EXPORT uint64_t rqlGetLocale(RQJournal *journal, ...);
+RQ_EXPORT uint64_t rqlGetLocale(RQJournal* journal, ...);
 
 RQ_END_DECLARATIONS
 

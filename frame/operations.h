@@ -44,8 +44,8 @@ struct RQInterface;
  * Status 0 does not say that all input was used: a decoder stops with 0 when the output is exactly full.
  * The Put operations take a working buffer of 4 bytes for each input unit from the object's pool unless the text is
  * short (below 256 units; up to 256 in putUEsc), and give it back before they return. */
-typedef RQStatus (*RQCodec)(struct RQInterface *object, const void *input, uint64_t units, void *output,
-                            uint64_t capacity, uint64_t *written);
+typedef RQStatus (*RQCodec)(struct RQInterface* object, const void* input, uint64_t units, void* output,
+                            uint64_t capacity, uint64_t* written);
 
 /* UTF transforms without padding. (object, input, length, output, capacity, written) -> the transcoder's status.
  *
@@ -57,8 +57,8 @@ typedef RQStatus (*RQCodec)(struct RQInterface *object, const void *input, uint6
  *   Get  length in bytes of Unicode text, capacity in RQChar, *written in RQChar (bytes / 4, rounded down)
  *   Put  length in RQChar, capacity in units of 4 bytes, *written in BYTES
  * so a wide Put may fill 4 x capacity bytes: pass the buffer's bytes / 4. */
-typedef RQStatus (*RQTransform)(struct RQInterface *object, const void *input, uint64_t length, void *output,
-                                uint64_t capacity, uint64_t *written);
+typedef RQStatus (*RQTransform)(struct RQInterface* object, const void* input, uint64_t length, void* output,
+                                uint64_t capacity, uint64_t* written);
 
 /* The UTF-16 and UTF-32 Puts, with a pad flag. As RQTransform while pad is 0.
  *
@@ -66,8 +66,8 @@ typedef RQStatus (*RQTransform)(struct RQInterface *object, const void *input, u
  * and *written is the capacity as it was given. In the plain and served flavours the fill writes whole blanks: up to
  * 1 byte past an odd capacity (UTF-16), up to 3 bytes past one that 4 does not divide (UTF-32). In the wide flavour
  * it fills 4 x capacity bytes, and *written is the capacity in units of 4 bytes. */
-typedef RQStatus (*RQPaddedTransform)(struct RQInterface *object, const void *input, uint64_t length, void *output,
-                                      uint64_t capacity, uint64_t *written, int32_t pad);
+typedef RQStatus (*RQPaddedTransform)(struct RQInterface* object, const void* input, uint64_t length, void* output,
+                                      uint64_t capacity, uint64_t* written, int32_t pad);
 
 /* Measures. (object, input, units) -> count, not counting blanks (U+0020) at the end.
  *
@@ -76,7 +76,7 @@ typedef RQStatus (*RQPaddedTransform)(struct RQInterface *object, const void *in
  *
  * 0 for a null input; -1 when the pool refuses the working buffer that texts of more than 256 units need. The text is
  * converted to UTF-32 by the host's transcoder, whatever that makes of invalid input is counted. */
-typedef int64_t (*RQMeasure)(struct RQInterface *object, const void *input, uint64_t units);
+typedef int64_t (*RQMeasure)(struct RQInterface* object, const void* input, uint64_t units);
 
 /* The slots of one flavour. */
 typedef struct RQOperations {
@@ -90,16 +90,16 @@ typedef struct RQOperations {
 
 /* The functions behind the slots. They are exported as well, but hosts call them through the slots. */
 #define RQ_DECLARE_Codec(name)                                                                         \
-  RQ_EXPORT RQStatus name(struct RQInterface *object, const void *input, uint64_t units, void *output, \
-                          uint64_t capacity, uint64_t *written) RQ_NONNULL(1, 6);
+  RQ_EXPORT RQStatus name(struct RQInterface* object, const void* input, uint64_t units, void* output, \
+                          uint64_t capacity, uint64_t* written) RQ_NONNULL(1, 6);
 #define RQ_DECLARE_Transform(name)                                                                      \
-  RQ_EXPORT RQStatus name(struct RQInterface *object, const void *input, uint64_t length, void *output, \
-                          uint64_t capacity, uint64_t *written) RQ_NONNULL(1, 6);
+  RQ_EXPORT RQStatus name(struct RQInterface* object, const void* input, uint64_t length, void* output, \
+                          uint64_t capacity, uint64_t* written) RQ_NONNULL(1, 6);
 #define RQ_DECLARE_PaddedTransform(name)                                                                \
-  RQ_EXPORT RQStatus name(struct RQInterface *object, const void *input, uint64_t length, void *output, \
-                          uint64_t capacity, uint64_t *written, int32_t pad) RQ_NONNULL(1, 6);
+  RQ_EXPORT RQStatus name(struct RQInterface* object, const void* input, uint64_t length, void* output, \
+                          uint64_t capacity, uint64_t* written, int32_t pad) RQ_NONNULL(1, 6);
 #define RQ_DECLARE_Measure(name) \
-  RQ_EXPORT int64_t name(struct RQInterface *object, const void *input, uint64_t units) RQ_NONNULL(1);
+  RQ_EXPORT int64_t name(struct RQInterface* object, const void* input, uint64_t units) RQ_NONNULL(1);
 #define OPERATION(position, slot, function, shape) \
   RQ_DECLARE_##shape(ul##function) RQ_DECLARE_##shape(S_ul##function) RQ_DECLARE_##shape(T_ul##function)
 #include "operations.def"

@@ -46,7 +46,7 @@ typedef uint32_t RQStatus;
 #define RQ_NONNULL(...) __attribute__((nonnull(__VA_ARGS__)))
 
 /* Words from `from` up to, not including, `to`: the library never touches them. */
-#define RQ_GAP(from, to) void *gap##from[(to) - (from)]
+#define RQ_GAP(from, to) void* gap##from[(to) - (from)]
 /* Tables are defined by position: `member` must lie at 8-byte word `word`, counted from 0. */
 #define RQ_WORD(Table, member, word) \
   RQ_STATIC_ASSERT(offsetof(Table, member) == UINT64_C(8) * (word), #Table "::" #member " must be word " #word)

@@ -15,7 +15,7 @@ RQChar mapped(UChar32 (*map)(UChar32), RQChar character) {
   return character <= 0x10FFFF ? static_cast<RQChar>(map(static_cast<UChar32>(character))) : character;
 }
 
-RQChar answer(Instruments &instruments, Service service, RQCaseService *table, UChar32 (*map)(UChar32),
+RQChar answer(Instruments& instruments, Service service, RQCaseService* table, UChar32 (*map)(UChar32),
               RQChar character) {
   if (!instruments.active()) return mapped(map, character);
   const std::optional<Fault> fault = instruments.enter(service);
@@ -29,24 +29,24 @@ RQChar answer(Instruments &instruments, Service service, RQCaseService *table, U
 
 }  // namespace
 
-CharsetService::CharsetService(Instruments &instruments) : instruments_(instruments) {
+CharsetService::CharsetService(Instruments& instruments) : instruments_(instruments) {
   forbid<"character-set service", 0>(gap0);
   upperCase = upperCaseSlot;
 }
 
-void CharsetService::upperCaseSlot(RQCharsetService *service, void *buffer, uint64_t length, uint64_t) noexcept {
-  Instruments &instruments = static_cast<CharsetService *>(service)->instruments_;
+void CharsetService::upperCaseSlot(RQCharsetService* service, void* buffer, uint64_t length, uint64_t) noexcept {
+  Instruments& instruments = static_cast<CharsetService*>(service)->instruments_;
   if (instruments.active()) {
     const bool refused = instruments.enter(Service::upperCase).has_value();
     instruments.leave({Service::upperCase, service, {number(buffer), length}, 0});
     if (refused) return;
   }
-  for (char &c : std::span(static_cast<char *>(buffer), length)) {
+  for (char& c : std::span(static_cast<char*>(buffer), length)) {
     if (c >= 'a' && c <= 'z') c = static_cast<char>(c - 'a' + 'A');
   }
 }
 
-CaseService::CaseService(Instruments &instruments, bool atHand) : instruments_(instruments), charset_(instruments) {
+CaseService::CaseService(Instruments& instruments, bool atHand) : instruments_(instruments), charset_(instruments) {
   forbid<"case service", 0>(gap0);
   forbid<"case service", 33>(gap33);
   forbid<"case service", 150>(gap150);
@@ -56,18 +56,18 @@ CaseService::CaseService(Instruments &instruments, bool atHand) : instruments_(i
   lookUp = lookUpSlot;
 }
 
-RQChar CaseService::upperSlot(RQCaseService *service, RQChar character, uint64_t) noexcept {
-  return answer(static_cast<CaseService *>(service)->instruments_, Service::upper, service, u_toupper, character);
+RQChar CaseService::upperSlot(RQCaseService* service, RQChar character, uint64_t) noexcept {
+  return answer(static_cast<CaseService*>(service)->instruments_, Service::upper, service, u_toupper, character);
 }
 
-RQChar CaseService::lowerSlot(RQCaseService *service, RQChar character, uint64_t) noexcept {
-  return answer(static_cast<CaseService *>(service)->instruments_, Service::lower, service, u_tolower, character);
+RQChar CaseService::lowerSlot(RQCaseService* service, RQChar character, uint64_t) noexcept {
+  return answer(static_cast<CaseService*>(service)->instruments_, Service::lower, service, u_tolower, character);
 }
 
-RQCharsetService *CaseService::lookUpSlot(RQCaseService *service, const RQChar *name, uint64_t length,
-                                          RQStatus *status) noexcept {
-  auto *self = static_cast<CaseService *>(service);
-  RQCharsetService *found = nullptr;
+RQCharsetService* CaseService::lookUpSlot(RQCaseService* service, const RQChar* name, uint64_t length,
+                                          RQStatus* status) noexcept {
+  auto* self = static_cast<CaseService*>(service);
+  RQCharsetService* found = nullptr;
   *status = unknownService;
   if (std::ranges::equal(std::span(name, length), std::u32string_view(U"ZQD"))) {
     found = &self->charset_;

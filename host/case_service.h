@@ -11,26 +11,26 @@ namespace rq::host {
 /// Upper-cases ASCII letters in place.
 class CharsetService final : public Guarded<RQCharsetService, "character-set service"> {
  public:
-  explicit CharsetService(Instruments &instruments);
+  explicit CharsetService(Instruments& instruments);
 
  private:
-  static void upperCaseSlot(RQCharsetService *service, void *buffer, uint64_t length, uint64_t zero) noexcept;
-  Instruments &instruments_;
+  static void upperCaseSlot(RQCharsetService* service, void* buffer, uint64_t length, uint64_t zero) noexcept;
+  Instruments& instruments_;
 };
 
 /// Single-character case mappings of Unicode, by ICU; values that are no code points stay as they are.
 class CaseService final : public Guarded<RQCaseService, "case service"> {
  public:
   /// With `atHand` the character-set service stands in the table's word, else it is found by name only.
-  CaseService(Instruments &instruments, bool atHand);
+  CaseService(Instruments& instruments, bool atHand);
 
  private:
-  static RQChar upperSlot(RQCaseService *service, RQChar character, uint64_t one) noexcept;
-  static RQChar lowerSlot(RQCaseService *service, RQChar character, uint64_t one) noexcept;
-  static RQCharsetService *lookUpSlot(RQCaseService *service, const RQChar *name, uint64_t length,
-                                      RQStatus *status) noexcept;
+  static RQChar upperSlot(RQCaseService* service, RQChar character, uint64_t one) noexcept;
+  static RQChar lowerSlot(RQCaseService* service, RQChar character, uint64_t one) noexcept;
+  static RQCharsetService* lookUpSlot(RQCaseService* service, const RQChar* name, uint64_t length,
+                                      RQStatus* status) noexcept;
 
-  Instruments &instruments_;
+  Instruments& instruments_;
   CharsetService charset_;
 };
 

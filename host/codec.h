@@ -44,7 +44,7 @@ class Codec {
   /// outputFull means: call again with the rest.
   virtual Step decode(Bytes input, std::span<char32_t> output, bool first) const = 0;
   /// Decodes one character, with exact positions.
-  virtual Step decodeOne(Bytes input, char32_t &output, bool first) const;
+  virtual Step decodeOne(Bytes input, char32_t& output, bool first) const;
   /// Encodes a piece of a text; `last` ends it, with whatever the encoding needs at its end.
   virtual Step encode(std::span<const char32_t> input, MutableBytes output, bool first, bool last) const = 0;
 
@@ -57,9 +57,9 @@ class Codec {
 /// The codecs of the five Unicode forms that have identifiers fixed by the interface; null for other identifiers.
 std::unique_ptr<Codec> makeUnicodeCodec(std::uint32_t encoding);
 /// A table for a single-byte encoding of ICU; null when the encoding is of another kind.
-std::unique_ptr<Codec> makeSingleByteCodec(const std::string &icuName);
+std::unique_ptr<Codec> makeSingleByteCodec(const std::string& icuName);
 /// Any encoding of ICU; null when it cannot be opened.
-std::unique_ptr<Codec> makeIcuCodec(const std::string &icuName);
+std::unique_ptr<Codec> makeIcuCodec(const std::string& icuName);
 
 }  // namespace rq::host
 

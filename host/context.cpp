@@ -11,8 +11,8 @@ constexpr RQStatus unknownOption = 0x80410010;
 
 }  // namespace
 
-Context::Context(Instruments &instruments, std::optional<std::int64_t> sessionOption, RQJournal *defaultJournal,
-                 RQNlsServices *services)
+Context::Context(Instruments& instruments, std::optional<std::int64_t> sessionOption, RQJournal* defaultJournal,
+                 RQNlsServices* services)
     : instruments_(instruments), sessionOption_(sessionOption) {
   forbid<"context", 0>(gap0);
   forbid<"context", 15>(gap15);
@@ -21,7 +21,7 @@ Context::Context(Instruments &instruments, std::optional<std::int64_t> sessionOp
   nls = services;
 }
 
-RQStatus Context::find(const RQChar *name, std::uint64_t length, std::int64_t *value, std::uint64_t *valueBytes) {
+RQStatus Context::find(const RQChar* name, std::uint64_t length, std::int64_t* value, std::uint64_t* valueBytes) {
   const bool known = std::ranges::equal(std::span(name, length), std::u32string_view(U"RQNLS.ZMX_SESSION_CEI"));
   if (!known || !sessionOption_ || *valueBytes < sizeof *value) return unknownOption;
   *value = *sessionOption_;
@@ -29,9 +29,9 @@ RQStatus Context::find(const RQChar *name, std::uint64_t length, std::int64_t *v
   return 0;
 }
 
-RQStatus Context::lookUpOptionSlot(RQContext *context, const RQChar *name, uint64_t length, uint64_t three,
-                                   int64_t *value, uint64_t *valueBytes) noexcept {
-  auto *self = static_cast<Context *>(context);
+RQStatus Context::lookUpOptionSlot(RQContext* context, const RQChar* name, uint64_t length, uint64_t three,
+                                   int64_t* value, uint64_t* valueBytes) noexcept {
+  auto* self = static_cast<Context*>(context);
   if (!self->instruments_.active()) return self->find(name, length, value, valueBytes);
   RQStatus status = 0;
   const std::optional<Fault> fault = self->instruments_.enter(Service::lookUpOption);

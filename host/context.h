@@ -15,15 +15,15 @@ class Context final : public Guarded<RQContext, "context"> {
  public:
   /// `sessionOption` is the value of the session option; without one the option is not found. journal and nls may be
   /// null.
-  Context(Instruments &instruments, std::optional<std::int64_t> sessionOption, RQJournal *defaultJournal,
-          RQNlsServices *services);
+  Context(Instruments& instruments, std::optional<std::int64_t> sessionOption, RQJournal* defaultJournal,
+          RQNlsServices* services);
 
  private:
-  static RQStatus lookUpOptionSlot(RQContext *context, const RQChar *name, uint64_t length, uint64_t three,
-                                   int64_t *value, uint64_t *valueBytes) noexcept;
-  RQStatus find(const RQChar *name, std::uint64_t length, std::int64_t *value, std::uint64_t *valueBytes);
+  static RQStatus lookUpOptionSlot(RQContext* context, const RQChar* name, uint64_t length, uint64_t three,
+                                   int64_t* value, uint64_t* valueBytes) noexcept;
+  RQStatus find(const RQChar* name, std::uint64_t length, std::int64_t* value, std::uint64_t* valueBytes);
 
-  Instruments &instruments_;
+  Instruments& instruments_;
   const std::optional<std::int64_t> sessionOption_;
 };
 

@@ -35,10 +35,10 @@ constexpr std::array<Fixed, 10> sameForms = {{{RQ_ENCODING_UTF16_BIG, "UTF-16"},
 
 /// 0 when the name is not one of the five forms.
 std::uint32_t fixedIdentifier(std::string_view icuName) {
-  for (const Fixed &fixed : fixedEncodings) {
+  for (const Fixed& fixed : fixedEncodings) {
     if (fixed.name == icuName) return fixed.identifier;
   }
-  for (const Fixed &same : sameForms) {
+  for (const Fixed& same : sameForms) {
     if (same.name == icuName) return same.identifier;
   }
   return 0;
@@ -51,42 +51,42 @@ std::uint32_t hashedIdentifier(std::string_view name) {
   return hash % (0x7FFFFFFF - 0x01000000) + 0x01000000;
 }
 
-void addAliases(Encoding &encoding, const char *icuName) {
+void addAliases(Encoding& encoding, const char* icuName) {
   const auto add = [&encoding](std::string_view alias) {
     if (alias != encoding.name && std::ranges::find(encoding.aliases, alias) == encoding.aliases.end()) {
       encoding.aliases.emplace_back(alias);
     }
   };
   UErrorCode error = U_ZERO_ERROR;
-  for (const char *standard : {"MIME", "IANA"}) {
-    const char *preferred = ucnv_getStandardName(icuName, standard, &error);
+  for (const char* standard : {"MIME", "IANA"}) {
+    const char* preferred = ucnv_getStandardName(icuName, standard, &error);
     if (U_SUCCESS(error) && preferred != nullptr) add(preferred);
     error = U_ZERO_ERROR;
   }
   const std::uint16_t count = ucnv_countAliases(icuName, &error);
   for (std::uint16_t i = 0; U_SUCCESS(error) && i < count; ++i) {
-    const char *alias = ucnv_getAlias(icuName, i, &error);
+    const char* alias = ucnv_getAlias(icuName, i, &error);
     if (U_SUCCESS(error)) add(alias);
   }
 }
 
 std::vector<Encoding> listEncodings() {
   std::map<std::string, Encoding> byName;
-  for (const Fixed &fixed : fixedEncodings)
+  for (const Fixed& fixed : fixedEncodings)
     byName[std::string(fixed.name)] = {fixed.identifier, std::string(fixed.name), {}};
   for (int32_t i = 0; i < ucnv_countAvailable(); ++i) {
-    const char *icuName = ucnv_getAvailableName(i);
+    const char* icuName = ucnv_getAvailableName(i);
     const std::uint32_t fixed = fixedIdentifier(icuName);
     std::string name =
         fixed == 0 ? icuName : std::string(std::ranges::find(fixedEncodings, fixed, &Fixed::identifier)->name);
-    Encoding &encoding = byName[name];
+    Encoding& encoding = byName[name];
     encoding.identifier = fixed == 0 ? hashedIdentifier(icuName) : fixed;
     encoding.name = std::move(name);
     addAliases(encoding, icuName);
   }
   std::vector<Encoding> list;
   list.reserve(byName.size());
-  for (auto &[name, encoding] : byName) list.push_back(std::move(encoding));
+  for (auto& [name, encoding] : byName) list.push_back(std::move(encoding));
   return list;
 }
 
@@ -121,9 +121,9 @@ std::size_t distance(std::string_view a, std::string_view b) {
 std::string nearNames(std::string_view name) {
   const std::string wanted = folded(name.substr(0, 64));
   std::vector<std::pair<std::size_t, std::string_view>> near;
-  for (const Encoding &encoding : encodings()) {
+  for (const Encoding& encoding : encodings()) {
     std::pair<std::size_t, std::string_view> best(distance(wanted, folded(encoding.name)), encoding.name);
-    for (const std::string &alias : encoding.aliases) best = std::min(best, {distance(wanted, folded(alias)), alias});
+    for (const std::string& alias : encoding.aliases) best = std::min(best, {distance(wanted, folded(alias)), alias});
     if (best.first <= 1 + wanted.size() / 4) near.push_back(best);
   }
   std::ranges::sort(near);
@@ -136,22 +136,22 @@ std::string nearNames(std::string_view name) {
 
 }  // namespace
 
-const std::vector<Encoding> &encodings() {
+const std::vector<Encoding>& encodings() {
   static const std::vector<Encoding> list = listEncodings();
   return list;
 }
 
-const Encoding *findEncoding(std::uint32_t identifier) {
+const Encoding* findEncoding(std::uint32_t identifier) {
   const auto found = std::ranges::find(encodings(), identifier, &Encoding::identifier);
   return found == encodings().end() ? nullptr : &*found;
 }
 
-Result<const Encoding *> findEncoding(std::string_view name) {
+Result<const Encoding*> findEncoding(std::string_view name) {
   UErrorCode error = U_ZERO_ERROR;
-  const char *icuName = ucnv_getAlias(std::string(name).c_str(), 0, &error);
+  const char* icuName = ucnv_getAlias(std::string(name).c_str(), 0, &error);
   if (U_SUCCESS(error) && icuName != nullptr) {
     const std::uint32_t fixed = fixedIdentifier(icuName);
-    const auto found = std::ranges::find_if(encodings(), [&](const Encoding &encoding) {
+    const auto found = std::ranges::find_if(encodings(), [&](const Encoding& encoding) {
       return fixed != 0 ? encoding.identifier == fixed : encoding.name == icuName;
     });
     if (found != encodings().end()) return &*found;
@@ -163,12 +163,12 @@ Result<const Encoding *> findEncoding(std::string_view name) {
   return Error{Error::Kind::usage, std::move(text)};
 }
 
-const Codec *codecOf(std::uint32_t identifier) {
+const Codec* codecOf(std::uint32_t identifier) {
   static std::mutex mutex;
   static std::map<std::uint32_t, std::unique_ptr<Codec>> codecs;
   const std::lock_guard lock(mutex);
   if (const auto known = codecs.find(identifier); known != codecs.end()) return known->second.get();
-  const Encoding *encoding = findEncoding(identifier);
+  const Encoding* encoding = findEncoding(identifier);
   if (encoding == nullptr) return nullptr;
   std::unique_ptr<Codec> codec = makeUnicodeCodec(identifier);
   if (!codec) codec = makeSingleByteCodec(encoding->name);
@@ -177,7 +177,7 @@ const Codec *codecOf(std::uint32_t identifier) {
   return (codecs[identifier] = std::move(codec)).get();
 }
 
-bool carriesNotations(const Codec &codec) {
+bool carriesNotations(const Codec& codec) {
   if (codec.stateful()) return false;
   return std::ranges::all_of(std::string_view("&#;<>\\0123456789abcdefABCDEFuUx\n "), [&codec](char c) {
     const auto byte = static_cast<std::byte>(c);

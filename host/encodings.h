@@ -29,17 +29,17 @@ inline constexpr std::array<std::uint32_t, RQ_FORMS> formEncodings = {
 
 /// All encodings, by name. Made at first use and kept. ICU's converters that add or remove byte-order marks (such as
 /// "UTF-16") are not offered: their names mean the form without a mark, big-endian unless they say otherwise.
-const std::vector<Encoding> &encodings();
+const std::vector<Encoding>& encodings();
 /// Null when there is none.
-const Encoding *findEncoding(std::uint32_t identifier);
+const Encoding* findEncoding(std::uint32_t identifier);
 /// Compares as ICU does: case, blanks, dashes and underscores do not count. The error names similar encodings.
-Result<const Encoding *> findEncoding(std::string_view name);
+Result<const Encoding*> findEncoding(std::string_view name);
 
 /// The codec of an encoding, made at first use and kept; null when the identifier is unknown or ICU refuses.
-const Codec *codecOf(std::uint32_t identifier);
+const Codec* codecOf(std::uint32_t identifier);
 
 /// True when the notations' characters (ASCII letters, digits and punctuation) stand for themselves as single bytes.
-bool carriesNotations(const Codec &codec);
+bool carriesNotations(const Codec& codec);
 
 }  // namespace rq::host
 

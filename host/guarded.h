@@ -16,7 +16,7 @@ struct TableName {
   consteval TableName(const char (&name)[size]) { std::copy_n(name, size, text); }
 };
 
-[[noreturn]] void reportForbiddenCall(const char *table, unsigned word) noexcept;
+[[noreturn]] void reportForbiddenCall(const char* table, unsigned word) noexcept;
 
 template <TableName name, unsigned word>
 [[noreturn]] void forbiddenSlot() {
@@ -25,9 +25,9 @@ template <TableName name, unsigned word>
 
 /// Fills `gap`, which begins at word `from` of the table, with a trap for each word.
 template <TableName name, unsigned from, std::size_t count>
-void forbid(void *(&gap)[count]) {
+void forbid(void* (&gap)[count]) {
   [&gap]<std::size_t... i>(std::index_sequence<i...>) {
-    ((gap[i] = reinterpret_cast<void *>(&forbiddenSlot<name, from + static_cast<unsigned>(i)>)), ...);
+    ((gap[i] = reinterpret_cast<void*>(&forbiddenSlot<name, from + static_cast<unsigned>(i)>)), ...);
   }
   (std::make_index_sequence<count>());
 }
@@ -36,12 +36,12 @@ void forbid(void *(&gap)[count]) {
 /// fills the listed words and forbids the gaps.
 template <class Table, TableName name>
 struct Guarded : Table {
-  static constexpr unsigned tableWords = sizeof(Table) / sizeof(void *);
+  static constexpr unsigned tableWords = sizeof(Table) / sizeof(void*);
   static constexpr unsigned guardedWords = 192;
   static_assert(tableWords < guardedWords);
 
   Guarded() : Table{} { forbid<name, tableWords>(beyond); }
-  void *beyond[guardedWords - tableWords];
+  void* beyond[guardedWords - tableWords];
 };
 
 }  // namespace rq::host

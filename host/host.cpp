@@ -8,12 +8,12 @@
 namespace rq::host {
 namespace {
 
-std::optional<std::int64_t> sessionOption(const HostOptions &options) {
+std::optional<std::int64_t> sessionOption(const HostOptions& options) {
   if (!options.sessionByOption) return std::nullopt;
   return options.session;
 }
 
-std::string reported(const std::vector<JournalEntry> &entries) {
+std::string reported(const std::vector<JournalEntry>& entries) {
   if (entries.empty() || entries.back().slot != Service::statusToJnl) return "";
   char text[64];
   std::snprintf(text, sizeof text, "; it reported status 0x%08llX at level %llu",
@@ -24,7 +24,7 @@ std::string reported(const std::vector<JournalEntry> &entries) {
 
 }  // namespace
 
-Host::Host(const HostOptions &options)
+Host::Host(const HostOptions& options)
     : journal(instruments),
       nls(instruments, options.session, options.queryAnswer),
       caseService(instruments, options.charsetAtHand),
@@ -32,16 +32,16 @@ Host::Host(const HostOptions &options)
       context(instruments, sessionOption(options), options.offersJournal ? &journal : nullptr,
               options.offersNls ? &nls : nullptr) {}
 
-Result<Session> Session::open(const Library &library, Host &host) {
+Result<Session> Session::open(const Library& library, Host& host) {
   return openIn(library, host, host.context);
 }
 
-Result<Session> Session::open(const Library &library, Host &host, std::uint32_t encoding) {
+Result<Session> Session::open(const Library& library, Host& host, std::uint32_t encoding) {
   Context context(host.instruments, encoding, &host.journal, &host.nls);
   return openIn(library, host, context);
 }
 
-Result<Session> Session::openIn(const Library &library, Host &host, RQContext &context) {
+Result<Session> Session::openIn(const Library& library, Host& host, RQContext& context) {
   std::uint64_t major = 0;
   std::uint64_t minor = 0;
   library.rqextver(&host.kernel, &major, &minor);
@@ -56,7 +56,7 @@ Result<Session> Session::openIn(const Library &library, Host &host, RQContext &c
     entries.erase(entries.begin(), entries.begin() + static_cast<std::ptrdiff_t>(entriesBefore));
     return Error{Error::Kind::system, "the library made no interface object" + reported(entries)};
   }
-  const bool complete = std::ranges::all_of(session->transcoders, [](const RQTranscoderPair &pair) {
+  const bool complete = std::ranges::all_of(session->transcoders, [](const RQTranscoderPair& pair) {
     return pair.toSession != nullptr && pair.fromSession != nullptr;
   });
   if (!complete) return Error{Error::Kind::system, "the host could not make all transcoders of the session"};

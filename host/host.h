@@ -32,7 +32,7 @@ struct HostOptions {
 /// One host with all its tables. Must outlive the sessions that use it, and the library's use of its kernel handle.
 class Host {
  public:
-  explicit Host(const HostOptions &options = {});
+  explicit Host(const HostOptions& options = {});
 
   Instruments instruments;
   Journal journal;
@@ -47,19 +47,19 @@ class Session {
  public:
   /// Registers the host's kernel with the library and has an interface object made. Fails when the library speaks
   /// another version of the interface, when it makes none, and when the object lacks a transcoder.
-  static Result<Session> open(const Library &library, Host &host);
+  static Result<Session> open(const Library& library, Host& host);
   /// The same in another session encoding than the host's own, by its identifier.
-  static Result<Session> open(const Library &library, Host &host, std::uint32_t encoding);
+  static Result<Session> open(const Library& library, Host& host, std::uint32_t encoding);
 
-  RQInterface *object() const { return object_.get(); }
-  RQInterface *operator->() const { return object_.get(); }
+  RQInterface* object() const { return object_.get(); }
+  RQInterface* operator->() const { return object_.get(); }
 
  private:
   struct Destroy {
-    void operator()(RQInterface *object) const { object->destroy(object); }
+    void operator()(RQInterface* object) const { object->destroy(object); }
   };
-  static Result<Session> openIn(const Library &library, Host &host, RQContext &context);
-  explicit Session(RQInterface *object) : object_(object) {}
+  static Result<Session> openIn(const Library& library, Host& host, RQContext& context);
+  explicit Session(RQInterface* object) : object_(object) {}
   std::unique_ptr<RQInterface, Destroy> object_;
 };
 

@@ -10,12 +10,12 @@
 namespace rq::host {
 
 struct CloseConverter {
-  void operator()(UConverter *converter) const { ucnv_close(converter); }
+  void operator()(UConverter* converter) const { ucnv_close(converter); }
 };
 using Converter = std::unique_ptr<UConverter, CloseConverter>;
 
 /// A converter, or null when ICU cannot open one.
-Converter openConverter(const std::string &icuName);
+Converter openConverter(const std::string& icuName);
 
 }  // namespace rq::host
 

@@ -46,7 +46,7 @@ std::string_view nameOf(Service service) {
   return "unknown";
 }
 
-void Instruments::set(const Fault &fault) {
+void Instruments::set(const Fault& fault) {
   const std::lock_guard lock(mutex_);
   faults_.push_back({fault, 0});
   refresh();
@@ -87,7 +87,7 @@ std::optional<Fault> Instruments::enter(Service service) {
   const std::lock_guard lock(mutex_);
   if (counting_) ++seen_[static_cast<std::size_t>(service)];
   std::optional<Fault> struck;
-  for (Armed &armed : faults_) {
+  for (Armed& armed : faults_) {
     if (armed.fault.service != service) continue;
     ++armed.seen;
     if (armed.seen == armed.fault.nth || (armed.fault.fromThenOn && armed.seen > armed.fault.nth)) {
@@ -97,7 +97,7 @@ std::optional<Fault> Instruments::enter(Service service) {
   return struck;
 }
 
-void Instruments::leave(const Call &call) {
+void Instruments::leave(const Call& call) {
   const std::lock_guard lock(mutex_);
   if (recording_) calls_.push_back(call);
 }

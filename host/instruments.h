@@ -41,7 +41,7 @@ std::string_view nameOf(Service service);
 /// numbers, output pointers are left out. Convert: input bytes, capacity bytes, bytes reported as produced.
 struct Call {
   Service service;
-  const void *table;
+  const void* table;
   std::array<std::uint64_t, 3> arguments;
   std::uint64_t result;  // the slot's return value, 0 where it has none
 };
@@ -72,7 +72,7 @@ class Instruments {
  public:
   Counts counts;
 
-  void set(const Fault &fault);
+  void set(const Fault& fault);
   void clearFaults();
   /// Starts counting calls at zero, and recording them if `keepCalls`.
   void watch(bool keepCalls = true);
@@ -87,7 +87,7 @@ class Instruments {
   /// For the tables, once per call: counts it and returns the fault that strikes it.
   std::optional<Fault> enter(Service service);
   /// For the tables, when a call is over.
-  void leave(const Call &call);
+  void leave(const Call& call);
 
  private:
   struct Armed {
@@ -105,7 +105,7 @@ class Instruments {
 };
 
 /// An address as a recorded number.
-inline std::uint64_t number(const void *pointer) {
+inline std::uint64_t number(const void* pointer) {
   return reinterpret_cast<std::uintptr_t>(pointer);
 }
 

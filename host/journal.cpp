@@ -5,13 +5,13 @@
 namespace rq::host {
 namespace {
 
-Journal *self(RQJournal *journal) {
-  return static_cast<Journal *>(journal);
+Journal* self(RQJournal* journal) {
+  return static_cast<Journal*>(journal);
 }
 
 }  // namespace
 
-Journal::Journal(Instruments &instruments) : instruments_(instruments) {
+Journal::Journal(Instruments& instruments) : instruments_(instruments) {
   forbid<"journal", 0>(gap0);
   forbid<"journal", 8>(gap8);
   messageToBuf = messageToBufSlot;
@@ -40,34 +40,34 @@ std::uint64_t Journal::keep(Service slot, std::vector<std::uint64_t> fixed, va_l
   if (instruments_.active()) {
     const std::optional<Fault> fault = instruments_.enter(slot);
     if (fault) result = fault->action == Fault::Action::fail ? faultStatus : fault->value;
-    Call call{slot, static_cast<RQJournal *>(this), {}, result};
+    Call call{slot, static_cast<RQJournal*>(this), {}, result};
     std::copy_n(entry.fixed.begin(), std::min(entry.fixed.size(), call.arguments.size()), call.arguments.begin());
     instruments_.leave(call);
   }
   return result;
 }
 
-uint64_t Journal::messageToBufSlot(RQJournal *journal, uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4,
+uint64_t Journal::messageToBufSlot(RQJournal* journal, uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4,
                                    uint64_t a5, va_list list) noexcept {
   return self(journal)->keep(Service::messageToBuf, {a1, a2, a3, a4, a5}, list);
 }
 
-uint64_t Journal::messageToJnlSlot(RQJournal *journal, uint64_t a1, uint64_t a2, uint64_t a3, va_list list) noexcept {
+uint64_t Journal::messageToJnlSlot(RQJournal* journal, uint64_t a1, uint64_t a2, uint64_t a3, va_list list) noexcept {
   return self(journal)->keep(Service::messageToJnl, {a1, a2, a3}, list);
 }
 
-uint64_t Journal::statusToBufSlot(RQJournal *journal, uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4,
+uint64_t Journal::statusToBufSlot(RQJournal* journal, uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4,
                                   va_list list) noexcept {
   return self(journal)->keep(Service::statusToBuf, {a1, a2, a3, a4}, list);
 }
 
-uint64_t Journal::statusToJnlSlot(RQJournal *journal, uint64_t level, uint64_t status, va_list list) noexcept {
+uint64_t Journal::statusToJnlSlot(RQJournal* journal, uint64_t level, uint64_t status, va_list list) noexcept {
   return self(journal)->keep(Service::statusToJnl, {level, status}, list);
 }
 
-uint64_t Journal::getLocaleSlot(RQJournal *journal, ...) noexcept {
+uint64_t Journal::getLocaleSlot(RQJournal* journal, ...) noexcept {
   std::uint64_t result = number(self(journal)->locale());
-  Instruments &instruments = self(journal)->instruments_;
+  Instruments& instruments = self(journal)->instruments_;
   if (instruments.active()) {
     if (const std::optional<Fault> fault = instruments.enter(Service::getLocale)) result = fault->value;
     instruments.leave({Service::getLocale, journal, {}, result});

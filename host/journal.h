@@ -21,27 +21,27 @@ struct JournalEntry {
 /// Every slot answers the number of entries so far, but getLocale: that answers the address of locale().
 class Journal final : public Guarded<RQJournal, "journal"> {
  public:
-  explicit Journal(Instruments &instruments);
+  explicit Journal(Instruments& instruments);
 
   /// From now on reads `count` 8-byte arguments off each list; callers must pass as many. 0 at first.
   void readVariables(std::size_t count);
   std::vector<JournalEntry> entries() const;
-  const char *locale() const { return localeName; }
+  const char* locale() const { return localeName; }
 
  private:
   static constexpr char localeName[] = "C.UTF-8";
 
-  static uint64_t messageToBufSlot(RQJournal *journal, uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4,
+  static uint64_t messageToBufSlot(RQJournal* journal, uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4,
                                    uint64_t a5, va_list list) noexcept;
-  static uint64_t messageToJnlSlot(RQJournal *journal, uint64_t a1, uint64_t a2, uint64_t a3, va_list list) noexcept;
-  static uint64_t statusToBufSlot(RQJournal *journal, uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4,
+  static uint64_t messageToJnlSlot(RQJournal* journal, uint64_t a1, uint64_t a2, uint64_t a3, va_list list) noexcept;
+  static uint64_t statusToBufSlot(RQJournal* journal, uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4,
                                   va_list list) noexcept;
-  static uint64_t statusToJnlSlot(RQJournal *journal, uint64_t level, uint64_t status, va_list list) noexcept;
-  static uint64_t getLocaleSlot(RQJournal *journal, ...) noexcept;
+  static uint64_t statusToJnlSlot(RQJournal* journal, uint64_t level, uint64_t status, va_list list) noexcept;
+  static uint64_t getLocaleSlot(RQJournal* journal, ...) noexcept;
 
   std::uint64_t keep(Service slot, std::vector<std::uint64_t> fixed, va_list list);
 
-  Instruments &instruments_;
+  Instruments& instruments_;
   mutable std::mutex mutex_;
   std::size_t variables_ = 0;
   std::vector<JournalEntry> entries_;

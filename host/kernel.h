@@ -15,19 +15,19 @@ namespace rq::host {
 class Kernel final : public Guarded<RQKernel, "kernel"> {
  public:
   /// `service` may be null. Pools fill their blocks with `blockFill`, zeros without one.
-  Kernel(Instruments &instruments, RQCaseService *service, std::optional<std::byte> blockFill);
+  Kernel(Instruments& instruments, RQCaseService* service, std::optional<std::byte> blockFill);
 
   /// The description that the last pool was asked for with; owned by whoever asked. Null before.
-  const char *lastPoolDescription() const { return lastPoolDescription_; }
+  const char* lastPoolDescription() const { return lastPoolDescription_; }
 
  private:
-  static RQPool *createPoolSlot(RQKernel *kernel, RQPoolParameters *parameters, RQJournal *journal,
-                                const char *description) noexcept;
-  RQPool *make(const RQPoolParameters &parameters, const char *description);
+  static RQPool* createPoolSlot(RQKernel* kernel, RQPoolParameters* parameters, RQJournal* journal,
+                                const char* description) noexcept;
+  RQPool* make(const RQPoolParameters& parameters, const char* description);
 
-  Instruments &instruments_;
+  Instruments& instruments_;
   const std::optional<std::byte> blockFill_;
-  std::atomic<const char *> lastPoolDescription_ = nullptr;
+  std::atomic<const char*> lastPoolDescription_ = nullptr;
 };
 
 }  // namespace rq::host

@@ -7,7 +7,7 @@
 
 namespace rq::host {
 
-NlsServices::NlsServices(Instruments &instruments, std::int32_t session, RQStatus answer)
+NlsServices::NlsServices(Instruments& instruments, std::int32_t session, RQStatus answer)
     : instruments_(instruments), session_(session), answer_(answer) {
   forbid<"NLS services", 0>(gap0);
   forbid<"NLS services", 15>(gap15);
@@ -15,29 +15,29 @@ NlsServices::NlsServices(Instruments &instruments, std::int32_t session, RQStatu
   querySession = querySessionSlot;
 }
 
-RQTranscoder *NlsServices::make(std::uint64_t source, std::uint64_t target) {
+RQTranscoder* NlsServices::make(std::uint64_t source, std::uint64_t target) {
   if (source > UINT32_MAX || target > UINT32_MAX) return nullptr;
   try {
-    const Codec *from = codecOf(static_cast<std::uint32_t>(source));
-    const Codec *to = codecOf(static_cast<std::uint32_t>(target));
+    const Codec* from = codecOf(static_cast<std::uint32_t>(source));
+    const Codec* to = codecOf(static_cast<std::uint32_t>(target));
     return from == nullptr || to == nullptr ? nullptr : new Transcoder(instruments_, *from, *to);
-  } catch (const std::exception &) {
+  } catch (const std::exception&) {
     return nullptr;  // out of memory; nothing may be thrown through the library
   }
 }
 
-RQTranscoder *NlsServices::createTranscoderSlot(RQNlsServices *services, uint64_t source, uint64_t target, uint64_t,
+RQTranscoder* NlsServices::createTranscoderSlot(RQNlsServices* services, uint64_t source, uint64_t target, uint64_t,
                                                 uint64_t) noexcept {
-  auto *self = static_cast<NlsServices *>(services);
+  auto* self = static_cast<NlsServices*>(services);
   if (!self->instruments_.active()) return self->make(source, target);
   const bool refused = self->instruments_.enter(Service::createTranscoder).has_value();
-  RQTranscoder *made = refused ? nullptr : self->make(source, target);
+  RQTranscoder* made = refused ? nullptr : self->make(source, target);
   self->instruments_.leave({Service::createTranscoder, services, {source, target}, number(made)});
   return made;
 }
 
-RQStatus NlsServices::querySessionSlot(RQNlsServices *services, int32_t *encoding) noexcept {
-  auto *self = static_cast<NlsServices *>(services);
+RQStatus NlsServices::querySessionSlot(RQNlsServices* services, int32_t* encoding) noexcept {
+  auto* self = static_cast<NlsServices*>(services);
   std::optional<Fault> fault;
   if (self->instruments_.active()) fault = self->instruments_.enter(Service::querySession);
   RQStatus status = self->answer_;

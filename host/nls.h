@@ -13,15 +13,15 @@ namespace rq::host {
 class NlsServices final : public Guarded<RQNlsServices, "NLS services"> {
  public:
   /// `session` is what the session query stores, `answer` the status it returns.
-  NlsServices(Instruments &instruments, std::int32_t session, RQStatus answer);
+  NlsServices(Instruments& instruments, std::int32_t session, RQStatus answer);
 
  private:
-  static RQTranscoder *createTranscoderSlot(RQNlsServices *services, uint64_t source, uint64_t target, uint64_t,
+  static RQTranscoder* createTranscoderSlot(RQNlsServices* services, uint64_t source, uint64_t target, uint64_t,
                                             uint64_t) noexcept;
-  static RQStatus querySessionSlot(RQNlsServices *services, int32_t *encoding) noexcept;
-  RQTranscoder *make(std::uint64_t source, std::uint64_t target);
+  static RQStatus querySessionSlot(RQNlsServices* services, int32_t* encoding) noexcept;
+  RQTranscoder* make(std::uint64_t source, std::uint64_t target);
 
-  Instruments &instruments_;
+  Instruments& instruments_;
   const std::int32_t session_;
   const RQStatus answer_;
 };

@@ -6,7 +6,7 @@
 
 namespace rq::host {
 
-Pool::Pool(Instruments &instruments, std::optional<std::byte> fill)
+Pool::Pool(Instruments& instruments, std::optional<std::byte> fill)
     : instruments_(instruments), fill_(fill), ring_{&ring_, &ring_, this} {
   forbid<"pool", 0>(gap0);
   destroy = destroySlot;
@@ -21,11 +21,11 @@ Pool::~Pool() {
   --instruments_.counts.pools;
 }
 
-void *Pool::take(std::uint64_t bytes) {
+void* Pool::take(std::uint64_t bytes) {
   if (bytes > SIZE_MAX - sizeof(Header)) return nullptr;
   const std::size_t size = sizeof(Header) + bytes;
   // Zeros from the system cost nothing until they are touched, so calloc rather than malloc and memset.
-  auto *header = static_cast<Header *>(fill_ ? std::malloc(size) : std::calloc(1, size));
+  auto* header = static_cast<Header*>(fill_ ? std::malloc(size) : std::calloc(1, size));
   if (header == nullptr) return nullptr;
   if (fill_) std::memset(header + 1, std::to_integer<int>(*fill_), bytes);
   header->owner = this;
@@ -41,8 +41,8 @@ void *Pool::take(std::uint64_t bytes) {
   return header + 1;
 }
 
-void Pool::giveBack(void *block) {
-  auto *header = static_cast<Header *>(block) - 1;
+void Pool::giveBack(void* block) {
+  auto* header = static_cast<Header*>(block) - 1;
   if (header->owner != this) {
     std::fprintf(stderr, "host: a block was given back to a pool that it was not taken from\n");
     std::abort();
@@ -57,9 +57,9 @@ void Pool::giveBack(void *block) {
   --instruments_.counts.blocks;
 }
 
-RQStatus Pool::destroySlot(RQPool *pool) noexcept {
-  auto *self = static_cast<Pool *>(pool);
-  Instruments &instruments = self->instruments_;
+RQStatus Pool::destroySlot(RQPool* pool) noexcept {
+  auto* self = static_cast<Pool*>(pool);
+  Instruments& instruments = self->instruments_;
   std::optional<Fault> fault;
   if (instruments.active()) fault = instruments.enter(Service::destroyPool);
   delete self;
@@ -68,17 +68,17 @@ RQStatus Pool::destroySlot(RQPool *pool) noexcept {
   return status;
 }
 
-void *Pool::allocateSlot(RQPool *pool, uint64_t bytes, uint64_t flags) noexcept {
-  auto *self = static_cast<Pool *>(pool);
+void* Pool::allocateSlot(RQPool* pool, uint64_t bytes, uint64_t flags) noexcept {
+  auto* self = static_cast<Pool*>(pool);
   if (!self->instruments_.active()) return self->take(bytes);
   const bool refused = self->instruments_.enter(Service::allocate).has_value();
-  void *block = refused ? nullptr : self->take(bytes);
+  void* block = refused ? nullptr : self->take(bytes);
   self->instruments_.leave({Service::allocate, pool, {bytes, flags}, number(block)});
   return block;
 }
 
-void Pool::releaseSlot(RQPool *pool, void *block) noexcept {
-  auto *self = static_cast<Pool *>(pool);
+void Pool::releaseSlot(RQPool* pool, void* block) noexcept {
+  auto* self = static_cast<Pool*>(pool);
   if (self->instruments_.active()) {
     self->instruments_.enter(Service::release);
     self->instruments_.leave({Service::release, pool, {number(block)}, 0});

@@ -16,24 +16,24 @@ namespace rq::host {
 /// `fill`, zeros when there is none. Giving back a block that is not this pool's aborts with a message.
 class Pool final : public Guarded<RQPool, "pool"> {
  public:
-  Pool(Instruments &instruments, std::optional<std::byte> fill);
+  Pool(Instruments& instruments, std::optional<std::byte> fill);
   ~Pool();
-  Pool(const Pool &) = delete;
-  Pool &operator=(const Pool &) = delete;
+  Pool(const Pool&) = delete;
+  Pool& operator=(const Pool&) = delete;
 
  private:
   struct alignas(16) Header {
     Header *previous, *next;
-    Pool *owner;
+    Pool* owner;
   };
-  static RQStatus destroySlot(RQPool *pool) noexcept;
-  static void *allocateSlot(RQPool *pool, uint64_t bytes, uint64_t flags) noexcept;
-  static void releaseSlot(RQPool *pool, void *block) noexcept;
+  static RQStatus destroySlot(RQPool* pool) noexcept;
+  static void* allocateSlot(RQPool* pool, uint64_t bytes, uint64_t flags) noexcept;
+  static void releaseSlot(RQPool* pool, void* block) noexcept;
 
-  void *take(std::uint64_t bytes);
-  void giveBack(void *block);
+  void* take(std::uint64_t bytes);
+  void giveBack(void* block);
 
-  Instruments &instruments_;
+  Instruments& instruments_;
   const std::optional<std::byte> fill_;
   std::mutex mutex_;
   Header ring_;  // closes the ring of all blocks

@@ -25,12 +25,12 @@ class [[nodiscard]] Result {
   Result(Error error) : content_(std::in_place_index<1>, std::move(error)) {}
 
   explicit operator bool() const { return content_.index() == 0; }
-  T &operator*() { return std::get<0>(content_); }
-  const T &operator*() const { return std::get<0>(content_); }
-  T *operator->() { return &std::get<0>(content_); }
-  const T *operator->() const { return &std::get<0>(content_); }
-  Error &error() { return std::get<1>(content_); }
-  const Error &error() const { return std::get<1>(content_); }
+  T& operator*() { return std::get<0>(content_); }
+  const T& operator*() const { return std::get<0>(content_); }
+  T* operator->() { return &std::get<0>(content_); }
+  const T* operator->() const { return &std::get<0>(content_); }
+  Error& error() { return std::get<1>(content_); }
+  const Error& error() const { return std::get<1>(content_); }
 
  private:
   std::variant<T, Error> content_;

@@ -16,7 +16,7 @@ class SingleByteCodec final : public Codec {
  public:
   /// Takes the table from a converter; false when it holds what this codec does not: bytes that stand for several
   /// characters or for one beyond U+FFFF.
-  bool fill(UConverter *converter) {
+  bool fill(UConverter* converter) {
     for (unsigned value = 0; value < 256; ++value) {
       const char byte = static_cast<char>(value);
       std::array<UChar, 4> text;
@@ -59,7 +59,7 @@ class SingleByteCodec final : public Codec {
   using Page = std::array<std::uint16_t, 256>;
 
   void setByte(char16_t character, std::uint8_t byte) {
-    std::unique_ptr<Page> &page = pages_[character >> 8];
+    std::unique_ptr<Page>& page = pages_[character >> 8];
     if (!page) {
       page = std::make_unique<Page>();
       page->fill(noByte);
@@ -69,7 +69,7 @@ class SingleByteCodec final : public Codec {
 
   std::uint16_t byteOf(char32_t character) const {
     if (character > 0xFFFF) return noByte;
-    const Page *page = pages_[character >> 8].get();
+    const Page* page = pages_[character >> 8].get();
     return page == nullptr ? noByte : (*page)[character & 0xFF];
   }
 
@@ -77,14 +77,14 @@ class SingleByteCodec final : public Codec {
   std::array<std::unique_ptr<Page>, 256> pages_;
 };
 
-bool isSingleByte(const UConverter *converter) {
+bool isSingleByte(const UConverter* converter) {
   const UConverterType type = ucnv_getType(converter);
   return (type == UCNV_SBCS || type == UCNV_LATIN_1 || type == UCNV_US_ASCII) && ucnv_getMaxCharSize(converter) == 1;
 }
 
 }  // namespace
 
-std::unique_ptr<Codec> makeSingleByteCodec(const std::string &icuName) {
+std::unique_ptr<Codec> makeSingleByteCodec(const std::string& icuName) {
   const Converter converter = openConverter(icuName);
   if (!converter || !isSingleByte(converter.get())) return nullptr;
   auto codec = std::make_unique<SingleByteCodec>();

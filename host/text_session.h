@@ -22,13 +22,13 @@ class TextSession {
  public:
   /// Loads the library, and opens a session in the encoding of that name, any of its names in ICU. A library name
   /// without a slash is left to the dynamic loader.
-  static Result<TextSession> open(std::string_view encoding, const std::string &library = "librquni.so.1");
+  static Result<TextSession> open(std::string_view encoding, const std::string& library = "librquni.so.1");
   ~TextSession();
-  TextSession(TextSession &&other) noexcept;
-  TextSession &operator=(TextSession &&other) noexcept;
+  TextSession(TextSession&& other) noexcept;
+  TextSession& operator=(TextSession&& other) noexcept;
 
   /// The encoding's own name.
-  const std::string &encoding() const;
+  const std::string& encoding() const;
 
   /// Replaces a notation by its characters; what the session encoding lacks stays as it stands. Notations are ASCII
   /// text: Error::Kind::usage where a session encoding writes that in another way.

@@ -9,7 +9,7 @@ namespace {
 
 const Error notSupported = {Error::Kind::system, "the operation is not supported by this library"};
 
-RQCodec decoderOf(const RQOperations &operations, Notation notation) {
+RQCodec decoderOf(const RQOperations& operations, Notation notation) {
   switch (notation) {
     case Notation::ncr:
       return operations.getNCR;
@@ -23,28 +23,28 @@ RQCodec decoderOf(const RQOperations &operations, Notation notation) {
   return operations.getUParenP;
 }
 
-RQCodec encoderOf(const RQOperations &operations, Notation notation) {
+RQCodec encoderOf(const RQOperations& operations, Notation notation) {
   if (notation == Notation::ncr) return operations.putNCR;
   return notation == Notation::uesc ? operations.putUEsc : operations.putUParen;
 }
 
 }  // namespace
 
-const Encoding &encodingOf(RQForm form) {
+const Encoding& encodingOf(RQForm form) {
   return *findEncoding(formEncodings[form]);
 }
 
-Error noNotations(const Encoding &encoding) {
+Error noNotations(const Encoding& encoding) {
   return {Error::Kind::usage, "the notations are ASCII text, and in " + encoding.name +
                                   " ASCII characters are not single bytes of their own"};
 }
 
-Error TextWork::failure(RQStatus status, Bytes text, Position start, const Encoding &source,
-                        const Encoding &target) const {
+Error TextWork::failure(RQStatus status, Bytes text, Position start, const Encoding& source,
+                        const Encoding& target) const {
   if (status == RQ_UNSUPPORTED) return notSupported;
   if (status == RQ_NO_MEMORY) return {Error::Kind::system, atBeginning(start, "not enough memory")};
-  const Codec &from = *codecOf(source.identifier);
-  const Codec &to = *codecOf(target.identifier);
+  const Codec& from = *codecOf(source.identifier);
+  const Codec& to = *codecOf(target.identifier);
   if (const auto problem = findProblem(from, to, text, start)) {
     return {Error::Kind::data, describe(*problem, source, target)};
   }

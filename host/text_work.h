@@ -16,10 +16,10 @@
 namespace rq::host {
 
 /// The host's encoding of a form.
-const Encoding &encodingOf(RQForm form);
+const Encoding& encodingOf(RQForm form);
 
 /// Why a session encoding cannot carry the notations, of one that does not.
-Error noNotations(const Encoding &encoding);
+Error noNotations(const Encoding& encoding);
 
 /// The operations of one flavour. Results lie in a buffer that the next call reuses, so each thread needs its own.
 /// `start` is where a text begins in something larger; errors count from there.
@@ -29,7 +29,7 @@ class TextWork {
 
   /// `encoding` is the object's session encoding, and must have a codec. `wide`: the operations take units of 4
   /// bytes.
-  TextWork(RQInterface *object, const RQOperations &operations, const Encoding &encoding, bool wide)
+  TextWork(RQInterface* object, const RQOperations& operations, const Encoding& encoding, bool wide)
       : object_(object),
         operations_(operations),
         encoding_(encoding),
@@ -48,16 +48,16 @@ class TextWork {
  private:
   std::size_t unit() const { return wide_ ? sizeof(RQChar) : 1; }
   /// What the status of an operation means, the text's first problem on the way to `target` if it has one.
-  Error failure(RQStatus status, Bytes text, Position start, const Encoding &source, const Encoding &target) const;
+  Error failure(RQStatus status, Bytes text, Position start, const Encoding& source, const Encoding& target) const;
   /// Checks that a text is valid in the session encoding and returns how large its longest encoded form can be, in
   /// units.
   Result<std::uint64_t> encodedBound(Bytes text, Position start) const;
   Done needWholeUnits(Bytes text, Position start) const;
 
-  RQInterface *object_;
-  const RQOperations &operations_;
-  const Encoding &encoding_;
-  const Codec &codec_;
+  RQInterface* object_;
+  const RQOperations& operations_;
+  const Encoding& encoding_;
+  const Codec& codec_;
   const bool wide_;
   Buffer output_;
 };

@@ -16,7 +16,7 @@ struct Attempt {
 };
 
 /// Converts at most the first `characters` characters, then ends the text.
-Attempt attempt(const Codec &source, const Codec &target, Bytes input, MutableBytes output, std::size_t characters) {
+Attempt attempt(const Codec& source, const Codec& target, Bytes input, MutableBytes output, std::size_t characters) {
   std::array<char32_t, Codec::pieceCharacters> piece;  // deliberately left unset: most calls carry one character
   Attempt sum{0, 0, Outcome::done, false};
   for (bool first = true;; first = false) {
@@ -86,7 +86,7 @@ std::string hexadecimal(RQStatus status) {
   return text.data();
 }
 
-Conversion convert(const Codec &source, const Codec &target, Bytes input, MutableBytes output) {
+Conversion convert(const Codec& source, const Codec& target, Bytes input, MutableBytes output) {
   if (input.empty()) return {0, Outcome::done};
   const Attempt whole = attempt(source, target, input, output, SIZE_MAX);
   if (whole.ended || target.cutsCleanly()) return {whole.produced, whole.outcome};
@@ -99,7 +99,7 @@ Conversion convert(const Codec &source, const Codec &target, Bytes input, Mutabl
   return {0, whole.outcome};
 }
 
-Transcoder::Transcoder(Instruments &instruments, const Codec &source, const Codec &target)
+Transcoder::Transcoder(Instruments& instruments, const Codec& source, const Codec& target)
     : instruments_(instruments), source_(source), target_(target) {
   forbid<"transcoder", 0>(gap0);
   forbid<"transcoder", 3>(gap3);
@@ -113,9 +113,9 @@ Transcoder::~Transcoder() {
   --instruments_.counts.transcoders;
 }
 
-RQStatus Transcoder::destroySlot(RQTranscoder *transcoder) noexcept {
-  auto *self = static_cast<Transcoder *>(transcoder);
-  Instruments &instruments = self->instruments_;
+RQStatus Transcoder::destroySlot(RQTranscoder* transcoder) noexcept {
+  auto* self = static_cast<Transcoder*>(transcoder);
+  Instruments& instruments = self->instruments_;
   if (instruments.active()) {
     instruments.enter(Service::destroyTranscoder);
     instruments.leave({Service::destroyTranscoder, transcoder, {}, 0});
@@ -124,18 +124,18 @@ RQStatus Transcoder::destroySlot(RQTranscoder *transcoder) noexcept {
   return 0;
 }
 
-RQStatus Transcoder::convertSlot(RQTranscoder *transcoder, const void *input, uint64_t inputBytes, void *output,
-                                 uint64_t capacityBytes, uint64_t *producedBytes, uint64_t) noexcept {
-  auto *self = static_cast<Transcoder *>(transcoder);
-  const Bytes from(static_cast<const std::byte *>(input), inputBytes);
-  const MutableBytes to(static_cast<std::byte *>(output), capacityBytes);
+RQStatus Transcoder::convertSlot(RQTranscoder* transcoder, const void* input, uint64_t inputBytes, void* output,
+                                 uint64_t capacityBytes, uint64_t* producedBytes, uint64_t) noexcept {
+  auto* self = static_cast<Transcoder*>(transcoder);
+  const Bytes from(static_cast<const std::byte*>(input), inputBytes);
+  const MutableBytes to(static_cast<std::byte*>(output), capacityBytes);
   if (self->instruments_.active()) return self->convertWatched(from, to, producedBytes);
   const Conversion conversion = host::convert(self->source_, self->target_, from, to);
   *producedBytes = conversion.produced;
   return statusOf(conversion.outcome);
 }
 
-RQStatus Transcoder::convertWatched(Bytes input, MutableBytes output, std::uint64_t *producedBytes) {
+RQStatus Transcoder::convertWatched(Bytes input, MutableBytes output, std::uint64_t* producedBytes) {
   const std::optional<Fault> fault = instruments_.enter(Service::convert);
   RQStatus status = 0;
   if (fault && fault->action == Fault::Action::fail) {

@@ -33,26 +33,26 @@ struct Conversion {
 
 /// Converts as much of `input` as is right and fits: whole characters only, and with a stateful target including
 /// what ends its text. Any number of threads at once.
-Conversion convert(const Codec &source, const Codec &target, Bytes input, MutableBytes output);
+Conversion convert(const Codec& source, const Codec& target, Bytes input, MutableBytes output);
 
 /// Made with new by the NLS services, ends itself in its destroy slot. Holds no state: several threads may convert
 /// with it at once.
 class Transcoder final : public Guarded<RQTranscoder, "transcoder"> {
  public:
-  Transcoder(Instruments &instruments, const Codec &source, const Codec &target);
+  Transcoder(Instruments& instruments, const Codec& source, const Codec& target);
   ~Transcoder();
-  Transcoder(const Transcoder &) = delete;
-  Transcoder &operator=(const Transcoder &) = delete;
+  Transcoder(const Transcoder&) = delete;
+  Transcoder& operator=(const Transcoder&) = delete;
 
  private:
-  static RQStatus destroySlot(RQTranscoder *transcoder) noexcept;
-  static RQStatus convertSlot(RQTranscoder *transcoder, const void *input, uint64_t inputBytes, void *output,
-                              uint64_t capacityBytes, uint64_t *producedBytes, uint64_t flags) noexcept;
-  RQStatus convertWatched(Bytes input, MutableBytes output, std::uint64_t *producedBytes);
+  static RQStatus destroySlot(RQTranscoder* transcoder) noexcept;
+  static RQStatus convertSlot(RQTranscoder* transcoder, const void* input, uint64_t inputBytes, void* output,
+                              uint64_t capacityBytes, uint64_t* producedBytes, uint64_t flags) noexcept;
+  RQStatus convertWatched(Bytes input, MutableBytes output, std::uint64_t* producedBytes);
 
-  Instruments &instruments_;
-  const Codec &source_;
-  const Codec &target_;
+  Instruments& instruments_;
+  const Codec& source_;
+  const Codec& target_;
 };
 
 }  // namespace rq::host

@@ -19,7 +19,7 @@ struct Row {
 
 /// Loads the shared object at `path` in a child process for each rule and enters it by rquni_host. A row per rule, in
 /// a fixed order; an error when the file is no such host. `threads`: see Subject.
-host::Result<std::vector<Row>> checkHost(const std::string &path, const host::Library &library, bool threads);
+host::Result<std::vector<Row>> checkHost(const std::string& path, const host::Library& library, bool threads);
 
 /// "ok", "broken" or "not checked".
 std::string_view nameOf(Verdict verdict);

@@ -8,14 +8,14 @@ namespace rq::check {
 namespace {
 
 /// The host and an object that the library made of it, null when it made none.
-RQInterface *makeObject(const Subject &subject) {
+RQInterface* makeObject(const Subject& subject) {
   std::uint64_t major = 0;
   std::uint64_t minor = 0;
   subject.library.rqextver(subject.kernel, &major, &minor);
   return subject.library.rquni(subject.context, nullptr);
 }
 
-std::string run(RQCodec codec, RQInterface *object, const std::string &input) {
+std::string run(RQCodec codec, RQInterface* object, const std::string& input) {
   std::string output(12 * input.size() + 64, '\0');
   std::uint64_t written = 0;
   const std::uint64_t capacity = output.size() - RQ_OUTPUT_SLACK_BYTES;
@@ -25,12 +25,12 @@ std::string run(RQCodec codec, RQInterface *object, const std::string &input) {
   return output;
 }
 
-std::string inSession(const Subject &subject, std::u32string_view text) {
+std::string inSession(const Subject& subject, std::u32string_view text) {
   return convertAll(Transcoders(subject).toSession(RQ_FORM_UTF32_NATIVE), bytesOf(text)).bytes;
 }
 
-Finding object(const Subject &subject) {
-  RQInterface *object = makeObject(subject);
+Finding object(const Subject& subject) {
+  RQInterface* object = makeObject(subject);
   if (object == nullptr) {
     return subject.context->journal == nullptr ? notChecked("the context has no journal: none can be made")
                                                : broken("the library makes none");
@@ -44,9 +44,9 @@ Finding object(const Subject &subject) {
   return ok(reference == "x&#65;" ? "" : "made and ended; the session encoding carries no notation");
 }
 
-Finding threads(const Subject &subject) {
+Finding threads(const Subject& subject) {
   if (!subject.threads) return notChecked("asked for by --threads, where the host lets several use one object");
-  RQInterface *object = makeObject(subject);
+  RQInterface* object = makeObject(subject);
   if (object == nullptr) return notChecked("there is no object");
   std::string longText;
   while (longText.size() < 2000) longText += "x&#65;&#x42; ";  // long enough for working buffers of the pool
@@ -63,7 +63,7 @@ Finding threads(const Subject &subject) {
       for (int round = 0; round < 200; ++round) different += work() == alone ? 0 : 1;
     });
   }
-  for (std::thread &thread : all) thread.join();
+  for (std::thread& thread : all) thread.join();
   object->destroy(object);
   return different == 0
              ? ok()

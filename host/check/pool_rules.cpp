@@ -9,33 +9,33 @@ namespace {
 constexpr std::uint64_t mebibyte = std::uint64_t{1} << 20;
 constexpr int rounds = 128;  // each with a mebibyte
 
-Finding kernelWords(const Subject &subject) {
+Finding kernelWords(const Subject& subject) {
   const std::string null = nullWord(subject.kernel->createPool, 6);
   return null.empty() ? ok() : broken(null);
 }
 
-Finding createPool(const Subject &subject) {
-  RQPool *first = makePool(subject);
-  RQPool *second = makePool(subject);
+Finding createPool(const Subject& subject) {
+  RQPool* first = makePool(subject);
+  RQPool* second = makePool(subject);
   if (first == nullptr || second == nullptr) return broken("a pool is refused");
   if (first == second) return broken("two calls gave the same pool");
   if (first->allocate != nullptr) first->allocate(first, 8, 0);  // the parameter block is gone by now
   return ok();
 }
 
-Finding poolWords(const Subject &subject) {
-  const RQPool *pool = makePool(subject);
-  for (const std::string &null :
+Finding poolWords(const Subject& subject) {
+  const RQPool* pool = makePool(subject);
+  for (const std::string& null :
        {nullWord(pool->destroy, 2), nullWord(pool->allocate, 3), nullWord(pool->release, 4)}) {
     if (!null.empty()) return broken(null);
   }
   return ok();
 }
 
-Finding alignment(const Subject &subject) {
-  RQPool *pool = makePool(subject);
+Finding alignment(const Subject& subject) {
+  RQPool* pool = makePool(subject);
   for (std::uint64_t bytes = 1; bytes <= 2048; bytes += bytes < 64 ? 1 : 121) {
-    const void *block = pool->allocate(pool, bytes, 0);
+    const void* block = pool->allocate(pool, bytes, 0);
     if (block == nullptr) return broken("a block of " + decimal(bytes) + " bytes is refused");
     const std::uint64_t over = reinterpret_cast<std::uintptr_t>(block) % 8;
     if (over != 0)
@@ -45,7 +45,7 @@ Finding alignment(const Subject &subject) {
 }
 
 struct Block {
-  unsigned char *begin;
+  unsigned char* begin;
   std::uint64_t bytes;
   unsigned char fill;
   bool whole() const {
@@ -57,14 +57,14 @@ struct Block {
 };
 
 /// Takes a block and fills it to its last byte.
-Block filled(RQPool *pool, std::uint64_t bytes, std::uint64_t flags, unsigned char fill) {
-  auto *memory = static_cast<unsigned char *>(pool->allocate(pool, bytes, flags));
+Block filled(RQPool* pool, std::uint64_t bytes, std::uint64_t flags, unsigned char fill) {
+  auto* memory = static_cast<unsigned char*>(pool->allocate(pool, bytes, flags));
   if (memory != nullptr) std::memset(memory, fill, bytes);
   return {memory, bytes, fill};
 }
 
-Finding blocks(const Subject &subject) {
-  RQPool *pool = makePool(subject);
+Finding blocks(const Subject& subject) {
+  RQPool* pool = makePool(subject);
   std::vector<Block> taken = {filled(pool, sizeof(RQInterface), 0x80000000, 1)};
   for (const unsigned bytes : {1U, 7U, 8U, 9U, 100U, 1024U, 1025U, 4096U, 100'000U}) {
     for (int i = 0; i < 4; ++i) taken.push_back(filled(pool, bytes, 0, static_cast<unsigned char>(taken.size() + 1)));
@@ -74,15 +74,15 @@ Finding blocks(const Subject &subject) {
     pool->release(pool, taken[i].begin);
     taken[i] = filled(pool, taken[i].bytes, 0, static_cast<unsigned char>(taken[i].fill + 100));
   }
-  for (const Block &block : taken) {
+  for (const Block& block : taken) {
     if (block.begin == nullptr) return broken("a block of " + decimal(block.bytes) + " bytes is refused");
     if (!block.whole()) return broken("a block of " + decimal(block.bytes) + " bytes shares memory with another one");
   }
   return ok();
 }
 
-Finding refusal(const Subject &subject) {
-  RQPool *pool = makePool(subject);
+Finding refusal(const Subject& subject) {
+  RQPool* pool = makePool(subject);
   for (const std::uint64_t bytes : {UINT64_MAX, UINT64_MAX - 7, UINT64_MAX - 64, UINT64_MAX / 2, UINT64_MAX / 4}) {
     if (pool->allocate(pool, bytes, 0) != nullptr)
       return broken("a block of " + decimal(bytes) + " bytes is given out");
@@ -91,7 +91,7 @@ Finding refusal(const Subject &subject) {
 }
 
 /// Broken when memory grew by much of `used` between two looks.
-Finding grown(std::size_t before, std::uint64_t used, const char *what) {
+Finding grown(std::size_t before, std::uint64_t used, const char* what) {
   const std::size_t after = residentBytes();
   const std::uint64_t growth = after > before ? after - before : 0;
   if (growth <= tolerableGrowth) return ok();
@@ -99,8 +99,8 @@ Finding grown(std::size_t before, std::uint64_t used, const char *what) {
                 " MiB more are in use");
 }
 
-Finding release(const Subject &subject) {
-  RQPool *pool = makePool(subject);
+Finding release(const Subject& subject) {
+  RQPool* pool = makePool(subject);
   const std::size_t before = residentBytes();
   for (int i = 0; i < rounds; ++i) {
     const Block block = filled(pool, mebibyte, 0, 1);
@@ -110,10 +110,10 @@ Finding release(const Subject &subject) {
   return grown(before, rounds * mebibyte, "were given back");
 }
 
-Finding destroy(const Subject &subject) {
+Finding destroy(const Subject& subject) {
   const std::size_t before = residentBytes();
   for (int i = 0; i < rounds; ++i) {
-    RQPool *pool = makePool(subject);
+    RQPool* pool = makePool(subject);
     if (filled(pool, mebibyte / 2, 0, 1).begin == nullptr || filled(pool, mebibyte / 2, 0, 2).begin == nullptr) {
       return broken("a block of 512 KiB is refused");
     }

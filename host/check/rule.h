@@ -29,9 +29,9 @@ inline Finding notChecked(std::string why) {
 
 /// What is checked, and with what.
 struct Subject {
-  RQKernel *kernel;
-  RQContext *context;
-  const host::Library &library;
+  RQKernel* kernel;
+  RQContext* context;
+  const host::Library& library;
   bool threads;  // the host lets several threads use one object
 };
 
@@ -39,7 +39,7 @@ struct Rule {
   std::string_view name;                // the table and what it is about
   std::string_view statement;           // as frame/host.h has it, in a line
   std::vector<std::string_view> needs;  // without these, the check would only see the same defect again
-  Finding (*check)(const Subject &subject);
+  Finding (*check)(const Subject& subject);
   std::string_view crash = {};  // what a crash during the check means
 };
 

@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::size_t longestReport = 2048;  // less than a pipe holds: writing it never waits
 
-[[noreturn]] void runChild(const std::function<Finding()> &check, int reportEnd) {
+[[noreturn]] void runChild(const std::function<Finding()>& check, int reportEnd) {
   ::prctl(PR_SET_PDEATHSIG, SIGKILL);
   const rlimit noCore{0, 0};
   ::setrlimit(RLIMIT_CORE, &noCore);
@@ -26,7 +26,7 @@ constexpr std::size_t longestReport = 2048;  // less than a pipe holds: writing 
   try {
     const Finding finding = check();
     report = static_cast<char>(finding.verdict) + finding.seen;
-  } catch (const std::exception &error) {
+  } catch (const std::exception& error) {
     report = static_cast<char>(Verdict::broken) + std::string("an exception came through: ") + error.what();
   }
   report.resize(std::min(report.size(), longestReport));
@@ -35,7 +35,7 @@ constexpr std::size_t longestReport = 2048;  // less than a pipe holds: writing 
 }
 
 /// False when patience came to an end, and the child with it.
-bool waitFor(pid_t child, int &status, std::chrono::milliseconds patience) {
+bool waitFor(pid_t child, int& status, std::chrono::milliseconds patience) {
   const auto until = std::chrono::steady_clock::now() + patience;
   for (;;) {
     const pid_t ended = ::waitpid(child, &status, WNOHANG);
@@ -51,7 +51,7 @@ bool waitFor(pid_t child, int &status, std::chrono::milliseconds patience) {
 
 }  // namespace
 
-Finding apart(const std::function<Finding()> &check, std::chrono::milliseconds patience) {
+Finding apart(const std::function<Finding()>& check, std::chrono::milliseconds patience) {
   std::array<int, 2> ends;
   if (::pipe(ends.data()) != 0) return notChecked(std::string("no pipe: ") + std::strerror(errno));
   const pid_t child = ::fork();

@@ -14,7 +14,7 @@ inline constexpr std::string_view crashed = "it crashed";
 
 /// What `check` finds in a child process, whose standard output is this one's standard error. A child that ends in
 /// another way, or not before patience does, is a broken rule.
-Finding apart(const std::function<Finding()> &check, std::chrono::milliseconds patience = std::chrono::seconds(30));
+Finding apart(const std::function<Finding()>& check, std::chrono::milliseconds patience = std::chrono::seconds(30));
 
 }  // namespace rq::check
 

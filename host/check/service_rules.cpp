@@ -8,7 +8,7 @@ namespace {
 
 constexpr std::u32string_view charsetName = U"ZQD";
 
-std::uint64_t logStatus(RQJournal *journal, std::uint64_t level, std::uint64_t status, ...) {
+std::uint64_t logStatus(RQJournal* journal, std::uint64_t level, std::uint64_t status, ...) {
   va_list list;
   va_start(list, status);
   const std::uint64_t result = journal->statusToJnl(journal, level, status, list);
@@ -16,8 +16,8 @@ std::uint64_t logStatus(RQJournal *journal, std::uint64_t level, std::uint64_t s
   return result;
 }
 
-Finding journal(const Subject &subject) {
-  RQJournal *journal = subject.context->journal;
+Finding journal(const Subject& subject) {
+  RQJournal* journal = subject.context->journal;
   if (journal == nullptr) return notChecked("the context has none: each object must be given one");
   const std::string null = nullWord(journal->statusToJnl, 7);
   if (!null.empty()) return broken(null);
@@ -25,20 +25,20 @@ Finding journal(const Subject &subject) {
   return ok();
 }
 
-const char *const noCaseService = "the kernel has none: the library's own tables serve";
+const char* const noCaseService = "the kernel has none: the library's own tables serve";
 
-Finding caseWords(const Subject &subject) {
-  const RQCaseService *service = subject.kernel->caseService;
+Finding caseWords(const Subject& subject) {
+  const RQCaseService* service = subject.kernel->caseService;
   if (service == nullptr) return notChecked(noCaseService);
-  for (const std::string &null : {nullWord(service->upper, 31), nullWord(service->lower, 32)}) {
+  for (const std::string& null : {nullWord(service->upper, 31), nullWord(service->lower, 32)}) {
     if (!null.empty()) return broken(null);
   }
   if (service->charset == nullptr && service->lookUp == nullptr) return broken("words 149 and 153 are both null");
   return ok();
 }
 
-Finding anyCharacter(const Subject &subject) {
-  RQCaseService *service = subject.kernel->caseService;
+Finding anyCharacter(const Subject& subject) {
+  RQCaseService* service = subject.kernel->caseService;
   if (service == nullptr) return notChecked(noCaseService);
   const auto ask = [service](RQChar character) {
     service->upper(service, character, 1);
@@ -54,28 +54,28 @@ Finding anyCharacter(const Subject &subject) {
 }
 
 /// The service "ZQD" as the library gets it, null when there is none.
-RQCharsetService *charsetOf(const Subject &subject) {
-  RQCaseService *service = subject.kernel->caseService;
+RQCharsetService* charsetOf(const Subject& subject) {
+  RQCaseService* service = subject.kernel->caseService;
   if (service == nullptr) return nullptr;
   if (service->charset != nullptr) return service->charset;
   const Fenced name(bytesOf(charsetName));
   RQStatus status = 0;
   // cppcheck-suppress returnDanglingLifetime; the service is not made of the status
-  return service->lookUp(service, static_cast<const RQChar *>(name.data()), charsetName.size(), &status);
+  return service->lookUp(service, static_cast<const RQChar*>(name.data()), charsetName.size(), &status);
 }
 
-const char *const noCharset = "there is no service \"ZQD\"";
+const char* const noCharset = "there is no service \"ZQD\"";
 
-Finding charsetFound(const Subject &subject) {
+Finding charsetFound(const Subject& subject) {
   if (subject.kernel->caseService == nullptr) return notChecked(noCaseService);
-  const RQCharsetService *charset = charsetOf(subject);
+  const RQCharsetService* charset = charsetOf(subject);
   if (charset == nullptr) return ok(noCharset);
   const std::string null = nullWord(charset->upperCase, 54);
   return null.empty() ? ok() : broken(null + " in the character-set service");
 }
 
-Finding charsetLength(const Subject &subject) {
-  RQCharsetService *charset = charsetOf(subject);
+Finding charsetLength(const Subject& subject) {
+  RQCharsetService* charset = charsetOf(subject);
   if (charset == nullptr) return notChecked(noCharset);
   for (std::size_t length = 0; length <= 8; ++length) {
     std::string text = "--------aabbccddeeff----";
@@ -88,8 +88,8 @@ Finding charsetLength(const Subject &subject) {
   return ok();
 }
 
-Finding charsetLetters(const Subject &subject) {
-  RQCharsetService *charset = charsetOf(subject);
+Finding charsetLetters(const Subject& subject) {
+  RQCharsetService* charset = charsetOf(subject);
   if (charset == nullptr) return notChecked(noCharset);
   std::string letters = "abcdef09";
   const Transcoders all(subject);

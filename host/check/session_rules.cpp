@@ -5,22 +5,22 @@
 namespace rq::check {
 namespace {
 
-Finding contextWords(const Subject &subject) {
-  for (const std::string &null : {nullWord(subject.context->lookUpOption, 14), nullWord(subject.context->nls, 27)}) {
+Finding contextWords(const Subject& subject) {
+  for (const std::string& null : {nullWord(subject.context->lookUpOption, 14), nullWord(subject.context->nls, 27)}) {
     if (!null.empty()) return broken(null);
   }
   return ok();
 }
 
-Finding nlsWords(const Subject &subject) {
-  const RQNlsServices *nls = subject.context->nls;
-  for (const std::string &null : {nullWord(nls->createTranscoder, 14), nullWord(nls->querySession, 78)}) {
+Finding nlsWords(const Subject& subject) {
+  const RQNlsServices* nls = subject.context->nls;
+  for (const std::string& null : {nullWord(nls->createTranscoder, 14), nullWord(nls->querySession, 78)}) {
     if (!null.empty()) return broken(null);
   }
   return ok();
 }
 
-Finding optionName(const Subject &subject) {
+Finding optionName(const Subject& subject) {
   const std::u32string_view real = sessionOption;
   askOptionFenced(subject, real);
   for (const std::u32string_view name : {real.substr(0, 20), std::u32string_view(U"RQNLS.ZMX_SESSION_CEIX"),
@@ -34,7 +34,7 @@ Finding optionName(const Subject &subject) {
   return ok();
 }
 
-Finding optionValue(const Subject &subject) {
+Finding optionValue(const Subject& subject) {
   const OptionAnswer answer = askOption(subject, sessionOption);
   if (answer.beyond) return broken("it writes beyond the value or its length");
   if (answer.status != 0) return ok("not found: the session query answers");
@@ -43,7 +43,7 @@ Finding optionValue(const Subject &subject) {
   return ok("encoding " + std::to_string(answer.value));
 }
 
-Finding sessionQuery(const Subject &subject) {
+Finding sessionQuery(const Subject& subject) {
   if (askOption(subject, sessionOption).status == 0) return notChecked("the option answers: nobody asks");
   const QueryAnswer answer = askSession(subject);
   if (answer.beyond) return broken("it writes beyond the 4 bytes of the identifier");

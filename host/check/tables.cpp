@@ -29,10 +29,10 @@ struct Between {
   bool hit() const { return before != 0x5A5A5A5A5A5A5A5A || after != 0x5A5A5A5A5A5A5A5A; }
 };
 
-OptionAnswer lookUp(const Subject &subject, const void *name, std::size_t length) {
+OptionAnswer lookUp(const Subject& subject, const void* name, std::size_t length) {
   Between<std::int64_t> value(-1);
   Between<std::uint64_t> bytes(8);
-  const RQStatus status = subject.context->lookUpOption(subject.context, static_cast<const RQChar *>(name), length, 3,
+  const RQStatus status = subject.context->lookUpOption(subject.context, static_cast<const RQChar*>(name), length, 3,
                                                         &value.value, &bytes.value);
   return {status, value.value, bytes.value, value.hit() || bytes.hit()};
 }
@@ -41,9 +41,9 @@ OptionAnswer lookUp(const Subject &subject, const void *name, std::size_t length
 
 Fenced::Fenced(std::string_view content)
     : mapped_((content.size() + pageBytes - 1) / pageBytes * pageBytes + pageBytes), size_(content.size()) {
-  void *memory = ::mmap(nullptr, mapped_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  void* memory = ::mmap(nullptr, mapped_, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   if (memory == MAP_FAILED) throw std::bad_alloc();
-  base_ = static_cast<char *>(memory);
+  base_ = static_cast<char*>(memory);
   end_ = base_ + mapped_ - pageBytes;
   ::mprotect(end_, pageBytes, PROT_NONE);
   content.copy(end_ - size_, size_);
@@ -64,29 +64,29 @@ std::size_t residentBytes() {
   return resident * pageBytes;
 }
 
-RQPool *makePool(const Subject &subject) {
+RQPool* makePool(const Subject& subject) {
   // What the host gets for the call only is gone afterwards.
   const RQPoolParameters zeros{};
   Fenced parameters(bytesOf(zeros));
   constexpr char name[] = "RQUNI Extension";
   const Fenced description(bytesOf(name));
-  RQPool *pool = subject.kernel->createPool(subject.kernel, static_cast<RQPoolParameters *>(parameters.data()),
-                                            subject.context->journal, static_cast<const char *>(description.data()));
+  RQPool* pool = subject.kernel->createPool(subject.kernel, static_cast<RQPoolParameters*>(parameters.data()),
+                                            subject.context->journal, static_cast<const char*>(description.data()));
   parameters.close();
   return pool;
 }
 
-OptionAnswer askOption(const Subject &subject, const std::u32string &name) {
+OptionAnswer askOption(const Subject& subject, const std::u32string& name) {
   return lookUp(subject, name.data(), name.size());
 }
 
-OptionAnswer askOptionFenced(const Subject &subject, std::u32string_view name) {
+OptionAnswer askOptionFenced(const Subject& subject, std::u32string_view name) {
   const Fenced text(bytesOf(name));
   return lookUp(subject, text.data(), name.size());
 }
 
-QueryAnswer askSession(const Subject &subject) {
-  RQNlsServices *nls = subject.context->nls;
+QueryAnswer askSession(const Subject& subject) {
+  RQNlsServices* nls = subject.context->nls;
   struct {
     std::uint32_t before = 0x5A5A5A5A;
     std::int32_t encoding = -1;
@@ -96,13 +96,13 @@ QueryAnswer askSession(const Subject &subject) {
   return {status, answer.encoding, answer.before != 0x5A5A5A5A || answer.after != 0x5A5A5A5A};
 }
 
-std::uint64_t sessionEncoding(const Subject &subject) {
+std::uint64_t sessionEncoding(const Subject& subject) {
   const OptionAnswer option = askOption(subject, sessionOption);
   return static_cast<std::uint32_t>(option.status == 0 ? option.value : askSession(subject).encoding);
 }
 
-Transcoders::Transcoders(const Subject &subject) {
-  RQNlsServices *nls = subject.context->nls;
+Transcoders::Transcoders(const Subject& subject) {
+  RQNlsServices* nls = subject.context->nls;
   const std::uint64_t session = sessionEncoding(subject);
   for (std::size_t form = 0; form < pairs_.size(); ++form) {
     pairs_[form].toSession = nls->createTranscoder(nls, host::formEncodings[form], session, 0, 0);
@@ -115,7 +115,7 @@ std::string Transcoders::nameOf(std::size_t number) {
   return number % 2 == 0 ? "from " + form + " to the session encoding" : "from the session encoding to " + form;
 }
 
-Converted convert(RQTranscoder *transcoder, std::string_view input, std::uint64_t capacity) {
+Converted convert(RQTranscoder* transcoder, std::string_view input, std::uint64_t capacity) {
   std::vector<char> output(capacity + margin, untouched);
   Converted result{0, Converted::unset, {}, false};
   result.status =
@@ -127,7 +127,7 @@ Converted convert(RQTranscoder *transcoder, std::string_view input, std::uint64_
   return result;
 }
 
-Converted convertAll(RQTranscoder *transcoder, std::string_view input) {
+Converted convertAll(RQTranscoder* transcoder, std::string_view input) {
   return convert(transcoder, input, 16 * input.size() + 256);
 }
 
@@ -139,7 +139,7 @@ std::string inForm(int form, std::u32string_view characters) {
   return converted.value_or("");
 }
 
-std::optional<Sample> sampleOf(const Transcoders &transcoders) {
+std::optional<Sample> sampleOf(const Transcoders& transcoders) {
   Sample sample;
   for (const char32_t character : std::u32string_view(U"Az 09é\u0416\u03BB\u65E5\uAC00\U0001F600;")) {
     const std::string_view bytes = bytesOf(character);
@@ -154,11 +154,11 @@ std::optional<Sample> sampleOf(const Transcoders &transcoders) {
   return sample;
 }
 
-std::string inputOf(const Sample &sample, std::size_t number) {
+std::string inputOf(const Sample& sample, std::size_t number) {
   return number % 2 == 0 ? inForm(static_cast<int>(number / 2), sample.characters) : sample.session;
 }
 
-std::string outputOf(const Sample &sample, std::size_t number) {
+std::string outputOf(const Sample& sample, std::size_t number) {
   return number % 2 == 0 ? sample.session : inForm(static_cast<int>(number / 2), sample.characters);
 }
 

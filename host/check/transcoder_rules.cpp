@@ -5,7 +5,7 @@
 namespace rq::check {
 namespace {
 
-Finding creation(const Subject &subject) {
+Finding creation(const Subject& subject) {
   const Transcoders all(subject);
   for (std::size_t number = 0; number < Transcoders::count; ++number) {
     if (all.at(number) == nullptr) return broken("there is none " + Transcoders::nameOf(number));
@@ -13,10 +13,10 @@ Finding creation(const Subject &subject) {
   return ok();
 }
 
-Finding words(const Subject &subject) {
+Finding words(const Subject& subject) {
   const Transcoders all(subject);
   for (std::size_t number = 0; number < Transcoders::count; ++number) {
-    for (const std::string &null : {nullWord(all.at(number)->destroy, 2), nullWord(all.at(number)->convert, 4)}) {
+    for (const std::string& null : {nullWord(all.at(number)->destroy, 2), nullWord(all.at(number)->convert, 4)}) {
       if (!null.empty()) return broken(null + " in the one " + Transcoders::nameOf(number));
     }
   }
@@ -24,7 +24,7 @@ Finding words(const Subject &subject) {
 }
 
 /// Texts that are short, cut, invalid or not there.
-const std::vector<std::string> &oddInputs() {
+const std::vector<std::string>& oddInputs() {
   static const std::vector<std::string> inputs = {"",
                                                   "A",
                                                   "\xFF",
@@ -38,7 +38,7 @@ const std::vector<std::string> &oddInputs() {
 
 /// Tries `look` on every transcoder; the first complaint breaks the rule.
 template <class Look>
-Finding eachTranscoder(const Subject &subject, const Look &look) {
+Finding eachTranscoder(const Subject& subject, const Look& look) {
   const Transcoders all(subject);
   const std::optional<Sample> sample = sampleOf(all);
   if (!sample) return notChecked(noSample);
@@ -49,14 +49,14 @@ Finding eachTranscoder(const Subject &subject, const Look &look) {
   return ok();
 }
 
-Finding length(const Subject &subject) {
-  return eachTranscoder(subject, [](const Transcoders &all, const Sample &sample, std::size_t number) {
+Finding length(const Subject& subject) {
+  return eachTranscoder(subject, [](const Transcoders& all, const Sample& sample, std::size_t number) {
     const std::string input = inputOf(sample, number);
     for (const std::uint64_t capacity : {std::uint64_t{0}, std::uint64_t{1}, std::uint64_t{4096}}) {
       if (convert(all.at(number), input, capacity).produced == Converted::unset) {
         return "stores none with a capacity of " + decimal(capacity) + " bytes";
       }
-      for (const std::string &odd : oddInputs()) {
+      for (const std::string& odd : oddInputs()) {
         if (convert(all.at(number), odd, capacity).produced == Converted::unset) {
           return "stores none for " + decimal(odd.size()) + " bytes that are no text";
         }
@@ -66,11 +66,11 @@ Finding length(const Subject &subject) {
   });
 }
 
-Finding capacity(const Subject &subject) {
-  return eachTranscoder(subject, [](const Transcoders &all, const Sample &sample, std::size_t number) {
+Finding capacity(const Subject& subject) {
+  return eachTranscoder(subject, [](const Transcoders& all, const Sample& sample, std::size_t number) {
     std::vector<std::string> inputs = oddInputs();
     inputs.push_back(inputOf(sample, number));
-    for (const std::string &input : inputs) {
+    for (const std::string& input : inputs) {
       for (std::uint64_t room = 0; room < 80; ++room) {
         const Converted result = convert(all.at(number), input, room);
         if (result.beyond) return "writes beyond a capacity of " + decimal(room) + " bytes";
@@ -83,14 +83,14 @@ Finding capacity(const Subject &subject) {
   });
 }
 
-Finding input(const Subject &subject) {
-  return eachTranscoder(subject, [](const Transcoders &all, const Sample &sample, std::size_t number) {
+Finding input(const Subject& subject) {
+  return eachTranscoder(subject, [](const Transcoders& all, const Sample& sample, std::size_t number) {
     std::vector<std::string> inputs = oddInputs();
     const std::string text = inputOf(sample, number);
     for (std::size_t length = 0; length <= text.size(); ++length) inputs.push_back(text.substr(0, length));
-    for (const std::string &each : inputs) {
+    for (const std::string& each : inputs) {
       const Fenced fenced(each);
-      const auto *begin = static_cast<const char *>(fenced.data());
+      const auto* begin = static_cast<const char*>(fenced.data());
       const Converted inside = convertAll(all.at(number), {begin, each.size()});
       const Converted free = convertAll(all.at(number), each);
       if (inside.bytes != free.bytes) return "converts " + decimal(each.size()) + " bytes by what stands behind them";
@@ -100,7 +100,7 @@ Finding input(const Subject &subject) {
 }
 
 /// True when the bytes are the beginning of the sample, cut between two characters.
-bool wholeCharacters(const Transcoders &all, const Sample &sample, std::size_t number, const std::string &bytes) {
+bool wholeCharacters(const Transcoders& all, const Sample& sample, std::size_t number, const std::string& bytes) {
   std::string characters = bytes;
   const int form = static_cast<int>(number / 2);
   if (number % 2 == 0) {
@@ -115,8 +115,8 @@ bool wholeCharacters(const Transcoders &all, const Sample &sample, std::size_t n
   return false;
 }
 
-Finding whole(const Subject &subject) {
-  return eachTranscoder(subject, [](const Transcoders &all, const Sample &sample, std::size_t number) {
+Finding whole(const Subject& subject) {
+  return eachTranscoder(subject, [](const Transcoders& all, const Sample& sample, std::size_t number) {
     const std::string text = inputOf(sample, number);
     const std::size_t full = outputOf(sample, number).size();
     for (std::uint64_t room = 0; room < full; ++room) {
@@ -129,8 +129,8 @@ Finding whole(const Subject &subject) {
   });
 }
 
-Finding status(const Subject &subject) {
-  return eachTranscoder(subject, [](const Transcoders &all, const Sample &sample, std::size_t number) {
+Finding status(const Subject& subject) {
+  return eachTranscoder(subject, [](const Transcoders& all, const Sample& sample, std::size_t number) {
     const std::string text = inputOf(sample, number);
     const std::size_t full = outputOf(sample, number).size();
     if (convertAll(all.at(number), text).status != 0) return std::string("reports a failure where there is none");
@@ -145,11 +145,11 @@ Finding status(const Subject &subject) {
   });
 }
 
-Finding answer(const Subject &subject) {
-  return eachTranscoder(subject, [](const Transcoders &all, const Sample &sample, std::size_t number) {
+Finding answer(const Subject& subject) {
+  return eachTranscoder(subject, [](const Transcoders& all, const Sample& sample, std::size_t number) {
     const std::string text = inputOf(sample, number);
     const Converted first = convertAll(all.at(number), text);
-    for (const std::string &odd : oddInputs()) {
+    for (const std::string& odd : oddInputs()) {
       convertAll(all.at(number), odd);
       convert(all.at(number), text, 1);
       const Converted again = convertAll(all.at(number), text);
@@ -161,15 +161,15 @@ Finding answer(const Subject &subject) {
   });
 }
 
-Finding forms(const Subject &subject) {
-  return eachTranscoder(subject, [](const Transcoders &all, const Sample &sample, std::size_t number) {
+Finding forms(const Subject& subject) {
+  return eachTranscoder(subject, [](const Transcoders& all, const Sample& sample, std::size_t number) {
     const Converted result = convertAll(all.at(number), inputOf(sample, number));
     return result.bytes == outputOf(sample, number) ? std::string()
                                                     : std::string("gives other characters than UTF-32");
   });
 }
 
-Finding destroy(const Subject &subject) {
+Finding destroy(const Subject& subject) {
   const Transcoders all(subject);
   const std::optional<Sample> sample = sampleOf(all);
   if (!sample) return notChecked(noSample);
@@ -180,12 +180,12 @@ Finding destroy(const Subject &subject) {
       return broken("with the one " + Transcoders::nameOf(number) + " another one ended");
     }
   }
-  RQNlsServices *nls = subject.context->nls;
+  RQNlsServices* nls = subject.context->nls;
   const std::uint64_t session = sessionEncoding(subject);
   const std::size_t before = residentBytes();
   constexpr int rounds = 100'000;
   for (int i = 0; i < rounds; ++i) {
-    RQTranscoder *one = nls->createTranscoder(nls, RQ_ENCODING_UTF8, session, 0, 0);
+    RQTranscoder* one = nls->createTranscoder(nls, RQ_ENCODING_UTF8, session, 0, 0);
     if (one == nullptr) return broken("after " + decimal(static_cast<std::uint64_t>(i)) + " that ended none is made");
     one->destroy(one);
   }

@@ -18,7 +18,7 @@ struct Answer {
 };
 
 /// What the words ask for.
-std::variant<Options, Answer> parse(int argc, char **argv);
+std::variant<Options, Answer> parse(int argc, char** argv);
 
 /// What the help lists; hidden commands are left out.
 CommandModel commandModel();

@@ -13,12 +13,12 @@ namespace rq::cli {
 namespace {
 
 /// What becomes of one text.
-using Operation = std::function<Result<Bytes>(const Text &)>;
+using Operation = std::function<Result<Bytes>(const Text&)>;
 
 /// Texts in, texts out: line ends are written in the result's encoding and are no part of the texts.
-Done rewriteInto(Output &output, TextRun &run, const std::vector<std::string> &files, const std::string &lineEnd,
-                 const Operation &operation) {
-  return run.each(files, [&](const Text &text, bool ended) -> Done {
+Done rewriteInto(Output& output, TextRun& run, const std::vector<std::string>& files, const std::string& lineEnd,
+                 const Operation& operation) {
+  return run.each(files, [&](const Text& text, bool ended) -> Done {
     const Result<Bytes> result = operation(text);
     if (!result) return result.error();
     if (Done written = output.write(*result); !written) return written;
@@ -27,14 +27,14 @@ Done rewriteInto(Output &output, TextRun &run, const std::vector<std::string> &f
 }
 
 /// All files into the output, or each into itself.
-Done rewrite(const Options &options, Progress &progress, Output &output, const host::Encoding &from,
-             const host::Encoding &to, const Operation &operation) {
+Done rewrite(const Options& options, Progress& progress, Output& output, const host::Encoding& from,
+             const host::Encoding& to, const Operation& operation) {
   Result<TextRun> run = TextRun::in(from, options.lines, progress);
   if (!run) return run.error();
   const Result<std::string> lineEnd = options.lines ? lineEndIn(to) : std::string();
   if (!lineEnd) return lineEnd.error();
   if (!options.inPlace) return rewriteInto(output, *run, options.files, *lineEnd, operation);
-  for (const std::string &file : options.files) {
+  for (const std::string& file : options.files) {
     Result<std::unique_ptr<Replacement>> replacement = Replacement::begin(file, progress);
     if (!replacement) return replacement.error();
     if (Done done = rewriteInto((*replacement)->output(), *run, {file}, *lineEnd, operation); !done) return done;
@@ -43,18 +43,18 @@ Done rewrite(const Options &options, Progress &progress, Output &output, const h
   return host::done();
 }
 
-Notation notationNamed(const std::string &name) {
+Notation notationNamed(const std::string& name) {
   if (name == "ncr") return Notation::ncr;
   if (name == "uesc") return Notation::uesc;
   return name == "uparen" ? Notation::uparen : Notation::uparenAscii;
 }
 
 /// The name for a column or member, empty when one file needs none.
-std::string column(const Options &options, std::string_view file) {
+std::string column(const Options& options, std::string_view file) {
   return options.files.size() > 1 ? std::string(file) : "";
 }
 
-Done explainAll(Workbench &bench, const Options &options, Progress &progress, Output &output) {
+Done explainAll(Workbench& bench, const Options& options, Progress& progress, Output& output) {
   const Notation notation = notationNamed(options.subject);
   // A library without the decoder has nothing that could be explained.
   if (const Result<Bytes> probe = bench.decode(notation, {}); !probe) {
@@ -65,17 +65,17 @@ Done explainAll(Workbench &bench, const Options &options, Progress &progress, Ou
   }
   Result<TextRun> run = TextRun::in(bench.encoding(), options.lines, progress);
   if (!run) return run.error();
-  return run->each(options.files, [&](const Text &text, bool) -> Done {
+  return run->each(options.files, [&](const Text& text, bool) -> Done {
     return explain(bench, notation, text, column(options, text.file), options.json, output);
   });
 }
 
-Done measureAll(Workbench &bench, const Options &options, Progress &progress, Output &output) {
+Done measureAll(Workbench& bench, const Options& options, Progress& progress, Output& output) {
   const bool length = options.command == Command::length;
   const auto measure = length ? host::TextWork::Measure::length : host::TextWork::Measure::width;
   Result<TextRun> run = TextRun::in(bench.encoding(), options.lines, progress);
   if (!run) return run.error();
-  return run->each(options.files, [&](const Text &text, bool) -> Done {
+  return run->each(options.files, [&](const Text& text, bool) -> Done {
     const Result<std::int64_t> count = bench.measure(measure, text);
     if (!count) return count.error();
     const std::string name = column(options, text.file);
@@ -96,7 +96,7 @@ std::string trimmed(std::string text) {
   return text;
 }
 
-Done showInfo(Workbench &bench, const Options &options, Output &output) {
+Done showInfo(Workbench& bench, const Options& options, Output& output) {
   const auto version = [&bench](auto slot) {
     std::uint64_t major = 0;
     std::uint64_t minor = 0;
@@ -126,12 +126,12 @@ Done showInfo(Workbench &bench, const Options &options, Output &output) {
   };
   if (options.json) return output.write(jsonLine(rows));
   std::string text;
-  for (const auto &[name, value] : rows) text.append(name).append(": ").append(std::get<std::string>(value)) += '\n';
+  for (const auto& [name, value] : rows) text.append(name).append(": ").append(std::get<std::string>(value)) += '\n';
   return output.write(text);
 }
 
-Done listEncodings(const Options &options, Output &output) {
-  for (const host::Encoding &encoding : host::encodings()) {
+Done listEncodings(const Options& options, Output& output) {
+  for (const host::Encoding& encoding : host::encodings()) {
     std::string line;
     if (options.json) {
       line = jsonLine({{"identifier", std::uint64_t{encoding.identifier}},
@@ -139,7 +139,7 @@ Done listEncodings(const Options &options, Output &output) {
                        {"aliases", encoding.aliases}});
     } else {
       line = std::to_string(encoding.identifier) + "\t" + encoding.name + "\t";
-      for (const std::string &alias : encoding.aliases) line += (line.back() == '\t' ? "" : " ") + alias;
+      for (const std::string& alias : encoding.aliases) line += (line.back() == '\t' ? "" : " ") + alias;
       line += "\n";
     }
     if (Done written = output.write(line); !written) return written;
@@ -147,14 +147,14 @@ Done listEncodings(const Options &options, Output &output) {
   return host::done();
 }
 
-Done checkHost(const Options &options, Output &output) {
+Done checkHost(const Options& options, Output& output) {
   const Result<host::Library> library = openLibrary(options);
   if (!library) return library.error();
   const auto rows = check::checkHost(options.host, *library, options.threads);
   if (!rows) return rows.error();
   std::string text = options.json ? "" : "rule\tverdict\twhat it says\twhat was seen\n";
   std::string brokenRules;
-  for (const auto &[name, statement, finding] : *rows) {
+  for (const auto& [name, statement, finding] : *rows) {
     const std::string_view verdict = check::nameOf(finding.verdict);
     if (finding.verdict == check::Verdict::broken)
       brokenRules += (brokenRules.empty() ? "" : ", ") + std::string(name);
@@ -173,11 +173,11 @@ Done checkHost(const Options &options, Output &output) {
   return Error{Error::Kind::data, options.host + " breaks " + brokenRules};
 }
 
-Done transformAll(Workbench &bench, const Options &options, Progress &progress, Output &output) {
+Done transformAll(Workbench& bench, const Options& options, Progress& progress, Output& output) {
   const RQForm form = formNamed(options.subject);
   if (options.command == Command::from) {
     return rewrite(options, progress, output, host::encodingOf(form), bench.encoding(),
-                   [&](const Text &text) { return bench.fromForm(form, text); });
+                   [&](const Text& text) { return bench.fromForm(form, text); });
   }
   if (options.pad) {
     const std::uint64_t blank = form == RQ_FORM_UTF16_BIG || form == RQ_FORM_UTF16_LITTLE ? 2 : 4;
@@ -188,27 +188,27 @@ Done transformAll(Workbench &bench, const Options &options, Progress &progress, 
     }
   }
   return rewrite(options, progress, output, bench.encoding(), host::encodingOf(form),
-                 [&](const Text &text) { return bench.toForm(form, text, options.pad); });
+                 [&](const Text& text) { return bench.toForm(form, text, options.pad); });
 }
 
-Done codecAll(Workbench &bench, const Options &options, Progress &progress, Output &output) {
+Done codecAll(Workbench& bench, const Options& options, Progress& progress, Output& output) {
   if (Done possible = bench.needNotations(); !possible) return possible;
   if (options.explain) return explainAll(bench, options, progress, output);
   const Notation notation = notationNamed(options.subject);
   const bool decode = options.command == Command::decode;
-  return rewrite(options, progress, output, bench.encoding(), bench.encoding(), [&](const Text &text) {
+  return rewrite(options, progress, output, bench.encoding(), bench.encoding(), [&](const Text& text) {
     return decode ? bench.decode(notation, text) : bench.encode(notation, text);
   });
 }
 
 }  // namespace
 
-Done run(const Options &options, Progress &progress, Output &output) {
+Done run(const Options& options, Progress& progress, Output& output) {
   if (options.command == Command::encodings) return listEncodings(options, output);
   if (options.command == Command::checkHost) return checkHost(options, output);
   Result<std::unique_ptr<Workbench>> opened = Workbench::open(options);
   if (!opened) return opened.error();
-  Workbench &bench = **opened;
+  Workbench& bench = **opened;
   switch (options.command) {
     case Command::from:
     case Command::to:

@@ -8,7 +8,7 @@
 namespace rq::cli {
 
 /// Carries the command out. What was written to `output` before an error stays there.
-Done run(const Options &options, Progress &progress, Output &output);
+Done run(const Options& options, Progress& progress, Output& output);
 
 }  // namespace rq::cli
 

@@ -10,7 +10,7 @@ namespace {
 using Kind = Values::Kind;
 
 /// `text` with a backslash before each of `characters`.
-std::string escaped(const std::string &text, std::string_view characters) {
+std::string escaped(const std::string& text, std::string_view characters) {
   std::string result;
   for (const char c : text) {
     if (characters.find(c) != std::string_view::npos) result += '\\';
@@ -26,35 +26,35 @@ std::string enclosed(char first, std::string text, char last) {
 }
 
 /// One word of sh and zsh, whatever it holds.
-std::string shellQuoted(const std::string &text) {
+std::string shellQuoted(const std::string& text) {
   std::string result = "'";
   for (const char c : text) result += c == '\'' ? std::string("'\\''") : std::string(1, c);
   return result + "'";
 }
 
 /// The words with `separator` between them.
-std::string joined(const std::vector<std::string> &words, const std::string &separator) {
+std::string joined(const std::vector<std::string>& words, const std::string& separator) {
   std::string text;
-  for (const std::string &word : words) text += (text.empty() ? "" : separator) + word;
+  for (const std::string& word : words) text += (text.empty() ? "" : separator) + word;
   return text;
 }
 
-std::vector<std::string> namesOf(const std::vector<CommandModel> &commands) {
+std::vector<std::string> namesOf(const std::vector<CommandModel>& commands) {
   std::vector<std::string> names;
   names.reserve(commands.size());
-  for (const CommandModel &command : commands) names.push_back(command.name);
+  for (const CommandModel& command : commands) names.push_back(command.name);
   return names;
 }
 
-std::vector<std::string> namesOf(const std::vector<OptionModel> &options) {
+std::vector<std::string> namesOf(const std::vector<OptionModel>& options) {
   std::vector<std::string> names;
-  for (const OptionModel &option : options) names.insert(names.end(), option.names.begin(), option.names.end());
+  for (const OptionModel& option : options) names.insert(names.end(), option.names.begin(), option.names.end());
   return names;
 }
 
 // bash: one function over the words before the cursor; options of one name take the same values everywhere.
 
-constexpr const char *bashHead = R"sh(# bash completion for rqtext, printed by `rqtext completion bash`.
+constexpr const char* bashHead = R"sh(# bash completion for rqtext, printed by `rqtext completion bash`.
 
 # Names of encodings that begin with $1 in either case. A colon would be cut by the shell.
 _rqtext_encodings() {
@@ -75,7 +75,7 @@ _rqtext() {
     case $word in
 )sh";
 
-constexpr const char *bashTail = R"sh(  fi
+constexpr const char* bashTail = R"sh(  fi
   if [[ -n $files ]]; then
     compopt -o filenames 2>/dev/null
     mapfile -t COMPREPLY < <(compgen -f -- "$current")
@@ -88,18 +88,18 @@ complete -F _rqtext rqtext
 )sh";
 
 /// Options that take a value, each once.
-std::vector<OptionModel> valueOptions(const CommandModel &app) {
+std::vector<OptionModel> valueOptions(const CommandModel& app) {
   std::vector<OptionModel> options;
   std::set<std::string> known;
-  for (const CommandModel &command : app.commands) {
-    for (const OptionModel &option : command.options) {
+  for (const CommandModel& command : app.commands) {
+    for (const OptionModel& option : command.options) {
       if (option.values.kind != Kind::none && known.insert(option.names.back()).second) options.push_back(option);
     }
   }
   return options;
 }
 
-std::string bashValues(const Values &values) {
+std::string bashValues(const Values& values) {
   switch (values.kind) {
     case Kind::choices:
       return "words=" + shellQuoted(joined(values.choices, " "));
@@ -114,10 +114,10 @@ std::string bashValues(const Values &values) {
   return ":";
 }
 
-std::string bashOperands(const CommandModel &command) {
+std::string bashOperands(const CommandModel& command) {
   std::string text;
   std::size_t place = 0;
-  for (const OperandModel &operand : command.operands) {
+  for (const OperandModel& operand : command.operands) {
     text += "      " + command.name + ":" + (operand.repeated ? "*" : std::to_string(place)) + ") " +
             bashValues(operand.values) + " ;;\n";
     ++place;
@@ -125,7 +125,7 @@ std::string bashOperands(const CommandModel &command) {
   return text;
 }
 
-std::string bashScript(const CommandModel &app) {
+std::string bashScript(const CommandModel& app) {
   const std::vector<OptionModel> options = valueOptions(app);
   std::string text = bashHead;
   text += "      " + joined(namesOf(options), " | ") + ") option=$word ;;\n" +
@@ -136,7 +136,7 @@ std::string bashScript(const CommandModel &app) {
           "  if [[ -n $option ]]; then\n"
           "    [[ $current != '=' ]] || current=''\n"
           "    case $option in\n";
-  for (const OptionModel &option : options) {
+  for (const OptionModel& option : options) {
     text += "      " + joined(option.names, " | ") + ") " + bashValues(option.values) + " ;;\n";
   }
   text +=
@@ -145,7 +145,7 @@ std::string bashScript(const CommandModel &app) {
       "    case $command in\n"
       "      '') words=" +
       shellQuoted(joined(namesOf(app.options), " ")) + " ;;\n";
-  for (const CommandModel &command : app.commands) {
+  for (const CommandModel& command : app.commands) {
     text += "      " + command.name + ") words=" + shellQuoted(joined(namesOf(command.options), " ")) + " ;;\n";
   }
   text +=
@@ -154,13 +154,13 @@ std::string bashScript(const CommandModel &app) {
       "    case $command:$operands in\n"
       "      :0) words=" +
       shellQuoted(joined(namesOf(app.commands), " ")) + " ;;\n";
-  for (const CommandModel &command : app.commands) text += bashOperands(command);
+  for (const CommandModel& command : app.commands) text += bashOperands(command);
   return text + "    esac\n" + bashTail;
 }
 
 // zsh: specifications for its own _arguments.
 
-constexpr const char *zshHead = R"sh(#compdef rqtext
+constexpr const char* zshHead = R"sh(#compdef rqtext
 # zsh completion for rqtext, printed by `rqtext completion zsh`.
 
 _rqtext_encodings() {
@@ -175,7 +175,7 @@ _rqtext() {
   typeset -A opt_args
 )sh";
 
-std::string zshValues(const Values &values) {
+std::string zshValues(const Values& values) {
   switch (values.kind) {
     case Kind::choices:
       return enclosed('(', joined(values.choices, " "), ')');
@@ -190,14 +190,14 @@ std::string zshValues(const Values &values) {
   return " ";
 }
 
-std::string zshOption(const OptionModel &option) {
+std::string zshOption(const OptionModel& option) {
   const bool valued = option.values.kind != Kind::none;
   std::string value;
   if (valued) value = ":" + option.names.back().substr(2) + ":" + zshValues(option.values);
   const std::string together = enclosed('(', joined(option.names, " "), ')');
   const std::string description = enclosed('[', escaped(option.description, "[]:\\"), ']');
   std::string text;
-  for (const std::string &name : option.names) {
+  for (const std::string& name : option.names) {
     std::string argument = together;
     argument += name;
     argument += !valued ? "" : name.starts_with("--") ? "=" : "+";
@@ -209,11 +209,11 @@ std::string zshOption(const OptionModel &option) {
   return text;
 }
 
-std::string zshCommand(const CommandModel &command) {
+std::string zshCommand(const CommandModel& command) {
   std::string text = "      " + command.name + ")\n      _arguments";
-  for (const OptionModel &option : command.options) text += zshOption(option);
+  for (const OptionModel& option : command.options) text += zshOption(option);
   std::size_t place = 1;
-  for (const OperandModel &operand : command.operands) {
+  for (const OperandModel& operand : command.operands) {
     text += " \\\n        " + shellQuoted((operand.repeated ? "*" : std::to_string(place)) + ":" + operand.name +
                                           ":" + zshValues(operand.values));
     ++place;
@@ -221,26 +221,26 @@ std::string zshCommand(const CommandModel &command) {
   return text + " && ret=0\n      ;;\n";
 }
 
-std::string zshScript(const CommandModel &app) {
+std::string zshScript(const CommandModel& app) {
   std::string text = std::string(zshHead) + "  commands=(\n";
-  for (const CommandModel &command : app.commands) {
+  for (const CommandModel& command : app.commands) {
     text += "    " + shellQuoted(command.name + ":" + escaped(command.description, ":\\")) + "\n";
   }
   text += "  )\n  _arguments -C";
-  for (const OptionModel &option : app.options) text += zshOption(option);
+  for (const OptionModel& option : app.options) text += zshOption(option);
   text +=
       " \\\n        '1: :->command' '*:: :->arguments' && ret=0\n"
       "  case $state in\n"
       "    command) _describe -t commands command commands && ret=0 ;;\n"
       "    arguments)\n"
       "    case $words[1] in\n";
-  for (const CommandModel &command : app.commands) text += zshCommand(command);
+  for (const CommandModel& command : app.commands) text += zshCommand(command);
   return text + "    esac\n    ;;\n  esac\n  return ret\n}\n\n_rqtext \"$@\"\n";
 }
 
 // fish: a line per fact.
 
-constexpr const char *fishHead = R"sh(# fish completion for rqtext, printed by `rqtext completion fish`.
+constexpr const char* fishHead = R"sh(# fish completion for rqtext, printed by `rqtext completion fish`.
 
 function __rqtext_encodings
     rqtext encodings 2>/dev/null | cut -f 2- | string split --no-empty \t | string split --no-empty ' '
@@ -249,11 +249,11 @@ end
 complete -c rqtext -f
 )sh";
 
-std::string fishQuoted(const std::string &text) {
+std::string fishQuoted(const std::string& text) {
   return enclosed('\'', escaped(text, "\\'"), '\'');
 }
 
-std::string fishValues(const Values &values) {
+std::string fishValues(const Values& values) {
   switch (values.kind) {
     case Kind::choices:
       return " -x -a " + fishQuoted(joined(values.choices, " "));
@@ -269,24 +269,24 @@ std::string fishValues(const Values &values) {
   return "";
 }
 
-std::string fishLine(const std::string &condition, const std::string &rest) {
+std::string fishLine(const std::string& condition, const std::string& rest) {
   return "complete -c rqtext -n " + fishQuoted(condition) + rest + "\n";
 }
 
-std::string fishOption(const std::string &condition, const OptionModel &option) {
+std::string fishOption(const std::string& condition, const OptionModel& option) {
   std::string names;
-  for (const std::string &name : option.names) {
+  for (const std::string& name : option.names) {
     names += name.starts_with("--") ? " -l " + name.substr(2) : " -s " + name.substr(1);
   }
   return fishLine(condition, names + fishValues(option.values) + " -d " + fishQuoted(option.description));
 }
 
-std::string fishCommand(const CommandModel &command) {
+std::string fishCommand(const CommandModel& command) {
   const std::string inside = "__fish_seen_subcommand_from " + command.name;
   std::string text;
-  for (const OptionModel &option : command.options) text += fishOption(inside, option);
+  for (const OptionModel& option : command.options) text += fishOption(inside, option);
   std::string before;  // the choices of the operands before this one
-  for (const OperandModel &operand : command.operands) {
+  for (const OperandModel& operand : command.operands) {
     std::string here = inside;
     if (!before.empty()) here += "; and __fish_seen_subcommand_from " + before;
     if (operand.values.kind == Kind::choices) {
@@ -301,20 +301,20 @@ std::string fishCommand(const CommandModel &command) {
   return text;
 }
 
-std::string fishScript(const CommandModel &app) {
+std::string fishScript(const CommandModel& app) {
   const std::string outside = "__fish_use_subcommand";
   std::string text = fishHead;
-  for (const OptionModel &option : app.options) text += fishOption(outside, option);
-  for (const CommandModel &command : app.commands) {
+  for (const OptionModel& option : app.options) text += fishOption(outside, option);
+  for (const CommandModel& command : app.commands) {
     text += fishLine(outside, " -a " + command.name + " -d " + fishQuoted(command.description));
   }
-  for (const CommandModel &command : app.commands) text += fishCommand(command);
+  for (const CommandModel& command : app.commands) text += fishCommand(command);
   return text;
 }
 
 }  // namespace
 
-std::string completionScript(const CommandModel &app, const std::string &shell) {
+std::string completionScript(const CommandModel& app, const std::string& shell) {
   return shell == "bash" ? bashScript(app) : shell == "zsh" ? zshScript(app) : fishScript(app);
 }
 

@@ -9,7 +9,7 @@
 namespace rq::cli {
 
 /// The script that lets a shell complete all that `app` lists. `shell` is bash, zsh or fish.
-std::string completionScript(const CommandModel &app, const std::string &shell);
+std::string completionScript(const CommandModel& app, const std::string& shell);
 
 }  // namespace rq::cli
 

@@ -14,13 +14,13 @@ namespace {
 
 constexpr std::size_t pieceBytes = std::size_t{256} << 10;
 
-Error readFailure(const std::string &name, int number) {
+Error readFailure(const std::string& name, int number) {
   return {Error::Kind::system, "cannot read " + shownName(name) + ": " + std::strerror(number)};
 }
 
 }  // namespace
 
-std::string shownName(const std::string &file) {
+std::string shownName(const std::string& file) {
   return file == "-" ? "standard input" : file;
 }
 
@@ -28,7 +28,7 @@ Descriptor::~Descriptor() {
   if (number_ > STDERR_FILENO) ::close(number_);
 }
 
-Result<Input> Input::open(const std::string &name, Progress &progress) {
+Result<Input> Input::open(const std::string& name, Progress& progress) {
   if (name == "-") return Input(name, STDIN_FILENO, progress);
   const int descriptor = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
   if (descriptor < 0) return readFailure(name, errno);
@@ -46,7 +46,7 @@ Result<std::size_t> Input::read(MutableBytes room) {
   }
 }
 
-Result<Bytes> Input::readAll(Buffer &buffer) {
+Result<Bytes> Input::readAll(Buffer& buffer) {
   struct stat status {};
   std::size_t expected = 0;
   if (::fstat(descriptor_.number(), &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0) {
@@ -64,7 +64,7 @@ Result<Bytes> Input::readAll(Buffer &buffer) {
       }
       wanted = size + pieceBytes;
     }
-  } catch (const std::bad_alloc &) {
+  } catch (const std::bad_alloc&) {
     return Error{Error::Kind::system, "cannot read " + shownName(name_) + ": not enough memory for " +
                                           std::to_string(std::max(expected, size)) + " bytes"};
   }
@@ -75,10 +75,10 @@ std::size_t LineReader::findEnd() {
   const std::size_t unit = lineEnd_.size();
   while (end_ - searched_ >= unit) {
     if (unit == 1) {
-      const void *found = std::memchr(bytes.data() + searched_, lineEnd_[0], end_ - searched_);
+      const void* found = std::memchr(bytes.data() + searched_, lineEnd_[0], end_ - searched_);
       searched_ = end_;
       if (found == nullptr) break;
-      return static_cast<std::size_t>(static_cast<const std::byte *>(found) - bytes.data());
+      return static_cast<std::size_t>(static_cast<const std::byte*>(found) - bytes.data());
     }
     if (std::memcmp(bytes.data() + searched_, lineEnd_.data(), unit) == 0) return searched_;
     searched_ += unit;
@@ -171,7 +171,7 @@ Done Output::finish() {
   return host::done();
 }
 
-std::optional<FileIdentity> identityOf(const std::string &file) {
+std::optional<FileIdentity> identityOf(const std::string& file) {
   struct stat status {};
   const int failed = file == "-" ? ::fstat(STDIN_FILENO, &status) : ::stat(file.c_str(), &status);
   if (failed != 0) return std::nullopt;

@@ -24,14 +24,14 @@ using host::MutableBytes;
 using host::Result;
 
 /// A file's name for messages: "-" is standard input.
-std::string shownName(const std::string &file);
+std::string shownName(const std::string& file);
 
 class Descriptor {
  public:
   explicit Descriptor(int number) : number_(number) {}
   ~Descriptor();
-  Descriptor(Descriptor &&other) noexcept : number_(std::exchange(other.number_, -1)) {}
-  Descriptor &operator=(Descriptor &&) = delete;
+  Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
+  Descriptor& operator=(Descriptor&&) = delete;
   int number() const { return number_; }
   /// Gives up ownership.
   int release() { return std::exchange(number_, -1); }
@@ -43,19 +43,19 @@ class Descriptor {
 /// A file to read, "-" being standard input.
 class Input {
  public:
-  static Result<Input> open(const std::string &name, Progress &progress);
-  const std::string &name() const { return name_; }
+  static Result<Input> open(const std::string& name, Progress& progress);
+  const std::string& name() const { return name_; }
   /// Reads at least one byte into `room` unless the file is at its end.
   Result<std::size_t> read(MutableBytes room);
   /// Reads all the rest into `buffer`.
-  Result<Bytes> readAll(Buffer &buffer);
+  Result<Bytes> readAll(Buffer& buffer);
 
  private:
-  Input(std::string name, int descriptor, Progress &progress)
+  Input(std::string name, int descriptor, Progress& progress)
       : name_(std::move(name)), descriptor_(descriptor), progress_(&progress) {}
   std::string name_;
   Descriptor descriptor_;
-  Progress *progress_;
+  Progress* progress_;
 };
 
 /// Cuts a file into lines in bounded memory. A line is what stands before a line end, and the rest after the last
@@ -65,7 +65,7 @@ class LineReader {
   static constexpr std::size_t longestLine = std::size_t{64} << 20;
 
   /// `lineEnd` is the line feed in the file's encoding; it counts at multiples of its length only.
-  LineReader(Input &input, std::string lineEnd) : input_(input), lineEnd_(std::move(lineEnd)) {}
+  LineReader(Input& input, std::string lineEnd) : input_(input), lineEnd_(std::move(lineEnd)) {}
 
   struct Line {
     Bytes text;  // valid until the next call
@@ -78,7 +78,7 @@ class LineReader {
   /// The offset of the first line end at or after searched_, or npos.
   std::size_t findEnd();
 
-  Input &input_;
+  Input& input_;
   const std::string lineEnd_;
   Buffer buffer_;
   std::size_t begin_ = 0, end_ = 0;  // what is read and not handed out
@@ -90,9 +90,9 @@ class LineReader {
 /// existing file alone.
 class Output {
  public:
-  Output(std::optional<std::string> file, Progress &progress) : file_(std::move(file)), progress_(progress) {}
+  Output(std::optional<std::string> file, Progress& progress) : file_(std::move(file)), progress_(progress) {}
   /// An open file; `name` is for messages.
-  Output(Descriptor descriptor, std::string name, Progress &progress)
+  Output(Descriptor descriptor, std::string name, Progress& progress)
       : file_(std::move(name)), progress_(progress), descriptor_(std::move(descriptor)) {}
   Done write(Bytes bytes);
   Done write(std::string_view text) { return write(std::as_bytes(std::span(text))); }
@@ -109,7 +109,7 @@ class Output {
   Error failure(int number) const;
 
   const std::optional<std::string> file_;
-  Progress &progress_;
+  Progress& progress_;
   std::optional<Descriptor> descriptor_;
   std::vector<std::byte> kept_;
 };
@@ -117,7 +117,7 @@ class Output {
 /// What two names of the same file have in common.
 using FileIdentity = std::pair<std::uint64_t, std::uint64_t>;
 /// Nothing when there is no file of that name; "-" is standard input.
-std::optional<FileIdentity> identityOf(const std::string &file);
+std::optional<FileIdentity> identityOf(const std::string& file);
 /// Nothing unless it is a regular file that holds something already.
 std::optional<FileIdentity> identityOfStandardOutput();
 

@@ -12,16 +12,16 @@ Json jsonOf(std::monostate) {
 }
 
 template <class T>
-Json jsonOf(const T &value) {
+Json jsonOf(const T& value) {
   return value;
 }
 
 }  // namespace
 
-std::string jsonLine(const std::vector<JsonMember> &members) {
+std::string jsonLine(const std::vector<JsonMember>& members) {
   Json object;
-  for (const JsonMember &member : members)
-    object[member.name] = std::visit([](const auto &value) { return jsonOf(value); }, member.value);
+  for (const JsonMember& member : members)
+    object[member.name] = std::visit([](const auto& value) { return jsonOf(value); }, member.value);
   return object.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 

@@ -16,7 +16,7 @@ struct JsonMember {
 };
 
 /// The object on a line of its own, its members in the order given. Bytes that are no UTF-8 become U+FFFD.
-std::string jsonLine(const std::vector<JsonMember> &members);
+std::string jsonLine(const std::vector<JsonMember>& members);
 
 }  // namespace rq::cli
 

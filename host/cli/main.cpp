@@ -25,7 +25,7 @@ void occupyStandardDescriptors() {
   }
 }
 
-int report(const Error &error, Progress &progress) {
+int report(const Error& error, Progress& progress) {
   progress.stop();
   if (!error.text.empty()) std::cerr << "rqtext: " << error.text << '\n';
   switch (error.kind) {
@@ -40,10 +40,10 @@ int report(const Error &error, Progress &progress) {
 }
 
 /// An error when a file would be both read and written, or written twice.
-Done checkFiles(const Options &options) {
-  const auto wrong = [](const std::string &text) { return Error{Error::Kind::usage, text}; };
+Done checkFiles(const Options& options) {
+  const auto wrong = [](const std::string& text) { return Error{Error::Kind::usage, text}; };
   std::set<FileIdentity> known;
-  for (const std::string &file : options.files) {
+  for (const std::string& file : options.files) {
     if (options.inPlace && file == "-") return wrong("--in-place needs files");
     const std::optional<FileIdentity> identity = identityOf(file);
     if (!identity) continue;
@@ -57,7 +57,7 @@ Done checkFiles(const Options &options) {
 }
 
 /// Says what was asked for, or that it was asked wrongly.
-int reply(const Answer &answer) {
+int reply(const Answer& answer) {
   if (answer.isComplaint) {
     std::cerr << "rqtext: " << answer.text << std::flush;
     return exitUsage;
@@ -87,19 +87,19 @@ int carryOut(Options options) {
     if (!finished) return report(finished.error(), progress);
     progress.stop();
     return exitDone;
-  } catch (const std::bad_alloc &) {
+  } catch (const std::bad_alloc&) {
     return report({Error::Kind::system, "not enough memory"}, progress);
-  } catch (const std::length_error &) {
+  } catch (const std::length_error&) {
     return report({Error::Kind::system, "not enough memory"}, progress);
   }
 }
 
-int start(int argc, char **argv) {
+int start(int argc, char** argv) {
   std::signal(SIGPIPE, SIG_IGN);  // writing says so as well
   std::signal(SIGXFSZ, SIG_IGN);
   occupyStandardDescriptors();
   const std::variant<Options, Answer> asked = parse(argc, argv);
-  if (const Answer *answer = std::get_if<Answer>(&asked)) return reply(*answer);
+  if (const Answer* answer = std::get_if<Answer>(&asked)) return reply(*answer);
   return carryOut(std::get<Options>(asked));
 }
 
@@ -107,6 +107,6 @@ int start(int argc, char **argv) {
 }  // namespace rq::cli
 
 // NOLINTNEXTLINE(bugprone-exception-escape): what start lets pass is a defect, and ends the process
-int main(int argc, char **argv) {
+int main(int argc, char** argv) {
   return rq::cli::start(argc, argv);
 }

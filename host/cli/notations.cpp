@@ -60,7 +60,7 @@ class Terminator {
 template <class Unit>
 class Finder {
  public:
-  Finder(std::span<const Unit> text, const std::function<bool(RQChar)> &carries) : text_(text), carries_(carries) {}
+  Finder(std::span<const Unit> text, const std::function<bool(RQChar)>& carries) : text_(text), carries_(carries) {}
 
   /// The notation at `at`, if one begins there.
   std::optional<Finding> ncr(std::size_t at);
@@ -77,7 +77,7 @@ class Finder {
   Finding read(std::size_t at, std::size_t length, RQChar character, std::string_view whyDecoded) const;
 
   const std::span<const Unit> text_;
-  const std::function<bool(RQChar)> &carries_;
+  const std::function<bool(RQChar)>& carries_;
   Terminator<Unit> semicolon_{text_, ';'};
   Terminator<Unit> secondSemicolon_{text_, ';'};
   Terminator<Unit> greater_{text_, '>'};
@@ -178,8 +178,8 @@ std::optional<Finding> Finder<Unit>::uparen(std::size_t at, bool asciiOnly) {
 }  // namespace
 
 template <class Unit>
-void findNotations(Notation notation, std::span<const Unit> text, const std::function<bool(RQChar)> &carries,
-                   const std::function<void(const Finding &)> &take) {
+void findNotations(Notation notation, std::span<const Unit> text, const std::function<bool(RQChar)>& carries,
+                   const std::function<void(const Finding&)>& take) {
   Finder<Unit> finder(text, carries);
   for (std::size_t at = 0; at < text.size();) {
     const std::optional<Finding> found = notation == Notation::ncr ? finder.ncr(at)
@@ -193,9 +193,9 @@ void findNotations(Notation notation, std::span<const Unit> text, const std::fun
 }
 
 template void findNotations<unsigned char>(Notation, std::span<const unsigned char>,
-                                           const std::function<bool(RQChar)> &,
-                                           const std::function<void(const Finding &)> &);
-template void findNotations<RQChar>(Notation, std::span<const RQChar>, const std::function<bool(RQChar)> &,
-                                    const std::function<void(const Finding &)> &);
+                                           const std::function<bool(RQChar)>&,
+                                           const std::function<void(const Finding&)>&);
+template void findNotations<RQChar>(Notation, std::span<const RQChar>, const std::function<bool(RQChar)>&,
+                                    const std::function<void(const Finding&)>&);
 
 }  // namespace rq::cli

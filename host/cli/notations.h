@@ -26,8 +26,8 @@ struct Finding {
 /// `carries` tells whether the session encoding holds a character. Cost is linear in the text. Defined for bytes and
 /// RQChar.
 template <class Unit>
-void findNotations(Notation notation, std::span<const Unit> text, const std::function<bool(RQChar)> &carries,
-                   const std::function<void(const Finding &)> &take);
+void findNotations(Notation notation, std::span<const Unit> text, const std::function<bool(RQChar)>& carries,
+                   const std::function<void(const Finding&)>& take);
 
 }  // namespace rq::cli
 

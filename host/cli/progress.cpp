@@ -42,7 +42,7 @@ void Progress::run() {
   const auto elapsed = [begin] {
     return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
   };
-  constexpr const char *clearLine = "\r\033[K";
+  constexpr const char* clearLine = "\r\033[K";
   bool shown = false;
   std::unique_lock lock(mutex_);
   for (auto wait = std::chrono::milliseconds(1000); !changed_.wait_for(lock, wait, [this] { return stopped_; });

@@ -21,8 +21,8 @@ class Progress {
   /// the sums remains, and without a terminal every report is a line.
   explicit Progress(std::optional<bool> wished);
   ~Progress();
-  Progress(const Progress &) = delete;
-  Progress &operator=(const Progress &) = delete;
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
 
   void addRead(std::size_t bytes) { read_.fetch_add(bytes, std::memory_order_relaxed); }
   void addWritten(std::size_t bytes) { written_.fetch_add(bytes, std::memory_order_relaxed); }

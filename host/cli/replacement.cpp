@@ -37,12 +37,12 @@ void catchEndingSignals() {
   }
 }
 
-std::string folderOf(const std::string &path) {
+std::string folderOf(const std::string& path) {
   return path.substr(0, path.rfind('/') + 1);
 }
 
 /// A name that has gone to its folder's disk is still there after a loss of power.
-bool syncFolder(const std::string &path) {
+bool syncFolder(const std::string& path) {
   const Descriptor folder(::open(folderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   // Some file systems cannot do this with folders, and need not.
   return folder.number() >= 0 && (::fsync(folder.number()) == 0 || errno == EINVAL);
@@ -63,7 +63,7 @@ bool copyAttributes(int from, int to) {
   std::vector<char> value(64 << 10);  // no attribute is larger
   const std::vector<char> names = attributeNames(from);
   for (std::size_t at = 0; at < names.size(); at += std::strlen(&names[at]) + 1) {
-    const char *name = &names[at];
+    const char* name = &names[at];
     if (std::string_view(name).starts_with("security.")) continue;
     const ssize_t length = ::fgetxattr(from, name, value.data(), value.size());
     if (length < 0 || ::fsetxattr(to, name, value.data(), static_cast<std::size_t>(length), 0) != 0) return false;
@@ -73,12 +73,12 @@ bool copyAttributes(int from, int to) {
 
 }  // namespace
 
-Error Replacement::failure(const std::string &what, int number) const {
+Error Replacement::failure(const std::string& what, int number) const {
   return {Error::Kind::system, "cannot " + what + " " + name_ + ": " + std::strerror(number)};
 }
 
-Result<std::unique_ptr<Replacement>> Replacement::begin(const std::string &file, Progress &progress) {
-  const auto failed = [&file](const char *reason) {
+Result<std::unique_ptr<Replacement>> Replacement::begin(const std::string& file, Progress& progress) {
+  const auto failed = [&file](const char* reason) {
     return Error{Error::Kind::system, "cannot edit " + file + ": " + reason};
   };
   const std::unique_ptr<char, decltype(&std::free)> path(::realpath(file.c_str(), nullptr), &std::free);
@@ -94,7 +94,7 @@ Result<std::unique_ptr<Replacement>> Replacement::begin(const std::string &file,
   return replacement;
 }
 
-Done Replacement::create(Progress &progress) {
+Done Replacement::create(Progress& progress) {
   const std::string pattern = folderOf(path_) + ".rqtext-XXXXXX";
   if (pattern.size() >= unfinishedPath.size()) return failure("edit", ENAMETOOLONG);
   const SignalsBlocked blocked;

@@ -17,24 +17,24 @@ namespace rq::cli {
 class Replacement {
  public:
   /// Follows symbolic links, so that they stay. Fails unless `file` is a regular file that may be written.
-  static Result<std::unique_ptr<Replacement>> begin(const std::string &file, Progress &progress);
+  static Result<std::unique_ptr<Replacement>> begin(const std::string& file, Progress& progress);
   ~Replacement();
-  Replacement(const Replacement &) = delete;
-  Replacement &operator=(const Replacement &) = delete;
+  Replacement(const Replacement&) = delete;
+  Replacement& operator=(const Replacement&) = delete;
 
   /// Where the new text goes.
-  Output &output() { return *output_; }
+  Output& output() { return *output_; }
   /// Gives the new text the old one's owner, permissions, extended attributes and name, and brings all to the disk.
   /// An error leaves the old text in place.
   Done commit();
 
  private:
-  Replacement(std::string name, std::string path, int old, const struct stat &status)
+  Replacement(std::string name, std::string path, int old, const struct stat& status)
       : name_(std::move(name)), path_(std::move(path)), old_(old), status_(status) {}
-  Done create(Progress &progress);
+  Done create(Progress& progress);
   Done keepAttributes(int fresh) const;
   bool oldChanged() const;
-  Error failure(const std::string &what, int number) const;
+  Error failure(const std::string& what, int number) const;
 
   const std::string name_;  // as the user gave it
   const std::string path_;  // without symbolic links

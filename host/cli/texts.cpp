@@ -4,12 +4,12 @@
 
 namespace rq::cli {
 
-std::string about(const Text &text, const std::string &what) {
+std::string about(const Text& text, const std::string& what) {
   return shownName(std::string(text.file)) + ": " + what;
 }
 
-Result<std::string> lineEndIn(const host::Encoding &encoding) {
-  const host::Codec &codec = *host::codecOf(encoding.identifier);
+Result<std::string> lineEndIn(const host::Encoding& encoding) {
+  const host::Codec& codec = *host::codecOf(encoding.identifier);
   const std::byte lineFeed{'\n'};
   std::optional<std::string> bytes;
   if (!codec.stateful()) bytes = host::convertAll(*host::codecOf(RQ_ENCODING_UTF8), codec, {&lineFeed, 1});
@@ -17,15 +17,15 @@ Result<std::string> lineEndIn(const host::Encoding &encoding) {
   return Error{Error::Kind::usage, "--lines cannot cut " + encoding.name + " text into lines"};
 }
 
-Result<TextRun> TextRun::in(const host::Encoding &encoding, bool lines, Progress &progress) {
+Result<TextRun> TextRun::in(const host::Encoding& encoding, bool lines, Progress& progress) {
   if (!lines) return TextRun("", progress);
   const Result<std::string> lineEnd = lineEndIn(encoding);
   if (!lineEnd) return lineEnd.error();
   return TextRun(*lineEnd, progress);
 }
 
-Done TextRun::each(const std::vector<std::string> &files, const Take &take) {
-  for (const std::string &file : files) {
+Done TextRun::each(const std::vector<std::string>& files, const Take& take) {
+  for (const std::string& file : files) {
     Result<Input> input = Input::open(file, *progress_);
     if (!input) return input.error();
     if (Done done = lineEnd_.empty() ? wholeFile(*input, take) : eachLine(*input, take); !done) return done;
@@ -33,13 +33,13 @@ Done TextRun::each(const std::vector<std::string> &files, const Take &take) {
   return host::done();
 }
 
-Done TextRun::wholeFile(Input &input, const Take &take) {
+Done TextRun::wholeFile(Input& input, const Take& take) {
   const Result<Bytes> bytes = input.readAll(buffer_);
   if (!bytes) return bytes.error();
   return take({*bytes, {}, input.name()}, false);
 }
 
-Done TextRun::eachLine(Input &input, const Take &take) const {
+Done TextRun::eachLine(Input& input, const Take& take) const {
   LineReader reader(input, lineEnd_);
   Text text{{}, {}, input.name()};
   for (;;) {

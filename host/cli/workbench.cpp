@@ -16,7 +16,7 @@ std::string executableFolder() {
   return file.substr(0, file.rfind('/'));
 }
 
-host::HostOptions hostOptions(const host::Encoding &encoding) {
+host::HostOptions hostOptions(const host::Encoding& encoding) {
   host::HostOptions options;
   options.session = static_cast<std::int32_t>(encoding.identifier);
   return options;
@@ -24,17 +24,17 @@ host::HostOptions hostOptions(const host::Encoding &encoding) {
 
 }  // namespace
 
-Result<host::Library> openLibrary(const Options &options) {
+Result<host::Library> openLibrary(const Options& options) {
   if (options.library) return host::Library::open(*options.library);
   const std::string file = "librquni.so.1";
-  for (const char *place : {"/../lib/", "/../lib/x86_64-linux-gnu/", "/../", "/"}) {
+  for (const char* place : {"/../lib/", "/../lib/x86_64-linux-gnu/", "/../", "/"}) {
     const std::string path = executableFolder() + place + file;
     if (::access(path.c_str(), R_OK) == 0) return host::Library::open(path);
   }
   return host::Library::open(file);
 }
 
-RQForm formNamed(const std::string &name) {
+RQForm formNamed(const std::string& name) {
   if (name == "utf16be") return RQ_FORM_UTF16_BIG;
   if (name == "utf16le") return RQ_FORM_UTF16_LITTLE;
   if (name == "utf32be") return RQ_FORM_UTF32_BIG;
@@ -42,14 +42,14 @@ RQForm formNamed(const std::string &name) {
   return RQ_FORM_UTF8;
 }
 
-Workbench::Workbench(host::Library library, const host::Encoding &encoding, const Options &options)
+Workbench::Workbench(host::Library library, const host::Encoding& encoding, const Options& options)
     : library_(std::move(library)),
       encoding_(&encoding),
       codec_(host::codecOf(encoding.identifier)),
       host_(hostOptions(encoding)),
       wide_(options.flavour == Flavour::wide) {}
 
-Result<std::unique_ptr<Workbench>> Workbench::open(const Options &options) {
+Result<std::unique_ptr<Workbench>> Workbench::open(const Options& options) {
   const bool wide = options.flavour == Flavour::wide;
   const auto encoding = host::findEncoding(options.session.value_or(wide ? "UTF-32LE" : "UTF-8"));
   if (!encoding) return encoding.error();
@@ -66,8 +66,8 @@ Result<std::unique_ptr<Workbench>> Workbench::open(const Options &options) {
   Result<host::Session> session = host::Session::open(bench->library_, bench->host_);
   if (!session) return session.error();
   bench->session_.emplace(std::move(*session));
-  RQInterface *object = bench->object();
-  const RQOperations &operations = wide                                 ? object->wide
+  RQInterface* object = bench->object();
+  const RQOperations& operations = wide                                 ? object->wide
                                    : options.flavour == Flavour::served ? object->served
                                                                         : object->plain;
   bench->work_.emplace(object, operations, **encoding, wide);
@@ -80,7 +80,7 @@ Done Workbench::needNotations() const {
 }
 
 bool Workbench::carries(RQChar character) const {
-  const RQTranscoderPair &pair = object()->transcoders[RQ_FORM_UTF32_NATIVE];
+  const RQTranscoderPair& pair = object()->transcoders[RQ_FORM_UTF32_NATIVE];
   std::array<std::byte, 80> bytes;
   std::uint64_t length = 0;
   pair.toSession->convert(pair.toSession, &character, sizeof character, bytes.data(), bytes.size(), &length, 0);

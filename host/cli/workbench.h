@@ -17,28 +17,28 @@ namespace rq::cli {
 
 class Workbench {
  public:
-  static Result<std::unique_ptr<Workbench>> open(const Options &options);
+  static Result<std::unique_ptr<Workbench>> open(const Options& options);
 
-  const host::Library &library() const { return library_; }
-  RQInterface *object() const { return session_->object(); }
-  const host::Encoding &encoding() const { return *encoding_; }
-  const host::Codec &codec() const { return *codec_; }
+  const host::Library& library() const { return library_; }
+  RQInterface* object() const { return session_->object(); }
+  const host::Encoding& encoding() const { return *encoding_; }
+  const host::Codec& codec() const { return *codec_; }
   bool wide() const { return wide_; }
 
   /// The operations on one text; errors name its file. Results lie in a buffer that the next call reuses.
-  Result<Bytes> fromForm(RQForm form, const Text &text) {
+  Result<Bytes> fromForm(RQForm form, const Text& text) {
     return named(text, work_->fromForm(form, text.bytes, text.start));
   }
-  Result<Bytes> toForm(RQForm form, const Text &text, std::optional<std::uint64_t> padBytes) {
+  Result<Bytes> toForm(RQForm form, const Text& text, std::optional<std::uint64_t> padBytes) {
     return named(text, work_->toForm(form, text.bytes, text.start, padBytes));
   }
-  Result<Bytes> decode(Notation notation, const Text &text) {
+  Result<Bytes> decode(Notation notation, const Text& text) {
     return named(text, work_->decode(notation, text.bytes, text.start));
   }
-  Result<Bytes> encode(Notation notation, const Text &text) {
+  Result<Bytes> encode(Notation notation, const Text& text) {
     return named(text, work_->encode(notation, text.bytes, text.start));
   }
-  Result<std::int64_t> measure(host::TextWork::Measure measure, const Text &text) {
+  Result<std::int64_t> measure(host::TextWork::Measure measure, const Text& text) {
     return named(text, work_->measure(measure, text.bytes, text.start));
   }
   /// True when the session encoding holds the character, found out as the decoders do it.
@@ -48,16 +48,16 @@ class Workbench {
   Done needNotations() const;
 
  private:
-  Workbench(host::Library library, const host::Encoding &encoding, const Options &options);
+  Workbench(host::Library library, const host::Encoding& encoding, const Options& options);
   template <class T>
-  static Result<T> named(const Text &text, Result<T> result) {
+  static Result<T> named(const Text& text, Result<T> result) {
     if (!result) result.error().text = about(text, result.error().text);
     return result;
   }
 
   host::Library library_;
-  const host::Encoding *encoding_;
-  const host::Codec *codec_;
+  const host::Encoding* encoding_;
+  const host::Codec* codec_;
   host::Host host_;
   std::optional<host::Session> session_;
   std::optional<host::TextWork> work_;
@@ -66,10 +66,10 @@ class Workbench {
 
 /// The library that the options name, else the one beside the tool as it is built or installed, else whatever the
 /// dynamic loader finds.
-Result<host::Library> openLibrary(const Options &options);
+Result<host::Library> openLibrary(const Options& options);
 
 /// utf8, utf16be ... to the form; the name must be one of these.
-RQForm formNamed(const std::string &name);
+RQForm formNamed(const std::string& name);
 
 }  // namespace rq::cli
 

@@ -5,8 +5,8 @@
 #include "host/encodings.h"
 #include "host/host.h"
 
-RQStatus rquni_host(RQKernel **kernel, RQContext **context) {
-  const char *session = std::getenv("RQ_SESSION");
+RQStatus rquni_host(RQKernel** kernel, RQContext** context) {
+  const char* session = std::getenv("RQ_SESSION");
   const auto encoding = rq::host::findEncoding(session == nullptr ? "UTF-8" : session);
   if (!encoding) return 1;
   rq::host::HostOptions options;

@@ -15,7 +15,7 @@ using check::Finding;
 using check::Verdict;
 
 TEST(SandboxTest, BringsFindingsBack) {
-  for (const Finding &finding :
+  for (const Finding& finding :
        {check::ok(), check::ok("seen"), check::broken("it is"), check::notChecked("for a reason")}) {
     const Finding found = apart([&] { return finding; });
     EXPECT_EQ(found.verdict, finding.verdict);

@@ -21,7 +21,7 @@ TEST(LibraryTest, ReportsWhatCannotBeLoaded) {
 
 TEST(LibraryTest, FindsSymbolsByName) {
   const Library library = loadLibrary();
-  EXPECT_TRUE(library.symbol<RQStatus(RQKernel *)>("rqextent"));
+  EXPECT_TRUE(library.symbol<RQStatus(RQKernel*)>("rqextent"));
   const auto missing = library.symbol<void()>("rqnothing");
   ASSERT_FALSE(missing);
   EXPECT_NE(missing.error().text.find("rqnothing"), std::string::npos);
@@ -33,7 +33,7 @@ TEST(SessionTest, ConvertsThroughTheSlots) {
   {
     const auto session = Session::open(library, host);
     ASSERT_TRUE(session);
-    RQInterface *object = session->object();
+    RQInterface* object = session->object();
     EXPECT_EQ(object->sessionEncoding, (*host::findEncoding("ISO-8859-1"))->identifier);
     std::string output(8 + RQ_OUTPUT_SLACK_BYTES, '\0');
     std::uint64_t written = 0;
@@ -63,7 +63,7 @@ TEST(SessionTest, TakesTheEncodingFromTheQueryWithoutTheOption) {
 
 TEST(SessionTest, OpensInEveryEncoding) {
   const Library library = loadLibrary();
-  for (const host::Encoding &encoding : host::encodings()) {
+  for (const host::Encoding& encoding : host::encodings()) {
     host::HostOptions options;
     options.session = static_cast<std::int32_t>(encoding.identifier);
     Host host(options);
@@ -75,11 +75,11 @@ TEST(SessionTest, ExplainsFailedCreations) {
   const Library library = loadLibrary();
   const struct {
     Service service;
-    const char *text;
+    const char* text;
   } rows[] = {{Service::createPool, "made no interface object; it reported status 0x803FC002 at level 4"},
               {Service::allocate, "made no interface object; it reported status 0x803FC002 at level 4"},
               {Service::createTranscoder, "could not make all transcoders"}};
-  for (const auto &row : rows) {
+  for (const auto& row : rows) {
     Host host;
     host.instruments.set({.service = row.service});
     const auto session = Session::open(library, host);

@@ -17,10 +17,10 @@ inline host::Bytes bytesOf(std::string_view text) {
   return std::as_bytes(std::span(text));
 }
 
-inline const host::Codec &codecNamed(std::string_view name) {
+inline const host::Codec& codecNamed(std::string_view name) {
   const auto encoding = host::findEncoding(name);
   if (!encoding) throw std::runtime_error(encoding.error().text);
-  const host::Codec *codec = host::codecOf((*encoding)->identifier);
+  const host::Codec* codec = host::codecOf((*encoding)->identifier);
   if (codec == nullptr) throw std::runtime_error("no codec: " + std::string(name));
   return *codec;
 }

@@ -11,8 +11,8 @@ using host::HostOptions;
 using host::Service;
 
 /// Calls a word of a table. The trap takes no arguments; those that a caller passes do not reach it.
-void callWord(void *table, unsigned word) {
-  reinterpret_cast<void (*)()>(static_cast<void **>(table)[word])();
+void callWord(void* table, unsigned word) {
+  reinterpret_cast<void (*)()>(static_cast<void**>(table)[word])();
 }
 
 using TableDeath = testing::Test;
@@ -20,11 +20,11 @@ using TableDeath = testing::Test;
 TEST(TableDeath, WordsOutsideTheInterfaceNameThemselvesAndAbort) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
   Host host;
-  RQPool *pool = host.kernel.createPool(&host.kernel, std::make_unique<RQPoolParameters>().get(), nullptr, "test");
-  RQTranscoder *transcoder = host.nls.createTranscoder(&host.nls, 20, 27, 0, 0);
+  RQPool* pool = host.kernel.createPool(&host.kernel, std::make_unique<RQPoolParameters>().get(), nullptr, "test");
+  RQTranscoder* transcoder = host.nls.createTranscoder(&host.nls, 20, 27, 0, 0);
   const struct {
-    void *table;
-    const char *name;
+    void* table;
+    const char* name;
     std::vector<unsigned> words;
   } rows[] = {
       {&host.kernel, "kernel", {0, 5, 7, 26, 28, 100}},
@@ -36,7 +36,7 @@ TEST(TableDeath, WordsOutsideTheInterfaceNameThemselvesAndAbort) {
       {pool, "pool", {0, 1, 5}},
       {transcoder, "transcoder", {0, 1, 3, 5, 191}},
   };
-  for (const auto &row : rows) {
+  for (const auto& row : rows) {
     for (const unsigned word : row.words) {
       EXPECT_DEATH(callWord(row.table, word), "word " + std::to_string(word) + " of the " + row.name + " table");
     }
@@ -49,16 +49,16 @@ class PoolTest : public testing::Test {
  protected:
   Host host;
   RQPoolParameters parameters{};
-  RQPool *pool = host.kernel.createPool(&host.kernel, &parameters, &host.journal, "a pool");
+  RQPool* pool = host.kernel.createPool(&host.kernel, &parameters, &host.journal, "a pool");
 };
 
 TEST_F(PoolTest, CountsBlocksAndFreesThemAtItsEnd) {
-  void *first = pool->allocate(pool, 100, 0);
-  void *second = pool->allocate(pool, 1, 0x80000000);
+  void* first = pool->allocate(pool, 100, 0);
+  void* second = pool->allocate(pool, 1, 0x80000000);
   ASSERT_NE(first, nullptr);
   ASSERT_NE(second, nullptr);
   EXPECT_EQ(reinterpret_cast<std::uintptr_t>(first) % 16, 0U);
-  EXPECT_EQ(std::string(static_cast<char *>(first), 100), std::string(100, '\0'));
+  EXPECT_EQ(std::string(static_cast<char*>(first), 100), std::string(100, '\0'));
   EXPECT_EQ(host.instruments.counts.blocks, 2);
   pool->release(pool, first);
   EXPECT_EQ(host.instruments.counts.blocks, 1);
@@ -91,8 +91,8 @@ TEST_F(PoolTest, RefusesImpossibleSizes) {
 
 TEST_F(PoolTest, ForeignBlocksAbort) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
-  RQPool *other = host.kernel.createPool(&host.kernel, &parameters, nullptr, "another");
-  void *block = other->allocate(other, 8, 0);
+  RQPool* other = host.kernel.createPool(&host.kernel, &parameters, nullptr, "another");
+  void* block = other->allocate(other, 8, 0);
   EXPECT_DEATH(pool->release(pool, block), "not taken from");
   other->destroy(other);
   pool->destroy(pool);
@@ -103,8 +103,8 @@ TEST(KernelTable, FillsBlocksAsAskedAndRefusesPools) {
   options.blockFill = std::byte{0xA5};
   Host host(options);
   RQPoolParameters parameters{};
-  RQPool *pool = host.kernel.createPool(&host.kernel, &parameters, nullptr, "filled");
-  EXPECT_EQ(std::string(static_cast<char *>(pool->allocate(pool, 4, 0)), 4), "\xA5\xA5\xA5\xA5");
+  RQPool* pool = host.kernel.createPool(&host.kernel, &parameters, nullptr, "filled");
+  EXPECT_EQ(std::string(static_cast<char*>(pool->allocate(pool, 4, 0)), 4), "\xA5\xA5\xA5\xA5");
   pool->destroy(pool);
   host.instruments.set({.service = Service::createPool});
   EXPECT_EQ(host.kernel.createPool(&host.kernel, &parameters, nullptr, "none"), nullptr);
@@ -113,8 +113,8 @@ TEST(KernelTable, FillsBlocksAsAskedAndRefusesPools) {
 }
 
 constexpr std::u32string_view sessionOptionName = U"RQNLS.ZMX_SESSION_CEI";
-RQStatus lookUp(Host &host, std::u32string_view name, std::int64_t &value, std::uint64_t &bytes) {
-  return host.context.lookUpOption(&host.context, reinterpret_cast<const RQChar *>(name.data()), name.size(), 3,
+RQStatus lookUp(Host& host, std::u32string_view name, std::int64_t& value, std::uint64_t& bytes) {
+  return host.context.lookUpOption(&host.context, reinterpret_cast<const RQChar*>(name.data()), name.size(), 3,
                                    &value, &bytes);
 }
 
@@ -180,7 +180,7 @@ TEST(NlsTable, MakesTranscodersForKnownIdentifiersOnly) {
   EXPECT_EQ(host.nls.createTranscoder(&host.nls, UINT32_MAX, 20, 0, 0), nullptr);
   EXPECT_EQ(host.nls.createTranscoder(&host.nls, UINT64_MAX, 20, 0, 0), nullptr);
   host.instruments.set({.service = Service::createTranscoder, .nth = 2});
-  RQTranscoder *made = host.nls.createTranscoder(&host.nls, 20, 27, 0, 0);
+  RQTranscoder* made = host.nls.createTranscoder(&host.nls, 20, 27, 0, 0);
   EXPECT_EQ(host.nls.createTranscoder(&host.nls, 20, 27, 0, 0), nullptr);
   EXPECT_EQ(host.instruments.counts.transcoders, 1);
   EXPECT_EQ(made->destroy(made), 0U);
@@ -189,7 +189,7 @@ TEST(NlsTable, MakesTranscodersForKnownIdentifiersOnly) {
 
 TEST(TranscoderTable, FailsAndLiesOnRequest) {
   Host host;
-  RQTranscoder *transcoder = host.nls.createTranscoder(&host.nls, 20, 20, 0, 0);
+  RQTranscoder* transcoder = host.nls.createTranscoder(&host.nls, 20, 20, 0, 0);
   host.instruments.set({.service = Service::convert, .nth = 2});
   host.instruments.set({.service = Service::convert, .nth = 3, .action = Fault::Action::silent});
   host.instruments.set({.service = Service::convert, .nth = 4, .action = Fault::Action::status, .value = 6});
@@ -200,7 +200,7 @@ TEST(TranscoderTable, FailsAndLiesOnRequest) {
     std::string output;
   } rows[] = {{0, 2, "ab"}, {host::faultStatus, 0, "--"}, {0, 99, "--"}, {6, 2, "ab"}, {0, 1000, "ab"}, {0, 2, "ab"}};
   host.instruments.watch();
-  for (const auto &row : rows) {
+  for (const auto& row : rows) {
     std::string output = "--";
     std::uint64_t produced = 99;
     EXPECT_EQ(transcoder->convert(transcoder, "ab", 2, output.data(), 2, &produced, 0), row.status);
@@ -217,7 +217,7 @@ TEST(TranscoderTable, FailsAndLiesOnRequest) {
 
 TEST(CaseTable, MapsCharactersAndOffersTheCharsetService) {
   Host host;
-  RQCaseService *service = &host.caseService;
+  RQCaseService* service = &host.caseService;
   ASSERT_EQ(host.kernel.caseService, service);
   EXPECT_EQ(service->upper(service, 0xE9, 1), 0xC9U);
   EXPECT_EQ(service->lower(service, 0x416, 1), 0x436U);
@@ -241,7 +241,7 @@ TEST(CaseTable, MapsCharactersAndOffersTheCharsetService) {
 
 TEST(CaseTable, FailsAndLiesOnRequest) {
   Host host;
-  RQCaseService *service = &host.caseService;
+  RQCaseService* service = &host.caseService;
   for (const Service one : {Service::upper, Service::upperCase, Service::lookUpCharset}) {
     host.instruments.set({.service = one});
   }
@@ -257,7 +257,7 @@ TEST(CaseTable, FailsAndLiesOnRequest) {
   EXPECT_EQ(status, host::faultStatus);
 }
 
-std::uint64_t statusToJnl(RQJournal *journal, std::uint64_t level, std::uint64_t status, ...) {
+std::uint64_t statusToJnl(RQJournal* journal, std::uint64_t level, std::uint64_t status, ...) {
   va_list list;
   va_start(list, status);
   const std::uint64_t result = journal->statusToJnl(journal, level, status, list);

@@ -6,15 +6,15 @@ namespace rq::test {
 namespace {
 
 /// Several threads through the same object: every one must get what a single thread gets.
-class SharedObject : public testing::TestWithParam<const char *> {};
+class SharedObject : public testing::TestWithParam<const char*> {};
 
 TEST_P(SharedObject, ServesThreadsAtOnce) {
   const host::Library library = loadLibrary();
   host::Host host(sessionIn(GetParam()));
   const auto session = host::Session::open(library, host);
   ASSERT_TRUE(session);
-  RQInterface *object = session->object();
-  const auto roundTrip = [object](const std::string &text) {
+  RQInterface* object = session->object();
+  const auto roundTrip = [object](const std::string& text) {
     std::string inSession(512, '\0');
     std::string back(512, '\0');
     std::uint64_t length = 0;
@@ -31,7 +31,7 @@ TEST_P(SharedObject, ServesThreadsAtOnce) {
       for (int round = 0; round < 2000; ++round) wrong[i] += roundTrip(text) ? 0 : 1;
     });
   }
-  for (std::thread &thread : threads) thread.join();
+  for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(wrong, (std::array<int, 6>{}));
 }
 
@@ -50,7 +50,7 @@ TEST(ThreadsTest, SessionsAndRecordsAtOnce) {
       }
     });
   }
-  for (std::thread &thread : threads) thread.join();
+  for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(host.instruments.callsOf(host::Service::createTranscoder), 4U * 50 * 14);
   EXPECT_EQ(host.instruments.counts.transcoders, 0);
   EXPECT_EQ(host.instruments.counts.pools, 0);
