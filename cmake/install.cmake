@@ -2,12 +2,16 @@
 # the development host's library, manual pages 3 and 7), tools (rqtext and its completions) and documentation.
 include(CMakePackageConfigHelpers)
 
-set(RQ_HEADERS types.h host.h host_entry.h operations.def operations.h interface.h registration.h journal.h kit.h rquni.h)
+set(RQ_HEADERS types.h host_tables.h host_entry.h operations.def operations.h interface.h registration.h journal_bridges.h kit_exports.h rquni.h)
 list(TRANSFORM RQ_HEADERS PREPEND ${PROJECT_SOURCE_DIR}/frame/)
 
 # The build tree offers the headers under their installed names as well.
-file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/include)
-file(CREATE_LINK ${PROJECT_SOURCE_DIR}/frame ${PROJECT_BINARY_DIR}/include/rquni SYMBOLIC)
+file(REMOVE_RECURSE ${PROJECT_BINARY_DIR}/include)
+file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/include/rquni)
+foreach(header IN LISTS RQ_HEADERS)
+  cmake_path(GET header FILENAME name)
+  file(CREATE_LINK ${header} ${PROJECT_BINARY_DIR}/include/rquni/${name} SYMBOLIC)
+endforeach()
 target_include_directories(rquni INTERFACE $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}/include>
   $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 

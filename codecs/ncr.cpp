@@ -11,15 +11,15 @@ namespace {
 /// One reference: from '&' to ';', all that lies between belongs to it.
 struct Reference {
   Digits digits;
-  uint64_t length;  // units, both ends included; 0 when no ';' is left
+  std::uint64_t length;  // units, both ends included; 0 when no ';' is left
 
-  uint32_t value() const { return digits.count >= 2 ? digits.value : 0; }  // one digit is not enough: U+0000
+  std::uint32_t value() const { return digits.count >= 2 ? digits.value : 0; }  // one digit is not enough: U+0000
   bool mayBeSurrogate() const { return digits.count >= 4; }
 };
 
 template <Flavour F, class Unit = typename F::Unit>
 inline Reference readReference(const Unit* at, Terminators<Unit>& terminators) {
-  const uint64_t hexadecimal = terminators.left(at + 2) != 0 && load(at + 2) == 'x';  // not 'X'
+  const std::uint64_t hexadecimal = terminators.left(at + 2) != 0 && load(at + 2) == 'x';  // not 'X'
   const Field inside = hexadecimal ? hexField<F>(at + 3, terminators) : decimalField(at + 2, terminators);
   if (inside.length == noTerminator) return {{}, 0};
   return {inside.digits, inside.length + 3 + hexadecimal};
@@ -27,8 +27,8 @@ inline Reference readReference(const Unit* at, Terminators<Unit>& terminators) {
 
 /// The reference at the current place and what it names: with a low surrogate behind a high one, both references.
 struct Decoded {
-  uint32_t codePoint;
-  uint64_t consumed;  // 0: no ';' is left, so there is no reference
+  std::uint32_t codePoint;
+  std::uint64_t consumed;  // 0: no ';' is left, so there is no reference
 };
 
 template <Flavour F, class Unit = typename F::Unit>
@@ -38,7 +38,7 @@ inline Decoded decodeReference(const Unit* at, Unit second, Terminators<Unit>& t
   if (!high.mayBeSurrogate() || !isHighSurrogate(high.value())) return whole;
 
   const Unit* const behind = at + high.length;
-  constexpr uint64_t shortestPartner = 5;
+  constexpr std::uint64_t shortestPartner = 5;
   if (terminators.left(behind) < shortestPartner || load(behind) != '&' || load(behind + 1) != second) return whole;
   const Reference low = readReference<F>(behind, terminators);
   if (low.length == 0) return whole;
@@ -47,8 +47,8 @@ inline Decoded decodeReference(const Unit* at, Unit second, Terminators<Unit>& t
 }
 
 template <Flavour F, class Unit = typename F::Unit>
-RQStatus getNcr(RQInterface* object, const Unit* input, uint64_t units, Unit* output, uint64_t capacity,
-                uint64_t* written) {
+RQStatus getNcr(RQInterface* object, const Unit* input, std::uint64_t units, Unit* output, std::uint64_t capacity,
+                std::uint64_t* written) {
   Progress<Unit> progress(input, units, output, capacity);
   Terminators<Unit> terminators(input, units, ';');
   RQ_UNINITIALIZED RoundTrips<Unit, 20> roundTrips(object);
@@ -70,22 +70,22 @@ RQStatus getNcr(RQInterface* object, const Unit* input, uint64_t units, Unit* ou
 }
 
 /// The last code point that is written as it stands; deliberately not U+007F.
-constexpr uint32_t lastUnescaped = 0x80;
+constexpr std::uint32_t lastUnescaped = 0x80;
 
 /// The first value with six decimal places. No reference has more.
-constexpr uint32_t firstOfSixPlaces = 100000;
+constexpr std::uint32_t firstOfSixPlaces = 100000;
 
 /// Decimal places of a character that is escaped, told without a branch.
-constexpr uint64_t placesOf(uint32_t character) {
-  return uint64_t{3} + (character >= 1000) + (character >= 10000) + (character >= firstOfSixPlaces);
+constexpr std::uint64_t placesOf(std::uint32_t character) {
+  return std::uint64_t{3} + (character >= 1000) + (character >= 10000) + (character >= firstOfSixPlaces);
 }
 
 /// The ends of all references: three digits and ';'.
 struct ReferenceEnds {
-  uint32_t text[1000];
+  std::uint32_t text[1000];
   consteval ReferenceEnds() : text{} {
-    for (uint32_t i = 0; i < 1000; ++i)
-      text[i] = ('0' + i / 100) | ('0' + i / 10 % 10) << 8 | ('0' + i % 10) << 16 | uint32_t{';'} << 24;
+    for (std::uint32_t i = 0; i < 1000; ++i)
+      text[i] = ('0' + i / 100) | ('0' + i / 10 % 10) << 8 | ('0' + i % 10) << 16 | std::uint32_t{';'} << 24;
   }
 };
 inline constexpr ReferenceEnds referenceEnds;
@@ -93,10 +93,10 @@ inline constexpr ReferenceEnds referenceEnds;
 /// Writes a decimal reference with `places` digits behind its two marks, given as text, and returns its length. What
 /// a million and more overflows the first place by becomes a zero unit; hosts count on it.
 template <class Unit>
-inline uint64_t writeReference(Unit* out, uint32_t marks, uint32_t value, uint64_t places) {
-  const uint32_t first = value / firstOfSixPlaces, others = value % firstOfSixPlaces;
-  const uint32_t leading = (first < 10 ? '0' + first : 0) | uint32_t{decimalPairs.text[others / 1000]} << 8;
-  const uint32_t shown = leading >> 8 * (6 - places);
+inline std::uint64_t writeReference(Unit* out, std::uint32_t marks, std::uint32_t value, std::uint64_t places) {
+  const std::uint32_t first = value / firstOfSixPlaces, others = value % firstOfSixPlaces;
+  const std::uint32_t leading = (first < 10 ? '0' + first : 0) | std::uint32_t{decimalPairs.text[others / 1000]} << 8;
+  const std::uint32_t shown = leading >> 8 * (6 - places);
   storeText<4>(out, marks | shown << 16);
   if (places == 6) store(out + 4, static_cast<Unit>(shown >> 16));
   storeText<4>(out + places - 1, referenceEnds.text[others % 1000]);
@@ -104,23 +104,23 @@ inline uint64_t writeReference(Unit* out, uint32_t marks, uint32_t value, uint64
 }
 
 /// Units at the beginning of the input, where the digits of every angle notation are taken from, matched or not.
-constexpr uint64_t angleDigitsAt = 2;
-constexpr uint64_t angleDigits = 4;
+constexpr std::uint64_t angleDigitsAt = 2;
+constexpr std::uint64_t angleDigits = 4;
 /// The length of `<U0041>`.
-constexpr uint64_t angleLength = 7;
+constexpr std::uint64_t angleLength = 7;
 
 /// The value that every angle notation of a text gets: the four digits at the beginning of the *input*, wherever the
 /// notation stands. A unit that is no digit, or is missing, adds -1 in its place. Hosts count on all of it.
 template <Flavour F, class Unit = typename F::Unit>
-uint32_t angleValue(const Unit* input, uint64_t units) {
+std::uint32_t angleValue(const Unit* input, std::uint64_t units) {
   RQ_UNINITIALIZED Unit digits[scratchUnits];
-  const uint64_t there = units > angleDigitsAt ? smaller(units - angleDigitsAt, angleDigits) : 0;
+  const std::uint64_t there = units > angleDigitsAt ? smaller(units - angleDigitsAt, angleDigits) : 0;
   copyUnits(digits, input + angleDigitsAt, there);
   F::upperCase(digits, there);
-  uint32_t value = 0;
-  for (uint64_t i = 0; i < angleDigits; ++i) {
-    const uint32_t digit = i < there ? upperHexDigit(digits[i]) : noDigit;
-    value = value * 16 + (digit != noDigit ? digit : ~uint32_t{0});
+  std::uint32_t value = 0;
+  for (std::uint64_t i = 0; i < angleDigits; ++i) {
+    const std::uint32_t digit = i < there ? upperHexDigit(digits[i]) : noDigit;
+    value = value * 16 + (digit != noDigit ? digit : ~std::uint32_t{0});
   }
   return value;
 }
@@ -131,13 +131,13 @@ class PlainCharacters {
  public:
   explicit PlainCharacters(RQTranscoder* toSession) : toSession_(toSession) {}
 
-  Replacement<Unit> of(uint32_t character) {
+  Replacement<Unit> of(std::uint32_t character) {
     Answer& answer = answers_[character];
-    uint64_t& word = known_[character / 64];
-    const uint64_t bit = uint64_t{1} << character % 64;
+    std::uint64_t& word = known_[character / 64];
+    const std::uint64_t bit = std::uint64_t{1} << character % 64;
     if ((word & bit) == 0) {
       word |= bit;
-      uint64_t produced = 0;
+      std::uint64_t produced = 0;
       std::memset(answer.units, 0, sizeof answer.units);  // what a host leaves out must not show the stack
       transcode(toSession_, &character, sizeof character, answer.units, sizeof answer.units, &produced);
       answer.count = smaller(produced, sizeof answer.units) / sizeof(Unit);
@@ -148,13 +148,13 @@ class PlainCharacters {
   }
 
   /// Whether `character` is known to be the same in the session, and needs nothing but a copy.
-  bool isSame(uint32_t character) const { return same_.has(character); }
+  bool isSame(std::uint32_t character) const { return same_.has(character); }
 
   /// Copies characters for as long as they are known to be the same, and returns their number.
   template <class Character>
-  uint64_t copySame(const Character* text, uint64_t count, Unit* out) const {
-    constexpr uint64_t few = 8;  // need no kernel
-    for (uint64_t i = 0; i < few; ++i) {
+  std::uint64_t copySame(const Character* text, std::uint64_t count, Unit* out) const {
+    constexpr std::uint64_t few = 8;  // need no kernel
+    for (std::uint64_t i = 0; i < few; ++i) {
       if (i == count || !isSame(load(text + i))) return i;
       store(out + i, static_cast<Unit>(load(text + i)));
     }
@@ -162,31 +162,31 @@ class PlainCharacters {
   }
 
  private:
-  uint64_t copyManySame(const uint8_t* text, uint64_t count, uint8_t* out) const {
+  std::uint64_t copyManySame(const std::uint8_t* text, std::uint64_t count, std::uint8_t* out) const {
     return kit::copyMembers(text, count, out, same_);
   }
-  uint64_t copyManySame(const RQChar* text, uint64_t count, uint8_t* out) const {
-    RQ_UNINITIALIZED uint8_t ascii[512];
-    uint64_t copied = 0, last = sizeof ascii;
+  std::uint64_t copyManySame(const RQChar* text, std::uint64_t count, std::uint8_t* out) const {
+    RQ_UNINITIALIZED std::uint8_t ascii[512];
+    std::uint64_t copied = 0, last = sizeof ascii;
     for (; last == sizeof ascii; copied += last) {
-      const uint64_t next = smaller(count - copied, sizeof ascii);
-      const uint64_t narrow = kit::copyWhileBelow(text + copied, next, ascii, '<', 0x80);
+      const std::uint64_t next = smaller(count - copied, sizeof ascii);
+      const std::uint64_t narrow = kit::copyWhileBelow(text + copied, next, ascii, '<', 0x80);
       last = kit::copyMembers(ascii, narrow, out + copied, same_);
     }
     return copied;
   }
-  uint64_t copyManySame(const RQChar* text, uint64_t count, RQChar* out) const {
-    uint64_t i = 0;
+  std::uint64_t copyManySame(const RQChar* text, std::uint64_t count, RQChar* out) const {
+    std::uint64_t i = 0;
     for (; i < count && isSame(load(text + i)); ++i) store(out + i, load(text + i));
     return i;
   }
 
   struct Answer {
     Unit units[10];
-    uint64_t count;
+    std::uint64_t count;
   };
   RQTranscoder* const toSession_;
-  uint64_t known_[lastUnescaped / 64 + 1] = {};
+  std::uint64_t known_[lastUnescaped / 64 + 1] = {};
   kit::AsciiSet same_;
   Answer answers_[lastUnescaped + 1];
 };
@@ -195,8 +195,8 @@ class PlainCharacters {
 template <Flavour F, class Unit = typename F::Unit>
 class NcrEncoder {
  public:
-  NcrEncoder(RQInterface* object, const Unit* input, uint64_t units, Unit* output, uint64_t capacity)
-      : marks_('&' | uint32_t{F::reference(object)} << 8),
+  NcrEncoder(RQInterface* object, const Unit* input, std::uint64_t units, Unit* output, std::uint64_t capacity)
+      : marks_('&' | std::uint32_t{F::reference(object)} << 8),
         toSession_(object->transcoders[RQ_FORM_UTF32_NATIVE].toSession),
         input_(input),
         units_(units),
@@ -206,17 +206,18 @@ class NcrEncoder {
 
   /// Returns the units written. Text that does not fit is cut at a character, without an error.
   template <class Character>
-  uint64_t encode(const Character* text, uint64_t count) {
-    uint64_t written = 0;
-    for (uint64_t i = 0; i < count && written < capacity_; ++i) {
+  std::uint64_t encode(const Character* text, std::uint64_t count) {
+    std::uint64_t written = 0;
+    for (std::uint64_t i = 0; i < count && written < capacity_; ++i) {
       const Moved words = encodeWords(text + i, count - i, output_ + written, capacity_ - written);
       i += words.read;
       written += words.written;
       if (i == count || written == capacity_) break;
 
-      uint32_t character = load(text + i);
+      std::uint32_t character = load(text + i);
       if (plain_.isSame(character)) {
-        const uint64_t run = plain_.copySame(text + i, smaller(count - i, capacity_ - written), output_ + written);
+        const std::uint64_t run =
+            plain_.copySame(text + i, smaller(count - i, capacity_ - written), output_ + written);
         written += run;
         i += run - 1;
         continue;
@@ -225,9 +226,9 @@ class NcrEncoder {
         character = angleValue<F>(input_, units_);
         i += angleLength - 1;
       }
-      const uint64_t room = capacity_ - written;
+      const std::uint64_t room = capacity_ - written;
       if (character > lastUnescaped) {
-        const uint64_t places = placesOf(character);
+        const std::uint64_t places = placesOf(character);
         if (places + 3 > room) break;
         written += writeReference(output_ + written, marks_, character, places);
       } else {
@@ -243,14 +244,14 @@ class NcrEncoder {
  private:
   /// Encodes words: characters of up to five places, each with the blank before it if there is one. No branch tells
   /// whether there is, for it would be mispredicted once a word.
-  Moved encodeWords(const RQChar* text, uint64_t count, Unit* out, uint64_t room) const {
-    constexpr uint64_t longest = 8;
+  Moved encodeWords(const RQChar* text, std::uint64_t count, Unit* out, std::uint64_t room) const {
+    constexpr std::uint64_t longest = 8;
     const bool blanks = plain_.isSame(' ');
-    const uint32_t marks = marks_;
+    const std::uint32_t marks = marks_;
     Moved moved;
     while (count - moved.read > 1 && room - moved.written > longest) {
-      const uint64_t gap = blanks & (load(text + moved.read) == ' ');
-      const uint32_t character = load(text + moved.read + gap);
+      const std::uint64_t gap = blanks & (load(text + moved.read) == ' ');
+      const std::uint32_t character = load(text + moved.read + gap);
       if (character <= lastUnescaped || character >= firstOfSixPlaces) break;
       store(out + moved.written, Unit{' '});  // the reference covers it when it does not count
       moved.written += gap;
@@ -260,37 +261,37 @@ class NcrEncoder {
     return moved;
   }
   /// Bytes are ASCII, so there is nothing to do.
-  Moved encodeWords(const uint8_t*, uint64_t, Unit*, uint64_t) const { return {}; }
+  Moved encodeWords(const std::uint8_t*, std::uint64_t, Unit*, std::uint64_t) const { return {}; }
 
   /// Whether an angle notation stands here: its shape, and that the session holds it in one unit a character.
   template <class Character>
-  bool isAngle(const Character* at, uint64_t remaining) {
+  bool isAngle(const Character* at, std::uint64_t remaining) {
     if (remaining < angleLength || withoutCase(load(at + 1)) != 'U' || load(at + 6) != '>') return false;
     RQChar characters[angleLength];
-    for (uint64_t i = 0; i < angleLength; ++i) characters[i] = load(at + i);
+    for (std::uint64_t i = 0; i < angleLength; ++i) characters[i] = load(at + i);
     Unit converted[10];
-    uint64_t produced = 0;
+    std::uint64_t produced = 0;
     transcode(toSession_, characters, sizeof characters, converted, sizeof converted, &produced);
     return produced == angleLength * sizeof(Unit);
   }
 
-  const uint32_t marks_;  // of a reference, as text
+  const std::uint32_t marks_;  // of a reference, as text
   RQTranscoder* const toSession_;
   const Unit* const input_;
-  const uint64_t units_;
+  const std::uint64_t units_;
   Unit* const output_;
-  const uint64_t capacity_;
+  const std::uint64_t capacity_;
   PlainCharacters<Unit> plain_;
 };
 
 template <Flavour F, class Unit = typename F::Unit>
-RQStatus putNcr(RQInterface* object, const Unit* input, uint64_t units, Unit* output, uint64_t capacity,
-                uint64_t* written) {
+RQStatus putNcr(RQInterface* object, const Unit* input, std::uint64_t units, Unit* output, std::uint64_t capacity,
+                std::uint64_t* written) {
   RQ_UNINITIALIZED WorkBuffer buffer(object->pool, units, 255);
   if (!buffer.obtained()) return RQ_NO_MEMORY;
   RQ_UNINITIALIZED NcrEncoder<F> encoder(object, input, units, output, capacity);
   *written = withCharacters(object, input, units, isAscii(input, units), buffer,
-                            [&](const auto* text, uint64_t count) { return encoder.encode(text, count); });
+                            [&](const auto* text, std::uint64_t count) { return encoder.encode(text, count); });
   return RQ_SUCCESS;
 }
 

@@ -2,6 +2,8 @@
 #ifndef RQUNI_CODECS_OUTPUT_H
 #define RQUNI_CODECS_OUTPUT_H
 
+#include <cstdint>
+
 #include "codecs/round_trip.h"
 #include "codecs/units.h"
 #include "kit/kit.h"
@@ -10,20 +12,20 @@ namespace rq {
 
 /// How far an encoder went: characters read and units written.
 struct Moved {
-  uint64_t read = 0, written = 0;
+  std::uint64_t read = 0, written = 0;
 };
 
 /// A decoder's place in its input and output.
 template <class Unit>
 class Progress {
  public:
-  Progress(const Unit* input, uint64_t units, Unit* output, uint64_t capacity)
+  Progress(const Unit* input, std::uint64_t units, Unit* output, std::uint64_t capacity)
       : in_(input), inEnd_(input + units), out_(output), capacity_(capacity) {}
 
   const Unit* at() const { return in_; }
   const Unit* end() const { return inEnd_; }
-  uint64_t remaining() const { return static_cast<uint64_t>(inEnd_ - in_); }
-  uint64_t written() const { return written_; }
+  std::uint64_t remaining() const { return static_cast<std::uint64_t>(inEnd_ - in_); }
+  std::uint64_t written() const { return written_; }
   /// Whether input is left and the output is not full. A doubled escape marker may fill it by one more than it holds.
   bool goesOn() const { return in_ != inEnd_ && written_ < capacity_; }
 
@@ -31,17 +33,17 @@ class Progress {
   /// comparison), or to the end of input or output. True when such a place was found and there is room for a unit.
   bool copyUpTo(Unit first, Unit second, Unit kept) {
     const auto isPair = [&](const Unit* p) { return load(p) == first && (load(p + 1) & kept) == second; };
-    const uint64_t left = remaining();
+    const std::uint64_t left = remaining();
     if (left > 1 && isPair(in_)) return true;
     if (left > 2 && capacity_ - written_ > 1 && isPair(in_ + 1)) {  // such as the blank between two words of escapes
       store(out_ + written_, load(in_));
       advance(1);
       return true;
     }
-    uint64_t most = smaller(left, capacity_ - written_);
+    std::uint64_t most = smaller(left, capacity_ - written_);
     if (most < left && isPair(in_ + most - 1)) --most;  // the output ends between the two: not text, so not copied
 
-    constexpr uint64_t few = 4;  // need no kernel
+    constexpr std::uint64_t few = 4;  // need no kernel
     if (most > few) {
       advance(kit::copyUntilPair(in_, most, out_ + written_, first, second, kept));
     } else {
@@ -55,16 +57,16 @@ class Progress {
 
   /// Copies as much of the rest as fits.
   void copyRest() {
-    const uint64_t most = smaller(remaining(), capacity_ - written_);
+    const std::uint64_t most = smaller(remaining(), capacity_ - written_);
     copyUnits(out_ + written_, in_, most);
     advance(most);
   }
 
   /// Puts `replacement` in the place of `consumed` units, or these units themselves when there is none. False, and
   /// nothing is written, when it does not fit.
-  bool replace(uint64_t consumed, Replacement<Unit> replacement) {
+  bool replace(std::uint64_t consumed, Replacement<Unit> replacement) {
     const Unit* const text = replacement.units != nullptr ? replacement.units : in_;
-    const uint64_t count = replacement.units != nullptr ? replacement.count : consumed;
+    const std::uint64_t count = replacement.units != nullptr ? replacement.count : consumed;
     if (count > capacity_ - written_) return false;
     copyUnits(out_ + written_, text, count);
     in_ += consumed;
@@ -81,7 +83,7 @@ class Progress {
   }
 
  private:
-  void advance(uint64_t units) {
+  void advance(std::uint64_t units) {
     in_ += units;
     written_ += units;
   }
@@ -89,8 +91,8 @@ class Progress {
   const Unit* in_;
   const Unit* const inEnd_;
   Unit* const out_;
-  const uint64_t capacity_;
-  uint64_t written_ = 0;
+  const std::uint64_t capacity_;
+  std::uint64_t written_ = 0;
 };
 
 }  // namespace rq

@@ -7,10 +7,10 @@
 namespace rq {
 namespace {
 
-constexpr uint32_t shortEscape = 4;  // digits
+constexpr std::uint32_t shortEscape = 4;  // digits
 
 /// The planes that eight digits may name; a longer run than four is read as its first four digits for any other.
-constexpr bool isPlaneOfLongEscape(uint32_t plane) {
+constexpr bool isPlaneOfLongEscape(std::uint32_t plane) {
   return plane <= 2 || (plane >= 14 && plane <= 16);
 }
 
@@ -25,19 +25,19 @@ constexpr Digits digitsOfEscape(Digits run) {
 
 /// An escape at the current place, with the low surrogate behind it if there is one.
 struct Decoded {
-  uint32_t codePoint;
-  uint64_t consumed;
+  std::uint32_t codePoint;
+  std::uint64_t consumed;
   bool isEscape;  // false: too few digits, the text stays
 };
 
 template <Flavour F, class Unit = typename F::Unit>
-Decoded decodeEscape(const Unit* at, uint64_t remaining, Unit escape) {
+Decoded decodeEscape(const Unit* at, std::uint64_t remaining, Unit escape) {
   const Digits digits = digitsOfEscape(F::readHex(at + 2, smaller(remaining - 2, mostDigits)));
   const Decoded whole = {digits.value, digits.count + 2, digits.count >= shortEscape};
   if (digits.count != shortEscape || !isHighSurrogate(digits.value)) return whole;
 
   const Unit* const behind = at + whole.consumed;
-  const uint64_t left = remaining - whole.consumed;
+  const std::uint64_t left = remaining - whole.consumed;
   if (left <= 2 || load(behind) != escape || withoutCase(load(behind + 1)) != 'U') return whole;
   const Digits low = F::readHex(behind + 2, smaller(left - 2, shortEscape));
   if (low.count != shortEscape || !isLowSurrogate(low.value)) return whole;
@@ -45,8 +45,8 @@ Decoded decodeEscape(const Unit* at, uint64_t remaining, Unit escape) {
 }
 
 template <Flavour F, class Unit = typename F::Unit>
-RQStatus getUEsc(RQInterface* object, const Unit* input, uint64_t units, Unit* output, uint64_t capacity,
-                 uint64_t* written) {
+RQStatus getUEsc(RQInterface* object, const Unit* input, std::uint64_t units, Unit* output, std::uint64_t capacity,
+                 std::uint64_t* written) {
   Progress<Unit> progress(input, units, output, capacity);
   RQ_UNINITIALIZED RoundTrips<Unit, 20> roundTrips(object);
   const Unit escape = F::escape(object);
@@ -74,20 +74,20 @@ RQStatus getUEsc(RQInterface* object, const Unit* input, uint64_t units, Unit* o
 }
 
 /// The first character that is escaped; DEL deliberately is.
-constexpr uint8_t firstEscaped = 0x7F;
+constexpr std::uint8_t firstEscaped = 0x7F;
 /// Units of an escape with four and with eight digits; `\u0041` in a text to be encoded is at least as long.
-constexpr uint64_t shortLength = 6;
-constexpr uint64_t longLength = 10;
+constexpr std::uint64_t shortLength = 6;
+constexpr std::uint64_t longLength = 10;
 
 /// An escape with four digits as text, but for its backslash.
-constexpr uint64_t escapeText(uint32_t digits) {
+constexpr std::uint64_t escapeText(std::uint32_t digits) {
   return 'u' << 8 | hexText(digits) << 16;
 }
 
 /// Writes an escape and returns its length, or 0 when it does not fit in `room` units.
 template <class Unit>
-uint64_t writeEscape(Unit* out, uint64_t room, uint32_t character) {
-  const uint64_t length = character > 0xFFFF ? longLength : shortLength;
+std::uint64_t writeEscape(Unit* out, std::uint64_t room, std::uint32_t character) {
+  const std::uint64_t length = character > 0xFFFF ? longLength : shortLength;
   if (room < length) return 0;
   if (length == shortLength) {
     storeText<shortLength>(out, '\\' | escapeText(character));
@@ -98,7 +98,7 @@ uint64_t writeEscape(Unit* out, uint64_t room, uint32_t character) {
   return length;
 }
 
-constexpr bool isPlain(uint32_t character) {
+constexpr bool isPlain(std::uint32_t character) {
   return (character != '\\') & (character < firstEscaped);
 }
 
@@ -107,15 +107,15 @@ constexpr bool isPlain(uint32_t character) {
 /// followed by it once more, in its right place. Bytes are written by one store, up to 7 too many, so it stops where
 /// as many are certain to be written behind: before the last three characters, and while two of the longest fit.
 template <class Unit>
-Moved encodeWords(const RQChar* text, uint64_t count, Unit* out, uint64_t room) {
+Moved encodeWords(const RQChar* text, std::uint64_t count, Unit* out, std::uint64_t room) {
   Moved moved;
-  constexpr uint64_t stored = sizeof(Unit) == 1 ? 8 : shortLength;
+  constexpr std::uint64_t stored = sizeof(Unit) == 1 ? 8 : shortLength;
   while (count - moved.read > 3 && room - moved.written >= stored + 2 * longLength) {
-    const uint32_t character = load(text + moved.read);
-    const uint64_t plain = isPlain(character);  // 1 or 0, and reckoned with
-    const uint32_t escaped = load(text + moved.read + plain);
+    const std::uint32_t character = load(text + moved.read);
+    const std::uint64_t plain = isPlain(character);  // 1 or 0, and reckoned with
+    const std::uint32_t escaped = load(text + moved.read + plain);
     if (escaped < firstEscaped || escaped > 0xFFFF) break;
-    storeText<stored>(out + moved.written, ('\\' + plain * (character - uint64_t{'\\'})) | escapeText(escaped));
+    storeText<stored>(out + moved.written, ('\\' + plain * (character - std::uint64_t{'\\'})) | escapeText(escaped));
     moved.written += shortLength - (shortLength - 1) * plain;
     ++moved.read;
   }
@@ -123,24 +123,25 @@ Moved encodeWords(const RQChar* text, uint64_t count, Unit* out, uint64_t room) 
 }
 /// Bytes are ASCII, so there is nothing to do.
 template <class Unit>
-Moved encodeWords(const uint8_t*, uint64_t, Unit*, uint64_t) {
+Moved encodeWords(const std::uint8_t*, std::uint64_t, Unit*, std::uint64_t) {
   return {};
 }
 
 /// Encodes a text of characters; *written may come to lie up to 2 above the capacity, by a doubled marker at its end.
 template <class Unit, class Character>
-RQStatus encodeEscapes(const Character* text, uint64_t count, Unit* output, uint64_t capacity, uint64_t* written) {
-  uint64_t out = 0;
+RQStatus encodeEscapes(const Character* text, std::uint64_t count, Unit* output, std::uint64_t capacity,
+                       std::uint64_t* written) {
+  std::uint64_t out = 0;
   RQStatus status = RQ_SUCCESS;
-  for (uint64_t i = 0; i < count && out < capacity;) {
+  for (std::uint64_t i = 0; i < count && out < capacity;) {
     const Moved words = encodeWords(text + i, count - i, output + out, capacity - out);
     i += words.read;
     out += words.written;  // words end with text and room left
 
-    const uint32_t character = load(text + i);
+    const std::uint32_t character = load(text + i);
     if (isPlain(character)) {
-      const uint64_t most = smaller(count - i, capacity - out);
-      const uint64_t copied = kit::copyWhileBelow(text + i, most, output + out, '\\', firstEscaped);
+      const std::uint64_t most = smaller(count - i, capacity - out);
+      const std::uint64_t copied = kit::copyWhileBelow(text + i, most, output + out, '\\', firstEscaped);
       i += copied;
       out += copied;
       continue;
@@ -155,7 +156,7 @@ RQStatus encodeEscapes(const Character* text, uint64_t count, Unit* output, uint
       store(output + out++, marker);
       continue;
     }
-    const uint64_t length = writeEscape(output + out, capacity - out, character);
+    const std::uint64_t length = writeEscape(output + out, capacity - out, character);
     if (length == 0) {
       status = RQ_OUTPUT_TOO_SMALL;
       break;
@@ -168,13 +169,13 @@ RQStatus encodeEscapes(const Character* text, uint64_t count, Unit* output, uint
 }
 
 template <Flavour F, class Unit = typename F::Unit>
-RQStatus putUEsc(RQInterface* object, const Unit* input, uint64_t units, Unit* output, uint64_t capacity,
-                 uint64_t* written) {
+RQStatus putUEsc(RQInterface* object, const Unit* input, std::uint64_t units, Unit* output, std::uint64_t capacity,
+                 std::uint64_t* written) {
   RQ_UNINITIALIZED WorkBuffer buffer(object->pool, units, 256);
   if (!buffer.obtained()) return RQ_NO_MEMORY;
-  return withCharacters(object, input, units, isAscii(input, units), buffer, [&](const auto* text, uint64_t count) {
-    return encodeEscapes(text, count, output, capacity, written);
-  });
+  return withCharacters(
+      object, input, units, isAscii(input, units), buffer,
+      [&](const auto* text, std::uint64_t count) { return encodeEscapes(text, count, output, capacity, written); });
 }
 
 }  // namespace

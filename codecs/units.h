@@ -2,6 +2,7 @@
 #ifndef RQUNI_CODECS_UNITS_H
 #define RQUNI_CODECS_UNITS_H
 
+#include <cstdint>
 #include <cstring>
 
 #include "frame/types.h"
@@ -23,7 +24,7 @@ inline void store(Unit* to, Unit unit) {
 
 /// Copies sizeof(Word) to 2 x sizeof(Word) bytes by two moves that may overlap.
 template <class Word>
-inline void copyByTwoMoves(void* to, const void* from, uint64_t bytes) {
+inline void copyByTwoMoves(void* to, const void* from, std::uint64_t bytes) {
   Word head, tail;
   std::memcpy(&head, from, sizeof head);
   std::memcpy(&tail, static_cast<const char*>(from) + bytes - sizeof tail, sizeof tail);
@@ -33,25 +34,25 @@ inline void copyByTwoMoves(void* to, const void* from, uint64_t bytes) {
 
 /// Copies units; most copies are of one character, and a call would cost more than they do.
 template <class Unit>
-inline void copyUnits(Unit* to, const Unit* from, uint64_t count) {
-  const uint64_t bytes = count * sizeof(Unit);
+inline void copyUnits(Unit* to, const Unit* from, std::uint64_t count) {
+  const std::uint64_t bytes = count * sizeof(Unit);
   if (bytes < 4) {
     if (bytes >= 2)
-      copyByTwoMoves<uint16_t>(to, from, bytes);
+      copyByTwoMoves<std::uint16_t>(to, from, bytes);
     else if (bytes == 1)
       store(to, load(from));
   } else if (bytes < 8) {
-    copyByTwoMoves<uint32_t>(to, from, bytes);
+    copyByTwoMoves<std::uint32_t>(to, from, bytes);
   } else if (bytes <= 16) {
-    copyByTwoMoves<uint64_t>(to, from, bytes);
+    copyByTwoMoves<std::uint64_t>(to, from, bytes);
   } else {
     std::memcpy(static_cast<void*>(to), static_cast<const void*>(from), bytes);
   }
 }
 
 /// Writes the lowest `count` bytes of `text` as units, the lowest first.
-template <uint64_t count>
-inline void storeText(uint8_t* to, uint64_t text) {
+template <std::uint64_t count>
+inline void storeText(std::uint8_t* to, std::uint64_t text) {
   if constexpr (count > 4 && count < 8) {  // two stores; a compiler may go by way of the stack
     storeText<4>(to, text);
     storeText<count - 4>(to + 4, text >> 32);
@@ -59,9 +60,9 @@ inline void storeText(uint8_t* to, uint64_t text) {
     std::memcpy(to, &text, count);
   }
 }
-template <uint64_t count>
-inline void storeText(RQChar* to, uint64_t text) {
-  for (uint64_t i = 0; i < count; ++i) store(to + i, static_cast<RQChar>(text >> 8 * i & 0xFF));
+template <std::uint64_t count>
+inline void storeText(RQChar* to, std::uint64_t text) {
+  for (std::uint64_t i = 0; i < count; ++i) store(to + i, static_cast<RQChar>(text >> 8 * i & 0xFF));
 }
 
 /// With the bit that tells ASCII letters' cases apart cleared.
@@ -70,7 +71,7 @@ constexpr Unit withoutCase(Unit unit) {
   return static_cast<Unit>(unit & ~Unit{0x20});
 }
 
-constexpr uint64_t smaller(uint64_t a, uint64_t b) {
+constexpr std::uint64_t smaller(std::uint64_t a, std::uint64_t b) {
   return a < b ? a : b;
 }
 

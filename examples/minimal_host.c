@@ -2,7 +2,7 @@
  *
  *   cc -std=c11 minimal_host.c -ldl -o minimal_host && ./minimal_host path/to/librquni.so
  *
- * As a shared object it can be checked against the rules of rquni/host.h:
+ * As a shared object it can be checked against the rules of rquni/host_tables.h:
  *
  *   cc -std=c11 -fPIC -shared minimal_host.c -ldl -o minimal_host.so && rqtext check-host ./minimal_host.so */
 #include <dlfcn.h>

@@ -5,7 +5,7 @@
 #ifndef RQUNI_FRAME_HOST_ENTRY_H
 #define RQUNI_FRAME_HOST_ENTRY_H
 
-#include "host.h"
+#include "host_tables.h"
 
 RQ_BEGIN_DECLARATIONS
 

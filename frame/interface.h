@@ -4,7 +4,7 @@
 #ifndef RQUNI_FRAME_INTERFACE_H
 #define RQUNI_FRAME_INTERFACE_H
 
-#include "host.h"
+#include "host_tables.h"
 #include "operations.h"
 
 RQ_BEGIN_DECLARATIONS

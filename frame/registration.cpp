@@ -1,6 +1,8 @@
 // Registration: the library's only state is the kernel handle.
 #include "frame/registration.h"
 
+#include <cstdint>
+
 RQKernel* Exported_RQHandle = nullptr;
 
 RQStatus rqextent(RQKernel* kernel) {
@@ -8,7 +10,7 @@ RQStatus rqextent(RQKernel* kernel) {
   return RQ_SUCCESS;
 }
 
-RQStatus rqextver(RQKernel* kernel, uint64_t* major, uint64_t* minor) {
+RQStatus rqextver(RQKernel* kernel, std::uint64_t* major, std::uint64_t* minor) {
   *major = 9;
   *minor = 1;
   return rqextent(kernel);

@@ -4,7 +4,7 @@
 #ifndef RQUNI_FRAME_REGISTRATION_H
 #define RQUNI_FRAME_REGISTRATION_H
 
-#include "host.h"
+#include "host_tables.h"
 
 RQ_BEGIN_DECLARATIONS
 

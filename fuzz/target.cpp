@@ -11,7 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "differential/family.h"
+#include "tests/differential/family.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t bytes) {
   static const rq::test::Family& family = *rq::test::familyNamed(RQ_FUZZ_FAMILY);

@@ -34,7 +34,8 @@ CharsetService::CharsetService(Instruments& instruments) : instruments_(instrume
   upperCase = upperCaseSlot;
 }
 
-void CharsetService::upperCaseSlot(RQCharsetService* service, void* buffer, uint64_t length, uint64_t) noexcept {
+void CharsetService::upperCaseSlot(RQCharsetService* service, void* buffer, std::uint64_t length,
+                                   std::uint64_t) noexcept {
   Instruments& instruments = static_cast<CharsetService*>(service)->instruments_;
   if (instruments.active()) {
     const bool refused = instruments.enter(Service::upperCase).has_value();
@@ -56,15 +57,15 @@ CaseService::CaseService(Instruments& instruments, bool atHand) : instruments_(i
   lookUp = lookUpSlot;
 }
 
-RQChar CaseService::upperSlot(RQCaseService* service, RQChar character, uint64_t) noexcept {
+RQChar CaseService::upperSlot(RQCaseService* service, RQChar character, std::uint64_t) noexcept {
   return answer(static_cast<CaseService*>(service)->instruments_, Service::upper, service, u_toupper, character);
 }
 
-RQChar CaseService::lowerSlot(RQCaseService* service, RQChar character, uint64_t) noexcept {
+RQChar CaseService::lowerSlot(RQCaseService* service, RQChar character, std::uint64_t) noexcept {
   return answer(static_cast<CaseService*>(service)->instruments_, Service::lower, service, u_tolower, character);
 }
 
-RQCharsetService* CaseService::lookUpSlot(RQCaseService* service, const RQChar* name, uint64_t length,
+RQCharsetService* CaseService::lookUpSlot(RQCaseService* service, const RQChar* name, std::uint64_t length,
                                           RQStatus* status) noexcept {
   auto* self = static_cast<CaseService*>(service);
   RQCharsetService* found = nullptr;

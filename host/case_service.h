@@ -2,7 +2,9 @@
 #ifndef RQUNI_HOST_CASE_SERVICE_H
 #define RQUNI_HOST_CASE_SERVICE_H
 
-#include "frame/host.h"
+#include <cstdint>
+
+#include "frame/host_tables.h"
 #include "host/guarded.h"
 #include "host/instruments.h"
 
@@ -14,7 +16,8 @@ class CharsetService final : public Guarded<RQCharsetService, "character-set ser
   explicit CharsetService(Instruments& instruments);
 
  private:
-  static void upperCaseSlot(RQCharsetService* service, void* buffer, uint64_t length, uint64_t zero) noexcept;
+  static void upperCaseSlot(RQCharsetService* service, void* buffer, std::uint64_t length,
+                            std::uint64_t zero) noexcept;
   Instruments& instruments_;
 };
 
@@ -25,9 +28,9 @@ class CaseService final : public Guarded<RQCaseService, "case service"> {
   CaseService(Instruments& instruments, bool atHand);
 
  private:
-  static RQChar upperSlot(RQCaseService* service, RQChar character, uint64_t one) noexcept;
-  static RQChar lowerSlot(RQCaseService* service, RQChar character, uint64_t one) noexcept;
-  static RQCharsetService* lookUpSlot(RQCaseService* service, const RQChar* name, uint64_t length,
+  static RQChar upperSlot(RQCaseService* service, RQChar character, std::uint64_t one) noexcept;
+  static RQChar lowerSlot(RQCaseService* service, RQChar character, std::uint64_t one) noexcept;
+  static RQCharsetService* lookUpSlot(RQCaseService* service, const RQChar* name, std::uint64_t length,
                                       RQStatus* status) noexcept;
 
   Instruments& instruments_;

@@ -3,6 +3,7 @@
 #define RQUNI_HOST_CODEC_H
 
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <span>
 #include <string>

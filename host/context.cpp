@@ -29,8 +29,8 @@ RQStatus Context::find(const RQChar* name, std::uint64_t length, std::int64_t* v
   return 0;
 }
 
-RQStatus Context::lookUpOptionSlot(RQContext* context, const RQChar* name, uint64_t length, uint64_t three,
-                                   int64_t* value, uint64_t* valueBytes) noexcept {
+RQStatus Context::lookUpOptionSlot(RQContext* context, const RQChar* name, std::uint64_t length, std::uint64_t three,
+                                   std::int64_t* value, std::uint64_t* valueBytes) noexcept {
   auto* self = static_cast<Context*>(context);
   if (!self->instruments_.active()) return self->find(name, length, value, valueBytes);
   RQStatus status = 0;

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "frame/host.h"
+#include "frame/host_tables.h"
 #include "host/guarded.h"
 #include "host/instruments.h"
 
@@ -19,8 +19,8 @@ class Context final : public Guarded<RQContext, "context"> {
           RQNlsServices* services);
 
  private:
-  static RQStatus lookUpOptionSlot(RQContext* context, const RQChar* name, uint64_t length, uint64_t three,
-                                   int64_t* value, uint64_t* valueBytes) noexcept;
+  static RQStatus lookUpOptionSlot(RQContext* context, const RQChar* name, std::uint64_t length, std::uint64_t three,
+                                   std::int64_t* value, std::uint64_t* valueBytes) noexcept;
   RQStatus find(const RQChar* name, std::uint64_t length, std::int64_t* value, std::uint64_t* valueBytes);
 
   Instruments& instruments_;

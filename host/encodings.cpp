@@ -74,7 +74,7 @@ std::vector<Encoding> listEncodings() {
   std::map<std::string, Encoding> byName;
   for (const Fixed& fixed : fixedEncodings)
     byName[std::string(fixed.name)] = {fixed.identifier, std::string(fixed.name), {}};
-  for (int32_t i = 0; i < ucnv_countAvailable(); ++i) {
+  for (std::int32_t i = 0; i < ucnv_countAvailable(); ++i) {
     const char* icuName = ucnv_getAvailableName(i);
     const std::uint32_t fixed = fixedIdentifier(icuName);
     std::string name =

@@ -5,7 +5,7 @@ namespace {
 
 /// ICU's own stop callback drops invisible characters that the target lacks (soft hyphens, joiners). This one leaves
 /// the error standing, so they are reported like any other.
-void stopAtEverything(const void*, UConverterFromUnicodeArgs*, const UChar*, int32_t, UChar32,
+void stopAtEverything(const void*, UConverterFromUnicodeArgs*, const UChar*, std::int32_t, UChar32,
                       UConverterCallbackReason, UErrorCode*) {}
 
 }  // namespace

@@ -30,7 +30,7 @@ Outcome outcomeOfReading(UErrorCode error) {
 
 std::size_t invalidLength(const UConverter* converter) {
   std::array<char, 32> bytes;
-  auto length = static_cast<int8_t>(bytes.size());
+  auto length = static_cast<std::int8_t>(bytes.size());
   UErrorCode error = U_ZERO_ERROR;
   ucnv_getInvalidChars(converter, bytes.data(), &length, &error);
   return U_SUCCESS(error) && length > 0 ? static_cast<std::size_t>(length) : 1;

@@ -47,25 +47,27 @@ std::uint64_t Journal::keep(Service slot, std::vector<std::uint64_t> fixed, va_l
   return result;
 }
 
-uint64_t Journal::messageToBufSlot(RQJournal* journal, uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4,
-                                   uint64_t a5, va_list list) noexcept {
+std::uint64_t Journal::messageToBufSlot(RQJournal* journal, std::uint64_t a1, std::uint64_t a2, std::uint64_t a3,
+                                        std::uint64_t a4, std::uint64_t a5, va_list list) noexcept {
   return self(journal)->keep(Service::messageToBuf, {a1, a2, a3, a4, a5}, list);
 }
 
-uint64_t Journal::messageToJnlSlot(RQJournal* journal, uint64_t a1, uint64_t a2, uint64_t a3, va_list list) noexcept {
+std::uint64_t Journal::messageToJnlSlot(RQJournal* journal, std::uint64_t a1, std::uint64_t a2, std::uint64_t a3,
+                                        va_list list) noexcept {
   return self(journal)->keep(Service::messageToJnl, {a1, a2, a3}, list);
 }
 
-uint64_t Journal::statusToBufSlot(RQJournal* journal, uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4,
-                                  va_list list) noexcept {
+std::uint64_t Journal::statusToBufSlot(RQJournal* journal, std::uint64_t a1, std::uint64_t a2, std::uint64_t a3,
+                                       std::uint64_t a4, va_list list) noexcept {
   return self(journal)->keep(Service::statusToBuf, {a1, a2, a3, a4}, list);
 }
 
-uint64_t Journal::statusToJnlSlot(RQJournal* journal, uint64_t level, uint64_t status, va_list list) noexcept {
+std::uint64_t Journal::statusToJnlSlot(RQJournal* journal, std::uint64_t level, std::uint64_t status,
+                                       va_list list) noexcept {
   return self(journal)->keep(Service::statusToJnl, {level, status}, list);
 }
 
-uint64_t Journal::getLocaleSlot(RQJournal* journal, ...) noexcept {
+std::uint64_t Journal::getLocaleSlot(RQJournal* journal, ...) noexcept {
   std::uint64_t result = number(self(journal)->locale());
   Instruments& instruments = self(journal)->instruments_;
   if (instruments.active()) {

@@ -2,11 +2,12 @@
 #ifndef RQUNI_HOST_JOURNAL_H
 #define RQUNI_HOST_JOURNAL_H
 
+#include <cstdint>
 #include <mutex>
 #include <string>
 #include <vector>
 
-#include "frame/host.h"
+#include "frame/host_tables.h"
 #include "host/guarded.h"
 #include "host/instruments.h"
 
@@ -31,13 +32,15 @@ class Journal final : public Guarded<RQJournal, "journal"> {
  private:
   static constexpr char localeName[] = "C.UTF-8";
 
-  static uint64_t messageToBufSlot(RQJournal* journal, uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4,
-                                   uint64_t a5, va_list list) noexcept;
-  static uint64_t messageToJnlSlot(RQJournal* journal, uint64_t a1, uint64_t a2, uint64_t a3, va_list list) noexcept;
-  static uint64_t statusToBufSlot(RQJournal* journal, uint64_t a1, uint64_t a2, uint64_t a3, uint64_t a4,
-                                  va_list list) noexcept;
-  static uint64_t statusToJnlSlot(RQJournal* journal, uint64_t level, uint64_t status, va_list list) noexcept;
-  static uint64_t getLocaleSlot(RQJournal* journal, ...) noexcept;
+  static std::uint64_t messageToBufSlot(RQJournal* journal, std::uint64_t a1, std::uint64_t a2, std::uint64_t a3,
+                                        std::uint64_t a4, std::uint64_t a5, va_list list) noexcept;
+  static std::uint64_t messageToJnlSlot(RQJournal* journal, std::uint64_t a1, std::uint64_t a2, std::uint64_t a3,
+                                        va_list list) noexcept;
+  static std::uint64_t statusToBufSlot(RQJournal* journal, std::uint64_t a1, std::uint64_t a2, std::uint64_t a3,
+                                       std::uint64_t a4, va_list list) noexcept;
+  static std::uint64_t statusToJnlSlot(RQJournal* journal, std::uint64_t level, std::uint64_t status,
+                                       va_list list) noexcept;
+  static std::uint64_t getLocaleSlot(RQJournal* journal, ...) noexcept;
 
   std::uint64_t keep(Service slot, std::vector<std::uint64_t> fixed, va_list list);
 

@@ -16,7 +16,7 @@ Kernel::Kernel(Instruments& instruments, RQCaseService* service, std::optional<s
 }
 
 RQPool* Kernel::make(const RQPoolParameters& parameters, const char* description) {
-  if (std::ranges::any_of(parameters.zero, [](uint64_t word) { return word != 0; })) return nullptr;
+  if (std::ranges::any_of(parameters.zero, [](std::uint64_t word) { return word != 0; })) return nullptr;
   try {
     lastPoolDescription_ = description;
     return new Pool(instruments_, blockFill_);

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <optional>
 
-#include "frame/host.h"
+#include "frame/host_tables.h"
 #include "host/guarded.h"
 #include "host/instruments.h"
 

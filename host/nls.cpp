@@ -26,8 +26,8 @@ RQTranscoder* NlsServices::make(std::uint64_t source, std::uint64_t target) {
   }
 }
 
-RQTranscoder* NlsServices::createTranscoderSlot(RQNlsServices* services, uint64_t source, uint64_t target, uint64_t,
-                                                uint64_t) noexcept {
+RQTranscoder* NlsServices::createTranscoderSlot(RQNlsServices* services, std::uint64_t source, std::uint64_t target,
+                                                std::uint64_t, std::uint64_t) noexcept {
   auto* self = static_cast<NlsServices*>(services);
   if (!self->instruments_.active()) return self->make(source, target);
   const bool refused = self->instruments_.enter(Service::createTranscoder).has_value();
@@ -36,7 +36,7 @@ RQTranscoder* NlsServices::createTranscoderSlot(RQNlsServices* services, uint64_
   return made;
 }
 
-RQStatus NlsServices::querySessionSlot(RQNlsServices* services, int32_t* encoding) noexcept {
+RQStatus NlsServices::querySessionSlot(RQNlsServices* services, std::int32_t* encoding) noexcept {
   auto* self = static_cast<NlsServices*>(services);
   std::optional<Fault> fault;
   if (self->instruments_.active()) fault = self->instruments_.enter(Service::querySession);

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "frame/host.h"
+#include "frame/host_tables.h"
 #include "host/guarded.h"
 #include "host/instruments.h"
 
@@ -16,9 +16,9 @@ class NlsServices final : public Guarded<RQNlsServices, "NLS services"> {
   NlsServices(Instruments& instruments, std::int32_t session, RQStatus answer);
 
  private:
-  static RQTranscoder* createTranscoderSlot(RQNlsServices* services, uint64_t source, uint64_t target, uint64_t,
-                                            uint64_t) noexcept;
-  static RQStatus querySessionSlot(RQNlsServices* services, int32_t* encoding) noexcept;
+  static RQTranscoder* createTranscoderSlot(RQNlsServices* services, std::uint64_t source, std::uint64_t target,
+                                            std::uint64_t, std::uint64_t) noexcept;
+  static RQStatus querySessionSlot(RQNlsServices* services, std::int32_t* encoding) noexcept;
   RQTranscoder* make(std::uint64_t source, std::uint64_t target);
 
   Instruments& instruments_;

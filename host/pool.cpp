@@ -68,7 +68,7 @@ RQStatus Pool::destroySlot(RQPool* pool) noexcept {
   return status;
 }
 
-void* Pool::allocateSlot(RQPool* pool, uint64_t bytes, uint64_t flags) noexcept {
+void* Pool::allocateSlot(RQPool* pool, std::uint64_t bytes, std::uint64_t flags) noexcept {
   auto* self = static_cast<Pool*>(pool);
   if (!self->instruments_.active()) return self->take(bytes);
   const bool refused = self->instruments_.enter(Service::allocate).has_value();

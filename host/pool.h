@@ -3,10 +3,11 @@
 #define RQUNI_HOST_POOL_H
 
 #include <cstddef>
+#include <cstdint>
 #include <mutex>
 #include <optional>
 
-#include "frame/host.h"
+#include "frame/host_tables.h"
 #include "host/guarded.h"
 #include "host/instruments.h"
 
@@ -27,7 +28,7 @@ class Pool final : public Guarded<RQPool, "pool"> {
     Pool* owner;
   };
   static RQStatus destroySlot(RQPool* pool) noexcept;
-  static void* allocateSlot(RQPool* pool, uint64_t bytes, uint64_t flags) noexcept;
+  static void* allocateSlot(RQPool* pool, std::uint64_t bytes, std::uint64_t flags) noexcept;
   static void releaseSlot(RQPool* pool, void* block) noexcept;
 
   void* take(std::uint64_t bytes);

@@ -21,14 +21,14 @@ class SingleByteCodec final : public Codec {
       const char byte = static_cast<char>(value);
       std::array<UChar, 4> text;
       UErrorCode error = U_ZERO_ERROR;
-      const int32_t length = ucnv_toUChars(converter, text.data(), text.size(), &byte, 1, &error);
+      const std::int32_t length = ucnv_toUChars(converter, text.data(), text.size(), &byte, 1, &error);
       characters_[value] = noCharacter;
       if (U_FAILURE(error)) continue;
       if (length != 1 || U16_IS_SURROGATE(text[0])) return false;
       characters_[value] = text[0];
 
       std::array<char, 8> back;
-      const int32_t bytes = ucnv_fromUChars(converter, back.data(), back.size(), text.data(), 1, &error);
+      const std::int32_t bytes = ucnv_fromUChars(converter, back.data(), back.size(), text.data(), 1, &error);
       if (U_SUCCESS(error) && bytes == 1) setByte(text[0], static_cast<std::uint8_t>(back[0]));
     }
     return true;

@@ -124,8 +124,8 @@ RQStatus Transcoder::destroySlot(RQTranscoder* transcoder) noexcept {
   return 0;
 }
 
-RQStatus Transcoder::convertSlot(RQTranscoder* transcoder, const void* input, uint64_t inputBytes, void* output,
-                                 uint64_t capacityBytes, uint64_t* producedBytes, uint64_t) noexcept {
+RQStatus Transcoder::convertSlot(RQTranscoder* transcoder, const void* input, std::uint64_t inputBytes, void* output,
+                                 std::uint64_t capacityBytes, std::uint64_t* producedBytes, std::uint64_t) noexcept {
   auto* self = static_cast<Transcoder*>(transcoder);
   const Bytes from(static_cast<const std::byte*>(input), inputBytes);
   const MutableBytes to(static_cast<std::byte*>(output), capacityBytes);

@@ -6,7 +6,7 @@
 #include <string>
 #include <string_view>
 
-#include "frame/host.h"
+#include "frame/host_tables.h"
 #include "host/codec.h"
 #include "host/guarded.h"
 #include "host/instruments.h"
@@ -46,8 +46,9 @@ class Transcoder final : public Guarded<RQTranscoder, "transcoder"> {
 
  private:
   static RQStatus destroySlot(RQTranscoder* transcoder) noexcept;
-  static RQStatus convertSlot(RQTranscoder* transcoder, const void* input, uint64_t inputBytes, void* output,
-                              uint64_t capacityBytes, uint64_t* producedBytes, uint64_t flags) noexcept;
+  static RQStatus convertSlot(RQTranscoder* transcoder, const void* input, std::uint64_t inputBytes, void* output,
+                              std::uint64_t capacityBytes, std::uint64_t* producedBytes,
+                              std::uint64_t flags) noexcept;
   RQStatus convertWatched(Bytes input, MutableBytes output, std::uint64_t* producedBytes);
 
   Instruments& instruments_;

@@ -1,6 +1,8 @@
 // The exported routines over bytes and over terminated strings, and the 4-byte twins of both. Only what the kernels
 // do not know stands here: null pointers and how the arguments are ordered.
-#include "frame/kit.h"
+#include <cstdint>
+
+#include "frame/kit_exports.h"
 
 #include "kit/kit.h"
 

@@ -1,7 +1,7 @@
 // The kit as the library itself uses it: the chosen kernels as inline functions, for bytes and for RQChar.
 //
 // Buffers may lie at any address. Nothing is read or written outside what is counted, and a count of 0 touches no
-// memory. Input and output must not overlap unless it is said. What hosts call is declared in frame/kit.h.
+// memory. Input and output must not overlap unless it is said. What hosts call is declared in frame/kit_exports.h.
 #ifndef RQUNI_KIT_KIT_H
 #define RQUNI_KIT_KIT_H
 

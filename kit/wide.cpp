@@ -1,7 +1,9 @@
 // The exported routines over counted strings of RQChar: search, case, comparison.
-#include "frame/host.h"
-#include "frame/kernel_handle.h"
-#include "frame/kit.h"
+#include <cstdint>
+
+#include "frame/host_tables.h"
+#include "frame/internal/kernel_handle.h"
+#include "frame/kit_exports.h"
 #include "kit/casemap/case_map.h"
 #include "kit/kit.h"
 

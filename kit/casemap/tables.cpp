@@ -1,7 +1,7 @@
 // The case tables: the five that are exported, and what the kernels use.
 //
-// The exported ones are declared to the world as plain arrays (frame/kit.h). A function cannot return those, so here
-// they are std::array, which is laid out alike; for that reason this file does not include their declaration.
+// The exported ones are declared to the world as plain arrays (frame/kit_exports.h). A function cannot return those,
+// so here they are std::array, which is laid out alike; for that reason this file does not include their declaration.
 #include "kit/casemap/build.h"
 #include "kit/casemap/case_map.h"
 #include "kit/casemap/class_runs.h"

@@ -9,7 +9,7 @@ import subprocess
 import time
 import unittest
 
-from support import DATA, DONE, LIBRARY, SYSTEM, TOOL, USAGE, ToolTest, run
+from tool import DATA, DONE, LIBRARY, SYSTEM, TOOL, USAGE, ToolTest, run
 
 LINE = "naïve café, 日本語, 😀 and a tail of plain text\n".encode()
 

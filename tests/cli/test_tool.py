@@ -8,7 +8,7 @@ import subprocess
 import time
 import unittest
 
-from support import CORPUS, DATA, DONE, LIBRARY, STUB, SYSTEM, TOOL, USAGE, VERSION, ToolTest, run
+from tool import CORPUS, DATA, DONE, LIBRARY, STUB, SYSTEM, TOOL, USAGE, VERSION, ToolTest, run
 
 
 class Usage(ToolTest):

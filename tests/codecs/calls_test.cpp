@@ -1,8 +1,8 @@
 /* What the codecs ask of the host, and how they bear its refusals and lies. */
 #include <algorithm>
 
-#include "codecs/rows.h"
-#include "support/guarded_buffer.h"
+#include "tests/codecs/rows.h"
+#include "tests/model/guarded_buffer.h"
 
 namespace rq::test {
 namespace {

@@ -1,4 +1,4 @@
-#include "codecs/rows.h"
+#include "tests/codecs/rows.h"
 
 namespace rq::test {
 namespace {

@@ -4,10 +4,10 @@
 // object has its services, encoding and fourteen transcoders; a bridge hands every argument on.
 #include <cstring>
 
-#include "differential/family.h"
-#include "differential/region.h"
-#include "support/library.h"
-#include "support/mock_host.h"
+#include "tests/differential/family.h"
+#include "tests/differential/region.h"
+#include "tests/model/library.h"
+#include "tests/model/mock_host.h"
 
 namespace rq::test {
 namespace {

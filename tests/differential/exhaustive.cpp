@@ -1,4 +1,4 @@
-#include "differential/exhaustive.h"
+#include "tests/differential/exhaustive.h"
 
 #include <string_view>
 

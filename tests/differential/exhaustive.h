@@ -4,7 +4,7 @@
 
 #include <functional>
 
-#include "differential/trial.h"
+#include "tests/differential/trial.h"
 
 namespace rq::test {
 

@@ -7,9 +7,7 @@ add_library(rq_families STATIC
   ${folder}/kit.cpp
   ${folder}/operations.cpp
   ${folder}/trial.cpp
-  ${folder}/wide.cpp
-  ${folder}/../codecs/twin.cpp
-  ${folder}/../trust/slots.cpp)
-target_link_libraries(rq_families PUBLIC rq_test_support PRIVATE rq_warnings)
+  ${folder}/wide.cpp)
+target_link_libraries(rq_families PUBLIC rq_test_model PRIVATE rq_warnings)
 # The naive twins read units wherever they lie, as plainly as the definition says it.
 target_compile_options(rq_families PRIVATE -fno-sanitize=alignment)

@@ -1,4 +1,4 @@
-#include "differential/family.h"
+#include "tests/differential/family.h"
 
 namespace rq::test {
 

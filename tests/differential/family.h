@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "differential/choices.h"
+#include "tests/differential/choices.h"
 
 namespace rq::test {
 

@@ -2,10 +2,10 @@
 //
 // What must hold: the answer is the definition's; no byte outside the counted ones is read or written, at any
 // address; null is taken where it is allowed, without a look at anything else.
-#include "differential/family.h"
-#include "differential/units.h"
-#include "kit/library.h"
-#include "support/mock_host.h"
+#include "tests/differential/family.h"
+#include "tests/differential/units.h"
+#include "tests/kit/library.h"
+#include "tests/model/mock_host.h"
 
 namespace rq::test {
 namespace {

@@ -19,8 +19,8 @@
 #include <cstdlib>
 #include <ctime>
 
-#include "differential/exhaustive.h"
-#include "differential/family.h"
+#include "tests/differential/exhaustive.h"
+#include "tests/differential/family.h"
 
 namespace rq::test {
 namespace {

@@ -4,8 +4,8 @@
 #include <array>
 #include <string_view>
 
-#include "differential/family.h"
-#include "differential/trial.h"
+#include "tests/differential/family.h"
+#include "tests/differential/trial.h"
 
 namespace rq::test {
 namespace {

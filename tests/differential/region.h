@@ -6,7 +6,7 @@
 #include <array>
 #include <cstring>
 
-#include "support/guarded_buffer.h"
+#include "tests/model/guarded_buffer.h"
 
 namespace rq::test {
 

@@ -1,13 +1,13 @@
-#include "differential/trial.h"
+#include "tests/differential/trial.h"
 
 #include <cstdio>
 #include <memory>
 #include <string_view>
 
-#include "codecs/twin.h"
-#include "differential/family.h"
-#include "differential/region.h"
-#include "support/session.h"
+#include "tests/differential/family.h"
+#include "tests/differential/region.h"
+#include "tests/model/codec_twin.h"
+#include "tests/model/session.h"
 
 namespace rq::test {
 namespace {

@@ -4,8 +4,8 @@
 
 #include <vector>
 
-#include "support/mock_host.h"
-#include "trust/slots.h"
+#include "tests/model/mock_host.h"
+#include "tests/model/slots.h"
 
 namespace rq::test {
 

@@ -3,9 +3,9 @@
 #ifndef RQUNI_TESTS_DIFFERENTIAL_UNITS_H
 #define RQUNI_TESTS_DIFFERENTIAL_UNITS_H
 
-#include "differential/choices.h"
-#include "differential/region.h"
-#include "kit/twins.h"
+#include "tests/differential/choices.h"
+#include "tests/differential/region.h"
+#include "tests/model/kit_twin.h"
 
 namespace rq::test {
 

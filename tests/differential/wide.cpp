@@ -5,10 +5,10 @@
 // counted characters is read or written, at any address.
 #include <algorithm>
 
-#include "differential/family.h"
-#include "differential/units.h"
-#include "kit/library.h"
-#include "support/mock_host.h"
+#include "tests/differential/family.h"
+#include "tests/differential/units.h"
+#include "tests/kit/library.h"
+#include "tests/model/mock_host.h"
 
 namespace rq::test {
 namespace {

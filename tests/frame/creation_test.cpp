@@ -1,7 +1,7 @@
 /* rquni: the calls that it makes of the host, one by one, and every way in which it can fail. */
 #include <gtest/gtest.h>
 
-#include "support/session.h"
+#include "tests/model/session.h"
 
 namespace rq::test {
 namespace {

@@ -5,7 +5,7 @@
 #include <cstdarg>
 #include <cstring>
 
-#include "support/session.h"
+#include "tests/model/session.h"
 
 namespace rq::test {
 namespace {

@@ -6,7 +6,7 @@
 #include "frame/registration.h"
 #include "kit/kit.h"
 #include "tests/kit/buffers.h"
-#include "tests/kit/twins.h"
+#include "tests/model/kit_twin.h"
 
 /// The case routines, linked here without the frame, look for the host.
 RQKernel* Exported_RQHandle = nullptr;

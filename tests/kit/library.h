@@ -7,8 +7,8 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "frame/host.h"
-#include "frame/kit.h"
+#include "frame/host_tables.h"
+#include "frame/kit_exports.h"
 #include "frame/registration.h"
 
 namespace rq::test {

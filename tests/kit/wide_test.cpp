@@ -7,7 +7,7 @@
 
 #include "tests/kit/buffers.h"
 #include "tests/kit/library.h"
-#include "tests/kit/twins.h"
+#include "tests/model/kit_twin.h"
 
 namespace rq::test {
 namespace {

@@ -1,8 +1,8 @@
 /* Character count and display width. */
 #include <gtest/gtest.h>
 
-#include "support/guarded_buffer.h"
-#include "support/session.h"
+#include "tests/model/guarded_buffer.h"
+#include "tests/model/session.h"
 
 namespace rq::test {
 namespace {

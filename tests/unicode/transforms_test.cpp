@@ -3,8 +3,8 @@
 
 #include <cstring>
 
-#include "support/guarded_buffer.h"
-#include "support/session.h"
+#include "tests/model/guarded_buffer.h"
+#include "tests/model/session.h"
 
 namespace rq::test {
 namespace {

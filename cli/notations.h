@@ -1,0 +1,34 @@
+// Finds the notations of a text by the rules of the library's decoders, to explain what they do.
+#ifndef RQUNI_CLI_NOTATIONS_H
+#define RQUNI_CLI_NOTATIONS_H
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <span>
+#include <string_view>
+
+#include "frame/types.h"
+#include "host/notation.h"
+
+namespace rq::cli {
+
+using host::Notation;
+
+/// One notation, or the beginning of one. Offset and length count units.
+struct Finding {
+  std::size_t offset, length;
+  std::optional<RQChar> character;  // what it stands for, when it can be read as one
+  bool decoded;                     // else its own text stays
+  std::string_view why;             // empty when there is nothing to add
+};
+
+/// `carries` tells whether the session encoding holds a character. Cost is linear in the text. Defined for bytes and
+/// RQChar.
+template <class Unit>
+void findNotations(Notation notation, std::span<const Unit> text, const std::function<bool(RQChar)>& carries,
+                   const std::function<void(const Finding&)>& take);
+
+}  // namespace rq::cli
+
+#endif

@@ -1,0 +1,48 @@
+// Files edited in place: the new text grows in a temporary file beside the old one and takes its name when it is
+// complete. Whatever happens, the name leads to the whole old text or to the whole new one.
+#ifndef RQUNI_CLI_REPLACEMENT_H
+#define RQUNI_CLI_REPLACEMENT_H
+
+#include <sys/stat.h>
+
+#include <memory>
+#include <string>
+
+#include "cli/files.h"
+
+namespace rq::cli {
+
+/// One file's replacement. Ended before commit(), by the destructor or a signal of endingSignals, it takes its
+/// temporary file with it. One at a time, on the main thread.
+class Replacement {
+ public:
+  /// Follows symbolic links, so that they stay. Fails unless `file` is a regular file that may be written.
+  static Result<std::unique_ptr<Replacement>> begin(const std::string& file, Progress& progress);
+  ~Replacement();
+  Replacement(const Replacement&) = delete;
+  Replacement& operator=(const Replacement&) = delete;
+
+  /// Where the new text goes.
+  Output& output() { return *output_; }
+  /// Gives the new text the old one's owner, permissions, extended attributes and name, and brings all to the disk.
+  /// An error leaves the old text in place.
+  Done commit();
+
+ private:
+  Replacement(std::string name, std::string path, int old, const struct stat& status)
+      : name_(std::move(name)), path_(std::move(path)), old_(old), status_(status) {}
+  Done create(Progress& progress);
+  Done keepAttributes(int fresh) const;
+  bool oldChanged() const;
+  Error failure(const std::string& what, int number) const;
+
+  const std::string name_;  // as the user gave it
+  const std::string path_;  // without symbolic links
+  const Descriptor old_;
+  const struct stat status_;  // of the old file when it was opened
+  std::optional<Output> output_;
+};
+
+}  // namespace rq::cli
+
+#endif
