@@ -8,7 +8,6 @@ import unittest
 
 TOOL = os.environ["RQTEXT"]
 LIBRARY = os.environ["RQ_LIBRARY"]
-STUB = os.environ["RQ_STUB_LIBRARY"]  # stub_library.c
 SANITIZED = os.environ.get("RQ_SANITIZE", "")  # with these, or not at all
 VERSION = os.environ["RQ_VERSION"]  # of the project
 PROJECT = pathlib.Path(os.environ["RQ_PROJECT"])
