@@ -91,6 +91,33 @@ class Installed(unittest.TestCase):
                 for program in self.built_by_pkg_config(self.library_directory() / "pkgconfig", "rquni"):
                     self.check_output(program)
 
+    @unittest.skipUnless(WITH_HOST, "the development host is not built")
+    def test_the_host_builds_by_pkg_config(self):
+        install(self.prefix)
+        (example,) = self.prefix.rglob("text_session.cpp")
+        environment = {"PKG_CONFIG_PATH": str(self.library_directory() / "pkgconfig")}
+        flags = shlex.split(run("pkg-config", "--cflags", "--libs", "rquni-host", **environment))
+        program = self.root / "text session"
+        run(os.environ["CXX"], "-std=c++20", example, "-o", program, *flags)
+        self.assertIn("takes 7 columns", run(program, self.library_directory() / f"librquni.so.{MAJOR}"))
+
+    def test_paths_are_plain_in_a_prefix_that_pkg_config_knows(self):
+        """Flags with .. in them are not recognised as the compiler's own directories."""
+        run("cmake", "--install", BUILD, "--prefix", "/usr", "--component", "development", DESTDIR=str(self.root))
+        (directory,) = {path.parent for path in self.root.rglob("rquni.pc")}
+        for file in directory.iterdir():
+            self.assertNotIn("..", file.read_text(), file.name)
+            self.assertIn("prefix=/usr\n", file.read_text(), file.name)
+
+    @unittest.skipUnless(WITH_HOST, "the development host is not built")
+    def test_a_missing_icu_is_named(self):
+        install(self.prefix)
+        result = subprocess.run(["cmake", "-S", HOST_CONSUMER, "-B", self.root / "build",
+                                 f"-DCMAKE_PREFIX_PATH={self.prefix}", f"-DEXAMPLE={HOST_CONSUMER}",
+                                 "-DCMAKE_DISABLE_FIND_PACKAGE_ICU=ON"], text=True, capture_output=True)
+        self.assertNotEqual(result.returncode, 0)
+        self.assertIn("install libicu-dev", " ".join(result.stderr.split()))
+
     def test_programs_build_against_the_build_tree(self):
         for program in self.built_by_pkg_config(BUILD, "rquni-uninstalled"):
             self.assertEqual(run(program, LD_LIBRARY_PATH=str(BUILD / "lib")), EXPECTED)
