@@ -46,11 +46,14 @@ set(RQ_PC_LIBDIR "\${prefix}/lib")
 set(RQ_PC_INCLUDEDIR "\${prefix}/include")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/rquni.pc.in ${PROJECT_BINARY_DIR}/rquni-uninstalled.pc @ONLY)
 
-# The pages keep their places beside each other, so that their links lead on.
-file(GLOB pages CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/*.md)
-install(FILES README.md CHANGELOG.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
-install(FILES ${pages} DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT documentation)
-install(DIRECTORY docs/charts DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT documentation)
+# The users' pages; what builders need stays in the tree.
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY ${CMAKE_INSTALL_FULL_DOCDIR}
+  OUTPUT_VARIABLE RQ_DOC_TO_PREFIX)
+configure_file(${PROJECT_SOURCE_DIR}/cmake/write_pages.cmake.in ${PROJECT_BINARY_DIR}/write_pages.cmake @ONLY)
+install(SCRIPT ${PROJECT_BINARY_DIR}/write_pages.cmake COMPONENT documentation)
+install(DIRECTORY ${PROJECT_BINARY_DIR}/pages/ DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
+install(FILES CHANGELOG.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
+install(DIRECTORY docs/charts DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
 install(FILES examples/minimal_host.c examples/minimal_host.py examples/text_session.cpp
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT documentation)
 

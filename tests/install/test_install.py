@@ -1,6 +1,7 @@
 """Installs the build tree into a prefix, moves that, and builds and runs a stranger's programs against each place."""
 import os
 import pathlib
+import re
 import shlex
 import shutil
 import subprocess
@@ -177,6 +178,20 @@ class Installed(unittest.TestCase):
             path = str(self.prefix / "bin") + os.pathsep + os.environ["PATH"]
             ask = run("fish", "-c", "complete -C 'rqtext dec'", XDG_DATA_DIRS=str(share), HOME=str(self.root), PATH=path)
             self.assertEqual(ask.split("\t")[0], "decode")
+
+    def test_links_in_the_installed_pages_lead_somewhere(self):
+        install(self.prefix)
+        (start,) = self.prefix.rglob("doc/rquni/README.md")
+        pages = list(start.parent.rglob("*.md"))
+        self.assertGreater(len(pages), 8)
+        count = 0
+        for page in pages:
+            text = re.sub(r"^```.*?^```$", "", page.read_text(), flags=re.MULTILINE | re.DOTALL)
+            for target in re.findall(r"\]\(([^)\s#]+)", text):
+                if not re.match(r"[a-z]+:", target):
+                    count += 1
+                    self.assertTrue((page.parent / target).exists(), f"{page.name}: {target}")
+        self.assertGreater(count, 30)
 
     def test_the_headers_alone_are_installed(self):
         install(self.prefix, "development")
