@@ -14,6 +14,7 @@ import unittest
 from tool import DATA, DONE, LIBRARY, SANITIZED, SYSTEM, TOOL, USAGE, ToolTest, run
 
 FAILING_CALLS = os.environ["RQ_FAILING_CALLS"]  # failing_calls.c
+KILL_AT_CALL = os.environ["RQ_KILL_AT_CALL"]  # kill_at_call.c
 
 LINE = "naïve café, 日本語, 😀 and a tail of plain text\n".encode()
 
@@ -206,6 +207,53 @@ class OnTheWayToTheDisk(ToolTest):
                 self.assertEqual(sorted(entry.name for entry in self.folder.iterdir()), ["text"])
                 with open(path, "rb") as file:
                     self.assertEqual(file.read(), b"&#65;")
+
+
+@unittest.skipIf(SANITIZED, "the sanitizers' own calls are too many")
+class EndedAtEachSystemCall(ToolTest):
+    """The name leads to the whole old text or to the whole new one, wherever the tool is ended."""
+
+    OLD, NEW = b"caf&#233;", "café".encode()
+
+    def end(self, call, number, *arguments):
+        """Whether the tool was ended by the signal: false when it was through before that call."""
+        command = [KILL_AT_CALL, str(call), str(int(number)), TOOL, *arguments, "--library", LIBRARY]
+        code = subprocess.run(command, stdout=subprocess.DEVNULL, timeout=60, check=False).returncode
+        self.assertIn(code, (0, 1), call)
+        return code == 1
+
+    def check(self, number, prepare, look, *arguments):
+        seen = set()
+        call = 1
+        while True:
+            prepare()
+            ended = self.end(call, number, *arguments)
+            text = look()
+            self.assertIn(text, (self.OLD, self.NEW), call)
+            seen.add(text)
+            if not ended:
+                break
+            call += 1
+        self.assertEqual((text, seen), (self.NEW, {self.OLD, self.NEW}))
+        self.assertGreater(call, 50)
+
+    def test_in_place(self):
+        path = self.folder / "text"
+
+        def prepare():
+            for entry in self.folder.iterdir():
+                entry.unlink()
+            path.write_bytes(self.OLD)
+
+        for number in (signal.SIGKILL, signal.SIGTERM):
+            def look():
+                names = [entry.name for entry in self.folder.iterdir()]
+                if number == signal.SIGTERM:
+                    self.assertEqual(names, ["text"])
+                return path.read_bytes()
+
+            with self.subTest(number):
+                self.check(number, prepare, look, "decode", "ncr", "-i", str(path))
 
 
 class FullDisk(ToolTest):
