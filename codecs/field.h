@@ -35,7 +35,7 @@ class Terminators {
   const Unit* scan(const Unit* from) const {
     for (const Unit* const near = from + smaller(nearby, left(from)); from != near; ++from)
       if (load(from) == terminator_) return from;
-    const std::int64_t index = kit::scan(from, left(from), terminator_);
+    const std::int64_t index = kit::findFirst(from, left(from), terminator_);
     return index >= 0 ? from + index : end_;
   }
 
