@@ -8,7 +8,9 @@
 
 RQ_BEGIN_DECLARATIONS
 
-/* The kernel handle given at registration; null before. Writable by anybody in the process: leave it alone. */
+/* The kernel handle given at registration; null before. Any code in the process can write it: leave it alone.
+ * An executable that is linked to the library holds this variable itself. As with every exported variable, two copies
+ * of the library in one process share it when the first one was loaded with RTLD_GLOBAL. */
 RQ_EXPORT extern RQKernel* Exported_RQHandle;
 
 /* Stores the extension interface version, 9 and 1, then registers the kernel. Returns 0. Call this, or rqextent, once
