@@ -2,9 +2,9 @@
 #include <atomic>
 #include <thread>
 
-#include "checker/tables.h"
+#include "checker/probes.h"
 
-namespace rq::check {
+namespace rq::checker {
 namespace {
 
 /// The host and an object that the library made of it, null when it made none.
@@ -31,9 +31,9 @@ std::string inSession(const Subject& subject, std::u32string_view text) {
 
 Finding object(const Subject& subject) {
   RQInterface* object = makeObject(subject);
-  if (object == nullptr) {
-    return subject.context->journal == nullptr ? notChecked("the context has no journal: none can be made")
-                                               : broken("the library makes none");
+  if (!object) {
+    return subject.context->journal ? broken("the library makes none")
+                                    : notChecked("the context has no journal: none can be made");
   }
   const std::string reference = inSession(subject, U"x&#65;");
   const std::string characters = inSession(subject, U"xA");
@@ -47,7 +47,7 @@ Finding object(const Subject& subject) {
 Finding threads(const Subject& subject) {
   if (!subject.threads) return notChecked("asked for by --threads, where the host lets several use one object");
   RQInterface* object = makeObject(subject);
-  if (object == nullptr) return notChecked("there is no object");
+  if (!object) return notChecked("there is no object");
   std::string longText;
   while (longText.size() < 2000) longText += "x&#65;&#x42; ";  // long enough for working buffers of the pool
   const auto work = [object, &longText] {
@@ -80,4 +80,4 @@ std::vector<Rule> objectRules() {
   };
 }
 
-}  // namespace rq::check
+}  // namespace rq::checker

@@ -1,9 +1,9 @@
 // Rules about the journal, the case service and its character-set service.
 #include <cstdarg>
 
-#include "checker/tables.h"
+#include "checker/probes.h"
 
-namespace rq::check {
+namespace rq::checker {
 namespace {
 
 constexpr std::u32string_view charsetName = U"ZQD";
@@ -18,7 +18,7 @@ std::uint64_t logStatus(RQJournal* journal, std::uint64_t level, std::uint64_t s
 
 Finding journal(const Subject& subject) {
   RQJournal* journal = subject.context->journal;
-  if (journal == nullptr) return notChecked("the context has none: each object must be given one");
+  if (!journal) return notChecked("the context has none: each object must be given one");
   const std::string null = nullWord(journal->statusToJnl, 7);
   if (!null.empty()) return broken(null);
   logStatus(journal, 4, RQ_NO_MEMORY);
@@ -29,17 +29,17 @@ const char* const noCaseService = "the kernel has none: the library's own tables
 
 Finding caseWords(const Subject& subject) {
   const RQCaseService* service = subject.kernel->caseService;
-  if (service == nullptr) return notChecked(noCaseService);
+  if (!service) return notChecked(noCaseService);
   for (const std::string& null : {nullWord(service->upper, 31), nullWord(service->lower, 32)}) {
     if (!null.empty()) return broken(null);
   }
-  if (service->charset == nullptr && service->lookUp == nullptr) return broken("words 149 and 153 are both null");
+  if (!service->charset && !service->lookUp) return broken("words 149 and 153 are both null");
   return ok();
 }
 
 Finding anyCharacter(const Subject& subject) {
   RQCaseService* service = subject.kernel->caseService;
-  if (service == nullptr) return notChecked(noCaseService);
+  if (!service) return notChecked(noCaseService);
   const auto ask = [service](RQChar character) {
     service->upper(service, character, 1);
     service->lower(service, character, 1);
@@ -56,8 +56,8 @@ Finding anyCharacter(const Subject& subject) {
 /// The service "ZQD" as the library gets it, null when there is none.
 RQCharsetService* charsetOf(const Subject& subject) {
   RQCaseService* service = subject.kernel->caseService;
-  if (service == nullptr) return nullptr;
-  if (service->charset != nullptr) return service->charset;
+  if (!service) return nullptr;
+  if (service->charset) return service->charset;
   const Fenced name(bytesOf(charsetName));
   RQStatus status = 0;
   // cppcheck-suppress returnDanglingLifetime; the service is not made of the status
@@ -67,16 +67,16 @@ RQCharsetService* charsetOf(const Subject& subject) {
 const char* const noCharset = "there is no service \"ZQD\"";
 
 Finding charsetFound(const Subject& subject) {
-  if (subject.kernel->caseService == nullptr) return notChecked(noCaseService);
+  if (!subject.kernel->caseService) return notChecked(noCaseService);
   const RQCharsetService* charset = charsetOf(subject);
-  if (charset == nullptr) return ok(noCharset);
+  if (!charset) return ok(noCharset);
   const std::string null = nullWord(charset->upperCase, 54);
   return null.empty() ? ok() : broken(null + " in the character-set service");
 }
 
 Finding charsetLength(const Subject& subject) {
   RQCharsetService* charset = charsetOf(subject);
-  if (charset == nullptr) return notChecked(noCharset);
+  if (!charset) return notChecked(noCharset);
   for (std::size_t length = 0; length <= 8; ++length) {
     std::string text = "--------aabbccddeeff----";
     charset->upperCase(charset, text.data() + 8, length, 0);
@@ -90,7 +90,7 @@ Finding charsetLength(const Subject& subject) {
 
 Finding charsetLetters(const Subject& subject) {
   RQCharsetService* charset = charsetOf(subject);
-  if (charset == nullptr) return notChecked(noCharset);
+  if (!charset) return notChecked(noCharset);
   std::string letters = "abcdef09";
   const Transcoders all(subject);
   const std::u32string_view characters = U"abcdef09";
@@ -118,4 +118,4 @@ std::vector<Rule> serviceRules() {
   };
 }
 
-}  // namespace rq::check
+}  // namespace rq::checker

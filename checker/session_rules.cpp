@@ -1,8 +1,8 @@
 // Rules about the context and the session's encoding.
-#include "checker/tables.h"
+#include "checker/probes.h"
 #include "host/transcoder.h"
 
-namespace rq::check {
+namespace rq::checker {
 namespace {
 
 Finding contextWords(const Subject& subject) {
@@ -73,4 +73,4 @@ std::vector<Rule> sessionRules() {
   };
 }
 
-}  // namespace rq::check
+}  // namespace rq::checker

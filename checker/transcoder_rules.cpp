@@ -1,14 +1,14 @@
 // Rules about transcoders.
-#include "checker/tables.h"
+#include "checker/probes.h"
 #include "host/encodings.h"
 
-namespace rq::check {
+namespace rq::checker {
 namespace {
 
 Finding creation(const Subject& subject) {
   const Transcoders all(subject);
   for (std::size_t number = 0; number < Transcoders::count; ++number) {
-    if (all.at(number) == nullptr) return broken("there is none " + Transcoders::nameOf(number));
+    if (!all.at(number)) return broken("there is none " + Transcoders::nameOf(number));
   }
   return ok();
 }
@@ -186,7 +186,7 @@ Finding destroy(const Subject& subject) {
   constexpr int rounds = 100'000;
   for (int i = 0; i < rounds; ++i) {
     RQTranscoder* one = nls->createTranscoder(nls, RQ_ENCODING_UTF8, session, 0, 0);
-    if (one == nullptr) return broken("after " + decimal(static_cast<std::uint64_t>(i)) + " that ended none is made");
+    if (!one) return broken("after " + decimal(static_cast<std::uint64_t>(i)) + " that ended none is made");
     one->destroy(one);
   }
   const std::size_t after = residentBytes();
@@ -221,4 +221,4 @@ std::vector<Rule> transcoderRules() {
   };
 }
 
-}  // namespace rq::check
+}  // namespace rq::checker

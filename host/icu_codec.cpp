@@ -43,7 +43,7 @@ class IcuCodec final : public Codec {
   /// Opens this thread's converters; false when ICU refuses.
   bool open() {
     const ThreadConverters* mine = converters();
-    if (mine == nullptr) return false;
+    if (!mine) return false;
     switch (ucnv_getType(mine->decoder.get())) {
       case UCNV_SBCS:
       case UCNV_DBCS:
@@ -66,7 +66,7 @@ class IcuCodec final : public Codec {
 
   Step decode(Bytes input, std::span<char32_t> output, bool first) const override {
     ThreadConverters* mine = converters();
-    if (mine == nullptr) return {0, 0, Outcome::unavailable};
+    if (!mine) return {0, 0, Outcome::unavailable};
     if (first) restart(*mine);
 
     std::array<UChar, pieceCharacters> units;
@@ -98,7 +98,7 @@ class IcuCodec final : public Codec {
 
   Step decodeOne(Bytes input, char32_t& output, bool first) const override {
     ThreadConverters* mine = converters();
-    if (mine == nullptr) return {0, 0, Outcome::unavailable};
+    if (!mine) return {0, 0, Outcome::unavailable};
     if (first) restart(*mine);
     const auto* begin = reinterpret_cast<const char*>(input.data());
     const char* from = begin;
@@ -118,7 +118,7 @@ class IcuCodec final : public Codec {
 
   Step encode(std::span<const char32_t> input, MutableBytes output, bool first, bool last) const override {
     ThreadConverters* mine = converters();
-    if (mine == nullptr) return {0, 0, Outcome::unavailable};
+    if (!mine) return {0, 0, Outcome::unavailable};
     if (first) ucnv_resetFromUnicode(mine->encoder.get());
 
     std::array<UChar, 2 * pieceCharacters> units;

@@ -70,7 +70,7 @@ class SingleByteCodec final : public Codec {
   std::uint16_t byteOf(char32_t character) const {
     if (character > 0xFFFF) return noByte;
     const Page* page = pages_[character >> 8].get();
-    return page == nullptr ? noByte : (*page)[character & 0xFF];
+    return page ? (*page)[character & 0xFF] : noByte;
   }
 
   std::array<char32_t, 256> characters_;

@@ -65,7 +65,7 @@ struct TextSession::Objects {
 Result<TextSession> TextSession::open(std::string_view encoding, const std::string& library) {
   const auto found = findEncoding(encoding);
   if (!found) return found.error();
-  if (codecOf((*found)->identifier) == nullptr) {
+  if (!codecOf((*found)->identifier)) {
     return Error{Error::Kind::system, "cannot open the encoding " + (*found)->name};
   }
   auto loaded = Library::open(library);

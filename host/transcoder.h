@@ -9,7 +9,6 @@
 #include "frame/host_tables.h"
 #include "host/codec.h"
 #include "host/guarded.h"
-#include "host/instruments.h"
 
 namespace rq::host {
 
@@ -35,23 +34,18 @@ struct Conversion {
 /// what ends its text. Any number of threads at once.
 Conversion convert(const Codec& source, const Codec& target, Bytes input, MutableBytes output);
 
-/// Made with new by the NLS services, ends itself in its destroy slot. Holds no state: several threads may convert
-/// with it at once.
+/// The NLS services make it with new; its destroy slot deletes it. Holds no state: several threads may convert with
+/// it at once.
 class Transcoder final : public Guarded<RQTranscoder, "transcoder"> {
  public:
-  Transcoder(Instruments& instruments, const Codec& source, const Codec& target);
-  ~Transcoder();
-  Transcoder(const Transcoder&) = delete;
-  Transcoder& operator=(const Transcoder&) = delete;
+  Transcoder(const Codec& source, const Codec& target);
 
  private:
   static RQStatus destroySlot(RQTranscoder* transcoder) noexcept;
   static RQStatus convertSlot(RQTranscoder* transcoder, const void* input, std::uint64_t inputBytes, void* output,
                               std::uint64_t capacityBytes, std::uint64_t* producedBytes,
                               std::uint64_t flags) noexcept;
-  RQStatus convertWatched(Bytes input, MutableBytes output, std::uint64_t* producedBytes);
 
-  Instruments& instruments_;
   const Codec& source_;
   const Codec& target_;
 };

@@ -1,4 +1,4 @@
-#include "checker/tables.h"
+#include "checker/probes.h"
 
 #include <sys/mman.h>
 #include <unistd.h>
@@ -11,7 +11,7 @@
 #include "host/encodings.h"
 #include "host/text.h"
 
-namespace rq::check {
+namespace rq::checker {
 namespace {
 
 constexpr char untouched = '\x5A';
@@ -162,4 +162,4 @@ std::string outputOf(const Sample& sample, std::size_t number) {
   return number % 2 == 0 ? sample.session : inForm(static_cast<int>(number / 2), sample.characters);
 }
 
-}  // namespace rq::check
+}  // namespace rq::checker
