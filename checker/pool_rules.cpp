@@ -39,7 +39,8 @@ Finding alignment(const Subject& subject) {
     if (!block) return broken("a block of " + decimal(bytes) + " bytes is refused");
     const std::uint64_t over = reinterpret_cast<std::uintptr_t>(block) % 8;
     if (over != 0)
-      return broken("a block of " + decimal(bytes) + " bytes lies " + decimal(over) + " beyond a multiple of 8");
+      return broken("a block of " + decimal(bytes) + " bytes lies " + decimal(over) +
+                    " bytes beyond a multiple of 8");
   }
   return ok();
 }
@@ -84,9 +85,9 @@ Finding blocks(const Subject& subject) {
 Finding refusal(const Subject& subject) {
   RQPool* pool = makePool(subject);
   for (const std::uint64_t bytes : {UINT64_MAX, UINT64_MAX - 7, UINT64_MAX - 64, UINT64_MAX / 2, UINT64_MAX / 4}) {
-    if (pool->allocate(pool, bytes, 0)) return broken("a block of " + decimal(bytes) + " bytes is given out");
+    if (pool->allocate(pool, bytes, 0)) return broken("a block of " + decimal(bytes) + " bytes is granted");
   }
-  return pool->allocate(pool, 8, 0) ? ok() : broken("after a refusal the pool gives nothing more");
+  return pool->allocate(pool, 8, 0) ? ok() : broken("after a refusal the pool grants nothing more");
 }
 
 /// Broken when memory grew by much of `used` between two looks.
@@ -106,7 +107,7 @@ Finding release(const Subject& subject) {
     if (!block.begin) return broken("a block of 1 MiB is refused");
     pool->release(pool, block.begin);
   }
-  return grown(before, rounds * mebibyte, "were given back");
+  return grown(before, rounds * mebibyte, "were released");
 }
 
 Finding destroy(const Subject& subject) {
@@ -118,7 +119,7 @@ Finding destroy(const Subject& subject) {
     }
     pool->destroy(pool);
   }
-  return grown(before, rounds * mebibyte, "went with their pools");
+  return grown(before, rounds * mebibyte, "were freed with their pools");
 }
 
 }  // namespace
@@ -127,16 +128,16 @@ std::vector<Rule> poolRules() {
   return {
       {"kernel.words", "word 6 of the kernel is set", {}, kernelWords},
       {"kernel.createPool",
-       "each call makes a pool of its own and keeps nothing of the parameter block",
+       "each call makes a new pool and keeps no pointer to the parameter block",
        {"kernel.words"},
        createPool,
        "it uses the parameter block after the call, or reads beyond it"},
       {"pool.words", "words 2, 3 and 4 of a pool are set", {"kernel.createPool"}, poolWords},
       {"pool.alignment", "blocks are aligned to 8 bytes", {"pool.words"}, alignment},
-      {"pool.blocks", "a block has all its bytes to itself", {"pool.words"}, blocks},
-      {"pool.refusal", "a block that cannot be had is refused with null", {"pool.words"}, refusal},
-      {"pool.release", "a block that is given back can be had again", {"pool.words"}, release},
-      {"pool.destroy", "ends the pool and frees every block taken from it", {"pool.words"}, destroy},
+      {"pool.blocks", "blocks share no bytes", {"pool.words"}, blocks},
+      {"pool.refusal", "a block that is too large is refused with null", {"pool.words"}, refusal},
+      {"pool.release", "memory of a released block is used again", {"pool.words"}, release},
+      {"pool.destroy", "frees the pool and all its blocks", {"pool.words"}, destroy},
   };
 }
 

@@ -122,8 +122,8 @@ Converted convert(RQTranscoder* transcoder, std::string_view input, std::uint64_
       transcoder->convert(transcoder, input.data(), input.size(), output.data(), capacity, &result.produced, 0);
   result.beyond = std::any_of(output.begin() + static_cast<std::ptrdiff_t>(capacity), output.end(),
                               [](char c) { return c != untouched; });
-  const std::uint64_t told = result.produced == Converted::unset ? 0 : result.produced;
-  result.bytes.assign(output.data(), std::min(told, capacity));
+  const std::uint64_t reported = result.produced == Converted::unset ? 0 : result.produced;
+  result.bytes.assign(output.data(), std::min(reported, capacity));
   return result;
 }
 

@@ -32,7 +32,7 @@ Finding found(const std::function<Finding()>& check) {
   try {
     return check();
   } catch (const std::exception& error) {
-    return broken(std::string("an exception came through: ") + error.what());
+    return broken(std::string("it threw an exception: ") + error.what());
   }
 }
 
@@ -74,7 +74,7 @@ Finding apart(const std::function<Finding()>& check, std::chrono::milliseconds p
   Report report;
   const bool reported = ended && WIFEXITED(status) && ::read(ends[0], &report, sizeof report) == sizeof report;
   ::close(ends[0]);
-  if (!ended) return broken("it did not come back in time");
+  if (!ended) return broken("it did not return in time");
   if (WIFSIGNALED(status)) {
     const int number = WTERMSIG(status);
     return {Verdict::broken, "it crashed with signal " + std::to_string(number) + ", " + strsignal(number), true};

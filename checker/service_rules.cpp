@@ -18,14 +18,14 @@ std::uint64_t logStatus(RQJournal* journal, std::uint64_t level, std::uint64_t s
 
 Finding journal(const Subject& subject) {
   RQJournal* journal = subject.context->journal;
-  if (!journal) return notChecked("the context has none: each object must be given one");
+  if (!journal) return notChecked("the context has no journal");
   const std::string null = nullWord(journal->statusToJnl, 7);
   if (!null.empty()) return broken(null);
   logStatus(journal, 4, RQ_NO_MEMORY);
   return ok();
 }
 
-const char* const noCaseService = "the kernel has none: the library's own tables serve";
+const char* const noCaseService = "the kernel has no case service";
 
 Finding caseWords(const Subject& subject) {
   const RQCaseService* service = subject.kernel->caseService;
@@ -82,7 +82,7 @@ Finding charsetLength(const Subject& subject) {
     charset->upperCase(charset, text.data() + 8, length, 0);
     const std::string beyond = std::string("aabbccddeeff----").substr(length);
     if (!text.starts_with("--------") || !text.ends_with(beyond)) {
-      return broken("of " + decimal(length) + " bytes to upper-case it changes others");
+      return broken("with a length of " + decimal(length) + " it changes other bytes");
     }
   }
   return ok();
@@ -95,7 +95,7 @@ Finding charsetLetters(const Subject& subject) {
   const Transcoders all(subject);
   const std::u32string_view characters = U"abcdef09";
   if (convertAll(all.toSession(RQ_FORM_UTF32_NATIVE), bytesOf(characters)).bytes != letters) {
-    return notChecked("the session encoding carries no notation");
+    return notChecked("the session encoding cannot write the notations");
   }
   charset->upperCase(charset, letters.data(), letters.size(), 0);
   return letters == "ABCDEF09" ? ok() : broken("\"abcdef09\" becomes \"" + letters + "\"");
@@ -107,13 +107,17 @@ std::vector<Rule> serviceRules() {
   return {
       {"journal.status", "word 7 of the journal takes a status and an empty list", {"context.words"}, journal},
       {"case.words", "words 31 and 32 of the case service are set, and 149 or 153", {}, caseWords},
-      {"case.any", "bears any 32-bit value", {"case.words"}, anyCharacter, "a character that is none makes it crash"},
+      {"case.any",
+       "takes any 32-bit value",
+       {"case.words"},
+       anyCharacter,
+       "a value that is no character makes it crash"},
       {"case.charset",
-       "\"ZQD\" is at hand or found by a name of 3 characters",
+       "\"ZQD\" is in word 149 or found by its name of 3 characters",
        {"case.words"},
        charsetFound,
        "it reads beyond the name"},
-      {"charset.length", "upper-cases so many bytes and touches no other", {"case.charset"}, charsetLength},
+      {"charset.length", "changes no byte beyond the length", {"case.charset"}, charsetLength},
       {"charset.letters", "upper-cases hexadecimal digits", {"case.charset", "transcoder.words"}, charsetLetters},
   };
 }

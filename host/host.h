@@ -15,7 +15,7 @@
 
 namespace rq::host {
 
-/// One host with all its tables. Must outlive the sessions that use it, and the library's use of its kernel handle.
+/// One host with all its tables. Must outlive its sessions and the library's use of its kernel handle.
 class Host {
  public:
   explicit Host(std::uint32_t sessionEncoding = RQ_ENCODING_UTF8);

@@ -1,4 +1,4 @@
-// Single-byte encodings as read-only tables, taken from ICU once.
+// Single-byte encodings as read-only tables, made from ICU's converters.
 #include <array>
 #include <cstdint>
 #include <optional>
@@ -14,8 +14,7 @@ constexpr std::uint16_t noByte = 0xFFFF;
 
 class SingleByteCodec final : public Codec {
  public:
-  /// Takes the table from a converter; false when it holds what this codec does not: bytes that stand for several
-  /// characters or for one beyond U+FFFF.
+  /// Reads the table from a converter. False when a byte stands for several characters or for one beyond U+FFFF.
   bool fill(UConverter* converter) {
     for (unsigned value = 0; value < 256; ++value) {
       const char byte = static_cast<char>(value);

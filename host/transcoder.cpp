@@ -9,9 +9,9 @@ namespace {
 
 struct Attempt {
   std::size_t produced;
-  std::size_t characters;  // that the target took, the one in question perhaps included
+  std::size_t characters;  // that the target took, perhaps with the one that failed
   Outcome outcome;
-  bool ended;  // the target took all that was read and ended its text
+  bool ended;  // the target took every character and ended its text
 };
 
 /// Converts at most the first `characters` characters, then ends the text.

@@ -34,7 +34,7 @@ TEST(SandboxTest, SurvivesWhateverEndsTheChild) {
   EXPECT_EQ(exit.seen, "it ended the process with exit code 7");
   const Finding thrown = apart([]() -> Finding { throw std::runtime_error("a reason"); });
   EXPECT_EQ(thrown.verdict, Verdict::broken);
-  EXPECT_EQ(thrown.seen, "an exception came through: a reason");
+  EXPECT_EQ(thrown.seen, "it threw an exception: a reason");
 }
 
 TEST(SandboxTest, DoesNotWaitForEver) {
@@ -44,7 +44,7 @@ TEST(SandboxTest, DoesNotWaitForEver) {
       },
       std::chrono::milliseconds(100));
   EXPECT_EQ(slow.verdict, Verdict::broken);
-  EXPECT_EQ(slow.seen, "it did not come back in time");
+  EXPECT_EQ(slow.seen, "it did not return in time");
 }
 
 TEST(CheckTest, NeedsAHostThatCanBeLoaded) {
