@@ -152,13 +152,13 @@ Done listEncodings(const Options& options, Output& output) {
 Done checkHost(const Options& options, Output& output) {
   const Result<host::Library> library = openLibrary(options);
   if (!library) return library.error();
-  const auto rows = check::checkHost(options.host, *library, options.threads);
+  const auto rows = checker::checkHost(options.host, *library, options.threads);
   if (!rows) return rows.error();
   std::string text = options.json ? "" : "rule\tverdict\twhat it says\twhat was seen\n";
   std::string brokenRules;
   for (const auto& [name, statement, finding] : *rows) {
-    const std::string_view verdict = check::nameOf(finding.verdict);
-    if (finding.verdict == check::Verdict::broken)
+    const std::string_view verdict = checker::nameOf(finding.verdict);
+    if (finding.verdict == checker::Verdict::broken)
       brokenRules += (brokenRules.empty() ? "" : ", ") + std::string(name);
     if (options.json) {
       text += jsonLine({{"rule", std::string(name)},
