@@ -32,7 +32,7 @@ void catchEndingSignals() {
   for (const int signal : endingSignals) {
     struct sigaction before {};
     ::sigaction(signal, nullptr, &before);
-    // What the caller had ignored, as nohup does, stays ignored.
+    // A signal that the caller ignores stays ignored, as under nohup.
     if (before.sa_handler != SIG_IGN) ::sigaction(signal, &action, nullptr);
   }
 }
@@ -41,10 +41,10 @@ std::string folderOf(const std::string& path) {
   return path.substr(0, path.rfind('/') + 1);
 }
 
-/// A name that has gone to its folder's disk is still there after a loss of power.
+/// Syncs the folder, so that the new name survives a loss of power.
 bool syncFolder(const std::string& path) {
   const Descriptor folder(::open(folderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  // Some file systems cannot do this with folders, and need not.
+  // EINVAL: a file system that does not sync folders.
   return folder.number() >= 0 && (::fsync(folder.number()) == 0 || errno == EINVAL);
 }
 
@@ -58,7 +58,7 @@ std::vector<char> attributeNames(int file) {
   return names;
 }
 
-/// Copies the extended attributes, access lists among them. Those of security modules are theirs to set.
+/// Copies the extended attributes, access lists among them, but not those that security modules set themselves.
 bool copyAttributes(int from, int to) {
   std::vector<char> value(64 << 10);  // no attribute is larger
   const std::vector<char> names = attributeNames(from);

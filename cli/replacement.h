@@ -1,5 +1,5 @@
-// Files edited in place: the new text grows in a temporary file beside the old one and takes its name when it is
-// complete. Whatever happens, the name leads to the whole old text or to the whole new one.
+// Files edited in place. The new text goes to a temporary file beside the old one and takes its name when it is
+// complete. So the name always leads to the whole old text or to the whole new one.
 #ifndef RQUNI_CLI_REPLACEMENT_H
 #define RQUNI_CLI_REPLACEMENT_H
 
@@ -12,20 +12,20 @@
 
 namespace rq::cli {
 
-/// One file's replacement. Ended before commit(), by the destructor or a signal of endingSignals, it takes its
-/// temporary file with it. One at a time, on the main thread.
+/// The replacement of one file. Without commit(), the destructor and the signals of endingSignals remove the
+/// temporary file. One at a time, on the main thread.
 class Replacement {
  public:
-  /// Follows symbolic links, so that they stay. Fails unless `file` is a regular file that may be written.
+  /// Follows symbolic links, so that these stay. Fails unless `file` is a regular file that may be written.
   static Result<std::unique_ptr<Replacement>> begin(const std::string& file, Progress& progress);
   ~Replacement();
   Replacement(const Replacement&) = delete;
   Replacement& operator=(const Replacement&) = delete;
 
-  /// Where the new text goes.
+  /// Takes the new text.
   Output& output() { return *output_; }
-  /// Gives the new text the old one's owner, permissions, extended attributes and name, and brings all to the disk.
-  /// An error leaves the old text in place.
+  /// Gives the new text the old one's owner, permissions, extended attributes and name, and syncs it to the disk.
+  /// After an error the old text is in place.
   Done commit();
 
  private:
