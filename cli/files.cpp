@@ -29,10 +29,10 @@ Descriptor::~Descriptor() {
 }
 
 Result<Input> Input::open(const std::string& name, Progress& progress) {
-  if (name == "-") return Input(name, STDIN_FILENO, progress);
-  const int descriptor = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
-  if (descriptor < 0) return readFailure(name, errno);
-  return Input(name, descriptor, progress);
+  if (name == "-") return Input(name, Descriptor(STDIN_FILENO), progress);
+  Descriptor descriptor(::open(name.c_str(), O_RDONLY | O_CLOEXEC));
+  if (descriptor.number() < 0) return readFailure(name, errno);
+  return Input(name, std::move(descriptor), progress);
 }
 
 Result<std::size_t> Input::read(MutableBytes room) {
@@ -119,7 +119,7 @@ Result<std::optional<LineReader::Line>> LineReader::next() {
 }
 
 Error Output::failure(int number) const {
-  // A reader that has seen enough is no news to the user; the exit code tells that the output is not complete.
+  // No message for a reader that leaves early: the user knows. The exit code says that the output is not complete.
   if (number == EPIPE) return {Error::Kind::system, ""};
   return {Error::Kind::system, "cannot write " + file_.value_or("standard output") + ": " + std::strerror(number)};
 }
