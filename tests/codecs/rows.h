@@ -5,8 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/model/calls.h"
 #include "tests/model/codec_twin.h"
-#include "tests/model/numbered.h"
 
 namespace rq::test {
 

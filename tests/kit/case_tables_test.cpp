@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "kit/casemap/runs.h"
-#include "tests/kit/library.h"
+#include "tests/model/kit.h"
 #include "tests/model/kit_twin.h"
 
 namespace rq::test {
@@ -113,8 +113,8 @@ TEST(ExportedTables, haveTheirExceptionsInOrder) {
   up.push_back(0);
   EXPECT_EQ(std::vector<RQChar>(skz_downaux, skz_downaux + 39), down);
   EXPECT_EQ(std::vector<RQChar>(skz_upaux, skz_upaux + 41), up);
-  EXPECT_EQ(sizeof skz_downaux, 39 * sizeof(RQChar));
-  EXPECT_EQ(sizeof skz_upaux, 41 * sizeof(RQChar));
+  EXPECT_EQ(sizeof ::skz_downaux, 39 * sizeof(RQChar));
+  EXPECT_EQ(sizeof ::skz_upaux, 41 * sizeof(RQChar));
 }
 
 /// The smallest and largest relative of every character, found by handing both along the mappings until all agree.

@@ -8,7 +8,6 @@
 
 #include "frame/types.h"
 #include "kit/casemap/class_runs.h"
-#include "kit/simd/wide_ranges.h"
 
 namespace rq::test::twin {
 
@@ -114,9 +113,17 @@ inline std::uint64_t trimBlanks(const RQChar* p, std::uint64_t n) {
   while (n > 0 && get(p, n - 1) == 0x20) --n;
   return n;
 }
+/// The characters of two columns.
+struct Range {
+  RQChar first, last;
+};
+inline constexpr Range wideRanges[] = {{0x3000, 0x303F},  {0x3040, 0x309F},   {0x30A0, 0x30FF},   {0x3400, 0x4DFF},
+                                       {0x4E00, 0x9FFF},  {0xAC00, 0xD7AF},   {0xF900, 0xFAFF},   {0xFF01, 0xFF5E},
+                                       {0xFFE0, 0xFFE6},  {0x20000, 0x2A6DF}, {0x2A700, 0x2B73F}, {0x2B740, 0x2B81F},
+                                       {0x2F800, 0x2FA1F}};
 inline bool isWide(RQChar c) {
-  for (const auto& range : kit::simd::wideRanges)
-    if (c - range.first <= range.last - range.first) return true;
+  for (const Range& range : wideRanges)
+    if (c >= range.first && c <= range.last) return true;
   return false;
 }
 inline std::uint64_t countWide(const RQChar* p, std::uint64_t n) {

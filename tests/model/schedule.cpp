@@ -1,4 +1,4 @@
-#include "tests/model/fates.h"
+#include "tests/model/schedule.h"
 
 #include <algorithm>
 #include <iterator>
@@ -9,8 +9,8 @@ const char* nameOf(Service service) {
   constexpr const char* names[] = {
       "createPool",       "destroyPool",       "allocate",     "release",     "lookUpOption", "querySession",
       "createTranscoder", "destroyTranscoder", "convert",      "upper",       "lower",        "lookUpCharset",
-      "upperCase",        "messageToBuf",      "messageToJnl", "statusToBuf", "statusToJnl"};
-  static_assert(std::size(names) == static_cast<std::size_t>(Service::count));
+      "upperCase",        "messageToBuf",      "messageToJnl", "statusToBuf", "statusToJnl",  "any service"};
+  static_assert(std::size(names) == static_cast<std::size_t>(Service::any) + 1);
   return names[static_cast<std::size_t>(service)];
 }
 
@@ -23,66 +23,77 @@ bool canFail(Service service) {
   return false;
 }
 
-std::uint64_t toldLength(Lie lie, std::uint64_t produced, std::uint64_t capacity, std::uint64_t before) {
-  switch (lie) {
-    case Lie::none:
+std::uint64_t reportedLength(Outcome outcome, std::uint64_t produced, std::uint64_t capacity, std::uint64_t before) {
+  switch (outcome) {
+    case Outcome::success:
+    case Outcome::refusal:
       break;
-    case Lie::notSet:
+    case Outcome::lengthNotStored:
       return before;
-    case Lie::zero:
+    case Outcome::lengthZero:
       return 0;
-    case Lie::capacity:
+    case Outcome::lengthCapacity:
       return capacity;
-    case Lie::capacityPlusOne:
+    case Outcome::lengthCapacityPlusOne:
       return capacity + 1;
-    case Lie::odd:
+    case Outcome::lengthOdd:
       return produced | 1;
-    case Lie::notOfFour:
+    case Outcome::lengthNotOfFour:
       return produced | 2;
-    case Lie::twoTo31:
+    case Outcome::lengthTwoTo31:
       return std::uint64_t{1} << 31;
-    case Lie::twoTo62:
+    case Outcome::lengthTwoTo62:
       return std::uint64_t{1} << 62;
-    case Lie::enormous:
+    case Outcome::lengthNearMax:
       return UINT64_MAX - 6;
-    case Lie::most:
+    case Outcome::lengthMax:
       return UINT64_MAX;
   }
   return produced;
 }
 
-void Fates::forget() {
-  count_ = 0;
-  byNumber_.clear();
-  byQuestion_.clear();
+void Schedule::clear() {
+  counts_ = {};
+  failures_.clear();
+  repeated_.clear();
 }
 
-void Fates::repeat(const std::vector<Call>& calls) {
-  forget();
-  std::vector<std::pair<Question, std::size_t>> answered;  // and the number of the call
+void Schedule::add(const Failure& failure) {
+  const std::uint64_t now = counts_[static_cast<std::size_t>(failure.service)];
+  failures_.push_back(failure);
+  if (failure.nth != Failure::always) failures_.back().nth += now;
+}
+
+void Schedule::repeat(const std::vector<Call>& calls) {
+  clear();
+  std::vector<std::pair<Request, std::size_t>> requests;  // and the number of the call
   for (std::size_t i = 0; i < calls.size(); ++i)
     if (calls[i].service == Service::convert || calls[i].service == Service::allocate)
-      answered.push_back({{calls[i].service, calls[i].digest}, i});
-  std::sort(answered.begin(), answered.end());
-  for (const auto& [question, i] : answered) {
-    if (byQuestion_.empty() || byQuestion_.back().question != question) byQuestion_.push_back({question, {}});
-    byQuestion_.back().fates.push_back(calls[i].fate);
+      requests.push_back({{calls[i].service, calls[i].digest}, i});
+  std::sort(requests.begin(), requests.end());
+  for (const auto& [request, i] : requests) {
+    if (repeated_.empty() || repeated_.back().request != request) repeated_.push_back({request, {}});
+    repeated_.back().outcomes.push_back(calls[i].outcome);
   }
 }
 
-Fate Fates::next(Service service, std::uint64_t digest) {
-  if (!canFail(service)) return {};
-  ++count_;
-  for (const auto& [nth, fate] : byNumber_)
-    if (nth == count_) return fate;
-  const Question question(service, digest);
-  const auto found = std::lower_bound(byQuestion_.begin(), byQuestion_.end(), question,
-                                      [](const Repeated& a, const Question& b) { return a.question < b; });
-  if (found == byQuestion_.end() || found->question != question) return {};
-  Repeated& repeated = *found;
-  const Fate fate = repeated.fates[repeated.next];
-  if (repeated.next + 1 < repeated.fates.size()) ++repeated.next;
-  return fate;
+Outcome Schedule::next(Service service, std::uint64_t digest) {
+  if (!canFail(service)) return Outcome::success;
+  ++counts_[static_cast<std::size_t>(service)];
+  ++counts_[static_cast<std::size_t>(Service::any)];
+  for (const Failure& failure : failures_) {
+    if (failure.service != service && failure.service != Service::any) continue;
+    if (failure.nth == Failure::always || failure.nth == counts_[static_cast<std::size_t>(failure.service)])
+      return failure.outcome;
+  }
+  if (repeated_.empty()) return Outcome::success;
+  const Request request(service, digest);
+  const auto found = std::lower_bound(repeated_.begin(), repeated_.end(), request,
+                                      [](const Repeated& a, const Request& b) { return a.request < b; });
+  if (found == repeated_.end() || found->request != request) return Outcome::success;
+  const Outcome outcome = found->outcomes[found->next];
+  if (found->next + 1 < found->outcomes.size()) ++found->next;
+  return outcome;
 }
 
 }  // namespace rq::test

@@ -1,4 +1,4 @@
-// The worst texts for one operation, as long as it is told; callgrind counts the instructions of the calls alone.
+// The worst texts for one operation at two lengths; callgrind counts the instructions of the calls alone.
 //
 //   rq_growth OPERATION BYTES all       every text in turn, in each flavour: n bytes, then 2n, batch by batch
 //   rq_growth OPERATION BYTES known     those that are known to be worst, each a batch of its own
@@ -134,7 +134,7 @@ void run(const char* operation, const std::vector<Batch>& batches, std::size_t b
   std::vector<std::uint8_t> output(12 * 2 * bytes + 1024);  // no unit of input becomes more than 11
   for (const Batch& batch : batches)
     for (const Flavour flavour : allFlavours) {
-      Session session(usualSession(flavour));
+      Session session(usualEncoding(flavour));
       session.host.recording = false;
       for (const std::size_t length : {bytes, 2 * bytes}) {
         std::vector<Prepared> calls;
