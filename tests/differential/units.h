@@ -17,7 +17,7 @@ struct Units {
 
 inline constexpr std::uint64_t maxCount = 4000;
 
-/// Mostly short, now and then long enough for every step of a kernel.
+/// Mostly short, sometimes long enough for every step of a kernel.
 inline std::uint64_t countOf(Choices& choices) {
   const unsigned kind = choices.byte();
   if (kind < 0xC0) return kind % 72;

@@ -1,4 +1,4 @@
-// What the kit's routines mean, unit by unit: each is written from its definition and is right by inspection.
+// The naive twin of the kit: each routine written from its definition, unit by unit.
 #ifndef RQUNI_TESTS_MODEL_KIT_TWIN_H
 #define RQUNI_TESTS_MODEL_KIT_TWIN_H
 
