@@ -122,8 +122,8 @@ void describe(CLI::App& app, Options& options) {
   addOutput(*list, options);
   list->add_flag("--json", options.json, "A JSON object per encoding");
   list->footer(footer);
-  CLI::App* check =
-      addCommand(app, options, Command::checkHost, "check-host", "Say which rules of rquni/host_tables.h a host breaks");
+  CLI::App* check = addCommand(app, options, Command::checkHost, "check-host",
+                               "Say which rules of rquni/host_tables.h a host breaks");
   check->add_option("host", options.host, "A shared object with the entry point rquni_host")
       ->required()
       ->type_name(fileType);

@@ -16,9 +16,10 @@ namespace {
 using Operation = std::function<Result<Bytes>(const Text&)>;
 
 /// Texts in, texts out: line ends are written in the result's encoding and are no part of the texts.
-Done rewriteInto(Output& output, TextRun& run, const std::vector<std::string>& files, const std::string& lineEnd,
+template <class Source>
+Done rewriteInto(Output& output, TextRun& run, Source& source, const std::string& lineEnd,
                  const Operation& operation) {
-  return run.each(files, [&](const Text& text, bool ended) -> Done {
+  return run.each(source, [&](const Text& text, bool ended) -> Done {
     const Result<Bytes> result = operation(text);
     if (!result) return result.error();
     if (Done written = output.write(*result); !written) return written;
@@ -37,8 +38,9 @@ Done rewrite(const Options& options, Progress& progress, Output& output, const h
   for (const std::string& file : options.files) {
     Result<std::unique_ptr<Replacement>> replacement = Replacement::begin(file, progress);
     if (!replacement) return replacement.error();
-    if (Done done = rewriteInto((*replacement)->output(), *run, {file}, *lineEnd, operation); !done) return done;
-    if (Done done = (*replacement)->commit(); !done) return done;
+    Replacement& edited = **replacement;
+    if (Done done = rewriteInto(edited.output(), *run, edited.input(), *lineEnd, operation); !done) return done;
+    if (Done done = edited.commit(); !done) return done;
   }
   return host::done();
 }
@@ -150,13 +152,13 @@ Done listEncodings(const Options& options, Output& output) {
 Done checkHost(const Options& options, Output& output) {
   const Result<host::Library> library = openLibrary(options);
   if (!library) return library.error();
-  const auto rows = check::checkHost(options.host, *library, options.threads);
+  const auto rows = checker::checkHost(options.host, *library, options.threads);
   if (!rows) return rows.error();
   std::string text = options.json ? "" : "rule\tverdict\twhat it says\twhat was seen\n";
   std::string brokenRules;
   for (const auto& [name, statement, finding] : *rows) {
-    const std::string_view verdict = check::nameOf(finding.verdict);
-    if (finding.verdict == check::Verdict::broken)
+    const std::string_view verdict = checker::nameOf(finding.verdict);
+    if (finding.verdict == checker::Verdict::broken)
       brokenRules += (brokenRules.empty() ? "" : ", ") + std::string(name);
     if (options.json) {
       text += jsonLine({{"rule", std::string(name)},

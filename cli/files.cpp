@@ -29,10 +29,10 @@ Descriptor::~Descriptor() {
 }
 
 Result<Input> Input::open(const std::string& name, Progress& progress) {
-  if (name == "-") return Input(name, STDIN_FILENO, progress);
-  const int descriptor = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
-  if (descriptor < 0) return readFailure(name, errno);
-  return Input(name, descriptor, progress);
+  if (name == "-") return Input(name, Descriptor(STDIN_FILENO), progress);
+  Descriptor descriptor(::open(name.c_str(), O_RDONLY | O_CLOEXEC));
+  if (descriptor.number() < 0) return readFailure(name, errno);
+  return Input(name, std::move(descriptor), progress);
 }
 
 Result<std::size_t> Input::read(MutableBytes room) {

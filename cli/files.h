@@ -44,15 +44,17 @@ class Descriptor {
 class Input {
  public:
   static Result<Input> open(const std::string& name, Progress& progress);
+  /// An open file; `name` is for messages.
+  Input(std::string name, Descriptor descriptor, Progress& progress)
+      : name_(std::move(name)), descriptor_(std::move(descriptor)), progress_(&progress) {}
   const std::string& name() const { return name_; }
+  int descriptor() const { return descriptor_.number(); }
   /// Reads at least one byte into `room` unless the file is at its end.
   Result<std::size_t> read(MutableBytes room);
   /// Reads all the rest into `buffer`.
   Result<Bytes> readAll(Buffer& buffer);
 
  private:
-  Input(std::string name, int descriptor, Progress& progress)
-      : name_(std::move(name)), descriptor_(descriptor), progress_(&progress) {}
   std::string name_;
   Descriptor descriptor_;
   Progress* progress_;

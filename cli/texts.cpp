@@ -28,9 +28,13 @@ Done TextRun::each(const std::vector<std::string>& files, const Take& take) {
   for (const std::string& file : files) {
     Result<Input> input = Input::open(file, *progress_);
     if (!input) return input.error();
-    if (Done done = lineEnd_.empty() ? wholeFile(*input, take) : eachLine(*input, take); !done) return done;
+    if (Done done = each(*input, take); !done) return done;
   }
   return host::done();
+}
+
+Done TextRun::each(Input& input, const Take& take) {
+  return lineEnd_.empty() ? wholeFile(input, take) : eachLine(input, take);
 }
 
 Done TextRun::wholeFile(Input& input, const Take& take) {

@@ -36,6 +36,8 @@ class TextRun {
 
   /// Hands every text of the files to `take`, in order, until that fails.
   Done each(const std::vector<std::string>& files, const Take& take);
+  /// The same for one open file.
+  Done each(Input& input, const Take& take);
 
  private:
   TextRun(std::string lineEnd, Progress& progress) : lineEnd_(std::move(lineEnd)), progress_(&progress) {}

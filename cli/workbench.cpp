@@ -16,12 +16,6 @@ std::string executableFolder() {
   return file.substr(0, file.rfind('/'));
 }
 
-host::HostOptions hostOptions(const host::Encoding& encoding) {
-  host::HostOptions options;
-  options.session = static_cast<std::int32_t>(encoding.identifier);
-  return options;
-}
-
 }  // namespace
 
 Result<host::Library> openLibrary(const Options& options) {
@@ -46,7 +40,7 @@ Workbench::Workbench(host::Library library, const host::Encoding& encoding, cons
     : library_(std::move(library)),
       encoding_(&encoding),
       codec_(host::codecOf(encoding.identifier)),
-      host_(hostOptions(encoding)),
+      host_(encoding.identifier),
       wide_(options.flavour == Flavour::wide) {}
 
 Result<std::unique_ptr<Workbench>> Workbench::open(const Options& options) {

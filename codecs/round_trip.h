@@ -1,4 +1,4 @@
-// Decoded code points as session text, if the session can hold them.
+// Decoded code points as session text, where the session encoding has them.
 #ifndef RQUNI_CODECS_ROUND_TRIP_H
 #define RQUNI_CODECS_ROUND_TRIP_H
 
@@ -11,17 +11,18 @@
 
 namespace rq {
 
-/// What a code point is in the session encoding. Null when the session cannot hold it; then the source text stays.
+/// A code point in the session encoding. `units` is null when the session has no such character: then the source text
+/// stays.
 template <class Unit>
 struct Replacement {
   const Unit* units;
   std::uint64_t count;
 };
 
-/// Turns code points into session text for one call of a decoder, and asks the host for each only once: transcoders
-/// are what decoding costs, and text in one script has a few dozen characters.
+/// Turns code points into session text during one call of a decoder. Remembers answers, because asking the
+/// transcoders dominates the cost of decoding, and text in one script uses a few dozen characters.
 ///
-/// `room` is the number of units the host gets for one character; hosts see it as the capacity of the call.
+/// `room` is the capacity in units that the host is given for one character.
 template <class Unit, std::uint64_t room>
 class RoundTrips {
  public:
@@ -59,8 +60,8 @@ class RoundTrips {
     return {bytes != unmappable ? scratch_ : nullptr, count};
   }
 
-  /// Converts to the session and back; the values decide, neither the statuses nor what the way back says it
-  /// produced. Returns bytes in scratch_, or unmappable.
+  /// Converts to the session encoding and back. Only the values are compared: statuses and the length of the way back
+  /// are ignored. Returns the number of bytes in scratch_, or unmappable.
   std::uint64_t ask(std::uint32_t codePoint) {
     std::uint64_t produced = sizeof scratch_;
     transcode(pair_.toSession, &codePoint, sizeof codePoint, scratch_, sizeof scratch_, &produced);

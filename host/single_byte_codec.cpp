@@ -1,4 +1,4 @@
-// Single-byte encodings as read-only tables, taken from ICU once.
+// Single-byte encodings as read-only tables, made from ICU's converters.
 #include <array>
 #include <cstdint>
 #include <optional>
@@ -14,8 +14,7 @@ constexpr std::uint16_t noByte = 0xFFFF;
 
 class SingleByteCodec final : public Codec {
  public:
-  /// Takes the table from a converter; false when it holds what this codec does not: bytes that stand for several
-  /// characters or for one beyond U+FFFF.
+  /// Reads the table from a converter. False when a byte stands for several characters or for one beyond U+FFFF.
   bool fill(UConverter* converter) {
     for (unsigned value = 0; value < 256; ++value) {
       const char byte = static_cast<char>(value);
@@ -70,7 +69,7 @@ class SingleByteCodec final : public Codec {
   std::uint16_t byteOf(char32_t character) const {
     if (character > 0xFFFF) return noByte;
     const Page* page = pages_[character >> 8].get();
-    return page == nullptr ? noByte : (*page)[character & 0xFF];
+    return page ? (*page)[character & 0xFF] : noByte;
   }
 
   std::array<char32_t, 256> characters_;

@@ -1,5 +1,5 @@
-// The exported routines over bytes and over terminated strings, and the 4-byte twins of both. Only what the kernels
-// do not know stands here: null pointers and how the arguments are ordered.
+// The exported routines over bytes and terminated strings, and those over RQChar of the same kind. They know what the
+// kernels do not: null pointers and the order of the arguments.
 #include <cstdint>
 
 #include "frame/kit_exports.h"
@@ -17,7 +17,7 @@ Byte* bytesOf(void* p) {
   return static_cast<Byte*>(p);
 }
 
-/// Byte values arrive in 32 bits; the low 8 count.
+/// Hosts pass byte values in 32 bits. Only the low 8 count.
 Byte lowByte(std::uint32_t value) {
   return static_cast<Byte>(value);
 }
@@ -87,17 +87,17 @@ void skMemSCpy(const void* source, void* destination, std::uint64_t count) {
 }
 
 std::int64_t skMemScan(const void* buffer, std::uint64_t count, std::uint32_t value) {
-  return buffer ? rq::kit::scan(bytesOf(buffer), count, lowByte(value)) : -1;
+  return buffer ? rq::kit::findFirst(bytesOf(buffer), count, lowByte(value)) : -1;
 }
 std::int64_t skMemNScan(const void* buffer, std::uint64_t count, std::uint32_t value) {
-  return buffer ? rq::kit::notScan(bytesOf(buffer), count, lowByte(value)) : -1;
+  return buffer ? rq::kit::findNot(bytesOf(buffer), count, lowByte(value)) : -1;
 }
 std::int64_t skMemTNScan(const RQChar* buffer, std::uint64_t count, RQChar value) {
-  return buffer ? rq::kit::notScan(buffer, count, value) : -1;
+  return buffer ? rq::kit::findNot(buffer, count, value) : -1;
 }
 
 std::int32_t skMissArray(const double* array, std::uint64_t count) {
-  return rq::kit::simd::active.hasMissing(reinterpret_cast<const std::uint64_t*>(array), count);
+  return rq::kit::simd::active.anyNaN(reinterpret_cast<const std::uint64_t*>(array), count);
 }
 
 }  // extern "C"

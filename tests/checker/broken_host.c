@@ -97,7 +97,7 @@ static RQStatus faultyConvert(RQTranscoder* self, const void* input, uint64_t in
   if (status == RQ_SUCCESS || !broken("transcoder.length")) *produced = length;
   if (status == RQ_SUCCESS) return status;
   if (broken("transcoder.capacity")) ((uint8_t*)output)[capacity] = 0;
-  if (broken("transcoder.capacity told")) *produced = capacity + 1;
+  if (broken("transcoder.capacity reported")) *produced = capacity + 1;
   if (broken("transcoder.whole") && length < capacity) {
     memset((uint8_t*)output + length, 0xC3, capacity - length);
     *produced = capacity;

@@ -175,7 +175,7 @@ TEST(Transcoder, EverySingleByteEncodingRoundTripsItsBytes) {
   for (const host::Encoding& encoding : host::encodings()) {
     const host::Codec* codec = host::codecOf(encoding.identifier);
     ASSERT_NE(codec, nullptr) << encoding.name;
-    if (codec->stateful() || host::makeSingleByteCodec(encoding.name) == nullptr) continue;
+    if (codec->stateful() || !host::makeSingleByteCodec(encoding.name)) continue;
     ++checked;
     for (int value = 0; value < 256; ++value) {
       const std::string byte(1, static_cast<char>(value));

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <vector>
 
-#include "kit/casemap/runs.h"
 #include "tests/model/kit.h"
 #include "tests/model/kit_twin.h"
 
@@ -65,7 +64,7 @@ TEST(CaseMaps, differFromUnicodeWhereTheyAlwaysDid) {
   for (const auto& [c, capital] : upper) EXPECT_EQ(one(rqzstup, c), capital);
 }
 
-TEST(CaseMaps, lowerAndUpperOfEveryCharacterFollowTheRuns) {
+TEST(CaseMaps, lowerAndUpperOfEveryCharacterFollowThePairs) {
   for (RQChar c = 0; c < 0x20000; ++c) {
     ASSERT_EQ(one(rqzstlo, c), twin::lower(c)) << std::hex << c;
     ASSERT_EQ(one(rqzstup, c), twin::upper(c)) << std::hex << c;

@@ -6,8 +6,7 @@
 #include <cstring>
 #include <vector>
 
-#include "frame/types.h"
-#include "kit/casemap/class_runs.h"
+#include "tests/model/class_pairs.h"
 
 namespace rq::test::twin {
 
@@ -132,14 +131,13 @@ inline std::uint64_t countWide(const RQChar* p, std::uint64_t n) {
   return count;
 }
 
-/// A list of runs, spread out over the plane.
+/// A list of pairs, for each character of the BMP; a character without a pair maps to itself.
 class CaseTable {
  public:
   template <std::size_t Size>
-  explicit CaseTable(const kit::casemap::Run (&runs)[Size]) : to_(0x10000) {
+  explicit CaseTable(const CasePair (&pairs)[Size]) : to_(0x10000) {
     for (RQChar c = 0; c < 0x10000; ++c) to_[c] = c;
-    for (const auto& run : runs)
-      for (RQChar c = run.first; c <= run.last; c += run.step) to_[c] = c + static_cast<RQChar>(run.delta);
+    for (const CasePair& pair : pairs) to_[pair.from] = pair.to;
   }
   RQChar operator()(RQChar c) const { return c < 0x10000 ? to_[c] : c; }
 
@@ -147,20 +145,20 @@ class CaseTable {
   std::vector<RQChar> to_;
 };
 inline RQChar lower(RQChar c) {
-  static const CaseTable table(kit::casemap::lowerRuns);
+  static const CaseTable table(lowerPairs);
   return table(c);
 }
 inline RQChar upper(RQChar c) {
-  static const CaseTable table(kit::casemap::upperRuns);
+  static const CaseTable table(upperPairs);
   return table(c);
 }
 /// The smallest and the largest member of the character's case class.
 inline RQChar smallest(RQChar c) {
-  static const CaseTable table(kit::casemap::smallestRuns);
+  static const CaseTable table(smallestPairs);
   return table(c);
 }
 inline RQChar largest(RQChar c) {
-  static const CaseTable table(kit::casemap::largestRuns);
+  static const CaseTable table(largestPairs);
   return table(c);
 }
 

@@ -1,4 +1,4 @@
-#include "checker/tables.h"
+#include "checker/probes.h"
 
 #include <sys/mman.h>
 #include <unistd.h>
@@ -11,7 +11,7 @@
 #include "host/encodings.h"
 #include "host/text.h"
 
-namespace rq::check {
+namespace rq::checker {
 namespace {
 
 constexpr char untouched = '\x5A';
@@ -122,8 +122,8 @@ Converted convert(RQTranscoder* transcoder, std::string_view input, std::uint64_
       transcoder->convert(transcoder, input.data(), input.size(), output.data(), capacity, &result.produced, 0);
   result.beyond = std::any_of(output.begin() + static_cast<std::ptrdiff_t>(capacity), output.end(),
                               [](char c) { return c != untouched; });
-  const std::uint64_t told = result.produced == Converted::unset ? 0 : result.produced;
-  result.bytes.assign(output.data(), std::min(told, capacity));
+  const std::uint64_t reported = result.produced == Converted::unset ? 0 : result.produced;
+  result.bytes.assign(output.data(), std::min(reported, capacity));
   return result;
 }
 
@@ -162,4 +162,4 @@ std::string outputOf(const Sample& sample, std::size_t number) {
   return number % 2 == 0 ? sample.session : inForm(static_cast<int>(number / 2), sample.characters);
 }
 
-}  // namespace rq::check
+}  // namespace rq::checker

@@ -1,6 +1,6 @@
-// The tables of a host in the hands of a checker.
-#ifndef RQUNI_CHECKER_TABLES_H
-#define RQUNI_CHECKER_TABLES_H
+// Calls a host's tables as the library does, and sees what they write.
+#ifndef RQUNI_CHECKER_PROBES_H
+#define RQUNI_CHECKER_PROBES_H
 
 #include <array>
 #include <cstddef>
@@ -12,9 +12,9 @@
 #include "checker/rule.h"
 #include "frame/interface.h"
 
-namespace rq::check {
+namespace rq::checker {
 
-/// Bytes that end where a page begins that nobody may touch.
+/// A copy of bytes that ends at an inaccessible page: a read or write beyond the end crashes.
 class Fenced {
  public:
   explicit Fenced(std::string_view content);
@@ -23,7 +23,7 @@ class Fenced {
   Fenced& operator=(const Fenced&) = delete;
 
   void* data() const { return end_ - size_; }
-  /// From now on a touch of the bytes is a crash as well.
+  /// From now on any access to the bytes crashes as well.
   void close();
 
  private:
@@ -43,7 +43,7 @@ std::string_view bytesOf(std::basic_string_view<C> text) {
 
 /// This process's memory in use, in bytes.
 std::size_t residentBytes();
-/// What repeated work may leave behind: less than a sixteenth of what it used.
+/// Growth that repeated work may leave: less than a sixteenth of what it used.
 inline constexpr std::size_t tolerableGrowth = std::size_t{8} << 20;
 
 inline std::string decimal(std::uint64_t number) {
@@ -52,7 +52,7 @@ inline std::string decimal(std::uint64_t number) {
 /// "word 3 is null", or an empty string.
 template <class Function>
 std::string nullWord(Function* word, unsigned position) {
-  return word == nullptr ? "word " + std::to_string(position) + " is null" : std::string();
+  return word ? std::string() : "word " + std::to_string(position) + " is null";
 }
 
 /// A new pool as the library asks for one; null when refused.
@@ -66,7 +66,7 @@ struct OptionAnswer {
   bool beyond;  // something was written beyond the two
 };
 OptionAnswer askOption(const Subject& subject, const std::u32string& name);
-/// The same with a name behind which nothing may be read.
+/// The same with a fenced name.
 OptionAnswer askOptionFenced(const Subject& subject, std::u32string_view name);
 inline constexpr const char32_t* sessionOption = U"RQNLS.ZMX_SESSION_CEI";
 
@@ -115,7 +115,7 @@ struct Sample {
   std::u32string characters;
   std::string session;
 };
-/// Put together of characters that come back from the session encoding alone; nothing when none does.
+/// Made of characters that survive the way to the session encoding and back; nothing when none does.
 std::optional<Sample> sampleOf(const Transcoders& transcoders);
 /// Characters in a form, by its number.
 std::string inForm(int form, std::u32string_view characters);
@@ -125,6 +125,6 @@ std::string outputOf(const Sample& sample, std::size_t number);
 
 inline constexpr const char* noSample = "the session encoding holds none of the characters tried";
 
-}  // namespace rq::check
+}  // namespace rq::checker
 
 #endif
