@@ -64,8 +64,8 @@ TEST(Slack, EightBytesAreEnoughForEveryOperation) {
   EXPECT_EQ(most, std::uint64_t{RQ_OUTPUT_SLACK_BYTES});
 }
 
-// The encoder first writes a notation as it stands, then finds that the host did not accept it. Those bytes lie beyond
-// the length, never beyond the overshoot.
+// The encoder first writes a notation as it stands, then finds that the host did not accept it. Those bytes lie
+// beyond the length, never beyond the overshoot.
 TEST(Slack, AFailedPassThroughClobbersNoMoreThanTheNotation) {
   for (const Flavour flavour : {Flavour::plain, Flavour::served}) {
     Session session(latin1);
