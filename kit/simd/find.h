@@ -260,32 +260,61 @@ std::uint64_t trim(const U* p, std::uint64_t n, U c) {
   return bits ? lastBit(bits) + 1 : 0;
 }
 
-/// The units before the first zero. Reads the whole aligned vectors around the string, and no other page: a string
-/// has no count, and an aligned vector cannot cross a page. The sanitizers do not know that.
+/// Does a vector at `p` lie within one page? Then reading it is safe if one byte of it is the string's.
+template <class V>
+RQ_INLINE bool isWithinPage(const void* p) {
+  return reinterpret_cast<std::uintptr_t>(p) % pageBytes <= pageBytes - V::bytes;
+}
+
+/// `p` rounded down to a multiple of `alignment` bytes.
+template <class U>
+RQ_INLINE const U* alignedDown(const U* p, std::uint64_t alignment) {
+  return reinterpret_cast<const U*>(reinterpret_cast<std::uintptr_t>(p) & ~(alignment - 1));
+}
+
+/// terminatedLength where no aligned vector holds whole units.
+template <class U>
+[[gnu::noinline]] std::uint64_t lengthUnitByUnit(const U* s) {
+  std::uint64_t i = 0;
+  while (load<U>(s + i)) ++i;
+  return i;
+}
+
+/// The zeros of the vector at `s`, and of the aligned one around its beginning if that at `s` leaves the page, as
+/// bits from `s` on.
+template <class V, class U>
+RQ_INLINE RQ_READS_WHOLE_VECTORS std::uint64_t firstZeros(const U* s) {
+  const V zero = V::splat(0);
+  if (isWithinPage<V>(s)) [[likely]]
+    return V::equal(V::load(s), zero).bits();
+  const U* const p = alignedDown(s, V::bytes);
+  return V::equal(V::load(p), zero).bits() >> (s - p);
+}
+
+/// The units before the first zero. A string has no count, so this reads whole vectors around it, but no other page.
+/// The sanitizers do not know that.
 template <class V, class U = typename V::Lane>
 RQ_READS_WHOLE_VECTORS std::uint64_t terminatedLength(const U* s) {
-  const auto address = reinterpret_cast<std::uintptr_t>(s);
-  std::uint64_t i = 0;
-  if (address % sizeof(U)) {  // no aligned vector holds whole units
-    while (load<U>(s + i)) ++i;
-    return i;
-  }
+  if (reinterpret_cast<std::uintptr_t>(s) % sizeof(U)) [[unlikely]]
+    return lengthUnitByUnit(s);
+  if (const std::uint64_t bits = firstZeros<V>(s)) return firstBit(bits);
   const V zero = V::splat(0);
-  const std::uint64_t before = address % V::bytes / sizeof(U);
-  const U* p = s - before;
-  if (const std::uint64_t bits = V::equal(V::load(p), zero).bits() >> before) return firstBit(bits);
   // The lambdas take loaded vectors: sanitizers look at loads inside a lambda.
-  const auto zeros = [=](V v) { return V::equal(v, zero); };
-  const auto within = [=](const U* at, V v) {
-    return static_cast<std::uint64_t>(at - s) + firstBit(zeros(v).bits());
+  const auto zeros = [=](V v) { return V::equal(v, zero).bits(); };
+  const auto lengthTo = [=](const U* p, std::uint64_t bits) {
+    return static_cast<std::uint64_t>(p - s) + firstBit(bits);
   };
+  const U* p = alignedDown(s, V::bytes);
+  for (int i = 0; i < 3; ++i) {
+    p += V::lanes;
+    if (const std::uint64_t bits = zeros(V::load(p))) return lengthTo(p, bits);
+  }
   // Four vectors that are aligned together lie within a page as well.
-  for (p += V::lanes; reinterpret_cast<std::uintptr_t>(p) % (4 * V::bytes) != 0; p += V::lanes)
-    if (const V v = V::load(p); zeros(v).any()) return within(p, v);
+  p = alignedDown(p + V::lanes, 4 * V::bytes);
   while (!V::anyZero(V::load(p), V::load(p + V::lanes), V::load(p + 2 * V::lanes), V::load(p + 3 * V::lanes)))
     p += 4 * V::lanes;
-  while (!zeros(V::load(p)).any()) p += V::lanes;
-  return within(p, V::load(p));
+  while (!zeros(V::load(p))) p += V::lanes;
+  return lengthTo(p, zeros(V::load(p)));
 }
 
 }  // namespace
