@@ -1,5 +1,7 @@
 #include "engines/session.h"
 
+#include "engines/callbacks.h"
+
 namespace rq::engines {
 namespace {
 
@@ -68,7 +70,7 @@ RQTranscoder* Session::createTranscoder(RQNlsServices* services, std::uint64_t s
 RQTranscoder* Session::createTranscoder(std::uint64_t source, std::uint64_t target) {
   const bool toSession = target == sessionIdentifier;
   const int form = formOf(toSession ? source : target);
-  if (form < 0 || made_ == 2 * RQ_FORMS) return nullptr;
+  if (form < 0 || made_ == 2 * RQ_FORMS || callbackFails()) return nullptr;
   Transcoder& transcoder = transcoders_[made_++];
   transcoder.table.destroy = destroyTranscoder;
   transcoder.table.convert = convert;
@@ -81,8 +83,11 @@ RQStatus Session::convert(RQTranscoder* table, const void* input, std::uint64_t 
                           std::uint64_t capacityBytes, std::uint64_t* producedBytes, std::uint64_t) {
   const auto* const transcoder = reinterpret_cast<Transcoder*>(table);
   Session* const session = transcoder->session;
-  const Moved moved = transcoder->convert(session->encoding_, {static_cast<const std::uint8_t*>(input), inputBytes},
-                                          {static_cast<std::uint8_t*>(output), capacityBytes});
+  Moved moved{.failure = Failure::unreadable};
+  if (!callbackFails()) {
+    moved = transcoder->convert(session->encoding_, {static_cast<const std::uint8_t*>(input), inputBytes},
+                                {static_cast<std::uint8_t*>(output), capacityBytes});
+  }
   *producedBytes = moved.written;
   if (moved.failure == Failure::none) return RQ_SUCCESS;
   if (session->firstFailure.failure == Failure::none) session->firstFailure = moved;
