@@ -202,14 +202,14 @@ std::uint64_t zeroUnitAt(Bytes text, std::uint64_t unit) {
   char digits[2 * 4 + 1] = "";
   hex_encode(text.data + at, shown, digits);
   ereport(ERROR, errcode(ERRCODE_CHARACTER_NOT_IN_REPERTOIRE),
-          errmsg("no character that a text can hold at byte %llu of the %s: 0x%s",
-                 static_cast<unsigned long long>(at), form.name.data(), digits));
+          errmsg("bytes 0x%s at offset %llu of the %s are no character of a text", digits,
+                 static_cast<unsigned long long>(at), form.name.data()));
   pg_unreachable();
 }
 
 [[noreturn]] void failOnLacking(const NamedForm& form, std::uint64_t at) {
   ereport(ERROR, errcode(ERRCODE_UNTRANSLATABLE_CHARACTER),
-          errmsg("the character at byte %llu of the %s has no equivalent in encoding \"%s\"",
+          errmsg("the character at offset %llu of the %s has no equivalent in encoding \"%s\"",
                  static_cast<unsigned long long>(at), form.name.data(), GetDatabaseEncodingName()));
   pg_unreachable();
 }

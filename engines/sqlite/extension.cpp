@@ -101,7 +101,7 @@ void failOnNotation(sqlite3_context* context, const char* function, const Text& 
 bool wasReadable(sqlite3_context* context, const Connection& connection, const char* function) {
   const engines::Moved& failed = connection.session.firstFailure;
   if (failed.failure != engines::Failure::unreadable) return true;
-  fail(context, "%s: invalid UTF-8 at byte %llu", function, static_cast<sqlite3_uint64>(failed.read + 1));
+  fail(context, "%s: invalid UTF-8 at offset %llu", function, static_cast<sqlite3_uint64>(failed.read));
   return false;
 }
 

@@ -13,4 +13,4 @@ def rqtext(*arguments, text, session="UTF-8"):
 
 def references(first, last):
     """A reference for each number of a range, behind each a vertical bar."""
-    return "".join(f"&#x{number:05X};|" for number in range(first, last)).encode()
+    return "".join(f"&#x{number:06X};|" for number in range(first, last)).encode()

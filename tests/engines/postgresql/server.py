@@ -83,11 +83,11 @@ class Server:
     def address(self, database="postgres"):
         return ["-h", str(self.folder), "-p", str(self.port), "-U", USER, "-d", database]
 
-    def psql(self, script, database="postgres", stop=True, encoding=None, timeout=120):
-        """What a script prints, rows one a line and columns separated by vertical bars; with errors among it unless
-        they are to stop it: then they fail the test."""
-        environment = {**os.environ, **({"PGCLIENTENCODING": encoding} if encoding else {})}
-        options = ["-v", f"ON_ERROR_STOP={int(stop)}", "-v", "VERBOSITY=verbose" if not stop else "VERBOSITY=default"]
+    def psql(self, script, database="postgres", stop=True, encoding="UTF8", timeout=120):
+        """What a script prints, rows one a line and columns separated by vertical bars. Errors fail the test; without
+        `stop` they are part of what is printed, as "ERROR:  22023"."""
+        environment = {**os.environ, "PGCLIENTENCODING": encoding}
+        options = ["-v", f"ON_ERROR_STOP={int(stop)}", *([] if stop else ["-v", "VERBOSITY=sqlstate"])]
         result = subprocess.run([BIN / "psql", "-X", "-q", "-A", "-t", *options, *self.address(database)], check=False,
                                 input=script.encode(), stdout=subprocess.PIPE, timeout=timeout, env=environment,
                                 stderr=subprocess.STDOUT)

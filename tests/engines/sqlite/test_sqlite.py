@@ -63,8 +63,8 @@ class Extension(unittest.TestCase):
         self.fails("rq_decode('x', 'html')", "unknown notation 'html', known are ncr, uesc, uparen, uparen-ascii")
         self.fails("rq_encode('x', 'uparen-ascii')", "unknown notation 'uparen-ascii', known are ncr, uesc, uparen")
         for function in ("rq_encode({}, 'uesc')", "rq_length({})", "rq_width({})"):
-            self.fails(function.format("CAST(x'C3A941FF' AS TEXT)"), "invalid UTF-8 at byte 4")
-            self.fails(function.format("CAST(x'41EDA080' AS TEXT)"), "invalid UTF-8 at byte 2")
+            self.fails(function.format("CAST(x'C3A941FF' AS TEXT)"), "invalid UTF-8 at offset 3")
+            self.fails(function.format("CAST(x'41EDA080' AS TEXT)"), "invalid UTF-8 at offset 1")
         self.fails("rq_encode(char(65, 0, 66), 'uesc')", "the text holds U+0000")
         self.fails("rq_encode(char(1000000), 'ncr')", "no reference without U+0000")
         self.fails("rq_encode(char(0x10FFFF), 'ncr')", "no reference without U+0000")
@@ -122,7 +122,7 @@ class Extension(unittest.TestCase):
     @unittest.skipUnless(os.environ["RQTEXT"], "the tool is not built")
     def test_every_code_point_decodes_as_with_the_tool(self):
         output, _ = shell(NUMBERS.format(first=1, last=CODE_POINTS - 1) +
-                          "SELECT hex(rq_decode(printf('&#x%05X;', i), 'ncr') || '|') FROM n;")
+                          "SELECT hex(rq_decode(printf('&#x%06X;', i), 'ncr') || '|') FROM n;")
         self.assertEqual(bytes.fromhex(output), rqtext("decode", "ncr", text=references(1, CODE_POINTS)))
 
     @unittest.skipUnless(os.environ["RQTEXT"], "the tool is not built")
