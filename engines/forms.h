@@ -7,6 +7,7 @@
 
 #include <bit>
 #include <cstdint>
+#include <cstring>
 
 #include "frame/rquni.h"
 
@@ -34,8 +35,8 @@ struct Utf8 {
       if ((in[i] & 0xC0) != 0x80) return 0;
       value = value << 6 | (in[i] & 0x3F);
     }
-    constexpr RQChar least[] = {0, 0, 0x80, 0x800, 0x10000};
-    if (value < least[length] || !isScalar(value)) return 0;
+    const RQChar least = length == 2 ? 0x80 : length == 3 ? 0x800 : 0x10000;
+    if (value < least || !isScalar(value)) return 0;
     *character = value;
     return length;
   }
@@ -53,27 +54,31 @@ struct Utf8 {
   }
 };
 
-/// A code unit of `bytes` bytes in a byte order.
-template <std::endian order, std::uint64_t bytes>
+constexpr std::uint16_t swapped(std::uint16_t unit) {
+  return __builtin_bswap16(unit);
+}
+constexpr std::uint32_t swapped(std::uint32_t unit) {
+  return __builtin_bswap32(unit);
+}
+
+/// Code units of a width in a byte order, at any address.
+template <std::endian order, class Unit>
 struct CodeUnit {
   static RQChar load(const std::uint8_t* in) {
-    RQChar unit = 0;
-    for (std::uint64_t i = 0; i < bytes; ++i) unit |= RQChar{in[i]} << shift(i);
-    return unit;
+    Unit unit;
+    std::memcpy(&unit, in, sizeof unit);
+    return order == std::endian::native ? unit : swapped(unit);
   }
-  static void store(RQChar unit, std::uint8_t* out) {
-    for (std::uint64_t i = 0; i < bytes; ++i) out[i] = static_cast<std::uint8_t>(unit >> shift(i));
-  }
-
- private:
-  static constexpr std::uint64_t shift(std::uint64_t i) {
-    return 8 * (order == std::endian::little ? i : bytes - 1 - i);
+  static void store(RQChar value, std::uint8_t* out) {
+    const auto narrow = static_cast<Unit>(value);
+    const Unit unit = order == std::endian::native ? narrow : swapped(narrow);
+    std::memcpy(out, &unit, sizeof unit);
   }
 };
 
 template <std::endian order>
 struct Utf16 {
-  using Unit = CodeUnit<order, 2>;
+  using Unit = CodeUnit<order, std::uint16_t>;
 
   static std::uint64_t read(const std::uint8_t* in, std::uint64_t left, RQChar* character) {
     if (left < 2) return 0;
@@ -102,7 +107,7 @@ struct Utf16 {
 
 template <std::endian order>
 struct Utf32 {
-  using Unit = CodeUnit<order, 4>;
+  using Unit = CodeUnit<order, std::uint32_t>;
 
   static std::uint64_t read(const std::uint8_t* in, std::uint64_t left, RQChar* character) {
     if (left < 4) return 0;

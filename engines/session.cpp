@@ -1,14 +1,11 @@
 #include "engines/session.h"
 
-#include "engines/callbacks.h"
-
 namespace rq::engines {
 namespace {
 
 constexpr RQStatus notFound = 1;
-constexpr RQStatus conversionFailed = 2;
 
-/// The form with that identifier, or -1.
+/// The place of the form with that identifier in the arrays of Conversions, or -1.
 int formOf(std::uint64_t identifier) {
   constexpr std::uint64_t identifiers[forms] = {RQ_ENCODING_UTF8, RQ_ENCODING_UTF16_BIG, RQ_ENCODING_UTF16_LITTLE,
                                                 RQ_ENCODING_UTF32_BIG, RQ_ENCODING_UTF32_LITTLE};
@@ -73,25 +70,9 @@ RQTranscoder* Session::createTranscoder(std::uint64_t source, std::uint64_t targ
   if (form < 0 || made_ == 2 * RQ_FORMS || callbackFails()) return nullptr;
   Transcoder& transcoder = transcoders_[made_++];
   transcoder.table.destroy = destroyTranscoder;
-  transcoder.table.convert = convert;
   transcoder.session = this;
-  transcoder.convert = (toSession ? conversions_.toSession : conversions_.fromSession)[form];
+  transcoder.table.convert = (toSession ? conversions_.toSession : conversions_.fromSession)[form];
   return &transcoder.table;
-}
-
-RQStatus Session::convert(RQTranscoder* table, const void* input, std::uint64_t inputBytes, void* output,
-                          std::uint64_t capacityBytes, std::uint64_t* producedBytes, std::uint64_t) {
-  const auto* const transcoder = reinterpret_cast<Transcoder*>(table);
-  Session* const session = transcoder->session;
-  Moved moved{.failure = Failure::unreadable};
-  if (!callbackFails()) {
-    moved = transcoder->convert(session->encoding_, {static_cast<const std::uint8_t*>(input), inputBytes},
-                                {static_cast<std::uint8_t*>(output), capacityBytes});
-  }
-  *producedBytes = moved.written;
-  if (moved.failure == Failure::none) return RQ_SUCCESS;
-  if (session->firstFailure.failure == Failure::none) session->firstFailure = moved;
-  return conversionFailed;
 }
 
 }  // namespace rq::engines

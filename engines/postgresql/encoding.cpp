@@ -48,8 +48,7 @@ struct Chunk {
 
 /// A chunk may end inside a character: the procedure stops before it, and the next chunk begins with it.
 template <class Form>
-Moved fromMultibyte(const void* session, Input in, Output out) {
-  const auto& multibyte = *static_cast<const Multibyte*>(session);
+Moved fromMultibyte(const Multibyte& multibyte, Input in, Output out) {
   Moved moved;
   while (moved.read < in.length) {
     const std::uint64_t left = in.length - moved.read;
@@ -101,8 +100,7 @@ Moved chunkToMultibyte(const Multibyte& multibyte, Input in, Output out) {
 
 /// Where a chunk does not fit, the rest goes character by character: as many as fit are wanted, and whole ones.
 template <class Form>
-Moved toMultibyte(const void* session, Input in, Output out) {
-  const auto& multibyte = *static_cast<const Multibyte*>(session);
+Moved toMultibyte(const Multibyte& multibyte, Input in, Output out) {
   Moved moved;
   bool single = false;
   while (moved.read < in.length && moved.failure == Failure::none) {
@@ -120,14 +118,10 @@ Moved toMultibyte(const void* session, Input in, Output out) {
   return moved;
 }
 
-using engines::Utf16;
-using engines::Utf32;
-using engines::Utf8;
-constexpr engines::Conversions multibyteConversions = {
-    {toMultibyte<Utf8>, toMultibyte<Utf16<std::endian::big>>, toMultibyte<Utf16<std::endian::little>>,
-     toMultibyte<Utf32<std::endian::big>>, toMultibyte<Utf32<std::endian::little>>},
-    {fromMultibyte<Utf8>, fromMultibyte<Utf16<std::endian::big>>, fromMultibyte<Utf16<std::endian::little>>,
-     fromMultibyte<Utf32<std::endian::big>>, fromMultibyte<Utf32<std::endian::little>>},
+template <class Form>
+struct ByProcedure {
+  static constexpr auto toSession = toMultibyte<Form>;
+  static constexpr auto fromSession = fromMultibyte<Form>;
 };
 
 /// The server's own conversion between two encodings. One that somebody made does not count: an index over the
@@ -171,12 +165,12 @@ std::uint64_t SingleByte::write(RQChar character, std::uint8_t* out) const {
 void DatabaseEncoding::prepare(MemoryContext context) {
   const int encoding = GetDatabaseEncoding();
   if (encoding == PG_UTF8) {
-    conversions_ = &engines::ConversionsOf<engines::Utf8>::table;
+    conversions_ = &engines::conversionsOf<engines::Utf8>;
     encoding_ = &utf8_;
     return;
   }
   if (encoding == PG_SQL_ASCII || encoding == PG_MULE_INTERNAL) {
-    conversions_ = &engines::ConversionsOf<Ascii>::table;
+    conversions_ = &engines::conversionsOf<Ascii>;
     encoding_ = &ascii_;
     return;
   }
@@ -184,12 +178,12 @@ void DatabaseEncoding::prepare(MemoryContext context) {
   lookUp(encoding, PG_UTF8, &multibyte_.toUtf8, context);
   lookUp(PG_UTF8, encoding, &multibyte_.fromUtf8, context);
   if (pg_encoding_max_length(encoding) > 1) {
-    conversions_ = &multibyteConversions;
+    conversions_ = &engines::ConversionsBy<Multibyte, ByProcedure>::table;
     encoding_ = &multibyte_;
     return;
   }
   fillTable();
-  conversions_ = &engines::ConversionsOf<SingleByte>::table;
+  conversions_ = &engines::conversionsOf<SingleByte>;
   encoding_ = &singleByte_;
 }
 

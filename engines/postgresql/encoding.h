@@ -5,8 +5,8 @@
 #ifndef RQUNI_ENGINES_POSTGRESQL_ENCODING_H
 #define RQUNI_ENGINES_POSTGRESQL_ENCODING_H
 
-#include "engines/conversion.h"
 #include "engines/postgresql/server.h"
+#include "engines/session.h"
 
 namespace rq::postgresql {
 

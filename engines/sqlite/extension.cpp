@@ -24,7 +24,7 @@ using engines::Notation;
 
 struct Connection {
   engines::Utf8 encoding;
-  engines::Session session{engines::ConversionsOf<engines::Utf8>::table, &encoding};
+  engines::Session session{engines::conversionsOf<engines::Utf8>, &encoding};
   RQInterface* object = nullptr;
   int users = 0;  // the functions that hold it
 };

@@ -3,12 +3,10 @@
 The extension comes from a stage folder, so nothing is installed. The server will not run as root: then it and all its
 tools run as the user postgres.
 """
-import contextlib
 import os
 import pathlib
 import pwd
 import shutil
-import signal
 import subprocess
 import tempfile
 
@@ -33,11 +31,25 @@ def run(command, **options):
     return result.stdout
 
 
+# Waits for the end of its input, which comes when the test closes it or ends, in whatever way. Then it ends what runs.
+GUARD = """
+cat > /dev/null
+for data in {stage}/*/data; do
+  [ ! -e "$data/postmaster.pid" ] || {stop} -D "$data"
+done
+rm -rf {stage}
+"""
+
+
 class Stage:
-    """A folder that all servers of a test share: the extension, the library and the servers' own folders."""
+    """A folder that all servers of a test share: the extension, the library and the servers' own folders. It goes, and
+    the servers end, when it is removed or when the test dies."""
 
     def __init__(self, module, library, extra=()):
         self.path = pathlib.Path(tempfile.mkdtemp(prefix="rquni-pg-"))
+        stop = " ".join(as_server([BIN / "pg_ctl", "stop", "-m", "immediate", "-s"]))
+        self.guard = subprocess.Popen(["sh", "-c", GUARD.format(stage=self.path, stop=stop)], stdin=subprocess.PIPE,
+                                      start_new_session=True, cwd="/")
         for folder in (SHARE, LIB):
             (self.path / folder).mkdir(parents=True)
         source = ROOT / "engines" / "postgresql"
@@ -50,7 +62,8 @@ class Stage:
             os.chown(self.path, owner.pw_uid, owner.pw_gid)
 
     def remove(self):
-        shutil.rmtree(self.path, ignore_errors=True)
+        self.guard.stdin.close()
+        self.guard.wait()
 
 
 class Server:
@@ -77,8 +90,7 @@ class Server:
         return self
 
     def __exit__(self, *_):
-        with contextlib.suppress(AssertionError):
-            run([BIN / "pg_ctl", "stop", "-m", "immediate", "-s", "-D", self.data], cwd="/")
+        run([BIN / "pg_ctl", "stop", "-m", "immediate", "-s", "-D", self.data], cwd="/")
 
     def address(self, database="postgres"):
         return ["-h", str(self.folder), "-p", str(self.port), "-U", USER, "-d", database]
@@ -100,8 +112,3 @@ class Server:
         self.psql(f"CREATE DATABASE {name} TEMPLATE template0 ENCODING '{encoding}' LC_COLLATE 'C' LC_CTYPE 'C';")
         self.psql("CREATE EXTENSION rquni;", name)
         return name
-
-
-def end_on_signals():
-    """Lets an ended test run its cleanups, so that no server stays behind."""
-    signal.signal(signal.SIGTERM, lambda *_: exit(1))

@@ -2,7 +2,7 @@
 import os
 import unittest
 
-from server import Server, Stage, end_on_signals
+from server import Server, Stage
 
 MODULE, TEST_MODULE, LIBRARY = (os.environ[name] for name in ("RQ_POSTGRESQL_MODULE", "RQ_POSTGRESQL_TEST_MODULE", "RQ_LIBRARY"))
 HERE = os.path.dirname(os.path.abspath(__file__))
@@ -15,7 +15,6 @@ class ServerTest(unittest.TestCase):
 
     @classmethod
     def setUpClass(cls):
-        end_on_signals()
         cls.stage = Stage(cls.module, LIBRARY, extra=[os.path.join(HERE, "rquni--1.0--1.1.sql")])
         cls.addClassCleanup(cls.stage.remove)
         cls.server = cls.enterClassContext(Server(cls.stage))
