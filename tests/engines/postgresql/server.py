@@ -45,14 +45,13 @@ class Stage:
     """A folder that all servers of a test share: the extension, the library and the servers' own folders. It goes, and
     the servers end, when it is removed or when the test dies."""
 
-    def __init__(self, module, library, extra=()):
+    def __init__(self, module, library, extra=(), source=ROOT / "engines" / "postgresql"):
         self.path = pathlib.Path(tempfile.mkdtemp(prefix="rquni-pg-"))
         stop = " ".join(as_server([BIN / "pg_ctl", "stop", "-m", "immediate", "-s"]))
         self.guard = subprocess.Popen(["sh", "-c", GUARD.format(stage=self.path, stop=stop)], stdin=subprocess.PIPE,
                                       start_new_session=True, cwd="/")
         for folder in (SHARE, LIB):
             (self.path / folder).mkdir(parents=True)
-        source = ROOT / "engines" / "postgresql"
         for file in [source / "rquni.control", *source.glob("rquni--*.sql"), *map(pathlib.Path, extra)]:
             shutil.copy(file, self.path / SHARE)
         shutil.copy(module, self.path / LIB / "rquni.so")
@@ -95,11 +94,11 @@ class Server:
     def address(self, database="postgres"):
         return ["-h", str(self.folder), "-p", str(self.port), "-U", USER, "-d", database]
 
-    def psql(self, script, database="postgres", stop=True, encoding="UTF8", timeout=120):
+    def psql(self, script, database="postgres", stop=True, verbosity="sqlstate", timeout=120):
         """What a script prints, rows one a line and columns separated by vertical bars. Errors fail the test; without
-        `stop` they are part of what is printed, as "ERROR:  22023"."""
-        environment = {**os.environ, "PGCLIENTENCODING": encoding}
-        options = ["-v", f"ON_ERROR_STOP={int(stop)}", *([] if stop else ["-v", "VERBOSITY=sqlstate"])]
+        `stop` they are part of what is printed, such as "ERROR:  22023"."""
+        environment = {**os.environ, "PGCLIENTENCODING": "UTF8"}
+        options = ["-v", f"ON_ERROR_STOP={int(stop)}", "-v", f"VERBOSITY={'default' if stop else verbosity}"]
         result = subprocess.run([BIN / "psql", "-X", "-q", "-A", "-t", *options, *self.address(database)], check=False,
                                 input=script.encode(), stdout=subprocess.PIPE, timeout=timeout, env=environment,
                                 stderr=subprocess.STDOUT)

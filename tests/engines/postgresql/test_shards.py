@@ -60,6 +60,10 @@ class Shards(ServerTest):
         sums = [sum(11 + len(str(i)) for i in range(first, 10001, 2)) for first in (2, 1)]
         self.assertEqual(self.server.psql("SET enable_partitionwise_aggregate = on; " + query), "0|{}\n1|{}\n".format(*sums))
 
+    def test_a_sum_over_all_shards_is_not(self):
+        for statement in self.remote("SELECT sum(rq_length(rq_decode(body, 'ncr'))) FROM page;"):
+            self.assertRegex(statement, "SELECT body FROM public.page$")
+
 
 if __name__ == "__main__":
     unittest.main()

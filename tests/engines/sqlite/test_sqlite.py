@@ -4,6 +4,7 @@ import random
 import subprocess
 import unittest
 
+from pages import blocks, expected, statements
 from tool import CODE_POINTS, references, rqtext
 
 MODULE = os.environ["RQ_SQLITE_MODULE"]
@@ -118,6 +119,12 @@ class Extension(unittest.TestCase):
         output, errors = shell("PRAGMA encoding = 'UTF-16';\nCREATE TABLE t (a TEXT);\nINSERT INTO t VALUES ('&#233;&#128512;');\n"
                                "SELECT rq_decode(a, 'ncr'), rq_length(rq_decode(a, 'ncr')) FROM t;")
         self.assertEqual((output, errors), ("é😀|2\n", ""))
+
+    def test_the_page_prints_what_it_shows(self):
+        script, output = "", ""
+        for block in blocks("sqlite.md"):
+            script, output = script + statements(block), output + expected(block)
+        self.assertEqual(shell(script), (output, ""))
 
     @unittest.skipUnless(os.environ["RQTEXT"], "the tool is not built")
     def test_every_code_point_decodes_as_with_the_tool(self):
