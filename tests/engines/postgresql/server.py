@@ -94,10 +94,10 @@ class Server:
     def address(self, database="postgres"):
         return ["-h", str(self.folder), "-p", str(self.port), "-U", USER, "-d", database]
 
-    def psql(self, script, database="postgres", stop=True, verbosity="sqlstate", timeout=120):
+    def psql(self, script, database="postgres", stop=True, verbosity="sqlstate", client="UTF8", timeout=120):
         """What a script prints, rows one a line and columns separated by vertical bars. Errors fail the test; without
         `stop` they are part of what is printed, such as "ERROR:  22023"."""
-        environment = {**os.environ, "PGCLIENTENCODING": "UTF8"}
+        environment = {**os.environ, "PGCLIENTENCODING": client}
         options = ["-v", f"ON_ERROR_STOP={int(stop)}", "-v", f"VERBOSITY={'default' if stop else verbosity}"]
         result = subprocess.run([BIN / "psql", "-X", "-q", "-A", "-t", *options, *self.address(database)], check=False,
                                 input=script.encode(), stdout=subprocess.PIPE, timeout=timeout, env=environment,
@@ -109,5 +109,5 @@ class Server:
     def database(self, name, encoding="UTF8"):
         """Makes a database with the extension and returns its name."""
         self.psql(f"CREATE DATABASE {name} TEMPLATE template0 ENCODING '{encoding}' LC_COLLATE 'C' LC_CTYPE 'C';")
-        self.psql("CREATE EXTENSION rquni;", name)
+        self.psql("CREATE EXTENSION rquni;", name, client=encoding)
         return name
