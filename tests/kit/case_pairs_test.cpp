@@ -4,8 +4,8 @@
 
 #include <vector>
 
-#include "tests/kit/library.h"
 #include "tests/model/class_pairs.h"
+#include "tests/model/kit.h"
 
 namespace rq::test {
 namespace {

@@ -5,8 +5,8 @@
 #include <cstring>
 #include <vector>
 
-#include "tests/kit/library.h"
 #include "tests/kit/mappings.h"
+#include "tests/model/kit.h"
 
 namespace rq::test {
 namespace {

@@ -1,4 +1,4 @@
-/* The library under test, loaded as a stranger would: dlopen by path, symbols by name. */
+/* The library under test, loaded as a host loads it: dlopen by path, symbols by name. */
 #ifndef RQUNI_TESTS_MODEL_LIBRARY_H
 #define RQUNI_TESTS_MODEL_LIBRARY_H
 
@@ -8,7 +8,7 @@ namespace rq::test {
 
 class Library {
  public:
-  /// Loaded once for the process; ends the process with a message when that fails.
+  /// Loads it once; ends the process with a message when that fails.
   static const Library& get();
 
   /// The symbol's address, or null.
