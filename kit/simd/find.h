@@ -126,6 +126,7 @@ struct EqualTo {
   RQ_INLINE auto at(std::uint64_t i) const { return V::equal(V::load(p + i), needle); }
   RQ_INLINE auto partial(std::uint64_t n) const { return V::equal(V::loadPartial(p, n), needle); }
   RQ_INLINE bool anyOfFour(std::uint64_t i) const {
+    if constexpr (V::masksAreVectors) return anyOfFourMatches<EqualTo, V>(*this, i);
     const auto difference = [this, i](std::uint64_t k) { return V::load(p + i + k * V::lanes) ^ needle; };
     return V::anyZero(difference(0), difference(1), difference(2), difference(3));
   }
