@@ -182,6 +182,44 @@ TEST(asciiPrefix, inEveryShape) {
   checkAsciiPrefix<RQChar>();
 }
 
+/// Searches of more bytes than the widest vectors are used for, with the only hit at `hit`; at n there is none.
+template <class U>
+void checkLongSearches(std::uint64_t n, std::uint64_t hit) {
+  std::vector<U> text(n + 1, U{'a'}), other(n + 1, U{'a'});
+  if (hit < n) text[hit] = U{';'};
+  text[n] = 0;  // ends the string
+  const std::int64_t expected = hit < n ? static_cast<std::int64_t>(hit) : -1;
+  EXPECT_EQ(kit::findFirst(text.data(), n, ';'), expected);
+  EXPECT_EQ(kit::findNot(text.data(), n, 'a'), expected);
+  EXPECT_EQ(kit::mismatch(text.data(), other.data(), n), expected);
+  EXPECT_EQ(kit::compare(text.data(), other.data(), n), hit < n ? -1 : 0);
+  EXPECT_EQ(kit::allEqual('a', text.data(), n), hit >= n);
+  EXPECT_EQ(kit::length(text.data()), n);
+  if (hit < n) text[hit] = 0;
+  EXPECT_EQ(kit::length(text.data()), hit);
+}
+TEST(LongSearches, findEveryPlace) {
+  for (const std::uint64_t bytes :
+       {std::uint64_t{4} << 20, (std::uint64_t{4} << 20) + 4, (std::uint64_t{5} << 20) + 300})
+    for (const std::uint64_t distance : {0U, 1U, 2U, 63U, 64U, 65U, 300U}) {
+      checkLongSearches<Byte>(bytes, distance);
+      checkLongSearches<Byte>(bytes, bytes - distance);
+      checkLongSearches<RQChar>(bytes / 4, distance);
+      checkLongSearches<RQChar>(bytes / 4, bytes / 4 - distance);
+    }
+}
+TEST(LongSearches, findEveryNaN) {
+  constexpr std::uint64_t n = (std::uint64_t{5} << 17) + 3, nan = 0x7FF0000000000001, infinity = 0x7FF0000000000000;
+  std::vector<std::uint64_t> array(n, infinity);
+  EXPECT_EQ(kit::anyNaN(array.data(), n), 0);
+  for (const std::uint64_t place : {std::uint64_t{0}, n / 2, n - 1}) {
+    array[place] = nan;
+    EXPECT_EQ(kit::anyNaN(array.data(), n), 1);
+    EXPECT_EQ(kit::anyNaN(array.data(), place), 0);
+    array[place] = infinity;
+  }
+}
+
 TEST(trimBlanks, inEveryShape) {
   checkSearch<RQChar>(
       [](RQChar* p, std::size_t n, Random& random) {
