@@ -1,10 +1,12 @@
 #include "cli/command_line.h"
 
 #include <CLI/CLI.hpp>
-#include <map>
+#include <algorithm>
+#include <span>
 #include <sstream>
 #include <string_view>
-#include <tuple>
+
+#include "cli/commands.h"
 
 namespace rq::cli {
 namespace {
@@ -18,124 +20,155 @@ constexpr const char* footer =
     "library.\n"
     "The output is complete only with exit code 0.";
 
-/// The types that arguments are listed with; shells complete what they name.
+/// The types that help lists; shells complete what they name.
 constexpr const char *fileType = "FILE", *encodingType = "ENCODING";
 
-const std::vector<std::string> forms = {"utf8", "utf16be", "utf16le", "utf32be", "utf32le"};
+template <class T>
+struct Named {
+  const char* name;
+  T value;
+};
 
-void addOutput(CLI::App& command, Options& options) {
-  command.add_option("-o,--output", options.output, "Write to this file instead of standard output")
-      ->type_name(fileType);
+constexpr Named<RQForm> formNames[] = {{"utf8", RQ_FORM_UTF8},
+                                       {"utf16be", RQ_FORM_UTF16_BIG},
+                                       {"utf16le", RQ_FORM_UTF16_LITTLE},
+                                       {"utf32be", RQ_FORM_UTF32_BIG},
+                                       {"utf32le", RQ_FORM_UTF32_LITTLE}};
+constexpr Named<Notation> notationNames[] = {{"ncr", Notation::ncr},
+                                             {"uesc", Notation::uesc},
+                                             {"uparen", Notation::uparen},
+                                             {"uparen-ascii", Notation::uparenAscii}};
+/// There is no encoder for uparen-ascii.
+constexpr std::span encodedNotationNames = std::span(notationNames).first<3>();
+constexpr Named<Flavour> flavourNames[] = {{"plain", Flavour::plain}, {"s", Flavour::served}, {"t", Flavour::wide}};
+constexpr Named<Shell> shellNames[] = {{"bash", Shell::bash}, {"zsh", Shell::zsh}, {"fish", Shell::fish}};
+
+template <class Names>
+std::vector<std::string> namesOf(const Names& all) {
+  std::vector<std::string> names;
+  for (const auto& each : all) names.emplace_back(each.name);
+  return names;
 }
 
-void addLibrary(CLI::App& command, Options& options) {
-  command
-      .add_option("--library", options.library, "The library to load (default: beside the tool, then the loader's)")
-      ->type_name(fileType);
+/// The value of a name; the parser has let no other names pass.
+template <class Names>
+auto valueOf(const Names& all, std::string_view name) {
+  const auto found = std::ranges::find_if(all, [name](const auto& each) { return each.name == name; });
+  return (found != std::end(all) ? found : std::begin(all))->value;
 }
 
-void addCommon(CLI::App& command, Options& options) {
-  static const std::map<std::string, Flavour> flavours = {
-      {"plain", Flavour::plain}, {"s", Flavour::served}, {"t", Flavour::wide}};
-  command.add_option("-s,--session", options.session, "Session encoding (default UTF-8; UTF-32LE for flavour t)")
+/// The words as they stand on the command line; those with a fixed set of values become a Job's by jobOf().
+struct Arguments {
+  Job job;
+  std::string subject, flavour = "plain";
+};
+
+Job jobOf(Arguments arguments) {
+  Job& job = arguments.job;
+  switch (job.command->subject) {
+    case Subject::form:
+      job.form = valueOf(formNames, arguments.subject);
+      break;
+    case Subject::decodedNotation:
+    case Subject::encodedNotation:
+      job.notation = valueOf(notationNames, arguments.subject);
+      break;
+    case Subject::shell:
+      job.shell = valueOf(shellNames, arguments.subject);
+      break;
+    case Subject::host:
+      job.host = arguments.subject;
+      break;
+    case Subject::none:
+      break;
+  }
+  job.flavour = valueOf(flavourNames, arguments.flavour);
+  if (job.command->has(takes::texts) && job.files.empty()) job.files.emplace_back("-");
+  return job;
+}
+
+void addChoice(CLI::App& app, const char* name, std::string& value, const std::vector<std::string>& choices) {
+  app.add_option(name, value)->required()->check(CLI::IsMember(choices));
+}
+
+void addSubject(CLI::App& app, Subject subject, std::string& value) {
+  switch (subject) {
+    case Subject::form:
+      return addChoice(app, "form", value, namesOf(formNames));
+    case Subject::decodedNotation:
+      return addChoice(app, "notation", value, namesOf(notationNames));
+    case Subject::encodedNotation:
+      return addChoice(app, "notation", value, namesOf(encodedNotationNames));
+    case Subject::shell:
+      return addChoice(app, "shell", value, namesOf(shellNames));
+    case Subject::host:
+      app.add_option("host", value, "A shared object with the entry point rquni_host")
+          ->required()
+          ->type_name(fileType);
+      return;
+    case Subject::none:
+      return;
+  }
+}
+
+void addSession(CLI::App& app, Arguments& arguments) {
+  app.add_option("-s,--session", arguments.job.session, "Session encoding (default UTF-8; UTF-32LE for flavour t)")
       ->type_name(encodingType);
-  command
-      .add_option("--flavour", options.flavour,
-                  "plain; s: hexadecimal digits by the host's service; t: 4-byte characters")
-      ->transform(CLI::Transformer(flavours).description("{plain,s,t}"))
-      ->type_name("TEXT");
-  addLibrary(command, options);
-  addOutput(command, options);
-  command.footer(footer);
+  app.add_option("--flavour", arguments.flavour,
+                 "plain; s: hexadecimal digits by the host's service; t: 4-byte characters")
+      ->check(CLI::IsMember(namesOf(flavourNames)));
 }
 
-void addTexts(CLI::App& command, Options& options) {
-  addCommon(command, options);
-  command.add_option("file", options.files, "Files, - for standard input, which is also the default")
-      ->type_name(fileType);
-  command.add_flag("--lines", options.lines, "Take each line for a text of its own, in bounded memory");
-  command.add_flag_callback(
-      "--progress", [&options] { options.progress = true; }, "Show progress");
-  command.add_flag_callback(
-      "--no-progress", [&options] { options.progress = false; },
-      "Show none (default: after a second, on a terminal)");
+void addTexts(CLI::App& app, Job& job) {
+  app.add_option("file", job.files, "Files, - for standard input, which is also the default")->type_name(fileType);
+  app.add_flag("--lines", job.lines, "Take each line for a text of its own, in bounded memory");
+  app.add_flag_callback(
+      "--progress", [&job] { job.progress = true; }, "Show progress");
+  app.add_flag_callback(
+      "--no-progress", [&job] { job.progress = false; }, "Show none (default: after a second, on a terminal)");
 }
 
-/// Texts of which something else is made, which can take their place.
-CLI::Option* addRewritten(CLI::App& command, Options& options) {
-  addTexts(command, options);
-  return command.add_flag("-i,--in-place", options.inPlace, "Write each result into its own file")
-      ->excludes("--output");
+void addOptions(CLI::App& app, const Command& command, Arguments& arguments) {
+  Job& job = arguments.job;
+  if (command.has(takes::session)) addSession(app, arguments);
+  if (command.has(takes::threads))
+    app.add_flag("--threads", job.threads, "Check as well that several threads may use one object");
+  if (command.has(takes::library)) {
+    app.add_option("--library", job.library, "The library to load (default: beside the tool, then the loader's)")
+        ->type_name(fileType);
+  }
+  app.add_option("-o,--output", job.output, "Write to this file instead of standard output")->type_name(fileType);
+  if (command.has(takes::texts)) addTexts(app, job);
+  CLI::Option* inPlace = nullptr;
+  if (command.has(takes::inPlace)) {
+    inPlace = app.add_flag("-i,--in-place", job.inPlace, "Write each result into its own file")->excludes("--output");
+  }
+  if (command.has(takes::pad)) {
+    app.add_option("--pad", job.padBytes, "Make each text a field of so many bytes, filled up with blanks")
+        ->type_name("BYTES")
+        ->check(CLI::Range(std::int64_t{0}, longestField));
+  }
+  CLI::Option* json = nullptr;
+  if (command.jsonHelp != nullptr) json = app.add_flag("--json", job.json, command.jsonHelp);
+  if (command.has(takes::explain)) {
+    json->needs(app.add_flag("--explain", job.explain, "List the notations and what becomes of them instead")
+                    ->excludes(inPlace));
+  }
 }
 
-CLI::App* addCommand(CLI::App& app, Options& options, Command command, const char* name, const char* help) {
-  CLI::App* sub = app.add_subcommand(name, help);
-  sub->callback([&options, command] { options.command = command; });
-  return sub;
-}
-
-void addSubject(CLI::App& command, Options& options, const char* name, const std::vector<std::string>& values) {
-  command.add_option(name, options.subject)->required()->check(CLI::IsMember(values));
-}
-
-/// Describes them to `app`, which fills `options` when it parses.
-void describe(CLI::App& app, Options& options) {
+/// Describes the commands to `app`, which fills `arguments` when it parses.
+void describe(CLI::App& app, Arguments& arguments) {
   app.require_subcommand(1);
   app.footer(footer);
   app.set_version_flag("--version", "rqtext " RQ_VERSION);
-
-  CLI::App* from = addCommand(app, options, Command::from, "from", "Turn Unicode text into session text");
-  addSubject(*from, options, "form", forms);
-  addRewritten(*from, options);
-
-  CLI::App* to = addCommand(app, options, Command::to, "to", "Turn session text into Unicode text");
-  addSubject(*to, options, "form", forms);
-  addRewritten(*to, options);
-  to->add_option("--pad", options.pad, "Make each text a field of so many bytes, filled up with blanks")
-      ->type_name("BYTES")
-      ->check(CLI::Range(std::int64_t{0}, longestField));
-
-  CLI::App* decode = addCommand(app, options, Command::decode, "decode", "Replace a notation by its characters");
-  addSubject(*decode, options, "notation", {"ncr", "uesc", "uparen", "uparen-ascii"});
-  CLI::Option* inPlace = addRewritten(*decode, options);
-  CLI::Option* explain =
-      decode->add_flag("--explain", options.explain, "List the notations and what becomes of them instead")
-          ->excludes(inPlace);
-  decode->add_flag("--json", options.json, "With --explain: a JSON object per notation")->needs(explain);
-
-  CLI::App* encode = addCommand(app, options, Command::encode, "encode", "Replace characters by a notation");
-  addSubject(*encode, options, "notation", {"ncr", "uesc", "uparen"});
-  addRewritten(*encode, options);
-
-  for (const auto& [command, name, help] :
-       {std::tuple(Command::length, "length", "Count characters, without blanks at the end"),
-        std::tuple(Command::width, "width", "Count columns, without blanks at the end")}) {
-    CLI::App* measure = addCommand(app, options, command, name, help);
-    addTexts(*measure, options);
-    measure->add_flag("--json", options.json, "A JSON object per file or line");
+  for (const Command& command : commands()) {
+    CLI::App* sub = app.add_subcommand(command.name, command.help);
+    sub->callback([&arguments, &command] { arguments.job.command = &command; });
+    sub->footer(footer);
+    if (!command.listed) sub->group("");
+    addSubject(*sub, command.subject, arguments.subject);
+    addOptions(*sub, command, arguments);
   }
-
-  CLI::App* info = addCommand(app, options, Command::info, "info", "Show the library's versions and build");
-  addCommon(*info, options);
-  info->add_flag("--json", options.json, "As a JSON object");
-  CLI::App* list = addCommand(app, options, Command::encodings, "encodings", "List the session encodings");
-  addOutput(*list, options);
-  list->add_flag("--json", options.json, "A JSON object per encoding");
-  list->footer(footer);
-  CLI::App* check = addCommand(app, options, Command::checkHost, "check-host",
-                               "Say which rules of rquni/host_tables.h a host breaks");
-  check->add_option("host", options.host, "A shared object with the entry point rquni_host")
-      ->required()
-      ->type_name(fileType);
-  check->add_flag("--threads", options.threads, "Check as well that several threads may use one object");
-  check->add_flag("--json", options.json, "A JSON object per rule");
-  addLibrary(*check, options);
-  addOutput(*check, options);
-  check->footer(footer);
-  CLI::App* completion = addCommand(app, options, Command::completion, "completion", "Print a shell's completions");
-  completion->group("");  // for those who install: not in the list
-  addSubject(*completion, options, "shell", {"bash", "zsh", "fish"});
-  addOutput(*completion, options);
 }
 
 /// A type is listed as a name, and where there are choices as "TEXT:{one,other}".
@@ -182,24 +215,25 @@ CommandModel modelOf(const CLI::App& app) {
 
 }  // namespace
 
-std::variant<Options, Answer> parse(int argc, char** argv) {
-  Options options;
+std::variant<Job, Answer, host::Error> parse(int argc, char** argv) {
+  Arguments arguments;
   CLI::App app(title, "rqtext");
-  describe(app, options);
+  describe(app, arguments);
   try {
     app.parse(argc, argv);
-    return options;
+    return jobOf(std::move(arguments));
   } catch (const CLI::ParseError& error) {
     std::ostringstream help, problem;
-    if (app.exit(error, help, problem) != 0) return Answer{true, problem.str()};
-    std::string text = help.str();
-    if (!text.ends_with('\n')) text += '\n';
-    return Answer{false, text};
+    const bool wrong = app.exit(error, help, problem) != 0;
+    std::string text = (wrong ? problem : help).str();
+    if (text.ends_with('\n')) text.pop_back();
+    if (wrong) return Error{Error::Kind::usage, text};
+    return Answer{text + '\n'};
   }
 }
 
 CommandModel commandModel() {
-  Options unused;
+  Arguments unused;
   CLI::App app(title, "rqtext");
   describe(app, unused);
   return modelOf(app);

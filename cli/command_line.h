@@ -1,4 +1,4 @@
-// The commands and options of rqtext: what --help lists, the shells complete and a user asks for.
+// The words of a command line: what --help lists, the shells complete and a user asks for.
 #ifndef RQUNI_CLI_COMMAND_LINE_H
 #define RQUNI_CLI_COMMAND_LINE_H
 
@@ -6,19 +6,18 @@
 #include <variant>
 
 #include "cli/command_model.h"
-#include "cli/options.h"
+#include "cli/job.h"
+#include "host/result.h"
 
 namespace rq::cli {
 
-/// What there is to say instead of a command to carry out: the help or the version that was asked for, or what is
-/// wrong.
+/// The help or the version, where the user asks for it.
 struct Answer {
-  bool isComplaint;
   std::string text;
 };
 
-/// What the words ask for.
-std::variant<Options, Answer> parse(int argc, char** argv);
+/// What the words ask for, or what is wrong with them.
+std::variant<Job, Answer, host::Error> parse(int argc, char** argv);
 
 /// What the help lists; hidden commands are left out.
 CommandModel commandModel();

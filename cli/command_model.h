@@ -1,4 +1,4 @@
-// A command line as help lists it, without the parser's own detail.
+// A command line as help lists it, without the details of the parser.
 #ifndef RQUNI_CLI_COMMAND_MODEL_H
 #define RQUNI_CLI_COMMAND_MODEL_H
 
@@ -7,7 +7,7 @@
 
 namespace rq::cli {
 
-/// What can stand in the place of a value.
+/// What a value can be.
 struct Values {
   enum class Kind { none, choices, files, encodings, free };
   Kind kind = Kind::none;

@@ -314,8 +314,16 @@ std::string fishScript(const CommandModel& app) {
 
 }  // namespace
 
-std::string completionScript(const CommandModel& app, const std::string& shell) {
-  return shell == "bash" ? bashScript(app) : shell == "zsh" ? zshScript(app) : fishScript(app);
+std::string completionScript(const CommandModel& app, Shell shell) {
+  switch (shell) {
+    case Shell::bash:
+      return bashScript(app);
+    case Shell::zsh:
+      return zshScript(app);
+    case Shell::fish:
+      break;
+  }
+  return fishScript(app);
 }
 
 }  // namespace rq::cli

@@ -5,11 +5,12 @@
 #include <string>
 
 #include "cli/command_model.h"
+#include "cli/job.h"
 
 namespace rq::cli {
 
-/// The script that lets a shell complete all that `app` lists. `shell` is bash, zsh or fish.
-std::string completionScript(const CommandModel& app, const std::string& shell);
+/// The script that lets a shell complete all that `app` lists.
+std::string completionScript(const CommandModel& app, Shell shell);
 
 }  // namespace rq::cli
 

@@ -6,6 +6,9 @@
 #include <vector>
 
 #include "cli/json_line.h"
+#include "cli/notations.h"
+#include "cli/texts.h"
+#include "cli/workbench.h"
 
 namespace rq::cli {
 namespace {
@@ -42,49 +45,80 @@ std::string nameOf(const std::optional<RQChar>& character) {
   return name.data();
 }
 
-}  // namespace
-
-std::string explanationHead(bool withFile) {
+std::string head(bool withFile) {
   return std::string(withFile ? "file\t" : "") + "offset\tline\tcolumn\tsource\tcharacter\tfate\twhy\n";
 }
 
-Done explain(const Workbench& bench, Notation notation, const Text& text, const std::string& file, bool json,
-             Output& output) {
+/// A notation as a row shows it.
+struct Row {
+  const std::string& file;  // empty for none
+  const host::Position& position;
+  std::uint64_t bytes;
+  std::string source;
+  const Finding& found;
+
+  const char* fate() const { return found.decoded ? "decoded" : "kept"; }
+};
+
+std::string jsonOf(const Row& row) {
+  JsonMember character = {"character", {}};
+  if (row.found.character) character.value = nameOf(row.found.character);
+  std::vector<JsonMember> members = {{"offset", row.position.offset},
+                                     {"line", row.position.line},
+                                     {"column", row.position.column},
+                                     {"bytes", row.bytes},
+                                     {"source", row.source},
+                                     character,
+                                     {"fate", row.fate()},
+                                     {"why", std::string(row.found.why)}};
+  if (!row.file.empty()) members.insert(members.begin(), {"file", row.file});
+  return jsonLine(members);
+}
+
+std::string tableRow(const Row& row) {
+  return (row.file.empty() ? "" : row.file + "\t") + std::to_string(row.position.offset) + "\t" +
+         std::to_string(row.position.line) + "\t" + std::to_string(row.position.column) + "\t" + row.source + "\t" +
+         nameOf(row.found.character) + "\t" + row.fate() + "\t" + std::string(row.found.why) + "\n";
+}
+
+Done explainText(const Workbench& bench, const Job& job, const Text& text, Output& output) {
   host::PositionTracker tracker(bench.codec(), text.bytes, text.start);
+  const std::string file = fileColumn(job, text);
   const std::size_t unit = bench.wide() ? sizeof(RQChar) : 1;
   Done result = host::done();
   const auto take = [&](const Finding& found) {
     if (!result) return;
-    const host::Position& at = tracker.advanceTo(found.offset * unit);
-    const std::string source = shown(bench.codec(), text.bytes.subspan(found.offset * unit, found.length * unit));
-    const char* fate = found.decoded ? "decoded" : "kept";
-    std::string row;
-    if (json) {
-      JsonMember character = {"character", {}};
-      if (found.character) character.value = nameOf(found.character);
-      std::vector<JsonMember> members = {
-          {"offset", at.offset}, {"line", at.line}, {"column", at.column}, {"bytes", found.length * unit},
-          {"source", source},    character,         {"fate", fate},        {"why", std::string(found.why)}};
-      if (!file.empty()) members.insert(members.begin(), {"file", file});
-      row = jsonLine(members);
-    } else {
-      row = (file.empty() ? "" : file + "\t") + std::to_string(at.offset) + "\t" + std::to_string(at.line) + "\t" +
-            std::to_string(at.column) + "\t" + source + "\t" + nameOf(found.character) + "\t" + fate + "\t" +
-            std::string(found.why) + "\n";
-    }
-    result = output.write(row);
+    const Bytes source = text.bytes.subspan(found.offset * unit, found.length * unit);
+    const Row row{file, tracker.advanceTo(found.offset * unit), source.size(), shown(bench.codec(), source), found};
+    result = output.write(job.json ? jsonOf(row) : tableRow(row));
   };
   const auto carries = [&bench](RQChar character) { return bench.carries(character); };
   const std::size_t units = text.bytes.size() / unit;
   if (bench.wide()) {
     std::vector<RQChar> characters(units);
     if (units > 0) std::memcpy(characters.data(), text.bytes.data(), units * unit);
-    findNotations<RQChar>(notation, characters, carries, take);
+    findNotations<RQChar>(job.notation, characters, carries, take);
   } else {
-    findNotations<unsigned char>(notation, {reinterpret_cast<const unsigned char*>(text.bytes.data()), units},
+    findNotations<unsigned char>(job.notation, {reinterpret_cast<const unsigned char*>(text.bytes.data()), units},
                                  carries, take);
   }
   return result;
+}
+
+}  // namespace
+
+Done explain(const Job& job, Progress& progress, Output& output) {
+  const Result<std::unique_ptr<Workbench>> opened = Workbench::openForNotations(job);
+  if (!opened) return opened.error();
+  Workbench& bench = **opened;
+  // A library without the decoder has nothing that could be explained.
+  if (const Result<Bytes> probe = bench.decode(job.notation, {}); !probe) return probe.error();
+  if (!job.json) {
+    if (Done written = output.write(head(job.files.size() > 1)); !written) return written;
+  }
+  Result<TextRun> run = TextRun::in(bench.encoding(), job.lines, progress);
+  if (!run) return run.error();
+  return run->each(job.files, [&](const Text& text, bool) { return explainText(bench, job, text, output); });
 }
 
 }  // namespace rq::cli

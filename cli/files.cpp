@@ -119,7 +119,7 @@ Result<std::optional<LineReader::Line>> LineReader::next() {
 }
 
 Error Output::failure(int number) const {
-  // A reader that has seen enough is no news to the user; the exit code tells that the output is not complete.
+  // No message for a reader that leaves early: the user knows. The exit code says that the output is not complete.
   if (number == EPIPE) return {Error::Kind::system, ""};
   return {Error::Kind::system, "cannot write " + file_.value_or("standard output") + ": " + std::strerror(number)};
 }

@@ -1,4 +1,4 @@
-// Bytes in and out: files, standard input and output, all errors noticed.
+// Bytes in and out: files, standard input and output. Every error of the system is reported.
 #ifndef RQUNI_CLI_FILES_H
 #define RQUNI_CLI_FILES_H
 
@@ -60,13 +60,13 @@ class Input {
   Progress* progress_;
 };
 
-/// Cuts a file into lines in bounded memory. A line is what stands before a line end, and the rest after the last
-/// one if there is any.
+/// Cuts a file into lines in bounded memory. A line is the text before a line end. Text after the last line end is a
+/// line as well.
 class LineReader {
  public:
   static constexpr std::size_t longestLine = std::size_t{64} << 20;
 
-  /// `lineEnd` is the line feed in the file's encoding; it counts at multiples of its length only.
+  /// `lineEnd` is the line feed in the file's encoding. It ends a line only at a multiple of its length.
   LineReader(Input& input, std::string lineEnd) : input_(input), lineEnd_(std::move(lineEnd)) {}
 
   struct Line {
@@ -88,7 +88,7 @@ class LineReader {
   bool exhausted_ = false;
 };
 
-/// Where results go: a file, or standard output. Opened at the first write, so that a run that fails early leaves an
+/// A file or standard output to write results to. It is opened at the first write: a run that fails before leaves an
 /// existing file alone.
 class Output {
  public:
@@ -98,11 +98,11 @@ class Output {
       : file_(std::move(name)), progress_(progress), descriptor_(std::move(descriptor)) {}
   Done write(Bytes bytes);
   Done write(std::string_view text) { return write(std::as_bytes(std::span(text))); }
-  /// False while nothing was given to write.
+  /// True once something was given to write.
   bool begun() const { return descriptor_ || !kept_.empty(); }
-  /// Writes what is still kept back; returns the open file, which stays the output's.
+  /// Writes what is kept back and returns the open file, which the output still owns.
   Result<int> flush();
-  /// The same, and closes; only then the output is complete.
+  /// Does the same and closes the file. Only then is the output complete.
   Done finish();
 
  private:
@@ -116,11 +116,11 @@ class Output {
   std::vector<std::byte> kept_;
 };
 
-/// What two names of the same file have in common.
+/// Equal for two names of one file.
 using FileIdentity = std::pair<std::uint64_t, std::uint64_t>;
-/// Nothing when there is no file of that name; "-" is standard input.
+/// Nothing if there is no such file; "-" is standard input.
 std::optional<FileIdentity> identityOf(const std::string& file);
-/// Nothing unless it is a regular file that holds something already.
+/// Nothing unless standard output is a regular file that is not empty.
 std::optional<FileIdentity> identityOfStandardOutput();
 
 }  // namespace rq::cli

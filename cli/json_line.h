@@ -15,7 +15,7 @@ struct JsonMember {
   std::variant<std::monostate, std::int64_t, std::uint64_t, std::string, std::vector<std::string>> value;
 };
 
-/// The object on a line of its own, its members in the order given. Bytes that are no UTF-8 become U+FFFD.
+/// The object as one line, its members in the order given. Bytes that are not UTF-8 become U+FFFD.
 std::string jsonLine(const std::vector<JsonMember>& members);
 
 }  // namespace rq::cli

@@ -10,7 +10,6 @@
 
 #include "cli/command_line.h"
 #include "cli/commands.h"
-#include "cli/completion.h"
 
 namespace rq::cli {
 namespace {
@@ -20,7 +19,7 @@ constexpr int exitDone = 0, exitData = 1, exitUsage = 2, exitSystem = 3;
 /// Descriptors 0 to 2 must not be taken by files that are opened later.
 void occupyStandardDescriptors() {
   for (int number = STDIN_FILENO; number <= STDERR_FILENO; ++number) {
-    // The wrong direction on purpose: using a stream that was closed stays an error.
+    // The wrong direction on purpose: to use a stream that was closed stays an error.
     if (::fcntl(number, F_GETFD) < 0) ::open("/dev/null", number == STDIN_FILENO ? O_WRONLY : O_RDONLY);
   }
 }
@@ -39,29 +38,24 @@ int report(const Error& error, Progress& progress) {
   return exitSystem;
 }
 
-/// An error when a file would be both read and written, or written twice.
-Done checkFiles(const Options& options) {
+/// An error if a file is both read and written, or written twice.
+Done checkFiles(const Job& job) {
   const auto wrong = [](const std::string& text) { return Error{Error::Kind::usage, text}; };
   std::set<FileIdentity> known;
-  for (const std::string& file : options.files) {
-    if (options.inPlace && file == "-") return wrong("--in-place needs files");
+  for (const std::string& file : job.files) {
+    if (job.inPlace && file == "-") return wrong("--in-place needs files");
     const std::optional<FileIdentity> identity = identityOf(file);
     if (!identity) continue;
-    if (options.inPlace && !known.insert(*identity).second) return wrong(file + " is given twice");
-    if (options.output ? *options.output != "/dev/null" && identity == identityOf(*options.output)
-                       : !options.inPlace && identity == identityOfStandardOutput()) {
+    if (job.inPlace && !known.insert(*identity).second) return wrong(file + " is given twice");
+    if (job.output ? *job.output != "/dev/null" && identity == identityOf(*job.output)
+                   : !job.inPlace && identity == identityOfStandardOutput()) {
       return wrong(shownName(file) + " is also the output");
     }
   }
   return host::done();
 }
 
-/// Says what was asked for, or that it was asked wrongly.
-int reply(const Answer& answer) {
-  if (answer.isComplaint) {
-    std::cerr << "rqtext: " << answer.text << std::flush;
-    return exitUsage;
-  }
+int answer(const Answer& answer) {
   Progress silent(false);
   Output output(std::nullopt, silent);
   if (Done written = output.write(answer.text); !written) return report(written.error(), silent);
@@ -69,20 +63,15 @@ int reply(const Answer& answer) {
   return finished ? exitDone : report(finished.error(), silent);
 }
 
-int carryOut(Options options) {
-  if (options.files.empty()) options.files.emplace_back("-");
-  const bool readsTexts = options.command != Command::checkHost && options.command != Command::info &&
-                          options.command != Command::encodings && options.command != Command::completion;
-  Progress progress(readsTexts ? options.progress : false);
-  if (const Done usable = readsTexts ? checkFiles(options) : host::done(); !usable)
-    return report(usable.error(), progress);
-  Output output(options.output, progress);
+int carryOut(const Job& job) {
+  const bool readsTexts = job.command->has(takes::texts);
+  Progress progress(readsTexts ? job.progress : false);
+  if (const Done usable = checkFiles(job); !usable) return report(usable.error(), progress);
+  Output output(job.output, progress);
   try {
-    const Done done = options.command == Command::completion
-                          ? output.write(completionScript(commandModel(), options.subject))
-                          : run(options, progress, output);
-    // What came out before a problem belongs to the user all the same; without anything the output is left alone.
-    const Done finished = (done && !options.inPlace) || output.begun() ? output.finish() : host::done();
+    const Done done = job.command->run(job, progress, output);
+    // Output before a problem is written all the same. Without any the file stays as it is.
+    const Done finished = (done && !job.inPlace) || output.begun() ? output.finish() : host::done();
     if (!done) return report(done.error(), progress);
     if (!finished) return report(finished.error(), progress);
     progress.stop();
@@ -95,12 +84,15 @@ int carryOut(Options options) {
 }
 
 int start(int argc, char** argv) {
-  std::signal(SIGPIPE, SIG_IGN);  // writing says so as well
+  // write() reports both as errors.
+  std::signal(SIGPIPE, SIG_IGN);
   std::signal(SIGXFSZ, SIG_IGN);
   occupyStandardDescriptors();
-  const std::variant<Options, Answer> asked = parse(argc, argv);
-  if (const Answer* answer = std::get_if<Answer>(&asked)) return reply(*answer);
-  return carryOut(std::get<Options>(asked));
+  const auto asked = parse(argc, argv);
+  if (const Answer* text = std::get_if<Answer>(&asked)) return answer(*text);
+  if (const Job* job = std::get_if<Job>(&asked)) return carryOut(*job);
+  Progress silent(false);
+  return report(std::get<Error>(asked), silent);
 }
 
 }  // namespace

@@ -36,7 +36,7 @@ Number readNumber(std::span<const Unit> field, std::size_t limit, unsigned base)
   return number;
 }
 
-/// Finds the next terminator from positions that only grow; asks no stretch twice.
+/// Finds the next terminator from positions that only grow. Reads each unit once.
 template <class Unit>
 class Terminator {
  public:
@@ -187,7 +187,7 @@ void findNotations(Notation notation, std::span<const Unit> text, const std::fun
                                              ? finder.uesc(at)
                                              : finder.uparen(at, notation == Notation::uparenAscii);
     if (found) take(*found);
-    // What has no end or no digits is text, and the search goes on at its second unit.
+    // Without an end or without digits it is text, and the search goes on at its second unit.
     at += found && (found->character || found->decoded) ? found->length : 1;
   }
 }

@@ -1,4 +1,4 @@
-// How far the work is, on standard error.
+// Reports on standard error of how far the work is.
 #ifndef RQUNI_CLI_PROGRESS_H
 #define RQUNI_CLI_PROGRESS_H
 
@@ -13,12 +13,12 @@
 
 namespace rq::cli {
 
-/// Shows a line that is kept up to date once the work has taken a second, and takes it away at the end. A thread of
-/// its own does it, since one call of the library may take long.
+/// After a second of work, shows a line, keeps it up to date and removes it at the end. It has a thread of its own,
+/// because one call of the library may take long.
 class Progress {
  public:
-  /// Without a wish, progress is shown when standard error is a terminal. Asked for explicitly, a closing line with
-  /// the sums remains, and without a terminal every report is a line.
+  /// Without a wish, shows progress if standard error is a terminal. If the user asks for progress, a last line with
+  /// the sums stays, and without a terminal each report is a line.
   explicit Progress(std::optional<bool> wished);
   ~Progress();
   Progress(const Progress&) = delete;
@@ -26,7 +26,7 @@ class Progress {
 
   void addRead(std::size_t bytes) { read_.fetch_add(bytes, std::memory_order_relaxed); }
   void addWritten(std::size_t bytes) { written_.fetch_add(bytes, std::memory_order_relaxed); }
-  /// Ends the reports; nothing is shown afterwards. Call before any other line goes to standard error.
+  /// Ends the reports for good. Call it before any other line goes to standard error.
   void stop();
 
  private:

@@ -42,7 +42,7 @@ void catchEndingSignals() {
   for (const int signal : endingSignals) {
     struct sigaction before {};
     ::sigaction(signal, nullptr, &before);
-    // What the caller had ignored, as nohup does, stays ignored.
+    // A signal that the caller ignores stays ignored, as under nohup.
     if (before.sa_handler != SIG_IGN) ::sigaction(signal, &action, nullptr);
   }
 }

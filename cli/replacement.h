@@ -1,5 +1,5 @@
-// Files edited in place: the new text grows in a temporary file beside the old one and takes its name when it is
-// complete. Whatever happens, the name leads to the whole old text or to the whole new one.
+// Files edited in place. The new text goes to a temporary file beside the old one and takes its name when it is
+// complete. So the name always leads to the whole old text or to the whole new one.
 #ifndef RQUNI_CLI_REPLACEMENT_H
 #define RQUNI_CLI_REPLACEMENT_H
 
@@ -25,7 +25,7 @@ struct Folder {
 /// cannot bring one file's text into another.
 class Replacement {
  public:
-  /// Follows symbolic links, so that they stay. Fails unless `file` is a regular file that may be written.
+  /// Follows symbolic links, so that these stay. Fails unless `file` is a regular file that may be written.
   static Result<std::unique_ptr<Replacement>> begin(const std::string& file, Progress& progress);
   ~Replacement();
   Replacement(const Replacement&) = delete;
@@ -35,8 +35,8 @@ class Replacement {
   Input& input() { return input_; }
   /// Where the new text goes.
   Output& output() { return *output_; }
-  /// Gives the new text the old one's owner, permissions, extended attributes and name, and brings all to the disk.
-  /// An error leaves the old text in place.
+  /// Gives the new text the old one's owner, permissions, extended attributes and name, and syncs it to the disk.
+  /// After an error the old text is in place.
   Done commit();
 
  private:

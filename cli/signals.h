@@ -1,4 +1,4 @@
-// Signals by which users end the tool.
+// The signals that end the tool.
 #ifndef RQUNI_CLI_SIGNALS_H
 #define RQUNI_CLI_SIGNALS_H
 
@@ -9,7 +9,7 @@ namespace rq::cli {
 
 inline constexpr std::array<int, 4> endingSignals = {SIGINT, SIGTERM, SIGHUP, SIGQUIT};
 
-/// Keeps them from this thread, and from those that it starts meanwhile, for as long as it lives.
+/// While it lives, the ending signals do not reach this thread, nor threads that it starts.
 class SignalsBlocked {
  public:
   SignalsBlocked() {

@@ -4,8 +4,13 @@
 
 namespace rq::cli {
 
-std::string about(const Text& text, const std::string& what) {
-  return shownName(std::string(text.file)) + ": " + what;
+Error inFile(std::string_view file, Error error) {
+  error.text = shownName(std::string(file)) + ": " + error.text;
+  return error;
+}
+
+std::string fileColumn(const Job& job, const Text& text) {
+  return job.files.size() > 1 ? std::string(text.file) : "";
 }
 
 Result<std::string> lineEndIn(const host::Encoding& encoding) {
@@ -48,11 +53,8 @@ Done TextRun::eachLine(Input& input, const Take& take) const {
   Text text{{}, {}, input.name()};
   for (;;) {
     const auto line = reader.next();
-    if (!line) {
-      Error error = line.error();
-      if (error.kind == Error::Kind::data) error.text = about(text, host::atBeginning(text.start, error.text));
-      return error;
-    }
+    if (!line && line.error().kind != Error::Kind::data) return line.error();
+    if (!line) return inFile(text.file, {Error::Kind::data, host::atBeginning(text.start, line.error().text)});
     if (!*line) return host::done();
     text.bytes = (*line)->text;
     if (Done done = take(text, (*line)->ended); !done) return done;

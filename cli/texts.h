@@ -1,4 +1,4 @@
-// The texts of a run: whole files, or their lines.
+// The texts of a job: whole files, or their lines.
 #ifndef RQUNI_CLI_TEXTS_H
 #define RQUNI_CLI_TEXTS_H
 
@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "cli/files.h"
+#include "cli/job.h"
 #include "host/encodings.h"
 #include "host/text.h"
 
@@ -19,8 +20,11 @@ struct Text {
   std::string_view file = "-";
 };
 
-/// "NAME: WHAT", as messages about a text begin.
-std::string about(const Text& text, const std::string& what);
+/// The error with the file's name before it: "NAME: WHAT".
+Error inFile(std::string_view file, Error error);
+
+/// What rows say of a text's file: its name where the job has several files, else nothing.
+std::string fileColumn(const Job& job, const Text& text);
 
 /// The line feed as an encoding writes it, for --lines.
 Result<std::string> lineEndIn(const host::Encoding& encoding);
@@ -28,13 +32,13 @@ Result<std::string> lineEndIn(const host::Encoding& encoding);
 /// Cuts files into texts.
 class TextRun {
  public:
-  /// `ended` tells whether a line end follows.
+  /// `ended`: a line end follows the text.
   using Take = std::function<Done(const Text& text, bool ended)>;
 
-  /// Without `lines` a file is one text; `encoding` is what they are in.
+  /// Takes each line for a text if `lines`, else each file. `encoding` is that of the files.
   static Result<TextRun> in(const host::Encoding& encoding, bool lines, Progress& progress);
 
-  /// Hands every text of the files to `take`, in order, until that fails.
+  /// Hands every text of the files to `take`, in order, until one fails.
   Done each(const std::vector<std::string>& files, const Take& take);
   /// The same for one open file.
   Done each(Input& input, const Take& take);

@@ -18,8 +18,8 @@ std::string executableFolder() {
 
 }  // namespace
 
-Result<host::Library> openLibrary(const Options& options) {
-  if (options.library) return host::Library::open(*options.library);
+Result<host::Library> openLibrary(const Job& job) {
+  if (job.library) return host::Library::open(*job.library);
   const std::string file = "librquni.so.1";
   for (const char* place : {"/../lib/", "/../lib/x86_64-linux-gnu/", "/../", "/"}) {
     const std::string path = executableFolder() + place + file;
@@ -28,32 +28,24 @@ Result<host::Library> openLibrary(const Options& options) {
   return host::Library::open(file);
 }
 
-RQForm formNamed(const std::string& name) {
-  if (name == "utf16be") return RQ_FORM_UTF16_BIG;
-  if (name == "utf16le") return RQ_FORM_UTF16_LITTLE;
-  if (name == "utf32be") return RQ_FORM_UTF32_BIG;
-  if (name == "utf32le") return RQ_FORM_UTF32_LITTLE;
-  return RQ_FORM_UTF8;
-}
-
-Workbench::Workbench(host::Library library, const host::Encoding& encoding, const Options& options)
+Workbench::Workbench(host::Library library, const host::Encoding& encoding, const Job& job)
     : library_(std::move(library)),
       encoding_(&encoding),
       codec_(host::codecOf(encoding.identifier)),
       host_(encoding.identifier),
-      wide_(options.flavour == Flavour::wide) {}
+      wide_(job.flavour == Flavour::wide) {}
 
-Result<std::unique_ptr<Workbench>> Workbench::open(const Options& options) {
-  const bool wide = options.flavour == Flavour::wide;
-  const auto encoding = host::findEncoding(options.session.value_or(wide ? "UTF-32LE" : "UTF-8"));
+Result<std::unique_ptr<Workbench>> Workbench::open(const Job& job) {
+  const bool wide = job.flavour == Flavour::wide;
+  const auto encoding = host::findEncoding(job.session.value_or(wide ? "UTF-32LE" : "UTF-8"));
   if (!encoding) return encoding.error();
   if (wide && (*encoding)->identifier != RQ_ENCODING_UTF32_LITTLE) {
     return Error{Error::Kind::usage,
                  "flavour t takes session text in units of 4 bytes: its session must be UTF-32LE"};
   }
-  Result<host::Library> library = openLibrary(options);
+  Result<host::Library> library = openLibrary(job);
   if (!library) return library.error();
-  std::unique_ptr<Workbench> bench(new Workbench(std::move(*library), **encoding, options));
+  std::unique_ptr<Workbench> bench(new Workbench(std::move(*library), **encoding, job));
   if (bench->codec_ == nullptr) {
     return Error{Error::Kind::system, "cannot open the encoding " + (*encoding)->name};
   }
@@ -61,16 +53,17 @@ Result<std::unique_ptr<Workbench>> Workbench::open(const Options& options) {
   if (!session) return session.error();
   bench->session_.emplace(std::move(*session));
   RQInterface* object = bench->object();
-  const RQOperations& operations = wide                                 ? object->wide
-                                   : options.flavour == Flavour::served ? object->served
-                                                                        : object->plain;
+  const RQOperations& operations = wide                             ? object->wide
+                                   : job.flavour == Flavour::served ? object->served
+                                                                    : object->plain;
   bench->work_.emplace(object, operations, **encoding, wide);
   return bench;
 }
 
-Done Workbench::needNotations() const {
-  if (wide_ || host::carriesNotations(*codec_)) return host::done();
-  return host::noNotations(*encoding_);
+Result<std::unique_ptr<Workbench>> Workbench::openForNotations(const Job& job) {
+  Result<std::unique_ptr<Workbench>> bench = open(job);
+  if (!bench || (*bench)->wide() || host::carriesNotations((*bench)->codec())) return bench;
+  return host::noNotations((*bench)->encoding());
 }
 
 bool Workbench::carries(RQChar character) const {

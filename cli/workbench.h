@@ -5,8 +5,7 @@
 #include <memory>
 #include <string>
 
-#include "cli/notations.h"
-#include "cli/options.h"
+#include "cli/job.h"
 #include "cli/texts.h"
 #include "frame/rquni.h"
 #include "host/encodings.h"
@@ -17,7 +16,9 @@ namespace rq::cli {
 
 class Workbench {
  public:
-  static Result<std::unique_ptr<Workbench>> open(const Options& options);
+  static Result<std::unique_ptr<Workbench>> open(const Job& job);
+  /// The same, for a session encoding that can carry the notations.
+  static Result<std::unique_ptr<Workbench>> openForNotations(const Job& job);
 
   const host::Library& library() const { return library_; }
   RQInterface* object() const { return session_->object(); }
@@ -41,18 +42,14 @@ class Workbench {
   Result<std::int64_t> measure(host::TextWork::Measure measure, const Text& text) {
     return named(text, work_->measure(measure, text.bytes, text.start));
   }
-  /// True when the session encoding holds the character, found out as the decoders do it.
+  /// True when the session encoding holds the character. Asks the transcoders as the decoders do.
   bool carries(RQChar character) const;
 
-  /// An error unless the notations can be read in this session.
-  Done needNotations() const;
-
  private:
-  Workbench(host::Library library, const host::Encoding& encoding, const Options& options);
+  Workbench(host::Library library, const host::Encoding& encoding, const Job& job);
   template <class T>
   static Result<T> named(const Text& text, Result<T> result) {
-    if (!result) result.error().text = about(text, result.error().text);
-    return result;
+    return result ? std::move(result) : inFile(text.file, result.error());
   }
 
   host::Library library_;
@@ -64,12 +61,9 @@ class Workbench {
   const bool wide_;
 };
 
-/// The library that the options name, else the one beside the tool as it is built or installed, else whatever the
-/// dynamic loader finds.
-Result<host::Library> openLibrary(const Options& options);
-
-/// utf8, utf16be ... to the form; the name must be one of these.
-RQForm formNamed(const std::string& name);
+/// The library that the job names, else the one beside the tool as it is built or installed, else the dynamic
+/// loader's.
+Result<host::Library> openLibrary(const Job& job);
 
 }  // namespace rq::cli
 
