@@ -20,7 +20,7 @@ struct RQPool;
 RQ_EXPORT RQStatus skUnsup(void);
 
 /* The number of units before the first zero unit; 0 for null. Only for terminated strings, never for unchecked text:
- * reads up to the end of the aligned 256 bytes that hold the terminator, but no other page. */
+ * reads at most 255 bytes behind the terminator and 63 before the string, but no other page. */
 RQ_EXPORT uint64_t skStrLen(const char* string);
 RQ_EXPORT uint64_t skStrTLen(const RQChar* string);
 /* Copies a terminated string with its terminator. Does nothing for a null destination, and stores an empty string for

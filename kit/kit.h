@@ -31,19 +31,34 @@ inline const simd::UnitKernels<U>& kernelsOf() {
     return simd::active.units;
 }
 
-/// The index of the first unit that equals (findFirst) or differs from (findNot) `c`, or -1.
-template <Unit U>
-inline std::int64_t findFirst(const U* p, std::uint64_t n, Value<U> c) {
-  return kernelsOf<U>().findFirst(p, n, c);
-}
-template <Unit U>
-inline std::int64_t findNot(const U* p, std::uint64_t n, Value<U> c) {
-  return kernelsOf<U>().findNot(p, n, c);
+/// Calls the kernel for `n` units. The hint keeps the compiler from one jump to either kernel, which the processor
+/// could not predict.
+template <class U, class Result, class... Args>
+inline Result call(const simd::ShortAndLong<Result(Args...)>& kernels, std::uint64_t n,
+                   std::type_identity_t<Args>... args) {
+  if (n > simd::maxShortBytes / sizeof(U)) [[unlikely]]
+    return kernels.longOnes(args...);
+  return kernels.shortOnes(args...);
 }
 
+/// The index of the first unit that equals (findFirst) or differs from (findNot) `c`, or -1. Bytes compare with the
+/// low 8 bits of `c`.
 template <Unit U>
-inline bool allEqual(Value<U> c, const U* p, std::uint64_t n) {
-  return kernelsOf<U>().allEqual(c, p, n);
+inline std::int64_t findFirst(const U* p, std::uint64_t n, RQChar c) {
+  if (n == 0) return -1;
+  return call<U>(kernelsOf<U>().findFirst, n, p, n, c);
+}
+template <Unit U>
+inline std::int64_t findNot(const U* p, std::uint64_t n, RQChar c) {
+  if (n == 0) return -1;
+  return call<U>(kernelsOf<U>().findNot, n, p, n, c);
+}
+
+/// 1 when every unit equals `c`, of bytes the low 8 bits, else 0.
+template <Unit U>
+inline std::int32_t allEqual(RQChar c, const U* p, std::uint64_t n) {
+  if (n == 0) return 1;
+  return call<U>(kernelsOf<U>().allEqual, n, c, p, n);
 }
 
 /// Up to this count of bytes a jump to the chosen kernel costs more than it gains.
@@ -65,7 +80,8 @@ inline std::int64_t mismatch(const U* a, const U* b, std::uint64_t n) {
 /// units 2^31 or more apart. Kept: hosts depend on it.
 template <Unit U>
 inline std::int32_t compare(const U* a, const U* b, std::uint64_t n) {
-  return kernelsOf<U>().compare(a, b, n);
+  if (n == 0) return 0;
+  return call<U>(kernelsOf<U>().compare, n, a, b, n);
 }
 
 /// The number of units before the zero that ends `s`.
@@ -107,6 +123,12 @@ inline std::uint64_t copyWhileBelow(const RQChar* in, std::uint64_t n, std::uint
 /// Copies bytes up to, not including, the first that is not in `set`. Returns their number; writes exactly those.
 inline std::uint64_t copyMembers(const std::uint8_t* in, std::uint64_t n, std::uint8_t* out, const AsciiSet& set) {
   return simd::active.copyMembers(in, n, out, set);
+}
+
+/// 1 when one of `n` doubles, given as their bits, is a NaN, else 0.
+inline std::int32_t anyNaN(const std::uint64_t* array, std::uint64_t n) {
+  if (n == 0) return 0;
+  return call<std::uint64_t>(simd::active.anyNaN, n, array, n);
 }
 
 /// Maps ASCII letters in place.

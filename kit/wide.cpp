@@ -64,7 +64,7 @@ std::int32_t compareIgnoringCase(const RQChar* a, const RQChar* b, std::uint64_t
 extern "C" {
 
 std::int64_t rqzspos(const RQChar* string, std::int64_t length, RQChar character) {
-  return string ? rq::kit::findFirst(string, unitsOf(length), character) : -1;
+  return string && length > 0 ? rq::kit::findFirst(string, static_cast<std::uint64_t>(length), character) : -1;
 }
 
 void rqzstlo(RQChar* string, std::int64_t length) {

@@ -28,24 +28,27 @@ RQ_INLINE void copyFewUnits(const typename V::Lane* in, Out* out, std::uint64_t 
     for (std::uint64_t i = 0; i < n; ++i) out[i] = static_cast<Out>(load<typename V::Lane>(in + i));
 }
 
+/// copyTerminated where no aligned vector holds whole units.
+template <class U>
+[[gnu::noinline]] void copyUnitByUnit(const U* s, U* d) {
+  for (U c = 1; c; ++s, ++d) store(d, c = load<U>(s));
+}
+
 /// Copies `s` and the zero that ends it in one pass. Reads as terminatedLength does. Writes nothing behind the zero.
 template <template <class> class Vector, class U>
 RQ_READS_WHOLE_VECTORS void copyTerminated(const U* s, U* d) {
   using V = Vector<U>;
-  const auto address = reinterpret_cast<std::uintptr_t>(s);
-  if (address % sizeof(U)) {  // no aligned vector holds whole units
-    for (U c = 1; c; ++s, ++d) store(d, c = load<U>(s));
-    return;
-  }
+  if (reinterpret_cast<std::uintptr_t>(s) % sizeof(U)) [[unlikely]]
+    return copyUnitByUnit(s, d);
+  const auto* const from = reinterpret_cast<const Byte*>(s);
+  auto* const to = reinterpret_cast<Byte*>(d);
+  if (const std::uint64_t bits = firstZeros<V>(s))
+    return moveShort<Vector<Byte>>(from, to, (firstBit(bits) + 1) * sizeof(U));
   const V zero = V::splat(0);
-  const auto zeros = [=](V v) { return V::equal(v, zero); };
-  const auto copyShort = [=](std::uint64_t n) {
-    moveShort<Vector<Byte>>(reinterpret_cast<const Byte*>(s), reinterpret_cast<Byte*>(d), n * sizeof(U));
-  };
-  const std::uint64_t before = address % V::bytes / sizeof(U);
-  if (const std::uint64_t bits = zeros(V::load(s - before)).bits() >> before) return copyShort(firstBit(bits) + 1);
-  std::uint64_t i = V::lanes - before;
-  if (const std::uint64_t bits = zeros(V::load(s + i)).bits()) return copyShort(i + firstBit(bits) + 1);
+  const auto zeros = [=](V v) { return V::equal(v, zero).bits(); };
+  auto i = static_cast<std::uint64_t>(alignedDown(s + V::lanes, V::bytes) - s);
+  if (const std::uint64_t bits = zeros(V::load(s + i)))
+    return moveShort<Vector<Byte>>(from, to, (i + firstBit(bits) + 1) * sizeof(U));
   V::load(s).store(d);
   for (;; i += V::lanes) {
     // Four vectors that are aligned together lie within a page as well.
@@ -60,7 +63,7 @@ RQ_READS_WHOLE_VECTORS void copyTerminated(const U* s, U* d) {
       i += 4 * V::lanes;
     }
     const V v = V::load(s + i);
-    if (const std::uint64_t bits = zeros(v).bits()) {
+    if (const std::uint64_t bits = zeros(v)) {
       const std::uint64_t last = i + firstBit(bits) + 1 - V::lanes;
       return V::load(s + last).store(d + last);
     }

@@ -4,6 +4,7 @@
 #ifndef RQUNI_KIT_SIMD_FIND_H
 #define RQUNI_KIT_SIMD_FIND_H
 
+#include "kit/simd/kernels.h"
 #include "kit/simd/vector16.h"
 
 namespace rq::kit::simd {
@@ -17,20 +18,32 @@ concept LoadsPartial = requires(const typename V::Lane* p) {
   V::loadPartial(p, 1);
 };
 
-/// The index of the first of `n` lanes that `Probe<V>` matches, or -1.
+/// The index of the first lane that `Probe<V>` matches, or -1, among at least one lane and at most 64 bytes.
 template <template <class> class Probe, class V, class... Args>
-RQ_INLINE std::int64_t firstMatch(std::uint64_t n, Args... args) {
-  if (n < V::lanes) {
-    if constexpr (LoadsPartial<V>) {
-      if (n == 0) return -1;
-      const std::uint64_t bits = Probe<V>(args...).partial(n).bits() & lowBits(n);
-      return bits ? static_cast<std::int64_t>(firstBit(bits)) : -1;
-    } else {
-      return firstMatch<Probe, typename V::Half>(n, args...);
+RQ_INLINE std::int64_t firstMatchShort(std::uint64_t n, Args... args) {
+  const auto found = [](std::uint64_t bits) { return bits ? static_cast<std::int64_t>(firstBit(bits)) : -1; };
+  if constexpr (V::bytes == maxShortBytes) {
+    return found(Probe<V>(args...).partial(n).bits() & lowBits(n));
+  } else {
+    if (n < V::lanes) {
+      if constexpr (LoadsPartial<V>)
+        return found(Probe<V>(args...).partial(n).bits() & lowBits(n));
+      else
+        return firstMatchShort<Probe, typename V::Half>(n, args...);
     }
+    const Probe<V> probe(args...);
+    const auto bitsAt = [=](std::uint64_t i) { return probe.at(i).bits() << i; };  // vectors may overlap
+    std::uint64_t bits = bitsAt(0) | bitsAt(n - V::lanes);
+    if (2 * V::bytes < maxShortBytes && n > 2 * V::lanes) bits |= bitsAt(V::lanes) | bitsAt(n - 2 * V::lanes);
+    return found(bits);
   }
+}
+
+/// The same among more than 64 bytes.
+template <template <class> class Probe, class V, class... Args>
+RQ_INLINE std::int64_t firstMatchLong(std::uint64_t n, Args... args) {
   const Probe<V> probe(args...);
-  if constexpr (4 * V::lanes <= maxBits) {  // one word holds the bits of four vectors, which may overlap
+  if constexpr (4 * V::lanes <= maxBits && 4 * V::bytes > maxShortBytes) {  // one word holds the bits of four vectors
     if (n <= 4 * V::lanes) {
       const auto bitsAt = [=](std::uint64_t i) { return probe.at(i).bits() << i; };
       std::uint64_t bits = bitsAt(0) | bitsAt(n - V::lanes);
@@ -42,8 +55,7 @@ RQ_INLINE std::int64_t firstMatch(std::uint64_t n, Args... args) {
   // Continue at an aligned address, or as near behind one as the alignment of the units allows.
   std::uint64_t i = V::lanes - reinterpret_cast<std::uintptr_t>(probe.p) % V::bytes / sizeof(typename V::Lane);
   for (; n - i >= 4 * V::lanes; i += 4 * V::lanes)
-    if (((probe.at(i) | probe.at(i + V::lanes)) | (probe.at(i + 2 * V::lanes) | probe.at(i + 3 * V::lanes))).any())
-      break;
+    if (probe.anyOfFour(i)) break;
   for (; n - i >= V::lanes; i += V::lanes)
     if (const std::uint64_t bits = probe.at(i).bits()) return static_cast<std::int64_t>(i + firstBit(bits));
   if (i == n) return -1;
@@ -52,27 +64,57 @@ RQ_INLINE std::int64_t firstMatch(std::uint64_t n, Args... args) {
   return bits ? static_cast<std::int64_t>(i + firstBit(bits)) : -1;
 }
 
-/// Does `Probe<V>` match any of `n` lanes? The place does not matter, so that a short input needs one test.
+/// The same among any number of lanes.
 template <template <class> class Probe, class V, class... Args>
-RQ_INLINE bool anyMatch(std::uint64_t n, Args... args) {
-  constexpr std::uint64_t one = V::lanes, four = 4 * V::lanes;
-  if (n < one) {
-    if constexpr (LoadsPartial<V>)
-      return n != 0 && (Probe<V>(args...).partial(n).bits() & lowBits(n)) != 0;
-    else
-      return anyMatch<Probe, typename V::Half>(n, args...);
+RQ_INLINE std::int64_t firstMatch(std::uint64_t n, Args... args) {
+  if (n == 0) return -1;
+  if (n <= maxShortBytes / sizeof(typename V::Lane)) return firstMatchShort<Probe, V>(n, args...);
+  return firstMatchLong<Probe, V>(n, args...);
+}
+
+/// Does `Probe<V>` match any lane, among at least one and at most 64 bytes? The place does not matter: one test is
+/// enough.
+template <template <class> class Probe, class V, class... Args>
+RQ_INLINE bool anyMatchShort(std::uint64_t n, Args... args) {
+  if constexpr (V::bytes == maxShortBytes) {
+    return (Probe<V>(args...).partial(n).bits() & lowBits(n)) != 0;
+  } else {
+    if (n < V::lanes) {
+      if constexpr (LoadsPartial<V>)
+        return (Probe<V>(args...).partial(n).bits() & lowBits(n)) != 0;
+      else
+        return anyMatchShort<Probe, typename V::Half>(n, args...);
+    }
+    const Probe<V> probe(args...);
+    const auto two = [=](std::uint64_t i, std::uint64_t k) { return probe.at(i) | probe.at(k); };
+    if (2 * V::bytes == maxShortBytes || n <= 2 * V::lanes) return two(0, n - V::lanes).any();
+    return (two(0, V::lanes) | two(n - 2 * V::lanes, n - V::lanes)).any();
   }
+}
+
+/// The same among more than 64 bytes.
+template <template <class> class Probe, class V, class... Args>
+RQ_INLINE bool anyMatchLong(std::uint64_t n, Args... args) {
+  constexpr std::uint64_t one = V::lanes, four = 4 * V::lanes;
   const Probe<V> probe(args...);
-  const auto two = [=](std::uint64_t i, std::uint64_t k) { return probe.at(i) | probe.at(k); };
-  if (n <= 2 * one) return two(0, n - one).any();
-  if (n <= four) return (two(0, one) | two(n - 2 * one, n - one)).any();
-  const auto inFour = [=](std::uint64_t i) { return (two(i, i + one) | two(i + 2 * one, i + 3 * one)).any(); };
-  if (inFour(0)) return true;
+  if constexpr (four * sizeof(typename V::Lane) > maxShortBytes) {
+    const auto two = [=](std::uint64_t i, std::uint64_t k) { return probe.at(i) | probe.at(k); };
+    if (n <= 2 * one) return two(0, n - one).any();
+    if (n <= four) return (two(0, one) | two(n - 2 * one, n - one)).any();
+  }
+  if (probe.anyOfFour(0)) return true;
   // Continue at an aligned address, or as near behind one as the alignment of the units allows.
   for (std::uint64_t i = four - reinterpret_cast<std::uintptr_t>(probe.p) % V::bytes / sizeof(typename V::Lane);
        i < n - four; i += four)
-    if (inFour(i)) return true;
-  return inFour(n - four);
+    if (probe.anyOfFour(i)) return true;
+  return probe.anyOfFour(n - four);
+}
+
+/// Does a probe match in any of the four vectors from index i on?
+template <class Probe, class V>
+RQ_INLINE bool anyOfFourMatches(const Probe& probe, std::uint64_t i) {
+  constexpr std::uint64_t one = V::lanes;
+  return ((probe.at(i) | probe.at(i + one)) | (probe.at(i + 2 * one) | probe.at(i + 3 * one))).any();
 }
 
 template <class V>
@@ -83,6 +125,10 @@ struct EqualTo {
   RQ_INLINE EqualTo(const Lane* buffer, Lane c) : p(buffer), needle(V::splat(c)) {}
   RQ_INLINE auto at(std::uint64_t i) const { return V::equal(V::load(p + i), needle); }
   RQ_INLINE auto partial(std::uint64_t n) const { return V::equal(V::loadPartial(p, n), needle); }
+  RQ_INLINE bool anyOfFour(std::uint64_t i) const {
+    const auto difference = [this, i](std::uint64_t k) { return V::load(p + i + k * V::lanes) ^ needle; };
+    return V::anyZero(difference(0), difference(1), difference(2), difference(3));
+  }
 };
 
 /// Differences stay vectors whose lanes are not zero: xor and or are cheaper than comparisons.
@@ -93,7 +139,8 @@ struct DifferentFrom {
   V value;
   RQ_INLINE DifferentFrom(const Lane* buffer, Lane c) : p(buffer), value(V::splat(c)) {}
   RQ_INLINE auto at(std::uint64_t i) const { return V::load(p + i) ^ value; }
-  RQ_INLINE auto partial(std::uint64_t n) const { return V::loadPartial(p, n) ^ value; }
+  RQ_INLINE auto partial(std::uint64_t n) const { return V::notEqual(V::loadPartial(p, n), value); }
+  RQ_INLINE bool anyOfFour(std::uint64_t i) const { return anyOfFourMatches<DifferentFrom, V>(*this, i); }
 };
 
 template <class V>
@@ -102,7 +149,8 @@ struct Mismatch {
   const Lane *p, *q;
   RQ_INLINE Mismatch(const Lane* a, const Lane* b) : p(a), q(b) {}
   RQ_INLINE auto at(std::uint64_t i) const { return V::load(p + i) ^ V::load(q + i); }
-  RQ_INLINE auto partial(std::uint64_t n) const { return V::loadPartial(p, n) ^ V::loadPartial(q, n); }
+  RQ_INLINE auto partial(std::uint64_t n) const { return V::notEqual(V::loadPartial(p, n), V::loadPartial(q, n)); }
+  RQ_INLINE bool anyOfFour(std::uint64_t i) const { return anyOfFourMatches<Mismatch, V>(*this, i); }
 };
 
 template <class V>
@@ -113,6 +161,7 @@ struct NotAscii {
   RQ_INLINE explicit NotAscii(const Lane* buffer) : p(buffer) {}
   RQ_INLINE auto at(std::uint64_t i) const { return V::lessEqual(end, V::load(p + i)); }
   RQ_INLINE auto partial(std::uint64_t n) const { return V::lessEqual(end, V::loadPartial(p, n)); }
+  RQ_INLINE bool anyOfFour(std::uint64_t i) const { return anyOfFourMatches<NotAscii, V>(*this, i); }
 };
 
 template <class V>
@@ -122,16 +171,61 @@ struct IsNaN {
   RQ_INLINE explicit IsNaN(const Lane* array) : p(array) {}
   RQ_INLINE auto at(std::uint64_t i) const { return V::load(p + i).isNaN(); }
   RQ_INLINE auto partial(std::uint64_t n) const { return V::loadPartial(p, n).isNaN(); }
+  RQ_INLINE bool anyOfFour(std::uint64_t i) const { return anyOfFourMatches<IsNaN, V>(*this, i); }
 };
 
+// Kernels in two parts, for short and for long inputs.
+
 template <class V, class U = typename V::Lane>
-std::int64_t findFirst(const U* p, std::uint64_t n, U c) {
-  return firstMatch<EqualTo, V>(n, p, c);
+std::int64_t findFirstShort(const U* p, std::uint64_t n, RQChar c) {
+  return firstMatchShort<EqualTo, V>(n, p, static_cast<U>(c));
+}
+template <class V, class U = typename V::Lane>
+std::int64_t findFirstLong(const U* p, std::uint64_t n, RQChar c) {
+  return firstMatchLong<EqualTo, V>(n, p, static_cast<U>(c));
 }
 
 template <class V, class U = typename V::Lane>
-std::int64_t findNot(const U* p, std::uint64_t n, U c) {
-  return firstMatch<DifferentFrom, V>(n, p, c);
+std::int64_t findNotShort(const U* p, std::uint64_t n, RQChar c) {
+  return firstMatchShort<DifferentFrom, V>(n, p, static_cast<U>(c));
+}
+template <class V, class U = typename V::Lane>
+std::int64_t findNotLong(const U* p, std::uint64_t n, RQChar c) {
+  return firstMatchLong<DifferentFrom, V>(n, p, static_cast<U>(c));
+}
+
+template <class V, class U = typename V::Lane>
+std::int32_t allEqualShort(RQChar c, const U* p, std::uint64_t n) {
+  return !anyMatchShort<DifferentFrom, V>(n, p, static_cast<U>(c));
+}
+template <class V, class U = typename V::Lane>
+std::int32_t allEqualLong(RQChar c, const U* p, std::uint64_t n) {
+  return !anyMatchLong<DifferentFrom, V>(n, p, static_cast<U>(c));
+}
+
+template <class V>
+std::int32_t anyNaNShort(const std::uint64_t* array, std::uint64_t n) {
+  return anyMatchShort<IsNaN, V>(n, array);
+}
+template <class V>
+std::int32_t anyNaNLong(const std::uint64_t* array, std::uint64_t n) {
+  return anyMatchLong<IsNaN, V>(n, array);
+}
+
+/// -1, 0 or 1 by the sign of the difference at index i modulo 2^32, 0 for -1. For bytes that is their order.
+template <class U>
+RQ_INLINE std::int32_t orderAt(const U* a, const U* b, std::int64_t i) {
+  if (i < 0) return 0;
+  const RQChar difference = RQChar{load<U>(a + i)} - RQChar{load<U>(b + i)};
+  return difference >> 31 != 0 ? -1 : 1;
+}
+template <class V, class U = typename V::Lane>
+std::int32_t compareShort(const U* a, const U* b, std::uint64_t n) {
+  return orderAt(a, b, firstMatchShort<Mismatch, V>(n, a, b));
+}
+template <class V, class U = typename V::Lane>
+std::int32_t compareLong(const U* a, const U* b, std::uint64_t n) {
+  return orderAt(a, b, firstMatchLong<Mismatch, V>(n, a, b));
 }
 
 template <class V, class U = typename V::Lane>
@@ -140,28 +234,9 @@ std::int64_t mismatch(const U* a, const U* b, std::uint64_t n) {
 }
 
 template <class V, class U = typename V::Lane>
-bool allEqual(U c, const U* p, std::uint64_t n) {
-  return !anyMatch<DifferentFrom, V>(n, p, c);
-}
-
-/// -1, 0 or 1 by the sign of the first difference modulo 2^32. For bytes that is their order.
-template <class V, class U = typename V::Lane>
-std::int32_t compare(const U* a, const U* b, std::uint64_t n) {
-  const std::int64_t i = firstMatch<Mismatch, V>(n, a, b);
-  if (i < 0) return 0;
-  const RQChar difference = RQChar{load<U>(a + i)} - RQChar{load<U>(b + i)};
-  return difference >> 31 != 0 ? -1 : 1;
-}
-
-template <class V, class U = typename V::Lane>
 std::uint64_t asciiPrefix(const U* p, std::uint64_t n) {
   const std::int64_t i = firstMatch<NotAscii, V>(n, p);
   return i < 0 ? n : static_cast<std::uint64_t>(i);
-}
-
-template <class V>
-bool anyNaN(const std::uint64_t* array, std::uint64_t n) {
-  return anyMatch<IsNaN, V>(n, array);
 }
 
 /// The count without the units at the end that equal `c`.
@@ -185,32 +260,61 @@ std::uint64_t trim(const U* p, std::uint64_t n, U c) {
   return bits ? lastBit(bits) + 1 : 0;
 }
 
-/// The units before the first zero. Reads the whole aligned vectors around the string, and no other page: a string
-/// has no count, and an aligned vector cannot cross a page. The sanitizers do not know that.
+/// Does a vector at `p` lie within one page? Then reading it is safe if one byte of it is the string's.
+template <class V>
+RQ_INLINE bool isWithinPage(const void* p) {
+  return reinterpret_cast<std::uintptr_t>(p) % pageBytes <= pageBytes - V::bytes;
+}
+
+/// `p` rounded down to a multiple of `alignment` bytes.
+template <class U>
+RQ_INLINE const U* alignedDown(const U* p, std::uint64_t alignment) {
+  return reinterpret_cast<const U*>(reinterpret_cast<std::uintptr_t>(p) & ~(alignment - 1));
+}
+
+/// terminatedLength where no aligned vector holds whole units.
+template <class U>
+[[gnu::noinline]] std::uint64_t lengthUnitByUnit(const U* s) {
+  std::uint64_t i = 0;
+  while (load<U>(s + i)) ++i;
+  return i;
+}
+
+/// The zeros of the vector at `s`, and of the aligned one around its beginning if that at `s` leaves the page, as
+/// bits from `s` on.
+template <class V, class U>
+RQ_INLINE RQ_READS_WHOLE_VECTORS std::uint64_t firstZeros(const U* s) {
+  const V zero = V::splat(0);
+  if (isWithinPage<V>(s)) [[likely]]
+    return V::equal(V::load(s), zero).bits();
+  const U* const p = alignedDown(s, V::bytes);
+  return V::equal(V::load(p), zero).bits() >> (s - p);
+}
+
+/// The units before the first zero. A string has no count, so this reads whole vectors around it, but no other page.
+/// The sanitizers do not know that.
 template <class V, class U = typename V::Lane>
 RQ_READS_WHOLE_VECTORS std::uint64_t terminatedLength(const U* s) {
-  const auto address = reinterpret_cast<std::uintptr_t>(s);
-  std::uint64_t i = 0;
-  if (address % sizeof(U)) {  // no aligned vector holds whole units
-    while (load<U>(s + i)) ++i;
-    return i;
-  }
+  if (reinterpret_cast<std::uintptr_t>(s) % sizeof(U)) [[unlikely]]
+    return lengthUnitByUnit(s);
+  if (const std::uint64_t bits = firstZeros<V>(s)) return firstBit(bits);
   const V zero = V::splat(0);
-  const std::uint64_t before = address % V::bytes / sizeof(U);
-  const U* p = s - before;
-  if (const std::uint64_t bits = V::equal(V::load(p), zero).bits() >> before) return firstBit(bits);
   // The lambdas take loaded vectors: sanitizers look at loads inside a lambda.
-  const auto zeros = [=](V v) { return V::equal(v, zero); };
-  const auto within = [=](const U* at, V v) {
-    return static_cast<std::uint64_t>(at - s) + firstBit(zeros(v).bits());
+  const auto zeros = [=](V v) { return V::equal(v, zero).bits(); };
+  const auto lengthTo = [=](const U* p, std::uint64_t bits) {
+    return static_cast<std::uint64_t>(p - s) + firstBit(bits);
   };
+  const U* p = alignedDown(s, V::bytes);
+  for (int i = 0; i < 3; ++i) {
+    p += V::lanes;
+    if (const std::uint64_t bits = zeros(V::load(p))) return lengthTo(p, bits);
+  }
   // Four vectors that are aligned together lie within a page as well.
-  for (p += V::lanes; reinterpret_cast<std::uintptr_t>(p) % (4 * V::bytes) != 0; p += V::lanes)
-    if (const V v = V::load(p); zeros(v).any()) return within(p, v);
+  p = alignedDown(p + V::lanes, 4 * V::bytes);
   while (!V::anyZero(V::load(p), V::load(p + V::lanes), V::load(p + 2 * V::lanes), V::load(p + 3 * V::lanes)))
     p += 4 * V::lanes;
-  while (!zeros(V::load(p)).any()) p += V::lanes;
-  return within(p, V::load(p));
+  while (!zeros(V::load(p))) p += V::lanes;
+  return lengthTo(p, zeros(V::load(p)));
 }
 
 }  // namespace

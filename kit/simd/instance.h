@@ -15,10 +15,10 @@ template <template <class> class Vector, template <class> class Copier = Vector>
 struct Instance {
   template <class U>
   static constexpr UnitKernels<U> unitKernels = {
-      .findFirst = findFirst<Vector<U>>,
-      .findNot = findNot<Vector<U>>,
-      .allEqual = allEqual<Vector<U>>,
-      .compare = compare<Vector<U>>,
+      .findFirst = {findFirstShort<Vector<U>>, findFirstLong<Vector<U>>},
+      .findNot = {findNotShort<Vector<U>>, findNotLong<Vector<U>>},
+      .allEqual = {allEqualShort<Vector<U>>, allEqualLong<Vector<U>>},
+      .compare = {compareShort<Vector<U>>, compareLong<Vector<U>>},
       .mismatch = mismatch<Vector<U>>,
       .fill = fill<Vector<U>>,
       .length = terminatedLength<Vector<U>>,
@@ -34,7 +34,7 @@ struct Instance {
       .copySafe = copySafe<Copier<Byte>>,
       .upperAscii = flipAscii<Copier<Byte>, 'a'>,
       .lowerAscii = flipAscii<Copier<Byte>, 'A'>,
-      .anyNaN = anyNaN<Vector<std::uint64_t>>,
+      .anyNaN = {anyNaNShort<Vector<std::uint64_t>>, anyNaNLong<Vector<std::uint64_t>>},
       .narrowWhileBelow = copyWhileBelow<Vector<RQChar>, std::uint8_t>,
       .copyMembers = copyMembers<Copier<Byte>>,
       .trim = trim<Vector<RQChar>>,

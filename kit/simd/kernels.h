@@ -17,13 +17,22 @@ struct CaseMap;
 
 namespace rq::kit::simd {
 
+/// Short calls are the common case. They take about ten cycles, and one more for each cache line of code on their
+/// way.
+constexpr std::uint64_t maxShortBytes = 64;
+
+/// A kernel for 1 unit to maxShortBytes, and one for more.
+template <class F>
+struct ShortAndLong {
+  F *shortOnes, *longOnes;
+};
+
 /// The kernels that exist for bytes and for RQChar.
 template <class U>
 struct UnitKernels {
-  std::int64_t (*findFirst)(const U* p, std::uint64_t n, U c);
-  std::int64_t (*findNot)(const U* p, std::uint64_t n, U c);
-  bool (*allEqual)(U c, const U* p, std::uint64_t n);
-  std::int32_t (*compare)(const U* a, const U* b, std::uint64_t n);
+  ShortAndLong<std::int64_t(const U*p, std::uint64_t n, RQChar c)> findFirst, findNot;
+  ShortAndLong<std::int32_t(RQChar c, const U* p, std::uint64_t n)> allEqual;
+  ShortAndLong<std::int32_t(const U* a, const U* b, std::uint64_t n)> compare;
   std::int64_t (*mismatch)(const U* a, const U* b, std::uint64_t n);
   void (*fill)(U* p, U c, std::uint64_t n);
   std::uint64_t (*length)(const U* s);
@@ -40,7 +49,7 @@ struct Kernels {
   void (*copySafe)(const std::uint8_t* s, std::uint8_t* d, std::uint64_t n);
   void (*upperAscii)(std::uint8_t* p, std::uint64_t n);
   void (*lowerAscii)(std::uint8_t* p, std::uint64_t n);
-  bool (*anyNaN)(const std::uint64_t* array, std::uint64_t n);
+  ShortAndLong<std::int32_t(const std::uint64_t* array, std::uint64_t n)> anyNaN;
   std::uint64_t (*narrowWhileBelow)(const RQChar* in, std::uint64_t n, std::uint8_t* out, RQChar stop, RQChar bound);
   std::uint64_t (*copyMembers)(const std::uint8_t* in, std::uint64_t n, std::uint8_t* out, const AsciiSet& set);
   std::uint64_t (*trim)(const RQChar* p, std::uint64_t n, RQChar c);
@@ -56,7 +65,7 @@ constexpr std::uint64_t pageBytes = 4096;
 struct alignas(pageBytes) SealedKernels : Kernels {};
 
 /// The kernels in use: SSE2's until the library's constructor chooses, then constant and read-only memory.
-extern SealedKernels active;
+[[gnu::visibility("hidden")]] extern SealedKernels active;
 
 extern const Kernels sse2Kernels, avx2Kernels, avx512Kernels;
 

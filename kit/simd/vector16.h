@@ -45,7 +45,11 @@ RQ_INLINE T* advanced(T* p, std::uint64_t bytes) {
 
 /// The lowest `n` bits set; n is 0 to 64.
 RQ_INLINE std::uint64_t lowBits(std::uint64_t n) {
+#ifdef __BMI2__
+  return _bzhi_u64(~std::uint64_t{0}, static_cast<unsigned>(n));
+#else
   return n < 64 ? (std::uint64_t{1} << n) - 1 : ~std::uint64_t{0};
+#endif
 }
 
 RQ_INLINE std::uint64_t firstBit(std::uint64_t bits) {
@@ -156,6 +160,7 @@ struct Vector16 {
     if constexpr (sizeof(U) == 1) return {_mm_cmpeq_epi8(a.v, b.v)};
     if constexpr (sizeof(U) == 4) return {_mm_cmpeq_epi32(a.v, b.v)};
   }
+  static RQ_INLINE Mask notEqual(Vector16 a, Vector16 b) { return ~equal(a, b); }
   static RQ_INLINE Mask lessEqual(Vector16 a, Vector16 b) {
     if constexpr (sizeof(U) == 1) return {_mm_cmpeq_epi8(_mm_min_epu8(a.v, b.v), a.v)};
     if constexpr (sizeof(U) == 4) {

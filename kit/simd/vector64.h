@@ -30,7 +30,7 @@ struct Vector64 {
 
   static RQ_INLINE Vector64 load(const U* p) { return {_mm512_loadu_si512(p)}; }
   static RQ_INLINE Vector64 loadPartial(const U* p, std::uint64_t n) {
-    const std::uint64_t mask = _bzhi_u64(~std::uint64_t{0}, static_cast<unsigned>(n));
+    const std::uint64_t mask = lowBits(n);
     if constexpr (sizeof(U) == 1) return {_mm512_maskz_loadu_epi8(mask, p)};
     if constexpr (sizeof(U) == 4) return {_mm512_maskz_loadu_epi32(static_cast<__mmask16>(mask), p)};
     if constexpr (sizeof(U) == 8) return {_mm512_maskz_loadu_epi64(static_cast<__mmask8>(mask), p)};
@@ -64,6 +64,10 @@ struct Vector64 {
   static RQ_INLINE Mask equal(Vector64 a, Vector64 b) {
     if constexpr (sizeof(U) == 1) return {_mm512_cmpeq_epi8_mask(a.v, b.v)};
     if constexpr (sizeof(U) == 4) return {_mm512_cmpeq_epi32_mask(a.v, b.v)};
+  }
+  static RQ_INLINE Mask notEqual(Vector64 a, Vector64 b) {
+    if constexpr (sizeof(U) == 1) return {_mm512_cmpneq_epi8_mask(a.v, b.v)};
+    if constexpr (sizeof(U) == 4) return {_mm512_cmpneq_epi32_mask(a.v, b.v)};
   }
   static RQ_INLINE Mask lessEqual(Vector64 a, Vector64 b) {
     if constexpr (sizeof(U) == 1) return {_mm512_cmple_epu8_mask(a.v, b.v)};
