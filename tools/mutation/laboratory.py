@@ -81,10 +81,10 @@ class Laboratory:
         """The library, and the test program that holds the kit's objects itself."""
         objects = [self.object(name) for name in self.commands] + list(more)
         kit = [self.object(name) for name in self.commands if name.startswith("kit/")] + list(more)
-        tests = [str(path) for path in self.build.glob("tests/kit/CMakeFiles/kit_internal_tests.dir/*.o")]
+        tests = [str(path) for path in self.build.glob("tests/kit/CMakeFiles/rq_test_kit_internal.dir/*.o")]
         library = ["cc", "-shared", "-o", "librquni.so", f"-Wl,--version-script={self.build}/exports.map"] + objects
         model = str(self.build / "tests/model/librq_test_model.a")
-        program = ["c++", "-o", "kit_internal_tests"] + tests + kit + [model, "-lgtest", "-lpthread"]
+        program = ["c++", "-o", "rq_test_kit_internal"] + tests + kit + [model, "-lgtest", "-lpthread"]
         return all(subprocess.run(command, cwd=self.folder, stderr=subprocess.DEVNULL, check=False).returncode == 0
                    for command in (library, program))
 
