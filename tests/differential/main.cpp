@@ -159,7 +159,7 @@ int letters(unsigned length) {
 std::vector<std::uint8_t> contentsOf(const std::string& path) {
   std::vector<std::uint8_t> bytes(1 << 16);
   std::FILE* const file = std::fopen(path.c_str(), "rb");
-  if (file == nullptr) return std::perror(path.c_str()), std::exit(2), bytes;
+  if (!file) return std::perror(path.c_str()), std::exit(2), bytes;
   bytes.resize(std::fread(bytes.data(), 1, bytes.size(), file));
   std::fclose(file);
   return bytes;
@@ -215,7 +215,7 @@ int run(const std::vector<const char*>& arguments) {
   const std::size_t begin = mode == "random" ? 3 : 1;
   const std::size_t end = mode == "random" ? count : mode == "case" || mode == "replay" ? 2 : 0;
   for (std::size_t i = begin; i < end && i < count; ++i)
-    if (families.push_back(familyNamed(arguments[i])); families.back() == nullptr) return usage();
+    if (families.push_back(familyNamed(arguments[i])); !families.back()) return usage();
 
   if (mode == "families" && count == 1) return printFamilies();
   if (mode == "names" && count == 1) return printNames();
