@@ -141,18 +141,20 @@ void storeBlock(const Unit (&units)[blockUnits], std::byte* to) {
   for (std::size_t i = 0; i < blockUnits; ++i) store<Unit, order>(units[i], to + i * sizeof(Unit));
 }
 
-/// Null where the exact loop must do. RQUNI_KERNELS is the variable that chooses lesser kernels in the library too.
-DecodeUtf8Blocks* chooseUtf8Blocks() {
+/// RQUNI_KERNELS is the variable that chooses lesser kernels in the library too.
+bool useAvx2() {
   const char* wished = ::secure_getenv("RQUNI_KERNELS");
-  if (wished && std::strcmp(wished, "sse2") == 0) return nullptr;
-  return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("popcnt") ? decodeUtf8BlocksAvx2 : nullptr;
+  if (wished && std::strcmp(wished, "sse2") == 0) return false;
+  return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("popcnt");
 }
-DecodeUtf8Blocks* const utf8Blocks = chooseUtf8Blocks();
+/// Null where the exact loops must do.
+DecodeUtf8Blocks* const decodeUtf8Blocks = useAvx2() ? decodeUtf8BlocksAvx2 : nullptr;
+EncodeUtf8Blocks* const encodeUtf8Blocks = useAvx2() ? encodeUtf8BlocksAvx2 : nullptr;
 
 void decodeBlocks(Utf8, Bytes input, std::span<char32_t> output, Cursor& at) {
-  if (utf8Blocks) {
+  if (decodeUtf8Blocks) {
     const auto* from = reinterpret_cast<const std::uint8_t*>(input.data()) + at.in;
-    const Blocks done = utf8Blocks(from, input.size() - at.in, output.data() + at.out, output.size() - at.out);
+    const Blocks done = decodeUtf8Blocks(from, input.size() - at.in, output.data() + at.out, output.size() - at.out);
     at.in += done.bytes;
     at.out += done.characters;
   }
@@ -192,41 +194,12 @@ void decodeBlocks(Utf32<order>, Bytes input, std::span<char32_t> output, Cursor&
   }
 }
 
-/// Characters that are encoded with four bytes stored each, of which later characters overwrite those too many.
-/// Behind a block must come three more characters and their room, so that no byte beyond the output stays changed.
-constexpr std::size_t overwriting = 3;
-
 void encodeBlocks(Utf8, std::span<const char32_t> input, MutableBytes output, Cursor& at) {
-  while (input.size() - at.in >= blockUnits + overwriting &&
-         output.size() - at.out >= 4 * (blockUnits + overwriting)) {
-    const char32_t* from = input.data() + at.in;
-    std::byte* to = output.data() + at.out;
-    char32_t all = 0;
-    for (std::size_t i = 0; i < blockUnits; ++i) all |= from[i];
-    at.in += blockUnits;
-    if (all < 0x80) {
-      for (std::size_t i = 0; i < blockUnits; ++i) to[i] = static_cast<std::byte>(from[i]);
-      at.out += blockUnits;
-      continue;
-    }
-    std::uint32_t bytes[blockUnits];
-    std::uint32_t lengths[blockUnits];
-    for (std::size_t i = 0; i < blockUnits; ++i) {
-      const std::uint32_t c = from[i];
-      const std::uint32_t last = 0x80 | (c & 0x3F);
-      const std::uint32_t third = 0x80 | (c >> 6 & 0x3F);
-      const std::uint32_t second = 0x80 | (c >> 12 & 0x3F);
-      const std::uint32_t of2 = 0xC0 | c >> 6 | last << 8;
-      const std::uint32_t of3 = 0xE0 | c >> 12 | third << 8 | last << 16;
-      const std::uint32_t of4 = 0xF0 | c >> 18 | second << 8 | third << 16 | last << 24;
-      bytes[i] = c < 0x80 ? c : c < 0x800 ? of2 : c < 0x10000 ? of3 : of4;
-      lengths[i] = 1U + (c < 0x80 ? 0U : 1U) + (c < 0x800 ? 0U : 1U) + (c < 0x10000 ? 0U : 1U);
-    }
-    for (std::size_t i = 0; i < blockUnits; ++i) {
-      std::memcpy(to, &bytes[i], sizeof bytes[i]);
-      to += lengths[i];
-    }
-    at.out = static_cast<std::size_t>(to - output.data());
+  if (encodeUtf8Blocks) {
+    auto* to = reinterpret_cast<std::uint8_t*>(output.data()) + at.out;
+    const Blocks done = encodeUtf8Blocks(input.data() + at.in, input.size() - at.in, to, output.size() - at.out);
+    at.in += done.characters;
+    at.out += done.bytes;
   }
 }
 
@@ -289,7 +262,7 @@ class UnicodeCodec final : public Codec {
 
  private:
   /// So many characters are converted one by one before blocks are tried again.
-  static constexpr std::size_t exactCharacters = utf8BlockMargin;
+  static constexpr std::size_t exactCharacters = utf8DecodingMargin;
 };
 
 }  // namespace

@@ -1,5 +1,5 @@
-// UTF-8 in blocks of 64 bytes with AVX2. Nothing here calls inline functions of the standard library: the linker
-// might merge such code, compiled for AVX2, into the rest of the program.
+// UTF-8 in blocks with AVX2: 64 bytes to decode, 16 characters to encode. Nothing here calls inline functions of the
+// standard library: the linker might merge such code, compiled for AVX2, into the rest of the program.
 #include <immintrin.h>
 
 #include "host/utf8_blocks.h"
@@ -118,14 +118,80 @@ char32_t* decodeStarts(const std::uint8_t* block, std::uint64_t starts, char32_t
   return _mm256_testz_si256(bad, bad) != 0 ? to : nullptr;
 }
 
+constexpr std::size_t blockCharacters = 16;
+
+/// How the bytes of four lanes become a text, by the number of continuations of each: two bits a lane, from the
+/// lowest.
+struct Joints {
+  alignas(16) std::uint8_t order[256][16];
+  std::uint8_t bytes[256];
+};
+consteval Joints listJoints() {
+  Joints table{};
+  for (unsigned counts = 0; counts < 256; ++counts) {
+    unsigned at = 0;
+    for (unsigned lane = 0; lane < 4; ++lane) {
+      for (unsigned left = (counts >> 2 * lane & 3) + 1; left > 0; --left) {
+        table.order[counts][at++] = static_cast<std::uint8_t>(4 * lane + left - 1);
+      }
+    }
+    table.bytes[counts] = static_cast<std::uint8_t>(at);
+    while (at < 16) table.order[counts][at++] = 0x80;
+  }
+  return table;
+}
+constexpr Joints joints = listJoints();
+
+__m256i shiftedBits(__m256i characters, int left, std::uint32_t bits) {
+  return _mm256_and_si256(_mm256_slli_epi32(characters, left), broadcast(bits));
+}
+
+std::uint8_t* join(__m128i lanes, int counts, std::uint8_t* to) {
+  const auto index = static_cast<std::uint8_t>(counts);
+  const __m128i order = _mm_load_si128(reinterpret_cast<const __m128i*>(joints.order[index]));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm_shuffle_epi8(lanes, order));
+  return to + joints.bytes[index];
+}
+
+/// Encodes eight characters; returns the end of the output.
+std::uint8_t* encode(__m256i characters, std::uint8_t* to) {
+  const __m256i from2 = _mm256_cmpgt_epi32(characters, broadcast(0x7F));
+  const __m256i from3 = _mm256_cmpgt_epi32(characters, broadcast(0x7FF));
+  const __m256i from4 = _mm256_cmpgt_epi32(characters, broadcast(0xFFFF));
+
+  // The lead is the highest byte of a lane that counts, the last continuation the lowest.
+  const __m256i sixBits =
+      _mm256_or_si256(_mm256_or_si256(shiftedBits(characters, 0, 0x3F), shiftedBits(characters, 2, 0x3F00)),
+                      _mm256_or_si256(shiftedBits(characters, 4, 0x3F0000), shiftedBits(characters, 6, 0x07000000)));
+  const __m256i marks = _mm256_blendv_epi8(_mm256_blendv_epi8(broadcast(0xC080), broadcast(0xE08080), from3),
+                                           broadcast(0xF0808080), from4);
+  const __m256i lanes = _mm256_blendv_epi8(characters, _mm256_or_si256(sixBits, marks), from2);
+
+  const __m256i continuations = _mm256_sub_epi32(
+      _mm256_setzero_si256(), _mm256_add_epi32(from2, _mm256_add_epi32(from3, from4)));  // a set lane is -1
+  const __m256i placed = _mm256_sllv_epi32(continuations, _mm256_setr_epi32(0, 2, 4, 6, 0, 2, 4, 6));
+  const __m256i pairs = _mm256_or_si256(placed, _mm256_srli_si256(placed, 8));
+  const __m256i counts = _mm256_or_si256(pairs, _mm256_srli_si256(pairs, 4));
+
+  to = join(_mm256_castsi256_si128(lanes), _mm_cvtsi128_si32(_mm256_castsi256_si128(counts)), to);
+  return join(_mm256_extracti128_si256(lanes, 1), _mm_cvtsi128_si32(_mm256_extracti128_si256(counts, 1)), to);
+}
+
+void narrowAscii(__m256i low, __m256i high, std::uint8_t* to) {
+  const __m256i interleaved = _mm256_packus_epi32(low, high);
+  const __m256i words = _mm256_permute4x64_epi64(interleaved, 0b11011000);
+  const __m128i bytes = _mm_packus_epi16(_mm256_castsi256_si128(words), _mm256_extracti128_si256(words, 1));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(to), bytes);
+}
+
 }  // namespace
 
 Blocks decodeUtf8BlocksAvx2(const std::uint8_t* input, std::size_t bytes, char32_t* output, std::size_t room) {
-  if (bytes < utf8BlockMargin || room < utf8BlockMargin) return {0, 0};
+  if (bytes < utf8DecodingMargin || room < utf8DecodingMargin) return {0, 0};
   const std::uint8_t* from = input;
   char32_t* to = output;
-  const std::uint8_t* const lastBlock = input + bytes - utf8BlockMargin;
-  const char32_t* const lastRoom = output + room - utf8BlockMargin;
+  const std::uint8_t* const lastBlock = input + bytes - utf8DecodingMargin;
+  const char32_t* const lastRoom = output + room - utf8DecodingMargin;
   while (from <= lastBlock && to <= lastRoom) {
     const __m256i low = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from));
     const __m256i high = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from + 32));
@@ -149,6 +215,25 @@ Blocks decodeUtf8BlocksAvx2(const std::uint8_t* input, std::size_t bytes, char32
     to = end;
   }
   return {static_cast<std::size_t>(from - input), static_cast<std::size_t>(to - output)};
+}
+
+Blocks encodeUtf8BlocksAvx2(const char32_t* input, std::size_t characters, std::uint8_t* output, std::size_t room) {
+  if (characters < utf8EncodingMargin || room < utf8EncodingRoom) return {0, 0};
+  const char32_t* from = input;
+  std::uint8_t* to = output;
+  const char32_t* const lastBlock = input + characters - utf8EncodingMargin;
+  const std::uint8_t* const lastRoom = output + room - utf8EncodingRoom;
+  for (; from <= lastBlock && to <= lastRoom; from += blockCharacters) {
+    const __m256i low = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from));
+    const __m256i high = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from + 8));
+    if (_mm256_testz_si256(_mm256_or_si256(low, high), broadcast(0xFFFFFF80)) != 0) {
+      narrowAscii(low, high, to);
+      to += blockCharacters;
+    } else {
+      to = encode(high, encode(low, to));
+    }
+  }
+  return {static_cast<std::size_t>(to - output), static_cast<std::size_t>(from - input)};
 }
 
 }  // namespace rq::host
