@@ -33,7 +33,7 @@ characters and columns, and a kit of string routines.")
 set(library librquni${PROJECT_VERSION_MAJOR})
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME ${library})
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
-set(CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS "libc6 (>= 2.14)")
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS "libc6 (>= 2.17)")
 file(WRITE ${PROJECT_BINARY_DIR}/packaging/shlibs
   "librquni ${PROJECT_VERSION_MAJOR} ${library} (>= ${PROJECT_VERSION})\n")
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA

@@ -1,57 +1,59 @@
-// Runs of digits and what they are worth. Text in a number lies as in memory: the first byte is the lowest.
+// Runs of digits and their values. Numbers that hold text have its first character in the lowest byte.
 #ifndef RQUNI_CODECS_DIGITS_H
 #define RQUNI_CODECS_DIGITS_H
+
+#include <cstdint>
 
 #include "codecs/units.h"
 
 namespace rq {
 
-/// At most this many digits of a notation are read.
-constexpr uint64_t mostDigits = 8;
+/// Digits beyond these are not read.
+constexpr std::uint64_t maxDigits = 8;
 
-/// The digits at the beginning of a field, up to the first unit that is none.
+/// The digits at the beginning of a field, up to the first unit that is not a digit.
 struct Digits {
-  uint32_t value = 0;
-  uint32_t count = 0;
+  std::uint32_t value = 0;
+  std::uint32_t count = 0;
 
-  /// The first `kept` of these hexadecimal digits alone.
-  constexpr Digits first(uint32_t kept) const { return {value >> (4 * (count - kept)), kept}; }
+  /// Only the first `kept` of these hexadecimal digits.
+  constexpr Digits first(std::uint32_t kept) const { return {value >> (4 * (count - kept)), kept}; }
 };
 
-constexpr uint32_t noDigit = 0xFF;
+constexpr std::uint32_t noDigit = 0xFF;
 
-/// The value of a hexadecimal digit, letters in upper case only, or noDigit.
-constexpr uint32_t upperHexDigit(uint32_t unit) {
+/// The value of a hexadecimal digit, or noDigit. Lower case letters are not digits.
+constexpr std::uint32_t upperHexDigit(std::uint32_t unit) {
   if (unit - '0' < 10) return unit - '0';
   if (unit - 'A' < 6) return unit - 'A' + 10;
   return noDigit;
 }
 
-/// The same for letters in either case.
+/// The value of each byte as a hexadecimal digit in either case, or noDigit.
 struct HexDigits {
-  uint8_t values[256];
+  std::uint8_t values[256];
   consteval HexDigits() : values{} {
-    for (uint32_t c = 0; c < 256; ++c) {
+    for (std::uint32_t c = 0; c < 256; ++c) {
       const bool letter = (c | 0x20) >= 'a' && (c | 0x20) <= 'f';
-      values[c] = static_cast<uint8_t>(upperHexDigit(letter ? c & ~0x20u : c));
+      values[c] = static_cast<std::uint8_t>(upperHexDigit(letter ? c & ~0x20u : c));
     }
   }
 };
 inline constexpr HexDigits hexDigits;
 
-constexpr uint32_t hexDigit(uint32_t unit) {
+constexpr std::uint32_t hexDigit(std::uint32_t unit) {
   return unit < 256 ? hexDigits.values[unit] : noDigit;
 }
 
-constexpr uint32_t decimalDigit(uint32_t unit) {
+constexpr std::uint32_t decimalDigit(std::uint32_t unit) {
   return unit - '0' < 10 ? unit - '0' : noDigit;
 }
 
-/// Reads on behind `digits`, up to `count` units of `field`; `digit` gives each one's value in base `base`.
-template <uint32_t base, uint32_t (*digit)(uint32_t), class Unit>
-inline Digits readDigits(const Unit* field, uint64_t count, Digits digits = {}) {
+/// Reads the digits of `field` that follow the given ones, `count` units at most. `digit` returns a unit's value.
+template <std::uint32_t base, std::uint32_t (*digit)(std::uint32_t), class Unit>
+inline Digits readDigits(const Unit* field, std::uint64_t count, Digits digits = {}) {
   while (digits.count < count) {
-    const uint32_t value = digit(load(field + digits.count));
+    const std::uint32_t value = digit(load(field + digits.count));
     if (value == noDigit) break;
     digits.value = digits.value * base + value;
     ++digits.count;
@@ -59,47 +61,47 @@ inline Digits readDigits(const Unit* field, uint64_t count, Digits digits = {}) 
   return digits;
 }
 
-// Most notations have four digits or more, which are read at once. How many there are is left to branches: the place
-// of the next notation depends on it, and a processor that guesses it well does not wait.
+// The first four digits are read at once: most notations have as many. The rest are counted with branches: well
+// predicted, these hide the latency of finding the next notation.
 
 template <class Unit>
-inline Digits readHexDigits(const Unit* field, uint64_t count) {
+inline Digits readHexDigits(const Unit* field, std::uint64_t count) {
   Digits digits;
   if (count >= 4) {
-    const uint32_t a = hexDigit(load(field)), b = hexDigit(load(field + 1));
-    const uint32_t c = hexDigit(load(field + 2)), d = hexDigit(load(field + 3));
+    const std::uint32_t a = hexDigit(load(field)), b = hexDigit(load(field + 1));
+    const std::uint32_t c = hexDigit(load(field + 2)), d = hexDigit(load(field + 3));
     if ((a | b | c | d) != noDigit) digits = {a << 12 | b << 8 | c << 4 | d, 4};
   }
   return readDigits<16, hexDigit>(field, count, digits);
 }
 
 template <class Unit>
-inline Digits readDecimalDigits(const Unit* field, uint64_t count) {
+inline Digits readDecimalDigits(const Unit* field, std::uint64_t count) {
   Digits digits;
   if (count >= 4) {
-    const uint32_t a = load(field) - uint32_t{'0'}, b = load(field + 1) - uint32_t{'0'};
-    const uint32_t c = load(field + 2) - uint32_t{'0'}, d = load(field + 3) - uint32_t{'0'};
+    const std::uint32_t a = load(field) - std::uint32_t{'0'}, b = load(field + 1) - std::uint32_t{'0'};
+    const std::uint32_t c = load(field + 2) - std::uint32_t{'0'}, d = load(field + 3) - std::uint32_t{'0'};
     if ((a < 10) & (b < 10) & (c < 10) & (d < 10)) digits = {((a * 10 + b) * 10 + c) * 10 + d, 4};
   }
   return readDigits<10, decimalDigit>(field, count, digits);
 }
 
-/// The numbers below `count`, each as text: two digits in base `base`.
-template <uint32_t base, uint32_t count>
+/// The numbers below `count` as text: two digits each, in base `base`.
+template <std::uint32_t base, std::uint32_t count>
 struct Pairs {
-  uint16_t text[count];
+  std::uint16_t text[count];
   consteval Pairs() : text{} {
     constexpr char alphabet[] = "0123456789ABCDEF";
-    for (uint32_t i = 0; i < count; ++i)
-      text[i] = static_cast<uint16_t>(alphabet[i / base] | alphabet[i % base] << 8);
+    for (std::uint32_t i = 0; i < count; ++i)
+      text[i] = static_cast<std::uint16_t>(alphabet[i / base] | alphabet[i % base] << 8);
   }
 };
 inline constexpr Pairs<16, 256> hexPairs;
 inline constexpr Pairs<10, 100> decimalPairs;
 
-/// The lowest 16 bits of `value` as text: four hexadecimal digits.
-constexpr uint64_t hexText(uint32_t value) {
-  return hexPairs.text[value >> 8 & 0xFF] | uint64_t{hexPairs.text[value & 0xFF]} << 16;
+/// The lowest 16 bits of `value` as text of four hexadecimal digits.
+constexpr std::uint64_t hexText(std::uint32_t value) {
+  return hexPairs.text[value >> 8 & 0xFF] | std::uint64_t{hexPairs.text[value & 0xFF]} << 16;
 }
 
 }  // namespace rq

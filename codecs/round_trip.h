@@ -1,33 +1,36 @@
-// Decoded code points as session text, if the session can hold them.
+// Decoded code points as session text, where the session encoding has them.
 #ifndef RQUNI_CODECS_ROUND_TRIP_H
 #define RQUNI_CODECS_ROUND_TRIP_H
 
+#include <cstdint>
+
 #include "codecs/units.h"
 #include "frame/interface.h"
-#include "frame/transcode.h"
-#include "frame/work_buffer.h"
+#include "frame/internal/transcode.h"
+#include "frame/internal/work_buffer.h"
 
 namespace rq {
 
-/// What a code point is in the session encoding. Null when the session cannot hold it; then the source text stays.
+/// A code point in the session encoding. `units` is null when the session has no such character: then the source text
+/// stays.
 template <class Unit>
 struct Replacement {
   const Unit* units;
-  uint64_t count;
+  std::uint64_t count;
 };
 
-/// Turns code points into session text for one call of a decoder, and asks the host for each only once: transcoders
-/// are what decoding costs, and text in one script has a few dozen characters.
+/// Turns code points into session text during one call of a decoder. Remembers answers, because asking the
+/// transcoders dominates the cost of decoding, and text in one script uses a few dozen characters.
 ///
-/// `room` is the number of units the host gets for one character; hosts see it as the capacity of the call.
-template <class Unit, uint64_t room>
+/// `room` is the capacity in units that the host is given for one character.
+template <class Unit, std::uint64_t room>
 class RoundTrips {
  public:
   explicit RoundTrips(RQInterface* object) : pair_(object->transcoders[RQ_FORM_UTF32_NATIVE]) {}
 
   /// The result is valid until the next call.
-  Replacement<Unit> of(uint32_t codePoint) {
-    const uint32_t slot = codePoint % slots;
+  Replacement<Unit> of(std::uint32_t codePoint) {
+    const std::uint32_t slot = codePoint % slots;
     const Answer& answer = answers_[slot];
     const bool known = (known_[slot / 64] >> slot % 64 & 1) != 0;
     if (!known || answer.codePoint != codePoint) return learn(codePoint);
@@ -35,42 +38,42 @@ class RoundTrips {
   }
 
  private:
-  static constexpr uint32_t slots = 256;
-  static constexpr uint64_t unmappable = 0xFF;
+  static constexpr std::uint32_t slots = 256;
+  static constexpr std::uint64_t unmappable = 0xFF;
   struct Answer {
-    uint32_t codePoint;
+    std::uint32_t codePoint;
     Unit units[8 / sizeof(Unit)];
-    uint8_t bytes;  // or unmappable
+    std::uint8_t bytes;  // or unmappable
   };
 
-  __attribute__((noinline)) Replacement<Unit> learn(uint32_t codePoint) {
-    const uint64_t bytes = ask(codePoint);
-    const uint64_t count = bytes / sizeof(Unit);
-    const uint32_t slot = codePoint % slots;
+  __attribute__((noinline)) Replacement<Unit> learn(std::uint32_t codePoint) {
+    const std::uint64_t bytes = ask(codePoint);
+    const std::uint64_t count = bytes / sizeof(Unit);
+    const std::uint32_t slot = codePoint % slots;
     Answer& answer = answers_[slot];
     if (bytes == unmappable || bytes <= sizeof answer.units) {
-      known_[slot / 64] |= uint64_t{1} << slot % 64;
+      known_[slot / 64] |= std::uint64_t{1} << slot % 64;
       answer.codePoint = codePoint;
-      answer.bytes = static_cast<uint8_t>(bytes);
+      answer.bytes = static_cast<std::uint8_t>(bytes);
       if (bytes != unmappable) copyUnits(answer.units, scratch_, count);
     }
     return {bytes != unmappable ? scratch_ : nullptr, count};
   }
 
-  /// Converts to the session and back; the values decide, neither the statuses nor what the way back says it
-  /// produced. Returns bytes in scratch_, or unmappable.
-  uint64_t ask(uint32_t codePoint) {
-    uint64_t produced = sizeof scratch_;
+  /// Converts to the session encoding and back. Only the values are compared: statuses and the length of the way back
+  /// are ignored. Returns the number of bytes in scratch_, or unmappable.
+  std::uint64_t ask(std::uint32_t codePoint) {
+    std::uint64_t produced = sizeof scratch_;
     transcode(pair_.toSession, &codePoint, sizeof codePoint, scratch_, sizeof scratch_, &produced);
     if (produced > sizeof scratch_) return unmappable;
-    uint32_t back = 0;
-    uint64_t backBytes = 0;
+    std::uint32_t back = 0;
+    std::uint64_t backBytes = 0;
     transcode(pair_.fromSession, scratch_, produced, &back, sizeof back, &backBytes);
     return back == codePoint ? produced : unmappable;
   }
 
   const RQTranscoderPair pair_;
-  uint64_t known_[slots / 64] = {};
+  std::uint64_t known_[slots / 64] = {};
   Unit scratch_[room] = {};
   Answer answers_[slots];
 };

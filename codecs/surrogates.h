@@ -6,15 +6,15 @@
 
 namespace rq {
 
-/// Both tests look at the low 16 bits alone: a value such as U+1D800 counts as a high surrogate. Hosts count on it.
-constexpr bool isHighSurrogate(uint32_t value) {
+/// Both tests look at the low 16 bits only: U+1D800 counts as a high surrogate. Kept: hosts depend on it.
+constexpr bool isHighSurrogate(std::uint32_t value) {
   return (value & 0xFC00) == 0xD800;
 }
-constexpr bool isLowSurrogate(uint32_t value) {
+constexpr bool isLowSurrogate(std::uint32_t value) {
   return (value & 0xFC00) == 0xDC00;
 }
 
-constexpr uint32_t pairedCodePoint(uint32_t high, uint32_t low) {
+constexpr std::uint32_t pairedCodePoint(std::uint32_t high, std::uint32_t low) {
   return ((high & 0x3FF) << 10 | (low & 0x3FF)) + 0x10000;
 }
 

@@ -1,93 +1,98 @@
 // Unicode escapes: a backslash, `u` or `U`, and four or eight hexadecimal digits.
+#include <algorithm>
+
+#include "codecs/cursor.h"
 #include "codecs/flavour.h"
-#include "codecs/output.h"
 #include "codecs/surrogates.h"
 #include "codecs/widen.h"
 
 namespace rq {
 namespace {
 
-constexpr uint32_t shortEscape = 4;  // digits
+constexpr std::uint32_t shortEscape = 4;  // digits
 
-/// The planes that eight digits may name; a longer run than four is read as its first four digits for any other.
-constexpr bool isPlaneOfLongEscape(uint32_t plane) {
+/// The planes that eight digits may name. For any other plane only the first four digits count.
+constexpr bool isPlaneOfLongEscape(std::uint32_t plane) {
   return plane <= 2 || (plane >= 14 && plane <= 16);
 }
 
-/// The digits of an escape out of the run behind its marker. A run of zeros keeps its full length.
+/// The digits of an escape, taken from the run behind its marker. A run of zeros keeps its full length.
 constexpr Digits digitsOfEscape(Digits run) {
   if (run.count == shortEscape) return run;
   if (run.count < shortEscape) return {0, run.count};
   if (run.value == 0) return run;
-  if (run.count < mostDigits || !isPlaneOfLongEscape(run.value >> 16)) return run.first(shortEscape);
+  if (run.count < maxDigits || !isPlaneOfLongEscape(run.value >> 16)) return run.first(shortEscape);
   return run;
 }
 
-/// An escape at the current place, with the low surrogate behind it if there is one.
+/// A decoded escape; a high surrogate includes the low surrogate behind it.
 struct Decoded {
-  uint32_t codePoint;
-  uint64_t consumed;
-  bool isEscape;  // false: too few digits, the text stays
+  std::uint32_t codePoint;
+  std::uint64_t consumed;
+  bool isEscape;  // false when it has too few digits: the text stays
 };
 
 template <Flavour F, class Unit = typename F::Unit>
-Decoded decodeEscape(const Unit* at, uint64_t remaining, Unit escape) {
-  const Digits digits = digitsOfEscape(F::readHex(at + 2, smaller(remaining - 2, mostDigits)));
+Decoded decodeEscape(const Unit* at, std::uint64_t remaining, Unit escape) {
+  const Digits digits = digitsOfEscape(F::readHex(at + 2, std::min<std::uint64_t>(remaining - 2, maxDigits)));
   const Decoded whole = {digits.value, digits.count + 2, digits.count >= shortEscape};
   if (digits.count != shortEscape || !isHighSurrogate(digits.value)) return whole;
 
   const Unit* const behind = at + whole.consumed;
-  const uint64_t left = remaining - whole.consumed;
+  const std::uint64_t left = remaining - whole.consumed;
   if (left <= 2 || load(behind) != escape || withoutCase(load(behind + 1)) != 'U') return whole;
-  const Digits low = F::readHex(behind + 2, smaller(left - 2, shortEscape));
+  const Digits low = F::readHex(behind + 2, std::min<std::uint64_t>(left - 2, shortEscape));
   if (low.count != shortEscape || !isLowSurrogate(low.value)) return whole;
   return {pairedCodePoint(digits.value, low.value), whole.consumed + 2 + shortEscape, true};
 }
 
+/// The capacity in units that the host is given for a decoded character.
+constexpr std::uint64_t roundTripRoom = 20;
+
 template <Flavour F, class Unit = typename F::Unit>
-RQStatus getUEsc(RQInterface* object, const Unit* input, uint64_t units, Unit* output, uint64_t capacity,
-                 uint64_t* written) {
-  Progress<Unit> progress(input, units, output, capacity);
-  RQ_UNINITIALIZED RoundTrips<Unit, 20> roundTrips(object);
+RQStatus getUEsc(RQInterface* object, const Unit* input, std::uint64_t units, Unit* output, std::uint64_t capacity,
+                 std::uint64_t* written) {
+  Cursor<Unit> cursor(input, units, output, capacity);
+  RQ_UNINITIALIZED RoundTrips<Unit, roundTripRoom> roundTrips(object);
   const Unit escape = F::escape(object);
   RQStatus status = RQ_SUCCESS;
-  while (progress.goesOn() && progress.copyUpTo(escape, 'U', withoutCase(static_cast<Unit>(~Unit{0})))) {
-    if (progress.remaining() <= 2) {
-      progress.copyRest();
+  while (cursor.hasWork() && cursor.copyUpTo(escape, 'U', caseless<Unit>)) {
+    if (cursor.remaining() <= 2) {
+      cursor.copyRest();
       break;
     }
-    const Unit* const at = progress.at();
+    const Unit* const at = cursor.at();
     if (withoutCase(load(at + 2)) == 'U') {
-      progress.writeDoubled(escape, load(at + 1));
+      cursor.writeDoubled(escape, load(at + 1));
       continue;
     }
-    const Decoded decoded = decodeEscape<F>(at, progress.remaining(), escape);
+    const Decoded decoded = decodeEscape<F>(at, cursor.remaining(), escape);
     const Replacement<Unit> replacement =
         decoded.isEscape ? roundTrips.of(decoded.codePoint) : Replacement<Unit>{nullptr, 0};
-    if (!progress.replace(decoded.consumed, replacement)) {
+    if (!cursor.replace(decoded.consumed, replacement)) {
       status = RQ_REPLACEMENT_DOES_NOT_FIT;
       break;
     }
   }
-  *written = progress.written();
+  *written = cursor.written();
   return status;
 }
 
 /// The first character that is escaped; DEL deliberately is.
-constexpr uint8_t firstEscaped = 0x7F;
-/// Units of an escape with four and with eight digits; `\u0041` in a text to be encoded is at least as long.
-constexpr uint64_t shortLength = 6;
-constexpr uint64_t longLength = 10;
+constexpr std::uint8_t firstEscaped = 0x7F;
+/// Units of an escape with four and with eight digits. Shorter text is never taken for an escape by the encoder.
+constexpr std::uint64_t shortLength = 6;
+constexpr std::uint64_t longLength = 10;
 
-/// An escape with four digits as text, but for its backslash.
-constexpr uint64_t escapeText(uint32_t digits) {
+/// An escape with four digits as text, with a zero in the place of its backslash.
+constexpr std::uint64_t escapeText(std::uint32_t digits) {
   return 'u' << 8 | hexText(digits) << 16;
 }
 
 /// Writes an escape and returns its length, or 0 when it does not fit in `room` units.
 template <class Unit>
-uint64_t writeEscape(Unit* out, uint64_t room, uint32_t character) {
-  const uint64_t length = character > 0xFFFF ? longLength : shortLength;
+std::uint64_t writeEscape(Unit* out, std::uint64_t room, std::uint32_t character) {
+  const std::uint64_t length = character > 0xFFFF ? longLength : shortLength;
   if (room < length) return 0;
   if (length == shortLength) {
     storeText<shortLength>(out, '\\' | escapeText(character));
@@ -98,49 +103,52 @@ uint64_t writeEscape(Unit* out, uint64_t room, uint32_t character) {
   return length;
 }
 
-constexpr bool isPlain(uint32_t character) {
+/// Whether the encoder copies a character.
+constexpr bool isLiteral(std::uint32_t character) {
   return (character != '\\') & (character < firstEscaped);
 }
 
-/// Encodes words: characters of four digits, and single plain ones with such a character behind. No branch tells
-/// these apart, for it would be mispredicted once a word: a plain one begins the escape that comes next, and is
-/// followed by it once more, in its right place. Bytes are written by one store, up to 7 too many, so it stops where
-/// as many are certain to be written behind: before the last three characters, and while two of the longest fit.
+/// Encodes words: characters of four digits, and single literals that such a character follows. Uses no branch for
+/// the literal, because it would be mispredicted once a word: a literal overwrites the backslash of the next escape,
+/// and the escape is stored again behind it. A store writes up to 7 bytes too many. Later stores must cover these, so
+/// it stops before the last three characters and while two of the longest escapes fit.
 template <class Unit>
-Moved encodeWords(const RQChar* text, uint64_t count, Unit* out, uint64_t room) {
+Moved encodeWords(const RQChar* text, std::uint64_t count, Unit* out, std::uint64_t room) {
   Moved moved;
-  constexpr uint64_t stored = sizeof(Unit) == 1 ? 8 : shortLength;
+  constexpr std::uint64_t stored = sizeof(Unit) == 1 ? 8 : shortLength;
   while (count - moved.read > 3 && room - moved.written >= stored + 2 * longLength) {
-    const uint32_t character = load(text + moved.read);
-    const uint64_t plain = isPlain(character);  // 1 or 0, and reckoned with
-    const uint32_t escaped = load(text + moved.read + plain);
+    const std::uint32_t character = load(text + moved.read);
+    const std::uint64_t literals = isLiteral(character);  // 1 or 0
+    const std::uint32_t escaped = load(text + moved.read + literals);
     if (escaped < firstEscaped || escaped > 0xFFFF) break;
-    storeText<stored>(out + moved.written, ('\\' + plain * (character - uint64_t{'\\'})) | escapeText(escaped));
-    moved.written += shortLength - (shortLength - 1) * plain;
+    storeText<stored>(out + moved.written,
+                      ('\\' + literals * (character - std::uint64_t{'\\'})) | escapeText(escaped));
+    moved.written += shortLength - (shortLength - 1) * literals;
     ++moved.read;
   }
   return moved;
 }
-/// Bytes are ASCII, so there is nothing to do.
+/// Bytes are ASCII: no word to encode.
 template <class Unit>
-Moved encodeWords(const uint8_t*, uint64_t, Unit*, uint64_t) {
+Moved encodeWords(const std::uint8_t*, std::uint64_t, Unit*, std::uint64_t) {
   return {};
 }
 
-/// Encodes a text of characters; *written may come to lie up to 2 above the capacity, by a doubled marker at its end.
+/// Encodes a text of characters. A doubled marker at the end may exceed the capacity by 2 units, *written included.
 template <class Unit, class Character>
-RQStatus encodeEscapes(const Character* text, uint64_t count, Unit* output, uint64_t capacity, uint64_t* written) {
-  uint64_t out = 0;
+RQStatus encodeEscapes(const Character* text, std::uint64_t count, Unit* output, std::uint64_t capacity,
+                       std::uint64_t* written) {
+  std::uint64_t out = 0;
   RQStatus status = RQ_SUCCESS;
-  for (uint64_t i = 0; i < count && out < capacity;) {
+  for (std::uint64_t i = 0; i < count && out < capacity;) {
     const Moved words = encodeWords(text + i, count - i, output + out, capacity - out);
     i += words.read;
-    out += words.written;  // words end with text and room left
+    out += words.written;  // text and room are left: encodeWords stops before their ends
 
-    const uint32_t character = load(text + i);
-    if (isPlain(character)) {
-      const uint64_t most = smaller(count - i, capacity - out);
-      const uint64_t copied = kit::copyWhileBelow(text + i, most, output + out, '\\', firstEscaped);
+    const std::uint32_t character = load(text + i);
+    if (isLiteral(character)) {
+      const std::uint64_t limit = std::min(count - i, capacity - out);
+      const std::uint64_t copied = kit::copyWhileBelow(text + i, limit, output + out, '\\', firstEscaped);
       i += copied;
       out += copied;
       continue;
@@ -151,11 +159,11 @@ RQStatus encodeEscapes(const Character* text, uint64_t count, Unit* output, uint
       const bool looksLikeEscape = count - i + 1 >= shortLength && withoutCase(load(text + i)) == 'U';
       if (!looksLikeEscape) continue;
       const auto marker = static_cast<Unit>(load(text + i++));
-      store(output + out++, marker);  // not tested against the capacity
+      store(output + out++, marker);  // the capacity is not tested
       store(output + out++, marker);
       continue;
     }
-    const uint64_t length = writeEscape(output + out, capacity - out, character);
+    const std::uint64_t length = writeEscape(output + out, capacity - out, character);
     if (length == 0) {
       status = RQ_OUTPUT_TOO_SMALL;
       break;
@@ -167,14 +175,17 @@ RQStatus encodeEscapes(const Character* text, uint64_t count, Unit* output, uint
   return status;
 }
 
+/// Longer texts take a block of the pool. The other encoders take one from 256 units on; kept: hosts depend on it.
+constexpr std::uint64_t maxLocalUnits = 256;
+
 template <Flavour F, class Unit = typename F::Unit>
-RQStatus putUEsc(RQInterface* object, const Unit* input, uint64_t units, Unit* output, uint64_t capacity,
-                 uint64_t* written) {
-  RQ_UNINITIALIZED WorkBuffer buffer(object->pool, units, 256);
+RQStatus putUEsc(RQInterface* object, const Unit* input, std::uint64_t units, Unit* output, std::uint64_t capacity,
+                 std::uint64_t* written) {
+  RQ_UNINITIALIZED WorkBuffer buffer(object->pool, units, maxLocalUnits);
   if (!buffer.obtained()) return RQ_NO_MEMORY;
-  return withCharacters(object, input, units, isAscii(input, units), buffer, [&](const auto* text, uint64_t count) {
-    return encodeEscapes(text, count, output, capacity, written);
-  });
+  return withCharacters(
+      object, input, units, isAscii(input, units), buffer,
+      [&](const auto* text, std::uint64_t count) { return encodeEscapes(text, count, output, capacity, written); });
 }
 
 }  // namespace

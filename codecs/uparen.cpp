@@ -1,104 +1,111 @@
 // The U-paren notation: `<`, `U` or `u`, four or eight hexadecimal digits, `>`.
+#include <algorithm>
+
+#include "codecs/cursor.h"
 #include "codecs/field.h"
 #include "codecs/flavour.h"
-#include "codecs/output.h"
 #include "codecs/widen.h"
 
 namespace rq {
 namespace {
 
+constexpr std::uint32_t firstNonAscii = 0x80;
+
 /// Which notations a decoder replaces.
 enum class Wanted { all, asciiOnly };
 
+/// The capacity in units that the host is given for a decoded character.
+constexpr std::uint64_t roundTripRoom = 12;
+
 template <Flavour F, Wanted wanted, class Unit = typename F::Unit>
-RQStatus decodeUParen(RQInterface* object, const Unit* input, uint64_t units, Unit* output, uint64_t capacity,
-                      uint64_t* written) {
-  Progress<Unit> progress(input, units, output, capacity);
+RQStatus decodeUParen(RQInterface* object, const Unit* input, std::uint64_t units, Unit* output,
+                      std::uint64_t capacity, std::uint64_t* written) {
+  Cursor<Unit> cursor(input, units, output, capacity);
   Terminators<Unit> terminators(input, units, '>');
-  RQ_UNINITIALIZED RoundTrips<Unit, 12> roundTrips(object);
-  while (progress.goesOn() && progress.copyUpTo('<', 'U', withoutCase(static_cast<Unit>(~Unit{0})))) {
-    const Field field = hexField<F>(progress.at() + 2, terminators);
+  RQ_UNINITIALIZED RoundTrips<Unit, roundTripRoom> roundTrips(object);
+  while (cursor.hasWork() && cursor.copyUpTo('<', 'U', caseless<Unit>)) {
+    const Field field = hexField<F>(cursor.at() + 2, terminators);
     if (field.length == noTerminator) {
-      progress.copyRest();
+      cursor.copyRest();
       break;
     }
-    const uint32_t value = field.digits.count >= 4 ? field.digits.value : 0;
-    const bool stays = wanted == Wanted::asciiOnly && value >= 0x80;
-    if (!progress.replace(field.length + 3, stays ? Replacement<Unit>{nullptr, 0} : roundTrips.of(value)))
-      return RQ_REPLACEMENT_DOES_NOT_FIT;  // *written keeps its value; hosts count on it
+    const std::uint32_t value = field.digits.count >= 4 ? field.digits.value : 0;
+    const bool stays = wanted == Wanted::asciiOnly && value >= firstNonAscii;
+    if (!cursor.replace(field.length + 3, stays ? Replacement<Unit>{nullptr, 0} : roundTrips.of(value)))
+      return RQ_REPLACEMENT_DOES_NOT_FIT;  // *written keeps its value: hosts depend on it
   }
-  *written = progress.written();
+  *written = cursor.written();
   return RQ_SUCCESS;
 }
 
 template <Flavour F, class Unit = typename F::Unit>
-RQStatus getUParen(RQInterface* object, const Unit* input, uint64_t units, Unit* output, uint64_t capacity,
-                   uint64_t* written) {
+RQStatus getUParen(RQInterface* object, const Unit* input, std::uint64_t units, Unit* output, std::uint64_t capacity,
+                   std::uint64_t* written) {
   return decodeUParen<F, Wanted::all>(object, input, units, output, capacity, written);
 }
 
 template <Flavour F, class Unit = typename F::Unit>
-RQStatus getUParenP(RQInterface* object, const Unit* input, uint64_t units, Unit* output, uint64_t capacity,
-                    uint64_t* written) {
+RQStatus getUParenP(RQInterface* object, const Unit* input, std::uint64_t units, Unit* output, std::uint64_t capacity,
+                    std::uint64_t* written) {
   return decodeUParen<F, Wanted::asciiOnly>(object, input, units, output, capacity, written);
 }
 
-constexpr uint64_t shortLength = 7;  // units of `<u0041>`
-constexpr uint64_t longLength = 11;  // units of `<u0001F600>`
+constexpr std::uint64_t shortLength = 7;  // units of `<u0041>`
+constexpr std::uint64_t longLength = 11;  // units of `<u0001F600>`
 
-/// The length of a notation that stands at `at` by its shape alone, or 0. The digits are not looked at, and one more
-/// character must follow: a notation that ends the text is escaped. Hosts count on that off-by-one.
+/// The length of a notation at `at`, judged by its shape, or 0. The digits are not tested. One more character must
+/// follow: a notation that ends the text is escaped. Kept, off by one as it is: hosts depend on it.
 template <class Character>
-uint64_t notationLength(const Character* at, uint64_t remaining) {
+std::uint64_t notationLength(const Character* at, std::uint64_t remaining) {
   if (load(at) != '<' || remaining <= shortLength || withoutCase(load(at + 1)) != 'U') return 0;
   if (load(at + shortLength - 1) == '>') return shortLength;
   if (remaining > longLength && load(at + longLength - 1) == '>') return longLength;
   return 0;
 }
 
-/// Converts a notation straight into the output; false when the session needs more or fewer units for it. The host is
-/// offered as many *bytes* as the notation has characters: wide sessions that keep to that never pass one through.
-/// May write 4 bytes past the capacity, when 7 units are left and the notation has 11.
+/// Converts a notation straight into the output. Returns false when it needs more or fewer units in the session. The
+/// host's capacity is as many *bytes* as the notation has characters, so a wide session that respects it never passes
+/// one. May write 4 bytes past the capacity: 7 units are certain to be left, and the notation may have 11.
 template <class Unit, class Character>
-bool passThrough(RQTranscoder* toSession, const Character* at, uint64_t length, Unit* out) {
+bool passThrough(RQTranscoder* toSession, const Character* at, std::uint64_t length, Unit* out) {
   RQChar characters[longLength];
-  for (uint64_t i = 0; i < length; ++i) characters[i] = load(at + i);
-  uint64_t produced = 0;
+  for (std::uint64_t i = 0; i < length; ++i) characters[i] = load(at + i);
+  std::uint64_t produced = 0;
   transcode(toSession, characters, length * sizeof(RQChar), out, length, &produced);
   return produced / sizeof(Unit) == length;
 }
 
-/// The beginning of a notation up to its fourth digit, and a whole one with four digits, as text.
-constexpr uint64_t beginningText(uint32_t digits) {
+/// A notation up to its fourth digit, and a whole one with four digits, as text.
+constexpr std::uint64_t beginningText(std::uint32_t digits) {
   return '<' | 'u' << 8 | hexText(digits) << 16;
 }
-constexpr uint64_t shortText(uint32_t digits) {
-  return beginningText(digits) | uint64_t{'>'} << 48;
+constexpr std::uint64_t shortText(std::uint32_t digits) {
+  return beginningText(digits) | std::uint64_t{'>'} << 48;
 }
 
 /// Writes a notation and returns its length, or 0 when it does not fit in `room` units.
 template <class Unit>
-uint64_t writeNotation(Unit* out, uint64_t room, uint32_t character) {
-  const uint64_t length = character < 0x10000 ? shortLength : longLength;
+std::uint64_t writeNotation(Unit* out, std::uint64_t room, std::uint32_t character) {
+  const std::uint64_t length = character < 0x10000 ? shortLength : longLength;
   if (room < length) return 0;
   if (length == shortLength) {
     storeText<shortLength>(out, shortText(character));
   } else {
     storeText<6>(out, beginningText(character >> 16));
-    storeText<5>(out + 6, hexText(character) | uint64_t{'>'} << 32);
+    storeText<5>(out + 6, hexText(character) | std::uint64_t{'>'} << 32);
   }
   return length;
 }
 
-/// Writes characters of four digits up to a '<' as notations, one store each, and returns their number. A store goes
-/// one byte beyond its notation, so it stops where something is certain to be written behind it: before the last
-/// character, and while there is room for the longest notation.
+/// Writes characters of four digits as notations, up to a '<', with one store each. Returns their number. A store
+/// writes one byte too many. Later stores must cover it, so it stops before the last character and while the longest
+/// notation fits.
 template <class Character>
-uint64_t writeRun(uint8_t* out, uint64_t room, const Character* text, uint64_t count) {
+std::uint64_t writeRun(std::uint8_t* out, std::uint64_t room, const Character* text, std::uint64_t count) {
   if (room <= longLength || count < 2) return 0;
-  const uint64_t most = smaller(count - 1, (room - longLength) / shortLength);
-  uint64_t i = 0;
-  for (; i < most; ++i, out += shortLength) {
+  const std::uint64_t limit = std::min(count - 1, (room - longLength) / shortLength);
+  std::uint64_t i = 0;
+  for (; i < limit; ++i, out += shortLength) {
     const Character character = load(text + i);
     if (character > 0xFFFF || character == '<') break;
     storeText<8>(out, shortText(character));
@@ -106,31 +113,31 @@ uint64_t writeRun(uint8_t* out, uint64_t room, const Character* text, uint64_t c
   return i;
 }
 template <class Character>
-uint64_t writeRun(RQChar*, uint64_t, const Character*, uint64_t) {
-  return 0;  // sixteen times the bytes: not worth a path of its own
+std::uint64_t writeRun(RQChar*, std::uint64_t, const Character*, std::uint64_t) {
+  return 0;  // too little to gain: the output is 28 bytes a character
 }
 
 template <class Unit, class Character>
-RQStatus encodeNotations(RQTranscoder* toSession, const Character* text, uint64_t count, Unit* output,
-                         uint64_t capacity, uint64_t* written) {
-  uint64_t out = 0;
+RQStatus encodeNotations(RQTranscoder* toSession, const Character* text, std::uint64_t count, Unit* output,
+                         std::uint64_t capacity, std::uint64_t* written) {
+  std::uint64_t out = 0;
   RQStatus status = RQ_SUCCESS;
-  for (uint64_t i = 0; i < count && out < capacity;) {
-    const uint64_t run = writeRun(output + out, capacity - out, text + i, count - i);
+  for (std::uint64_t i = 0; i < count && out < capacity;) {
+    const std::uint64_t run = writeRun(output + out, capacity - out, text + i, count - i);
     i += run;
     out += run * shortLength;
-    const uint64_t room = capacity - out;
+    const std::uint64_t room = capacity - out;
     if (room < shortLength) {
       status = RQ_OUTPUT_TOO_SMALL;
       break;
     }
-    const uint64_t standing = notationLength(text + i, count - i);
+    const std::uint64_t standing = notationLength(text + i, count - i);
     if (standing != 0 && passThrough(toSession, text + i, standing, output + out)) {
       out += standing;
       i += standing;
       continue;
     }
-    const uint64_t length = writeNotation(output + out, room, load(text + i));
+    const std::uint64_t length = writeNotation(output + out, room, load(text + i));
     if (length == 0) {
       status = RQ_OUTPUT_TOO_SMALL;
       break;
@@ -142,25 +149,28 @@ RQStatus encodeNotations(RQTranscoder* toSession, const Character* text, uint64_
   return status;
 }
 
-/// Whether a text is its own characters for this encoder. In the wide flavour units compare signed: those from
-/// 0x80000000 up are taken as they stand, and hosts count on it.
-bool isPlainText(const uint8_t* input, uint64_t units) {
+/// Whether the units of a text are its characters. Wide units compare signed: those from 0x80000000 up are never
+/// converted. Kept: hosts depend on it.
+bool unitsAreCharacters(const std::uint8_t* input, std::uint64_t units) {
   return isAscii(input, units);
 }
-bool isPlainText(const RQChar* input, uint64_t units) {
-  for (uint64_t i = 0; i < units; ++i)
-    if (static_cast<int32_t>(load(input + i)) > 0x7F) return false;
+bool unitsAreCharacters(const RQChar* input, std::uint64_t units) {
+  for (std::uint64_t i = 0; i < units; ++i)
+    if (static_cast<std::int32_t>(load(input + i)) > 0x7F) return false;
   return true;
 }
 
+/// Longer texts take a block of the pool.
+constexpr std::uint64_t maxLocalUnits = 255;
+
 template <Flavour F, class Unit = typename F::Unit>
-RQStatus putUParen(RQInterface* object, const Unit* input, uint64_t units, Unit* output, uint64_t capacity,
-                   uint64_t* written) {
-  RQ_UNINITIALIZED WorkBuffer buffer(object->pool, units, 255);
+RQStatus putUParen(RQInterface* object, const Unit* input, std::uint64_t units, Unit* output, std::uint64_t capacity,
+                   std::uint64_t* written) {
+  RQ_UNINITIALIZED WorkBuffer buffer(object->pool, units, maxLocalUnits);
   if (!buffer.obtained()) return RQ_NO_MEMORY;
   RQTranscoder* const toSession = object->transcoders[RQ_FORM_UTF32_NATIVE].toSession;
-  return withCharacters(object, input, units, isPlainText(input, units), buffer,
-                        [&](const auto* text, uint64_t count) {
+  return withCharacters(object, input, units, unitsAreCharacters(input, units), buffer,
+                        [&](const auto* text, std::uint64_t count) {
                           return encodeNotations(toSession, text, count, output, capacity, written);
                         });
 }

@@ -2,7 +2,7 @@
  *
  *   cc -std=c11 minimal_host.c -ldl -o minimal_host && ./minimal_host path/to/librquni.so
  *
- * As a shared object it can be checked against the rules of rquni/host.h:
+ * As a shared object it can be checked against the rules of rquni/host_tables.h:
  *
  *   cc -std=c11 -fPIC -shared minimal_host.c -ldl -o minimal_host.so && rqtext check-host ./minimal_host.so */
 #include <dlfcn.h>
@@ -24,11 +24,11 @@ typedef struct {
   Block blocks; /* the list's head */
 } Pool;
 
-static void *allocate(RQPool *pool, uint64_t bytes, uint64_t flags) {
+static void* allocate(RQPool* pool, uint64_t bytes, uint64_t flags) {
   (void)flags;
   if (bytes > SIZE_MAX - sizeof(Block)) return NULL;
-  Block *const head = &((Pool *)pool)->blocks;
-  Block *const block = calloc(1, sizeof(Block) + bytes);
+  Block* const head = &((Pool*)pool)->blocks;
+  Block* const block = calloc(1, sizeof(Block) + bytes);
   if (block == NULL) return NULL;
   block->next = head->next;
   block->previous = head;
@@ -37,25 +37,25 @@ static void *allocate(RQPool *pool, uint64_t bytes, uint64_t flags) {
   return block + 1;
 }
 
-static void release(RQPool *pool, void *memory) {
+static void release(RQPool* pool, void* memory) {
   (void)pool;
-  Block *const block = (Block *)memory - 1;
+  Block* const block = (Block*)memory - 1;
   block->previous->next = block->next;
   block->next->previous = block->previous;
   free(block);
 }
 
-static RQStatus destroyPool(RQPool *pool) {
-  Block *const head = &((Pool *)pool)->blocks;
+static RQStatus destroyPool(RQPool* pool) {
+  Block* const head = &((Pool*)pool)->blocks;
   while (head->next != head) release(pool, head->next + 1);
   free(pool);
   return RQ_SUCCESS;
 }
 
-static RQPool *createPool(RQKernel *kernel, RQPoolParameters *parameters, RQJournal *journal,
-                          const char *description) {
+static RQPool* createPool(RQKernel* kernel, RQPoolParameters* parameters, RQJournal* journal,
+                          const char* description) {
   (void)kernel, (void)parameters, (void)journal, (void)description;
-  Pool *const pool = calloc(1, sizeof *pool);
+  Pool* const pool = calloc(1, sizeof *pool);
   if (pool == NULL) return NULL;
   pool->blocks.next = pool->blocks.previous = &pool->blocks;
   pool->table.destroy = destroyPool;
@@ -78,19 +78,19 @@ static int isCharacter(RQChar c) {
   return c <= 0x10FFFF && (c < 0xD800 || c > 0xDFFF);
 }
 
-static RQChar readUnit(uint32_t encoding, const uint8_t *in) {
+static RQChar readUnit(uint32_t encoding, const uint8_t* in) {
   const uint64_t bytes = unitBytes(encoding);
   RQChar unit = 0;
   for (uint64_t i = 0; i < bytes; ++i) unit = unit << 8 | in[isBig(encoding) ? i : bytes - 1 - i];
   return unit;
 }
 
-static void writeUnit(uint32_t encoding, uint8_t *out, RQChar unit) {
+static void writeUnit(uint32_t encoding, uint8_t* out, RQChar unit) {
   const uint64_t bytes = unitBytes(encoding);
   for (uint64_t i = 0; i < bytes; ++i) out[isBig(encoding) ? bytes - 1 - i : i] = (uint8_t)(unit >> 8 * i);
 }
 
-static uint64_t readUtf8(const uint8_t *in, uint64_t left, RQChar *c) {
+static uint64_t readUtf8(const uint8_t* in, uint64_t left, RQChar* c) {
   static const RQChar least[] = {0, 0, 0x80, 0x800, 0x10000};
   const uint64_t bytes = in[0] < 0x80   ? 1
                          : in[0] < 0xC0 ? 0
@@ -108,7 +108,7 @@ static uint64_t readUtf8(const uint8_t *in, uint64_t left, RQChar *c) {
 }
 
 /* Reads a character and returns its length in bytes, 0 where there is none. */
-static uint64_t readCharacter(uint32_t encoding, const uint8_t *in, uint64_t left, RQChar *c) {
+static uint64_t readCharacter(uint32_t encoding, const uint8_t* in, uint64_t left, RQChar* c) {
   uint64_t bytes = unitBytes(encoding);
   if (left < bytes) return 0;
   *c = readUnit(encoding, in);
@@ -124,7 +124,7 @@ static uint64_t readCharacter(uint32_t encoding, const uint8_t *in, uint64_t lef
 }
 
 /* Writes a character in at most 4 bytes and returns its length, 0 where the encoding lacks it. */
-static uint64_t writeCharacter(uint32_t encoding, uint8_t *out, RQChar c) {
+static uint64_t writeCharacter(uint32_t encoding, uint8_t* out, RQChar c) {
   const uint64_t unit = unitBytes(encoding);
   if (encoding == RQ_ENCODING_UTF8 && c >= 0x80) {
     const uint64_t bytes = c < 0x800 ? 2 : c < 0x10000 ? 3 : 4;
@@ -149,10 +149,10 @@ typedef struct {
   uint32_t source, target;
 } Transcoder;
 
-static RQStatus convert(RQTranscoder *self, const void *input, uint64_t inputBytes, void *output, uint64_t capacity,
-                        uint64_t *produced, uint64_t flags) {
-  const Transcoder *const transcoder = (const Transcoder *)self;
-  const uint8_t *in = input;
+static RQStatus convert(RQTranscoder* self, const void* input, uint64_t inputBytes, void* output, uint64_t capacity,
+                        uint64_t* produced, uint64_t flags) {
+  const Transcoder* const transcoder = (const Transcoder*)self;
+  const uint8_t* in = input;
   (void)flags;
   *produced = 0;
   while (inputBytes > 0) {
@@ -161,7 +161,7 @@ static RQStatus convert(RQTranscoder *self, const void *input, uint64_t inputByt
     const uint64_t read = readCharacter(transcoder->source, in, inputBytes, &c);
     const uint64_t written = read == 0 ? 0 : writeCharacter(transcoder->target, bytes, c);
     if (written == 0 || written > capacity - *produced) return FAILED;
-    memcpy((uint8_t *)output + *produced, bytes, written);
+    memcpy((uint8_t*)output + *produced, bytes, written);
     *produced += written;
     in += read;
     inputBytes -= read;
@@ -169,14 +169,14 @@ static RQStatus convert(RQTranscoder *self, const void *input, uint64_t inputByt
   return RQ_SUCCESS;
 }
 
-static RQStatus destroyTranscoder(RQTranscoder *transcoder) {
+static RQStatus destroyTranscoder(RQTranscoder* transcoder) {
   free(transcoder);
   return RQ_SUCCESS;
 }
 
-static RQTranscoder *createTranscoder(RQNlsServices *nls, uint64_t source, uint64_t target, uint64_t a, uint64_t b) {
+static RQTranscoder* createTranscoder(RQNlsServices* nls, uint64_t source, uint64_t target, uint64_t a, uint64_t b) {
   (void)nls, (void)a, (void)b;
-  Transcoder *const transcoder = calloc(1, sizeof *transcoder);
+  Transcoder* const transcoder = calloc(1, sizeof *transcoder);
   if (transcoder == NULL) return NULL;
   transcoder->table.destroy = destroyTranscoder;
   transcoder->table.convert = convert;
@@ -185,26 +185,26 @@ static RQTranscoder *createTranscoder(RQNlsServices *nls, uint64_t source, uint6
   return &transcoder->table;
 }
 
-static RQStatus querySession(RQNlsServices *nls, int32_t *encoding) {
+static RQStatus querySession(RQNlsServices* nls, int32_t* encoding) {
   (void)nls;
   *encoding = ISO_8859_1;
   return RQ_SUCCESS;
 }
 
-static RQStatus lookUpOption(RQContext *context, const RQChar *name, uint64_t length, uint64_t three, int64_t *value,
-                             uint64_t *bytes) {
+static RQStatus lookUpOption(RQContext* context, const RQChar* name, uint64_t length, uint64_t three, int64_t* value,
+                             uint64_t* bytes) {
   (void)context, (void)name, (void)length, (void)three, (void)value, (void)bytes;
   return FAILED; /* no options here: the session query answers */
 }
 
-static uint64_t logStatus(RQJournal *journal, uint64_t level, uint64_t status, va_list list) {
+static uint64_t logStatus(RQJournal* journal, uint64_t level, uint64_t status, va_list list) {
   (void)journal, (void)list;
   fprintf(stderr, "rquni reports status 0x%llx at level %llu\n", (unsigned long long)status,
           (unsigned long long)level);
   return 0;
 }
 
-RQStatus rquni_host(RQKernel **kernel, RQContext **context) {
+RQStatus rquni_host(RQKernel** kernel, RQContext** context) {
   static RQJournal journal = {.statusToJnl = logStatus};
   static RQNlsServices nls = {.createTranscoder = createTranscoder, .querySession = querySession};
   static RQKernel theKernel = {.createPool = createPool}; /* no case service: the library's own tables serve */
@@ -214,22 +214,22 @@ RQStatus rquni_host(RQKernel **kernel, RQContext **context) {
   return RQ_SUCCESS;
 }
 
-int main(int argc, char **argv) {
-  void *const library = dlopen(argc > 1 ? argv[1] : "librquni.so.1", RTLD_NOW);
+int main(int argc, char** argv) {
+  void* const library = dlopen(argc > 1 ? argv[1] : "librquni.so.1", RTLD_NOW);
   if (library == NULL) return fprintf(stderr, "%s\n", dlerror()), 3;
-  RQStatus (*registerHost)(RQKernel *, uint64_t *, uint64_t *);
-  RQInterface *(*makeInterface)(RQContext *, RQJournal *);
-  *(void **)&registerHost =
+  RQStatus (*registerHost)(RQKernel*, uint64_t*, uint64_t*);
+  RQInterface* (*makeInterface)(RQContext*, RQJournal*);
+  *(void**)&registerHost =
       dlsym(library, "rqextver"); /* POSIX's own way to turn an object pointer into a function's */
-  *(void **)&makeInterface = dlsym(library, "rquni");
+  *(void**)&makeInterface = dlsym(library, "rquni");
   if (registerHost == NULL || makeInterface == NULL) return fprintf(stderr, "%s\n", dlerror()), 3;
 
-  RQKernel *kernel;
-  RQContext *context;
+  RQKernel* kernel;
+  RQContext* context;
   rquni_host(&kernel, &context);
   uint64_t major, minor;
   registerHost(kernel, &major, &minor);
-  RQInterface *const object = makeInterface(context, NULL);
+  RQInterface* const object = makeInterface(context, NULL);
   if (object == NULL) return 3;
 
   static const char text[] = "caf&#233;";

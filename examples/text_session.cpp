@@ -13,12 +13,12 @@ namespace {
 using rq::host::Notation;
 using rq::host::TextSession;
 
-int report(const rq::host::Error &error) {
+int report(const rq::host::Error& error) {
   std::fprintf(stderr, "%s\n", error.text.c_str());
   return 1;
 }
 
-int run(const char *library) {
+int run(const char* library) {
   const auto session = TextSession::open("UTF-8", library);
   if (!session) return report(session.error());
   const auto decoded = session->decode(Notation::ncr, "caf&#233; &#x65E5;");
@@ -46,6 +46,6 @@ int run(const char *library) {
 
 }  // namespace
 
-int main(int argc, char **argv) {
+int main(int argc, char** argv) {
   return run(argc > 1 ? argv[1] : "librquni.so.1");
 }

@@ -1,25 +1,26 @@
-// The interface object: made by rquni, ended by ulDestroy. The one place that knows all operations.
+// The interface object: rquni makes it, ulDestroy ends it. Only this file knows all operations.
 #include "frame/interface.h"
 
+#include <cstdint>
 #include <cstring>
 
-#include "frame/journal.h"
-#include "frame/kernel_handle.h"
-#include "frame/wide_literal.h"
+#include "frame/internal/kernel_handle.h"
+#include "frame/internal/wide_literal.h"
+#include "frame/journal_bridges.h"
 
 namespace rq {
 namespace {
 
-constexpr uint64_t failureLevel = 4;
-constexpr uint64_t objectAllocationFlags = 0x80000000;
-constexpr int64_t noEncoding = -1;
+constexpr std::uint64_t failureLevel = 4;
+constexpr std::uint64_t objectAllocationFlags = 0x80000000;
+constexpr std::int64_t noEncoding = -1;
 
 constexpr auto sessionOption = wideLiteral("RQNLS.ZMX_SESSION_CEI");
-constexpr uint64_t sessionOptionMode = 3;
+constexpr std::uint64_t sessionOptionMode = 3;
 static_assert(sessionOption.length == 21);
 
-/// The host's identifier of each form, in the order of RQForm. The native forms are the little-endian ones.
-constexpr uint32_t formEncodings[] = {
+/// The host's identifier of each encoding form, in the order of RQForm. Native order is little-endian.
+constexpr std::uint32_t formEncodings[] = {
     RQ_ENCODING_UTF8,         RQ_ENCODING_UTF16_LITTLE, RQ_ENCODING_UTF16_BIG,    RQ_ENCODING_UTF16_LITTLE,
     RQ_ENCODING_UTF32_LITTLE, RQ_ENCODING_UTF32_BIG,    RQ_ENCODING_UTF32_LITTLE,
 };
@@ -45,26 +46,27 @@ void logNoMemory(RQJournal* journal) {
   rqlStatusToJnl(journal, failureLevel, RQ_NO_MEMORY);
 }
 
-/// Asks the NLS services when the context does not know the option; 0 when they do not know either.
-int64_t queriedSession(RQNlsServices* nls) {
-  int32_t encoding = noEncoding;
+/// The session encoding that the NLS services report, or 0 when they fail.
+std::int64_t queriedSession(RQNlsServices* nls) {
+  std::int32_t encoding = noEncoding;
   const RQStatus status = nls->querySession(nls, &encoding);
   return status == RQ_SUCCESS || status == RQ_SESSION_QUERY_DEFAULTED ? encoding : 0;
 }
 
-int64_t sessionEncoding(RQContext* context, RQNlsServices* nls) {
-  int64_t value = noEncoding;
-  uint64_t valueBytes = sizeof value;
+/// The session encoding: the context's option, or else what the NLS services report.
+std::int64_t sessionEncoding(RQContext* context, RQNlsServices* nls) {
+  std::int64_t value = noEncoding;
+  std::uint64_t valueBytes = sizeof value;
   const RQStatus status = context->lookUpOption(context, sessionOption.text, sessionOption.length, sessionOptionMode,
                                                 &value, &valueBytes);
   return status == RQ_SUCCESS ? value : queriedSession(nls);
 }
 
-/// Makes the transcoders: first all that lead into the session, then all that lead out. One that the host refuses is
-/// null in the object.
+/// Makes the transcoders: first all into the session encoding, then all out of it. A refused one is null in the
+/// object.
 void createTranscoders(RQInterface* object) {
   RQNlsServices* const nls = object->nls;
-  const uint64_t session = static_cast<uint32_t>(object->sessionEncoding);
+  const std::uint64_t session = static_cast<std::uint32_t>(object->sessionEncoding);
   for (int form = 0; form < RQ_FORMS; ++form)
     object->transcoders[form].toSession = nls->createTranscoder(nls, formEncodings[form], session, 0, 0);
   for (int form = 0; form < RQ_FORMS; ++form)
@@ -72,10 +74,10 @@ void createTranscoders(RQInterface* object) {
 }
 
 void destroyTranscoder(RQTranscoder* transcoder) {
-  if (transcoder != nullptr) transcoder->destroy(transcoder);
+  if (transcoder) transcoder->destroy(transcoder);
 }
 
-/// Writes the named members and no other byte: the rest of the block is the host's.
+/// Writes these members and no other byte: all gaps of the block belong to the host.
 void fillHeader(RQInterface* object) {
   object->getReqVersion = ulGetReqVersion;
   object->getVersion = ulGetVersion;
@@ -88,7 +90,8 @@ void fillHeader(RQInterface* object) {
   std::memcpy(object->eyeCatcher, "nevo", sizeof object->eyeCatcher);
 }
 
-uint64_t storeVersion(uint64_t* major, uint64_t* minor, uint64_t* patch, const uint64_t (&version)[3]) {
+std::uint64_t storeVersion(std::uint64_t* major, std::uint64_t* minor, std::uint64_t* patch,
+                           const std::uint64_t (&version)[3]) {
   *major = version[0];
   *minor = version[1];
   *patch = version[2];
@@ -99,27 +102,27 @@ uint64_t storeVersion(uint64_t* major, uint64_t* minor, uint64_t* patch, const u
 }  // namespace rq
 
 RQInterface* rquni(RQContext* context, RQJournal* journal) {
-  if (journal == nullptr) journal = context->journal;
-  if (journal == nullptr) return nullptr;
+  if (!journal) journal = context->journal;
+  if (!journal) return nullptr;
   RQNlsServices* const nls = context->nls;
-  if (nls == nullptr) return nullptr;
+  if (!nls) return nullptr;
 
   RQKernel* const kernel = rq::kernelHandle();
   RQPoolParameters parameters = {};
   RQPool* const pool = kernel->createPool(kernel, &parameters, journal, "RQUNI Extension");
-  if (pool == nullptr) {
+  if (!pool) {
     rq::logNoMemory(journal);
     return nullptr;
   }
   auto* const object =
       static_cast<RQInterface*>(pool->allocate(pool, sizeof(RQInterface), rq::objectAllocationFlags));
-  if (object == nullptr) {
+  if (!object) {
     rq::logNoMemory(journal);
     pool->destroy(pool);
     return nullptr;
   }
 
-  const int64_t session = rq::sessionEncoding(context, nls);
+  const std::int64_t session = rq::sessionEncoding(context, nls);
   object->pool = pool;
   object->journal = journal;
   object->nls = nls;
@@ -129,7 +132,7 @@ RQInterface* rquni(RQContext* context, RQJournal* journal) {
   return object;
 }
 
-uint64_t ulDestroy(RQInterface* object) {
+std::uint64_t ulDestroy(RQInterface* object) {
   for (const RQTranscoderPair& pair : object->transcoders) rq::destroyTranscoder(pair.toSession);
   for (const RQTranscoderPair& pair : object->transcoders) rq::destroyTranscoder(pair.fromSession);
   RQPool* const pool = object->pool;
@@ -137,10 +140,10 @@ uint64_t ulDestroy(RQInterface* object) {
   return 0;
 }
 
-uint64_t ulGetVersion(RQInterface*, uint64_t* major, uint64_t* minor, uint64_t* patch) {
+std::uint64_t ulGetVersion(RQInterface*, std::uint64_t* major, std::uint64_t* minor, std::uint64_t* patch) {
   return rq::storeVersion(major, minor, patch, {1, 0, 0});
 }
 
-uint64_t ulGetReqVersion(RQInterface*, uint64_t* major, uint64_t* minor, uint64_t* patch) {
+std::uint64_t ulGetReqVersion(RQInterface*, std::uint64_t* major, std::uint64_t* minor, std::uint64_t* patch) {
   return rq::storeVersion(major, minor, patch, {9, 1, 1});
 }

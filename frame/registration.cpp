@@ -1,5 +1,7 @@
-// Registration: the library's only state is the kernel handle.
+// Registration. The kernel handle is the library's only state.
 #include "frame/registration.h"
+
+#include <cstdint>
 
 RQKernel* Exported_RQHandle = nullptr;
 
@@ -8,7 +10,7 @@ RQStatus rqextent(RQKernel* kernel) {
   return RQ_SUCCESS;
 }
 
-RQStatus rqextver(RQKernel* kernel, uint64_t* major, uint64_t* minor) {
+RQStatus rqextver(RQKernel* kernel, std::uint64_t* major, std::uint64_t* minor) {
   *major = 9;
   *minor = 1;
   return rqextent(kernel);

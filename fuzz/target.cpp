@@ -4,14 +4,14 @@
 // Invariants, whatever the bytes: no report of a sanitizer, nothing touched outside the buffers, which lie between
 // guard pages, and no difference from the naive twin. What is compared stands where the family is made:
 //
-//   ncr uesc uparen transforms measures   tests/differential/trial.h, at checkTrial
+//   ncr uesc uparen transforms measures   tests/differential/comparison.h, at checkCase
 //   kit                                   tests/differential/kit.cpp
 //   wide                                  tests/differential/wide.cpp
 //   creation                              tests/differential/creation.cpp
 #include <cstdio>
 #include <cstdlib>
 
-#include "differential/family.h"
+#include "tests/differential/family.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t bytes) {
   static const rq::test::Family& family = *rq::test::familyNamed(RQ_FUZZ_FAMILY);

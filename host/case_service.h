@@ -2,35 +2,34 @@
 #ifndef RQUNI_HOST_CASE_SERVICE_H
 #define RQUNI_HOST_CASE_SERVICE_H
 
-#include "frame/host.h"
+#include <cstdint>
+
+#include "frame/host_tables.h"
 #include "host/guarded.h"
-#include "host/instruments.h"
 
 namespace rq::host {
 
 /// Upper-cases ASCII letters in place.
 class CharsetService final : public Guarded<RQCharsetService, "character-set service"> {
  public:
-  explicit CharsetService(Instruments &instruments);
+  CharsetService();
 
  private:
-  static void upperCaseSlot(RQCharsetService *service, void *buffer, uint64_t length, uint64_t zero) noexcept;
-  Instruments &instruments_;
+  static void upperCaseSlot(RQCharsetService* service, void* buffer, std::uint64_t length,
+                            std::uint64_t zero) noexcept;
 };
 
-/// Single-character case mappings of Unicode, by ICU; values that are no code points stay as they are.
+/// Single-character case mappings of Unicode, by ICU. Values that are no code points stay as they are.
 class CaseService final : public Guarded<RQCaseService, "case service"> {
  public:
-  /// With `atHand` the character-set service stands in the table's word, else it is found by name only.
-  CaseService(Instruments &instruments, bool atHand);
+  CaseService();
 
  private:
-  static RQChar upperSlot(RQCaseService *service, RQChar character, uint64_t one) noexcept;
-  static RQChar lowerSlot(RQCaseService *service, RQChar character, uint64_t one) noexcept;
-  static RQCharsetService *lookUpSlot(RQCaseService *service, const RQChar *name, uint64_t length,
-                                      RQStatus *status) noexcept;
+  static RQChar upperSlot(RQCaseService* service, RQChar character, std::uint64_t one) noexcept;
+  static RQChar lowerSlot(RQCaseService* service, RQChar character, std::uint64_t one) noexcept;
+  static RQCharsetService* lookUpSlot(RQCaseService* service, const RQChar* name, std::uint64_t length,
+                                      RQStatus* status) noexcept;
 
-  Instruments &instruments_;
   CharsetService charset_;
 };
 

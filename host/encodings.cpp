@@ -11,38 +11,28 @@
 namespace rq::host {
 namespace {
 
-struct Fixed {
+struct UnicodeName {
+  std::string_view icuName;
   std::uint32_t identifier;
-  std::string_view name;
 };
-constexpr std::array<Fixed, 5> fixedEncodings = {{{RQ_ENCODING_UTF8, "UTF-8"},
-                                                  {RQ_ENCODING_UTF16_BIG, "UTF-16BE"},
-                                                  {RQ_ENCODING_UTF16_LITTLE, "UTF-16LE"},
-                                                  {RQ_ENCODING_UTF32_BIG, "UTF-32BE"},
-                                                  {RQ_ENCODING_UTF32_LITTLE, "UTF-32LE"}}};
 
-/// ICU's further converters of these forms; most of them deal in byte-order marks.
-constexpr std::array<Fixed, 10> sameForms = {{{RQ_ENCODING_UTF16_BIG, "UTF-16"},
-                                              {RQ_ENCODING_UTF32_BIG, "UTF-32"},
-                                              {RQ_ENCODING_UTF16_LITTLE, "UTF16_PlatformEndian"},
-                                              {RQ_ENCODING_UTF16_BIG, "UTF16_OppositeEndian"},
-                                              {RQ_ENCODING_UTF32_LITTLE, "UTF32_PlatformEndian"},
-                                              {RQ_ENCODING_UTF32_BIG, "UTF32_OppositeEndian"},
-                                              {RQ_ENCODING_UTF16_BIG, "UTF-16BE,version=1"},
-                                              {RQ_ENCODING_UTF16_LITTLE, "UTF-16LE,version=1"},
-                                              {RQ_ENCODING_UTF16_LITTLE, "UTF-16,version=1"},
-                                              {RQ_ENCODING_UTF16_BIG, "UTF-16,version=2"}}};
-
-/// 0 when the name is not one of the five forms.
-std::uint32_t fixedIdentifier(std::string_view icuName) {
-  for (const Fixed &fixed : fixedEncodings) {
-    if (fixed.name == icuName) return fixed.identifier;
-  }
-  for (const Fixed &same : sameForms) {
-    if (same.name == icuName) return same.identifier;
-  }
-  return 0;
-}
+/// ICU's names of the Unicode forms. The first name of an identifier is the one that this host uses; behind them
+/// stand ICU's converters that differ by byte-order marks or by a name alone.
+constexpr std::array<UnicodeName, 15> unicodeNames = {{{"UTF-8", RQ_ENCODING_UTF8},
+                                                       {"UTF-16BE", RQ_ENCODING_UTF16_BIG},
+                                                       {"UTF-16LE", RQ_ENCODING_UTF16_LITTLE},
+                                                       {"UTF-32BE", RQ_ENCODING_UTF32_BIG},
+                                                       {"UTF-32LE", RQ_ENCODING_UTF32_LITTLE},
+                                                       {"UTF-16", RQ_ENCODING_UTF16_BIG},
+                                                       {"UTF-32", RQ_ENCODING_UTF32_BIG},
+                                                       {"UTF16_PlatformEndian", RQ_ENCODING_UTF16_LITTLE},
+                                                       {"UTF16_OppositeEndian", RQ_ENCODING_UTF16_BIG},
+                                                       {"UTF32_PlatformEndian", RQ_ENCODING_UTF32_LITTLE},
+                                                       {"UTF32_OppositeEndian", RQ_ENCODING_UTF32_BIG},
+                                                       {"UTF-16BE,version=1", RQ_ENCODING_UTF16_BIG},
+                                                       {"UTF-16LE,version=1", RQ_ENCODING_UTF16_LITTLE},
+                                                       {"UTF-16,version=1", RQ_ENCODING_UTF16_LITTLE},
+                                                       {"UTF-16,version=2", RQ_ENCODING_UTF16_BIG}}};
 
 /// FNV-1a, brought into 2^24 .. 2^31 - 1: positive for a signed reader and far from the fixed identifiers.
 std::uint32_t hashedIdentifier(std::string_view name) {
@@ -51,42 +41,45 @@ std::uint32_t hashedIdentifier(std::string_view name) {
   return hash % (0x7FFFFFFF - 0x01000000) + 0x01000000;
 }
 
-void addAliases(Encoding &encoding, const char *icuName) {
+/// The identifier and this host's name of what ICU calls `icuName`.
+UnicodeName ownName(std::string_view icuName) {
+  const auto known = std::ranges::find(unicodeNames, icuName, &UnicodeName::icuName);
+  if (known == unicodeNames.end()) return {icuName, hashedIdentifier(icuName)};
+  return *std::ranges::find(unicodeNames, known->identifier, &UnicodeName::identifier);
+}
+
+void addAliases(Encoding& encoding, const char* icuName) {
   const auto add = [&encoding](std::string_view alias) {
     if (alias != encoding.name && std::ranges::find(encoding.aliases, alias) == encoding.aliases.end()) {
       encoding.aliases.emplace_back(alias);
     }
   };
   UErrorCode error = U_ZERO_ERROR;
-  for (const char *standard : {"MIME", "IANA"}) {
-    const char *preferred = ucnv_getStandardName(icuName, standard, &error);
-    if (U_SUCCESS(error) && preferred != nullptr) add(preferred);
+  for (const char* standard : {"MIME", "IANA"}) {
+    const char* preferred = ucnv_getStandardName(icuName, standard, &error);
+    if (U_SUCCESS(error) && preferred) add(preferred);
     error = U_ZERO_ERROR;
   }
   const std::uint16_t count = ucnv_countAliases(icuName, &error);
   for (std::uint16_t i = 0; U_SUCCESS(error) && i < count; ++i) {
-    const char *alias = ucnv_getAlias(icuName, i, &error);
+    const char* alias = ucnv_getAlias(icuName, i, &error);
     if (U_SUCCESS(error)) add(alias);
   }
 }
 
 std::vector<Encoding> listEncodings() {
   std::map<std::string, Encoding> byName;
-  for (const Fixed &fixed : fixedEncodings)
-    byName[std::string(fixed.name)] = {fixed.identifier, std::string(fixed.name), {}};
-  for (int32_t i = 0; i < ucnv_countAvailable(); ++i) {
-    const char *icuName = ucnv_getAvailableName(i);
-    const std::uint32_t fixed = fixedIdentifier(icuName);
-    std::string name =
-        fixed == 0 ? icuName : std::string(std::ranges::find(fixedEncodings, fixed, &Fixed::identifier)->name);
-    Encoding &encoding = byName[name];
-    encoding.identifier = fixed == 0 ? hashedIdentifier(icuName) : fixed;
-    encoding.name = std::move(name);
+  for (std::int32_t i = 0; i < ucnv_countAvailable(); ++i) {
+    const char* icuName = ucnv_getAvailableName(i);
+    const auto [name, identifier] = ownName(icuName);
+    Encoding& encoding = byName[std::string(name)];
+    encoding.identifier = identifier;
+    encoding.name = name;
     addAliases(encoding, icuName);
   }
   std::vector<Encoding> list;
   list.reserve(byName.size());
-  for (auto &[name, encoding] : byName) list.push_back(std::move(encoding));
+  for (auto& [name, encoding] : byName) list.push_back(std::move(encoding));
   return list;
 }
 
@@ -121,9 +114,9 @@ std::size_t distance(std::string_view a, std::string_view b) {
 std::string nearNames(std::string_view name) {
   const std::string wanted = folded(name.substr(0, 64));
   std::vector<std::pair<std::size_t, std::string_view>> near;
-  for (const Encoding &encoding : encodings()) {
+  for (const Encoding& encoding : encodings()) {
     std::pair<std::size_t, std::string_view> best(distance(wanted, folded(encoding.name)), encoding.name);
-    for (const std::string &alias : encoding.aliases) best = std::min(best, {distance(wanted, folded(alias)), alias});
+    for (const std::string& alias : encoding.aliases) best = std::min(best, {distance(wanted, folded(alias)), alias});
     if (best.first <= 1 + wanted.size() / 4) near.push_back(best);
   }
   std::ranges::sort(near);
@@ -136,24 +129,21 @@ std::string nearNames(std::string_view name) {
 
 }  // namespace
 
-const std::vector<Encoding> &encodings() {
+const std::vector<Encoding>& encodings() {
   static const std::vector<Encoding> list = listEncodings();
   return list;
 }
 
-const Encoding *findEncoding(std::uint32_t identifier) {
+const Encoding* findEncoding(std::uint32_t identifier) {
   const auto found = std::ranges::find(encodings(), identifier, &Encoding::identifier);
   return found == encodings().end() ? nullptr : &*found;
 }
 
-Result<const Encoding *> findEncoding(std::string_view name) {
+Result<const Encoding*> findEncoding(std::string_view name) {
   UErrorCode error = U_ZERO_ERROR;
-  const char *icuName = ucnv_getAlias(std::string(name).c_str(), 0, &error);
-  if (U_SUCCESS(error) && icuName != nullptr) {
-    const std::uint32_t fixed = fixedIdentifier(icuName);
-    const auto found = std::ranges::find_if(encodings(), [&](const Encoding &encoding) {
-      return fixed != 0 ? encoding.identifier == fixed : encoding.name == icuName;
-    });
+  const char* icuName = ucnv_getAlias(std::string(name).c_str(), 0, &error);
+  if (U_SUCCESS(error) && icuName) {
+    const auto found = std::ranges::find(encodings(), ownName(icuName).icuName, &Encoding::name);
     if (found != encodings().end()) return &*found;
   }
   constexpr std::size_t longestShown = 64;
@@ -163,13 +153,13 @@ Result<const Encoding *> findEncoding(std::string_view name) {
   return Error{Error::Kind::usage, std::move(text)};
 }
 
-const Codec *codecOf(std::uint32_t identifier) {
+const Codec* codecOf(std::uint32_t identifier) {
   static std::mutex mutex;
   static std::map<std::uint32_t, std::unique_ptr<Codec>> codecs;
   const std::lock_guard lock(mutex);
   if (const auto known = codecs.find(identifier); known != codecs.end()) return known->second.get();
-  const Encoding *encoding = findEncoding(identifier);
-  if (encoding == nullptr) return nullptr;
+  const Encoding* encoding = findEncoding(identifier);
+  if (!encoding) return nullptr;
   std::unique_ptr<Codec> codec = makeUnicodeCodec(identifier);
   if (!codec) codec = makeSingleByteCodec(encoding->name);
   if (!codec) codec = makeIcuCodec(encoding->name);
@@ -177,7 +167,7 @@ const Codec *codecOf(std::uint32_t identifier) {
   return (codecs[identifier] = std::move(codec)).get();
 }
 
-bool carriesNotations(const Codec &codec) {
+bool carriesNotations(const Codec& codec) {
   if (codec.stateful()) return false;
   return std::ranges::all_of(std::string_view("&#;<>\\0123456789abcdefABCDEFuUx\n "), [&codec](char c) {
     const auto byte = static_cast<std::byte>(c);

@@ -1,5 +1,4 @@
-// Tables whose unlisted words are traps: a call through one names the table and the word on standard error and
-// aborts.
+// Tables whose unlisted words are traps: a call through one prints the table and the word, and aborts.
 #ifndef RQUNI_HOST_GUARDED_H
 #define RQUNI_HOST_GUARDED_H
 
@@ -16,7 +15,7 @@ struct TableName {
   consteval TableName(const char (&name)[size]) { std::copy_n(name, size, text); }
 };
 
-[[noreturn]] void reportForbiddenCall(const char *table, unsigned word) noexcept;
+[[noreturn]] void reportForbiddenCall(const char* table, unsigned word) noexcept;
 
 template <TableName name, unsigned word>
 [[noreturn]] void forbiddenSlot() {
@@ -25,23 +24,23 @@ template <TableName name, unsigned word>
 
 /// Fills `gap`, which begins at word `from` of the table, with a trap for each word.
 template <TableName name, unsigned from, std::size_t count>
-void forbid(void *(&gap)[count]) {
+void forbid(void* (&gap)[count]) {
   [&gap]<std::size_t... i>(std::index_sequence<i...>) {
-    ((gap[i] = reinterpret_cast<void *>(&forbiddenSlot<name, from + static_cast<unsigned>(i)>)), ...);
+    ((gap[i] = reinterpret_cast<void*>(&forbiddenSlot<name, from + static_cast<unsigned>(i)>)), ...);
   }
   (std::make_index_sequence<count>());
 }
 
-/// A host table followed by traps: a wrong slot number beyond its last word is caught as well. The derived class
-/// fills the listed words and forbids the gaps.
+/// A host table followed by traps, which catch slot numbers beyond its last word. The derived class fills the listed
+/// words and forbids the gaps.
 template <class Table, TableName name>
 struct Guarded : Table {
-  static constexpr unsigned tableWords = sizeof(Table) / sizeof(void *);
+  static constexpr unsigned tableWords = sizeof(Table) / sizeof(void*);
   static constexpr unsigned guardedWords = 192;
   static_assert(tableWords < guardedWords);
 
   Guarded() : Table{} { forbid<name, tableWords>(beyond); }
-  void *beyond[guardedWords - tableWords];
+  void* beyond[guardedWords - tableWords];
 };
 
 }  // namespace rq::host

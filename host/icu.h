@@ -1,4 +1,4 @@
-// ICU converters as the host uses them: they stop at whatever they cannot convert and change nothing silently.
+// ICU converters that stop at whatever they cannot convert and never substitute.
 #ifndef RQUNI_HOST_ICU_H
 #define RQUNI_HOST_ICU_H
 
@@ -10,12 +10,12 @@
 namespace rq::host {
 
 struct CloseConverter {
-  void operator()(UConverter *converter) const { ucnv_close(converter); }
+  void operator()(UConverter* converter) const { ucnv_close(converter); }
 };
 using Converter = std::unique_ptr<UConverter, CloseConverter>;
 
 /// A converter, or null when ICU cannot open one.
-Converter openConverter(const std::string &icuName);
+Converter openConverter(const std::string& icuName);
 
 }  // namespace rq::host
 

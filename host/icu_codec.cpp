@@ -1,5 +1,5 @@
-// Multibyte and stateful encodings through ICU, a pair of converters per thread and encoding: no lock, and a call
-// costs a reset and the conversion.
+// Multibyte and stateful encodings through ICU. Each thread has its own pair of converters per encoding: calls take
+// no lock, and cost a reset and the conversion.
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -12,7 +12,7 @@
 namespace rq::host {
 namespace {
 
-/// ICU takes no longer piece at once.
+/// The longest piece that ICU takes at once.
 constexpr std::size_t longestPiece = 0x40000000;
 
 struct ThreadConverters {
@@ -20,7 +20,7 @@ struct ThreadConverters {
   char16_t pendingLead = 0;  // the first half of a pair, when a piece ended between the halves
 };
 
-/// Reached by a codec's number; each thread fills in what it uses and closes it when it ends.
+/// Indexed by a codec's number. Each thread opens what it uses, and closes it when the thread ends.
 thread_local std::vector<ThreadConverters> threadConverters;
 std::atomic<std::size_t> codecsMade = 0;
 
@@ -28,9 +28,9 @@ Outcome outcomeOfReading(UErrorCode error) {
   return error == U_TRUNCATED_CHAR_FOUND ? Outcome::truncated : Outcome::malformed;
 }
 
-std::size_t invalidLength(const UConverter *converter) {
+std::size_t invalidLength(const UConverter* converter) {
   std::array<char, 32> bytes;
-  auto length = static_cast<int8_t>(bytes.size());
+  auto length = static_cast<std::int8_t>(bytes.size());
   UErrorCode error = U_ZERO_ERROR;
   ucnv_getInvalidChars(converter, bytes.data(), &length, &error);
   return U_SUCCESS(error) && length > 0 ? static_cast<std::size_t>(length) : 1;
@@ -42,8 +42,8 @@ class IcuCodec final : public Codec {
 
   /// Opens this thread's converters; false when ICU refuses.
   bool open() {
-    const ThreadConverters *mine = converters();
-    if (mine == nullptr) return false;
+    const ThreadConverters* mine = converters();
+    if (!mine) return false;
     switch (ucnv_getType(mine->decoder.get())) {
       case UCNV_SBCS:
       case UCNV_DBCS:
@@ -65,15 +65,15 @@ class IcuCodec final : public Codec {
   }
 
   Step decode(Bytes input, std::span<char32_t> output, bool first) const override {
-    ThreadConverters *mine = converters();
-    if (mine == nullptr) return {0, 0, Outcome::unavailable};
+    ThreadConverters* mine = converters();
+    if (!mine) return {0, 0, Outcome::unavailable};
     if (first) restart(*mine);
 
     std::array<UChar, pieceCharacters> units;
-    UChar *unitsEnd = units.data();
-    const UChar *unitsLimit = units.data() + std::min(output.size(), units.size());
-    const auto *begin = reinterpret_cast<const char *>(input.data());
-    const char *from = begin;
+    UChar* unitsEnd = units.data();
+    const UChar* unitsLimit = units.data() + std::min(output.size(), units.size());
+    const auto* begin = reinterpret_cast<const char*>(input.data());
+    const char* from = begin;
     const std::size_t piece = std::min(input.size(), longestPiece);
     UErrorCode error = U_ZERO_ERROR;
     ucnv_toUnicode(mine->decoder.get(), &unitsEnd, unitsLimit, &from, begin + piece, nullptr,
@@ -96,12 +96,12 @@ class IcuCodec final : public Codec {
     return step;
   }
 
-  Step decodeOne(Bytes input, char32_t &output, bool first) const override {
-    ThreadConverters *mine = converters();
-    if (mine == nullptr) return {0, 0, Outcome::unavailable};
+  Step decodeOne(Bytes input, char32_t& output, bool first) const override {
+    ThreadConverters* mine = converters();
+    if (!mine) return {0, 0, Outcome::unavailable};
     if (first) restart(*mine);
-    const auto *begin = reinterpret_cast<const char *>(input.data());
-    const char *from = begin;
+    const auto* begin = reinterpret_cast<const char*>(input.data());
+    const char* from = begin;
     UErrorCode error = U_ZERO_ERROR;
     const UChar32 c =
         ucnv_getNextUChar(mine->decoder.get(), &from, begin + std::min(input.size(), longestPiece), &error);
@@ -117,8 +117,8 @@ class IcuCodec final : public Codec {
   }
 
   Step encode(std::span<const char32_t> input, MutableBytes output, bool first, bool last) const override {
-    ThreadConverters *mine = converters();
-    if (mine == nullptr) return {0, 0, Outcome::unavailable};
+    ThreadConverters* mine = converters();
+    if (!mine) return {0, 0, Outcome::unavailable};
     if (first) ucnv_resetFromUnicode(mine->encoder.get());
 
     std::array<UChar, 2 * pieceCharacters> units;
@@ -127,9 +127,9 @@ class IcuCodec final : public Codec {
       if (c > 0xFFFF) units[count++] = static_cast<UChar>(0xD7C0 + (c >> 10));
       units[count++] = static_cast<UChar>(c > 0xFFFF ? 0xDC00 | (c & 0x3FF) : c);
     }
-    const UChar *from = units.data();
-    auto *begin = reinterpret_cast<char *>(output.data());
-    char *to = begin;
+    const UChar* from = units.data();
+    auto* begin = reinterpret_cast<char*>(output.data());
+    char* to = begin;
     UErrorCode error = U_ZERO_ERROR;
     ucnv_fromUnicode(mine->encoder.get(), &to, begin + std::min(output.size(), longestPiece), &from,
                      units.data() + count, nullptr, static_cast<UBool>(last), &error);
@@ -145,23 +145,23 @@ class IcuCodec final : public Codec {
   bool cutsCleanly() const override { return false; }
 
  private:
-  ThreadConverters *converters() const {
+  ThreadConverters* converters() const {
     if (number_ >= threadConverters.size()) threadConverters.resize(number_ + 1);
-    ThreadConverters &mine = threadConverters[number_];
+    ThreadConverters& mine = threadConverters[number_];
     if (mine.encoder) return &mine;
     mine.decoder = openConverter(name_);
     mine.encoder = openConverter(name_);
     return mine.decoder && mine.encoder ? &mine : nullptr;
   }
 
-  static void restart(ThreadConverters &mine) {
+  static void restart(ThreadConverters& mine) {
     ucnv_resetToUnicode(mine.decoder.get());
     mine.pendingLead = 0;
   }
 
-  /// Joins surrogate pairs; a lead at the end waits for the next piece. False at a lone surrogate.
-  static bool pair(std::span<const UChar> units, std::span<char32_t> output, ThreadConverters &mine,
-                   std::size_t &produced) {
+  /// Joins surrogate pairs; a lead at the end waits for the next piece. False for a lone surrogate.
+  static bool pair(std::span<const UChar> units, std::span<char32_t> output, ThreadConverters& mine,
+                   std::size_t& produced) {
     for (const UChar unit : units) {
       if (mine.pendingLead != 0) {
         if (!U16_IS_TRAIL(unit)) return false;
@@ -185,7 +185,7 @@ class IcuCodec final : public Codec {
 
 }  // namespace
 
-std::unique_ptr<Codec> makeIcuCodec(const std::string &icuName) {
+std::unique_ptr<Codec> makeIcuCodec(const std::string& icuName) {
   auto codec = std::make_unique<IcuCodec>(icuName);
   if (!codec->open()) return nullptr;
   return codec;

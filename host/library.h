@@ -14,30 +14,30 @@ namespace rq::host {
 
 class Library {
  public:
-  /// Loads `path`; a name without a slash is left to the dynamic loader. The entry points are looked up at once.
-  static Result<Library> open(const std::string &path);
+  /// Loads `path` and finds the entry points. The dynamic loader searches for a name without a slash.
+  static Result<Library> open(const std::string& path);
 
   /// Any further name that the library exports.
   template <class Symbol>
-  Result<Symbol *> symbol(const char *name) const {
-    Result<void *> address = find(name);
+  Result<Symbol*> symbol(const char* name) const {
+    Result<void*> address = find(name);
     if (!address) return address.error();
-    return reinterpret_cast<Symbol *>(*address);
+    return reinterpret_cast<Symbol*>(*address);
   }
 
-  /// The file that the loader really took.
-  const std::string &path() const { return path_; }
+  /// The file that the loader took.
+  const std::string& path() const { return path_; }
 
-  RQStatus (*rqextver)(RQKernel *kernel, std::uint64_t *major, std::uint64_t *minor) = nullptr;
-  void (*rqvercn1)(RQVersionRecord *destination) = nullptr;
-  RQInterface *(*rquni)(RQContext *context, RQJournal *journal) = nullptr;
+  RQStatus (*rqextver)(RQKernel* kernel, std::uint64_t* major, std::uint64_t* minor) = nullptr;
+  void (*rqvercn1)(RQVersionRecord* destination) = nullptr;
+  RQInterface* (*rquni)(RQContext* context, RQJournal* journal) = nullptr;
 
  private:
   struct Close {
-    void operator()(void *handle) const;
+    void operator()(void* handle) const;
   };
   Library() = default;
-  Result<void *> find(const char *name) const;
+  Result<void*> find(const char* name) const;
 
   std::unique_ptr<void, Close> handle_;
   std::string path_;

@@ -21,8 +21,8 @@ std::string hexadecimal(Bytes bytes) {
   return bytes.size() > most ? text + " ..." : text;
 }
 
-/// Skips pieces that convert whole. Only codecs that can be entered anywhere allow it.
-std::size_t skipGoodPieces(const Codec &source, const Codec &target, Bytes text) {
+/// Skips pieces that convert whole. The source must not be stateful.
+std::size_t skipGoodPieces(const Codec& source, const Codec& target, Bytes text) {
   std::array<char32_t, Codec::pieceCharacters> piece;
   std::array<std::byte, 32 * Codec::pieceCharacters> scratch;
   std::size_t at = 0;
@@ -37,7 +37,7 @@ std::size_t skipGoodPieces(const Codec &source, const Codec &target, Bytes text)
 
 }  // namespace
 
-const Position &PositionTracker::advanceTo(std::uint64_t offset) {
+const Position& PositionTracker::advanceTo(std::uint64_t offset) {
   std::array<char32_t, Codec::pieceCharacters> piece;
   bool first = true;
   while (position_.offset - base_ < offset) {
@@ -63,7 +63,7 @@ const Position &PositionTracker::advanceTo(std::uint64_t offset) {
   return position_;
 }
 
-std::optional<Problem> findProblem(const Codec &source, const Codec &target, Bytes text, Position start) {
+std::optional<Problem> findProblem(const Codec& source, const Codec& target, Bytes text, Position start) {
   PositionTracker tracker(source, text, start);
   std::size_t at = source.cutsCleanly() ? skipGoodPieces(source, target, text) : 0;
   std::array<std::byte, 256> scratch;
@@ -86,7 +86,7 @@ std::optional<Problem> findProblem(const Codec &source, const Codec &target, Byt
   return std::nullopt;
 }
 
-std::string describe(const Problem &problem, const Encoding &source, const Encoding &target) {
+std::string describe(const Problem& problem, const Encoding& source, const Encoding& target) {
   const std::string at = " at offset " + std::to_string(problem.position.offset) + ", line " +
                          std::to_string(problem.position.line) + ", column " +
                          std::to_string(problem.position.column);
@@ -106,11 +106,11 @@ std::string describe(const Problem &problem, const Encoding &source, const Encod
   }
 }
 
-std::string atBeginning(const Position &start, const std::string &what) {
+std::string atBeginning(const Position& start, const std::string& what) {
   return what + ": it begins at offset " + std::to_string(start.offset) + ", line " + std::to_string(start.line);
 }
 
-bool readCharacters(const Codec &codec, Bytes text, const std::function<void(std::span<const char32_t>)> &take) {
+bool readCharacters(const Codec& codec, Bytes text, const std::function<void(std::span<const char32_t>)>& take) {
   std::array<char32_t, Codec::pieceCharacters> piece;
   for (bool first = true;; first = false) {
     const Step read = codec.decode(text, piece, first);
@@ -120,7 +120,7 @@ bool readCharacters(const Codec &codec, Bytes text, const std::function<void(std
   }
 }
 
-std::optional<std::string> convertAll(const Codec &source, const Codec &target, Bytes text) {
+std::optional<std::string> convertAll(const Codec& source, const Codec& target, Bytes text) {
   std::string output(text.size() * 2 + 32, '\0');
   for (;;) {
     const Conversion conversion = convert(source, target, text, std::as_writable_bytes(std::span(output)));

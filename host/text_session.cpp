@@ -11,10 +11,10 @@ namespace {
 
 using Measure = TextWork::Measure;
 
-/// The kernel that the library keeps, and the services behind every session. It is never ended: the library calls the
-/// kernel that was registered last as long as the process lives.
-Host &processHost() {
-  static Host &host = *new Host;
+/// The kernel that the library keeps, and the services behind every session. Never destroyed: the library may call
+/// the registered kernel as long as the process lives.
+Host& processHost() {
+  static Host& host = *new Host;
   return host;
 }
 
@@ -39,9 +39,9 @@ Bytes bytesOf(std::basic_string_view<C> text) {
   return std::as_bytes(std::span(text));
 }
 
-/// A string of the bytes; those of characters are whole characters.
+/// The bytes as a string. Bytes of characters are whole characters.
 template <class String>
-Result<String> stringOf(const Result<Bytes> &bytes) {
+Result<String> stringOf(const Result<Bytes>& bytes) {
   if (!bytes) return bytes.error();
   String string(bytes->size() / sizeof(typename String::value_type), 0);
   if (!bytes->empty()) std::memcpy(string.data(), bytes->data(), bytes->size());
@@ -52,7 +52,7 @@ Result<String> stringOf(const Result<Bytes> &bytes) {
 
 struct TextSession::Objects {
   Library library;  // outlives what it made
-  const Encoding &encoding;
+  const Encoding& encoding;
   Session bytes, characters;
   bool carriesNotations;
 
@@ -62,10 +62,10 @@ struct TextSession::Objects {
   }
 };
 
-Result<TextSession> TextSession::open(std::string_view encoding, const std::string &library) {
+Result<TextSession> TextSession::open(std::string_view encoding, const std::string& library) {
   const auto found = findEncoding(encoding);
   if (!found) return found.error();
-  if (codecOf((*found)->identifier) == nullptr) {
+  if (!codecOf((*found)->identifier)) {
     return Error{Error::Kind::system, "cannot open the encoding " + (*found)->name};
   }
   auto loaded = Library::open(library);
@@ -83,10 +83,10 @@ Result<TextSession> TextSession::open(std::string_view encoding, const std::stri
 
 TextSession::TextSession(std::unique_ptr<Objects> objects) : objects_(std::move(objects)) {}
 TextSession::~TextSession() = default;
-TextSession::TextSession(TextSession &&other) noexcept = default;
-TextSession &TextSession::operator=(TextSession &&other) noexcept = default;
+TextSession::TextSession(TextSession&& other) noexcept = default;
+TextSession& TextSession::operator=(TextSession&& other) noexcept = default;
 
-const std::string &TextSession::encoding() const {
+const std::string& TextSession::encoding() const {
   return objects_->encoding.name;
 }
 

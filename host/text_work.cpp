@@ -9,7 +9,7 @@ namespace {
 
 const Error notSupported = {Error::Kind::system, "the operation is not supported by this library"};
 
-RQCodec decoderOf(const RQOperations &operations, Notation notation) {
+RQCodec decoderOf(const RQOperations& operations, Notation notation) {
   switch (notation) {
     case Notation::ncr:
       return operations.getNCR;
@@ -23,28 +23,28 @@ RQCodec decoderOf(const RQOperations &operations, Notation notation) {
   return operations.getUParenP;
 }
 
-RQCodec encoderOf(const RQOperations &operations, Notation notation) {
+RQCodec encoderOf(const RQOperations& operations, Notation notation) {
   if (notation == Notation::ncr) return operations.putNCR;
   return notation == Notation::uesc ? operations.putUEsc : operations.putUParen;
 }
 
 }  // namespace
 
-const Encoding &encodingOf(RQForm form) {
+const Encoding& encodingOf(RQForm form) {
   return *findEncoding(formEncodings[form]);
 }
 
-Error noNotations(const Encoding &encoding) {
+Error noNotations(const Encoding& encoding) {
   return {Error::Kind::usage, "the notations are ASCII text, and in " + encoding.name +
                                   " ASCII characters are not single bytes of their own"};
 }
 
-Error TextWork::failure(RQStatus status, Bytes text, Position start, const Encoding &source,
-                        const Encoding &target) const {
+Error TextWork::failure(RQStatus status, Bytes text, Position start, const Encoding& source,
+                        const Encoding& target) const {
   if (status == RQ_UNSUPPORTED) return notSupported;
   if (status == RQ_NO_MEMORY) return {Error::Kind::system, atBeginning(start, "not enough memory")};
-  const Codec &from = *codecOf(source.identifier);
-  const Codec &to = *codecOf(target.identifier);
+  const Codec& from = *codecOf(source.identifier);
+  const Codec& to = *codecOf(target.identifier);
   if (const auto problem = findProblem(from, to, text, start)) {
     return {Error::Kind::data, describe(*problem, source, target)};
   }
@@ -98,7 +98,7 @@ Result<Bytes> TextWork::decode(Notation notation, Bytes text, Position start) {
   if (Done whole = needWholeUnits(text, start); !whole) return whole.error();
   const RQCodec decoder = decoderOf(operations_, notation);
   const std::uint64_t units = text.size() / unit();
-  // A decoder stops silently at a full output: only room to spare shows that it came to the end.
+  // A decoder stops silently at a full output: only spare room shows that it reached the end.
   for (std::uint64_t capacity = units + 64;; capacity *= 2) {
     const MutableBytes room = output_.atLeast(capacity * unit() + RQ_OUTPUT_SLACK_BYTES);
     std::uint64_t written = 0;
@@ -129,7 +129,7 @@ Result<std::uint64_t> TextWork::encodedBound(Bytes text, Position start) const {
 Result<Bytes> TextWork::encode(Notation notation, Bytes text, Position start) {
   if (Done whole = needWholeUnits(text, start); !whole) return whole.error();
   const RQCodec encoder = encoderOf(operations_, notation);
-  // An encoder drops what it cannot read or place, partly without a sign: so check first, and give room for all.
+  // An encoder may silently drop what it cannot read or write, so check the text first and give room for all of it.
   const Result<std::uint64_t> bound = encodedBound(text, start);
   if (!bound) return bound.error();
   const std::uint64_t capacity = *bound + 64;
@@ -147,7 +147,7 @@ Result<std::int64_t> TextWork::measure(Measure measure, Bytes text, Position sta
   const std::uint64_t units = text.size() / unit();
   const std::int64_t count = slot(object_, text.data(), units);
   if (count < 0) return failure(RQ_NO_MEMORY, text, start, encoding_, encoding_);
-  // No text has more than two columns per unit: then it is the status of an operation that is not there.
+  // No text has more than two columns per unit: a larger count is the status of a missing operation.
   if (count == RQ_UNSUPPORTED && static_cast<std::uint64_t>(count) > 2 * units) return notSupported;
   return count;
 }

@@ -11,7 +11,7 @@
 
 namespace rq::host {
 
-Step Codec::decodeOne(Bytes input, char32_t &output, bool first) const {
+Step Codec::decodeOne(Bytes input, char32_t& output, bool first) const {
   return decode(input, {&output, 1}, first);
 }
 
@@ -35,7 +35,7 @@ struct Read {
 };
 
 template <class Unit, std::endian order>
-Unit load(const std::byte *from) {
+Unit load(const std::byte* from) {
   Unit unit;
   std::memcpy(&unit, from, sizeof unit);
   if constexpr (order != std::endian::native) {
@@ -46,8 +46,8 @@ Unit load(const std::byte *from) {
 }
 
 template <class Unit, std::endian order>
-void store(Unit unit, std::byte *to) {
-  const Unit swapped = load<Unit, order>(reinterpret_cast<const std::byte *>(&unit));
+void store(Unit unit, std::byte* to) {
+  const Unit swapped = load<Unit, order>(reinterpret_cast<const std::byte*>(&unit));
   std::memcpy(to, &swapped, sizeof swapped);
 }
 
@@ -73,7 +73,7 @@ struct Utf8 {
 
   static constexpr std::size_t length(char32_t c) { return c < 0x80 ? 1 : c < 0x800 ? 2 : c < 0x10000 ? 3 : 4; }
 
-  static void write(char32_t c, std::size_t length, std::byte *to) {
+  static void write(char32_t c, std::size_t length, std::byte* to) {
     if (length == 1) {
       to[0] = static_cast<std::byte>(c);
       return;
@@ -98,7 +98,7 @@ struct Utf16 {
 
   static constexpr std::size_t length(char32_t c) { return c < 0x10000 ? 2 : 4; }
 
-  static void write(char32_t c, std::size_t length, std::byte *to) {
+  static void write(char32_t c, std::size_t length, std::byte* to) {
     if (length == 2) {
       store<std::uint16_t, order>(static_cast<std::uint16_t>(c), to);
       return;
@@ -118,7 +118,7 @@ struct Utf32 {
   }
 
   static constexpr std::size_t length(char32_t) { return 4; }
-  static void write(char32_t c, std::size_t, std::byte *to) { store<std::uint32_t, order>(c, to); }
+  static void write(char32_t c, std::size_t, std::byte* to) { store<std::uint32_t, order>(c, to); }
 };
 
 /// The length of the ASCII stretch at the front of `input`, in steps of 8, copied to `output`.

@@ -1,6 +1,6 @@
-// skMemDup, the only routine of the kit that knows the host's pool.
-#include "frame/host.h"
-#include "frame/kit.h"
+// skMemDup, the only routine of the kit that calls a host's pool.
+#include "frame/host_tables.h"
+#include "frame/kit_exports.h"
 #include "kit/kit.h"
 
 extern "C" void* skMemDup(const void* source, std::uint64_t count, RQPool* pool) {

@@ -1,50 +1,53 @@
 // Counting characters and display columns.
 #include "frame/interface.h"
-#include "frame/same_as.h"
-#include "frame/work_buffer.h"
+#include "frame/internal/same_as.h"
+#include "frame/internal/work_buffer.h"
 #include "kit/kit.h"
 
 namespace rq {
 namespace {
 
-constexpr int64_t refused = -1;
+/// The result when the pool refuses a working buffer.
+constexpr std::int64_t refused = -1;
+/// Longer texts take a block of the pool.
+constexpr std::uint64_t maxLocalUnits = 256;
 
-/// Converts a text to UTF-32, drops the blanks at its end and returns what `count` makes of (characters, number).
-template <uint64_t unitBytes, class Count>
-int64_t measure(RQInterface* object, const void* input, uint64_t units, Count count) {
-  if (input == nullptr || units == 0) return 0;
-  RQ_UNINITIALIZED WorkBuffer buffer(object->pool, units, 256);
+/// Converts a text to UTF-32, drops the blanks at its end and returns count(characters, their number).
+template <std::uint64_t unitBytes, class Count>
+std::int64_t measure(RQInterface* object, const void* input, std::uint64_t units, Count count) {
+  if (!input || units == 0) return 0;
+  RQ_UNINITIALIZED WorkBuffer buffer(object->pool, units, maxLocalUnits);
   if (!buffer.obtained()) return refused;
   RQTranscoder* const fromSession = object->transcoders[RQ_FORM_UTF32_NATIVE].fromSession;
-  const uint64_t characters = buffer.convert(fromSession, input, units * unitBytes, buffer.bytes());
-  return static_cast<int64_t>(count(buffer.characters(), kit::trimBlanks(buffer.characters(), characters)));
+  const std::uint64_t characters = buffer.convert(fromSession, input, units * unitBytes, buffer.bytes());
+  return static_cast<std::int64_t>(count(buffer.characters(), kit::trimBlanks(buffer.characters(), characters)));
 }
 
-uint64_t length(const RQChar*, uint64_t count) {
+std::uint64_t length(const RQChar*, std::uint64_t count) {
   return count;
 }
 
-/// A wide character takes two columns, any other one: marks, controls and emoji have no column rules of their own.
-uint64_t width(const RQChar* text, uint64_t count) {
+/// Two columns for a wide character, one for any other: marks, controls and emoji have no rules of their own.
+std::uint64_t width(const RQChar* text, std::uint64_t count) {
   return count + kit::countWide(text, count);
 }
 
 }  // namespace
 }  // namespace rq
 
-int64_t ulGetUnicodeLength(RQInterface* object, const void* input, uint64_t units) {
+std::int64_t ulGetUnicodeLength(RQInterface* object, const void* input, std::uint64_t units) {
   return rq::measure<1>(object, input, units, rq::length);
 }
 
-int64_t T_ulGetUnicodeLength(RQInterface* object, const void* input, uint64_t units) {
+std::int64_t T_ulGetUnicodeLength(RQInterface* object, const void* input, std::uint64_t units) {
   return rq::measure<sizeof(RQChar)>(object, input, units, rq::length);
 }
 
-int64_t ulGetUnicodeWidth(RQInterface* object, const void* input, uint64_t units) {
+std::int64_t ulGetUnicodeWidth(RQInterface* object, const void* input, std::uint64_t units) {
   return rq::measure<1>(object, input, units, rq::width);
 }
 
-int64_t T_ulGetUnicodeWidth(RQInterface* object, const void* input, uint64_t units) {
+std::int64_t T_ulGetUnicodeWidth(RQInterface* object, const void* input, std::uint64_t units) {
   return rq::measure<sizeof(RQChar)>(object, input, units, rq::width);
 }
 

@@ -1,41 +1,41 @@
-// The UTF transforms: the host's transcoders do the work, this file scales lengths and fills in blanks.
+// The UTF transforms. The host's transcoders convert; this file scales lengths and fills fields with blanks.
 #include "frame/interface.h"
-#include "frame/same_as.h"
-#include "frame/transcode.h"
+#include "frame/internal/same_as.h"
+#include "frame/internal/transcode.h"
 #include "unicode/blanks.h"
 
 namespace rq {
 namespace {
 
-// Bytes of one unit of session text: a byte in the plain and served flavours, an RQChar in the wide one.
-constexpr uint64_t byteUnits = 1;
-constexpr uint64_t wideUnits = sizeof(RQChar);
+// Bytes in a unit of session text: one in the plain and served flavours, four in the wide one.
+constexpr std::uint64_t byteUnits = 1;
+constexpr std::uint64_t wideUnits = sizeof(RQChar);
 
-template <RQForm form, uint64_t unit>
-RQStatus get(RQInterface* object, const void* input, uint64_t length, void* output, uint64_t capacity,
-             uint64_t* written) {
-  uint64_t produced = 0;
+template <RQForm form, std::uint64_t unit>
+RQStatus get(RQInterface* object, const void* input, std::uint64_t length, void* output, std::uint64_t capacity,
+             std::uint64_t* written) {
+  std::uint64_t produced = 0;
   const RQStatus status =
       transcode(object->transcoders[form].toSession, input, length, output, capacity * unit, &produced);
   *written = produced / unit;
   return status;
 }
 
-/// The length written is in bytes in every flavour; hosts count on it.
-template <RQForm form, uint64_t unit>
-RQStatus put(RQInterface* object, const void* input, uint64_t length, void* output, uint64_t capacity,
-             uint64_t* written) {
-  uint64_t produced = 0;
+/// *written counts bytes in every flavour. Kept: hosts depend on it.
+template <RQForm form, std::uint64_t unit>
+RQStatus put(RQInterface* object, const void* input, std::uint64_t length, void* output, std::uint64_t capacity,
+             std::uint64_t* written) {
+  std::uint64_t produced = 0;
   const RQStatus status =
       transcode(object->transcoders[form].fromSession, input, length * unit, output, capacity * unit, &produced);
   *written = produced;
   return status;
 }
 
-/// With `pad` the whole field counts as written, in the caller's own units and whatever the conversion gave.
-template <RQForm form, uint64_t unit>
-RQStatus putPadded(RQInterface* object, const void* input, uint64_t length, void* output, uint64_t capacity,
-                   uint64_t* written, int32_t pad) {
+/// With `pad`, *written is the capacity as the caller gave it, whatever the conversion produced.
+template <RQForm form, std::uint64_t unit>
+RQStatus putPadded(RQInterface* object, const void* input, std::uint64_t length, void* output, std::uint64_t capacity,
+                   std::uint64_t* written, std::int32_t pad) {
   if (pad == 0) return put<form, unit>(object, input, length, output, capacity, written);
   fillBlanks(output, capacity * unit, blankOf(form));
   const RQStatus status = put<form, unit>(object, input, length, output, capacity, written);
@@ -46,26 +46,26 @@ RQStatus putPadded(RQInterface* object, const void* input, uint64_t length, void
 }  // namespace
 }  // namespace rq
 
-#define RQ_TRANSFORM(name, routine, form)                                                                       \
-  RQStatus ul##name(RQInterface* object, const void* input, uint64_t length, void* output, uint64_t capacity,   \
-                    uint64_t* written) {                                                                        \
-    return rq::routine<form, rq::byteUnits>(object, input, length, output, capacity, written);                  \
-  }                                                                                                             \
-  RQStatus T_ul##name(RQInterface* object, const void* input, uint64_t length, void* output, uint64_t capacity, \
-                      uint64_t* written) {                                                                      \
-    return rq::routine<form, rq::wideUnits>(object, input, length, output, capacity, written);                  \
-  }                                                                                                             \
+#define RQ_TRANSFORM(name, routine, form)                                                         \
+  RQStatus ul##name(RQInterface* object, const void* input, std::uint64_t length, void* output,   \
+                    std::uint64_t capacity, std::uint64_t* written) {                             \
+    return rq::routine<form, rq::byteUnits>(object, input, length, output, capacity, written);    \
+  }                                                                                               \
+  RQStatus T_ul##name(RQInterface* object, const void* input, std::uint64_t length, void* output, \
+                      std::uint64_t capacity, std::uint64_t* written) {                           \
+    return rq::routine<form, rq::wideUnits>(object, input, length, output, capacity, written);    \
+  }                                                                                               \
   RQ_SAME_AS(S_ul##name, ul##name)
 
-#define RQ_PADDED_TRANSFORM(name, form)                                                                         \
-  RQStatus ul##name(RQInterface* object, const void* input, uint64_t length, void* output, uint64_t capacity,   \
-                    uint64_t* written, int32_t pad) {                                                           \
-    return rq::putPadded<form, rq::byteUnits>(object, input, length, output, capacity, written, pad);           \
-  }                                                                                                             \
-  RQStatus T_ul##name(RQInterface* object, const void* input, uint64_t length, void* output, uint64_t capacity, \
-                      uint64_t* written, int32_t pad) {                                                         \
-    return rq::putPadded<form, rq::wideUnits>(object, input, length, output, capacity, written, pad);           \
-  }                                                                                                             \
+#define RQ_PADDED_TRANSFORM(name, form)                                                               \
+  RQStatus ul##name(RQInterface* object, const void* input, std::uint64_t length, void* output,       \
+                    std::uint64_t capacity, std::uint64_t* written, std::int32_t pad) {               \
+    return rq::putPadded<form, rq::byteUnits>(object, input, length, output, capacity, written, pad); \
+  }                                                                                                   \
+  RQStatus T_ul##name(RQInterface* object, const void* input, std::uint64_t length, void* output,     \
+                      std::uint64_t capacity, std::uint64_t* written, std::int32_t pad) {             \
+    return rq::putPadded<form, rq::wideUnits>(object, input, length, output, capacity, written, pad); \
+  }                                                                                                   \
   RQ_SAME_AS(S_ul##name, ul##name)
 
 extern "C" {

@@ -26,7 +26,7 @@ RQStatus use(RQInterface *object) {
 
 def main():
     source = pathlib.Path(sys.argv[1])
-    headers = ["rquni.h", "types.h", "host.h", "host_entry.h", "interface.h", "journal.h", "kit.h", "operations.h", "registration.h"]
+    headers = ["rquni.h", "types.h", "host_tables.h", "host_entry.h", "interface.h", "journal_bridges.h", "kit_exports.h", "operations.h", "registration.h"]
     compiled, failed = 0, 0
     for language, standards, compilers in LANGUAGES:
         present = [compiler for compiler in compilers if shutil.which(compiler)]

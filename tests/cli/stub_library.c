@@ -7,8 +7,8 @@
 
 static RQInterface object;
 
-static int failing(const char *how) {
-  const char *wished = getenv("RQ_STUB");
+static int failing(const char* how) {
+  const char* wished = getenv("RQ_STUB");
   return wished != NULL && strcmp(wished, how) == 0;
 }
 
@@ -16,26 +16,26 @@ static RQStatus status(void) {
   return failing("memory") ? RQ_NO_MEMORY : failing("strange") ? 7 : RQ_UNSUPPORTED;
 }
 
-static RQStatus codec(RQInterface *self, const void *input, uint64_t units, void *output, uint64_t capacity,
-                      uint64_t *written) {
+static RQStatus codec(RQInterface* self, const void* input, uint64_t units, void* output, uint64_t capacity,
+                      uint64_t* written) {
   (void)self, (void)input, (void)units, (void)output, (void)capacity, (void)written;
   return status();
 }
 
-static RQStatus padded(RQInterface *self, const void *input, uint64_t length, void *output, uint64_t capacity,
-                       uint64_t *written, int32_t pad) {
+static RQStatus padded(RQInterface* self, const void* input, uint64_t length, void* output, uint64_t capacity,
+                       uint64_t* written, int32_t pad) {
   (void)pad;
   return codec(self, input, length, output, capacity, written);
 }
 
-static int64_t measure(RQInterface *self, const void *input, uint64_t units) {
+static int64_t measure(RQInterface* self, const void* input, uint64_t units) {
   (void)self, (void)input, (void)units;
   return failing("memory") ? -1 : (int64_t)status();
 }
 
-static uint64_t destroy(RQInterface *self) {
+static uint64_t destroy(RQInterface* self) {
   for (int form = 0; form < RQ_FORMS; ++form) {
-    RQTranscoder *both[] = {self->transcoders[form].toSession, self->transcoders[form].fromSession};
+    RQTranscoder* both[] = {self->transcoders[form].toSession, self->transcoders[form].fromSession};
     for (int i = 0; i < 2; ++i) {
       if (both[i] != NULL) both[i]->destroy(both[i]);
     }
@@ -43,14 +43,14 @@ static uint64_t destroy(RQInterface *self) {
   return 0;
 }
 
-RQStatus rqextver(RQKernel *kernel, uint64_t *major, uint64_t *minor) {
+RQStatus rqextver(RQKernel* kernel, uint64_t* major, uint64_t* minor) {
   (void)kernel;
   *major = failing("version") ? 8 : 9;
   *minor = 1;
   return RQ_SUCCESS;
 }
 
-void rqvercn1(RQVersionRecord *destination) {
+void rqvercn1(RQVersionRecord* destination) {
   memset(destination, 0, sizeof *destination);
 }
 
@@ -60,7 +60,7 @@ void rqvercn1(RQVersionRecord *destination) {
 #define RQ_STUB_PaddedTransform(slot) operations.slot = padded;
 #define RQ_STUB_Measure(slot) operations.slot = measure;
 
-RQInterface *rquni(RQContext *context, RQJournal *journal) {
+RQInterface* rquni(RQContext* context, RQJournal* journal) {
   (void)journal;
   if (failing("object")) return NULL;
   RQOperations operations;
@@ -68,7 +68,7 @@ RQInterface *rquni(RQContext *context, RQJournal *journal) {
   object.plain = object.served = object.wide = operations;
   object.destroy = destroy;
   for (int form = 0; form < RQ_FORMS && !failing("transcoders"); ++form) {
-    RQNlsServices *nls = context->nls;
+    RQNlsServices* nls = context->nls;
     object.transcoders[form].toSession = nls->createTranscoder(nls, RQ_ENCODING_UTF8, RQ_ENCODING_UTF8, 0, 0);
     object.transcoders[form].fromSession = nls->createTranscoder(nls, RQ_ENCODING_UTF8, RQ_ENCODING_UTF8, 0, 0);
   }

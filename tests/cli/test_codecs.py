@@ -4,7 +4,7 @@ import json
 import random
 import unittest
 
-from support import CORPUS, DATA, ToolTest
+from tool import CORPUS, DATA, ToolTest
 
 NOTATIONS = ("ncr", "uesc", "uparen", "uparen-ascii")
 

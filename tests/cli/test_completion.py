@@ -10,7 +10,7 @@ import subprocess
 import time
 import unittest
 
-from support import DONE, TOOL, USAGE, ToolTest, run
+from tool import DONE, TOOL, USAGE, ToolTest, run
 
 COMMANDS = ("from", "to", "decode", "encode", "length", "width", "info", "encodings", "check-host")
 PATH = os.path.dirname(TOOL) + os.pathsep + os.environ["PATH"]

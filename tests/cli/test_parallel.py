@@ -8,7 +8,7 @@ import shutil
 import subprocess
 import unittest
 
-from support import CORPUS, DATA, LIBRARY, TOOL, ToolTest, run
+from tool import CORPUS, DATA, LIBRARY, TOOL, ToolTest, run
 
 COMMANDS = (["decode", "ncr"], ["decode", "uesc"], ["encode", "uparen"], ["to", "utf16be"], ["to", "utf32le", "--pad", "4000"],
             ["from", "utf8", "-s", "GB18030"])

@@ -9,7 +9,7 @@ import resource
 import subprocess
 import unittest
 
-from support import DATA, DONE, LIBRARY, SANITIZED, SYSTEM, TOOL, USAGE, ToolTest, run
+from tool import DATA, DONE, LIBRARY, SANITIZED, SYSTEM, TOOL, USAGE, ToolTest, run
 
 TEXT_COMMANDS = (["from", "utf8"], ["from", "utf16le"], ["from", "utf32be"], ["to", "utf8"], ["to", "utf16be"],
                  ["to", "utf32le"], ["decode", "ncr"], ["decode", "uesc"], ["decode", "uparen"],

@@ -8,7 +8,9 @@ import subprocess
 import time
 import unittest
 
-from support import CORPUS, DATA, DONE, LIBRARY, STUB, SYSTEM, TOOL, USAGE, VERSION, ToolTest, run
+from tool import CORPUS, DATA, DONE, LIBRARY, SYSTEM, TOOL, USAGE, VERSION, ToolTest, run
+
+STUB = os.environ["RQ_STUB_LIBRARY"]  # stub_library.c
 
 
 class Usage(ToolTest):

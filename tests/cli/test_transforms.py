@@ -3,7 +3,7 @@
 import subprocess
 import unittest
 
-from support import CORPUS, DATA, LIBRARY, SANITIZED, TOOL, USAGE, ToolTest, peak_memory
+from tool import CORPUS, DATA, LIBRARY, SANITIZED, TOOL, USAGE, ToolTest, peak_memory
 
 FORMS = {"utf8": "utf-8", "utf16be": "utf-16-be", "utf16le": "utf-16-le", "utf32be": "utf-32-be", "utf32le": "utf-32-le"}
 

@@ -1,5 +1,5 @@
 /* Unicode escapes, row by row. */
-#include "codecs/rows.h"
+#include "tests/codecs/rows.h"
 
 namespace rq::test {
 namespace {

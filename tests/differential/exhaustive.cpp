@@ -1,4 +1,4 @@
-#include "differential/exhaustive.h"
+#include "tests/differential/exhaustive.h"
 
 #include <string_view>
 
@@ -31,15 +31,15 @@ std::u32string textOf(const Alphabet& alphabet, std::uint64_t number, unsigned p
   return text;
 }
 
-bool checkAllTexts(const Alphabet& alphabet, Trial& trial, unsigned length, std::uint64_t mostRoom,
-                   const std::function<bool(const Trial&)>& check) {
+bool checkAllTexts(const Alphabet& alphabet, Case& test, unsigned length, std::uint64_t maxCapacity,
+                   const std::function<bool(const Case&)>& check) {
   std::uint64_t texts = 1;
   for (unsigned pieces = 1; pieces <= length; ++pieces) {
     texts *= pieceCount;
     for (std::uint64_t number = 0; number < texts; ++number) {
-      trial.text = unitsOf(trial.slot->flavour, trial.encoding, textOf(alphabet, number, pieces));
-      for (trial.capacity = 0; trial.capacity <= mostRoom; ++trial.capacity)
-        if (!check(trial)) return false;
+      test.text = unitsOf(test.slot->flavour, test.encoding, textOf(alphabet, number, pieces));
+      for (test.capacity = 0; test.capacity <= maxCapacity; ++test.capacity)
+        if (!check(test)) return false;
     }
   }
   return true;
@@ -47,14 +47,14 @@ bool checkAllTexts(const Alphabet& alphabet, Trial& trial, unsigned length, std:
 
 }  // namespace
 
-void forEachShortText(unsigned length, std::uint64_t capacity, const std::function<bool(const Trial&)>& check) {
+void forEachShortText(unsigned length, std::uint64_t capacity, const std::function<bool(const Case&)>& check) {
   for (const Alphabet& alphabet : alphabets)
     for (const Slot& slot : allSlots()) {
       if (slot.name != alphabet.operation) continue;
-      Trial trial;
-      trial.slot = &slot;
-      trial.encoding = slot.isWide() ? utf32 : slot.flavour == Flavour::plain ? latin1 : utf8;
-      if (!checkAllTexts(alphabet, trial, length, slot.shape == Shape::codec ? capacity : 0, check)) return;
+      Case test;
+      test.slot = &slot;
+      test.encoding = slot.isWide() ? utf32 : slot.flavour == Flavour::plain ? latin1 : utf8;
+      if (!checkAllTexts(alphabet, test, length, slot.shape == Shape::codec ? capacity : 0, check)) return;
     }
 }
 

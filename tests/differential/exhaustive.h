@@ -4,13 +4,13 @@
 
 #include <functional>
 
-#include "differential/trial.h"
+#include "tests/differential/comparison.h"
 
 namespace rq::test {
 
 /// Calls `check` for all texts of up to `length` pieces, in all flavours, codecs with all capacities up to
 /// `capacity`; ends early when it returns false.
-void forEachShortText(unsigned length, std::uint64_t capacity, const std::function<bool(const Trial&)>& check);
+void forEachShortText(unsigned length, std::uint64_t capacity, const std::function<bool(const Case&)>& check);
 
 }  // namespace rq::test
 

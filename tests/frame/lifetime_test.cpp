@@ -1,8 +1,8 @@
 /* Many lives of objects. */
 #include <gtest/gtest.h>
 
-#include "support/resident.h"
-#include "support/session.h"
+#include "tests/model/resident.h"
+#include "tests/model/session.h"
 
 namespace rq::test {
 namespace {

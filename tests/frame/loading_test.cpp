@@ -4,8 +4,8 @@
 #include <unistd.h>
 
 #include "frame/rquni.h"
-#include "support/mock_host.h"
-#include "support/resident.h"
+#include "tests/model/mock_host.h"
+#include "tests/model/resident.h"
 
 namespace rq::test {
 namespace {

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <string>
 
-#include "support/session.h"
+#include "tests/model/session.h"
 
 namespace rq::test {
 namespace {

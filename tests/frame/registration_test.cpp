@@ -1,7 +1,7 @@
 /* Registration: rqextver, rqextent and the one global. */
 #include <gtest/gtest.h>
 
-#include "support/session.h"
+#include "tests/model/session.h"
 
 namespace rq::test {
 namespace {

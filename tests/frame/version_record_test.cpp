@@ -5,7 +5,7 @@
 #include <ctime>
 #include <regex>
 
-#include "support/library.h"
+#include "tests/model/library.h"
 
 namespace rq::test {
 namespace {

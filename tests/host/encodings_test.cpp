@@ -6,11 +6,11 @@ namespace rq::test {
 namespace {
 
 TEST(Encodings, FiveFormsHaveFixedIdentifiers) {
-  const std::pair<const char *, std::uint32_t> rows[] = {
+  const std::pair<const char*, std::uint32_t> rows[] = {
       {"UTF-8", 20},    {"utf8", 20},     {"UTF-16BE", 24},
       {"UTF-16LE", 25}, {"UTF-32BE", 26}, {"UTF-32LE", 27},
       {"UTF-16", 24},   {"UTF-32", 26},   {"UTF16_PlatformEndian", 25}};
-  for (const auto &[name, identifier] : rows) {
+  for (const auto& [name, identifier] : rows) {
     const auto encoding = host::findEncoding(name);
     ASSERT_TRUE(encoding) << name;
     EXPECT_EQ((*encoding)->identifier, identifier) << name;
@@ -19,7 +19,7 @@ TEST(Encodings, FiveFormsHaveFixedIdentifiers) {
 
 TEST(Encodings, IdentifiersAreDistinctPositiveAndStable) {
   std::set<std::uint32_t> seen;
-  for (const host::Encoding &encoding : host::encodings()) {
+  for (const host::Encoding& encoding : host::encodings()) {
     EXPECT_TRUE(seen.insert(encoding.identifier).second) << encoding.name;
     EXPECT_LT(encoding.identifier, 0x80000000U);
     EXPECT_EQ(host::findEncoding(encoding.identifier), &encoding);
@@ -31,7 +31,7 @@ TEST(Encodings, IdentifiersAreDistinctPositiveAndStable) {
 }
 
 TEST(Encodings, EveryOneCanBeOpened) {
-  for (const host::Encoding &encoding : host::encodings()) {
+  for (const host::Encoding& encoding : host::encodings()) {
     EXPECT_NE(host::codecOf(encoding.identifier), nullptr) << encoding.name;
   }
   EXPECT_EQ(host::codecOf(0), nullptr);
@@ -52,10 +52,10 @@ TEST(Encodings, UnknownNamesBringSimilarOnes) {
 }
 
 TEST(Encodings, KnowsWhichCarryNotations) {
-  for (const char *name : {"UTF-8", "ISO-8859-1", "Shift_JIS", "GB18030", "US-ASCII", "windows-1252"}) {
+  for (const char* name : {"UTF-8", "ISO-8859-1", "Shift_JIS", "GB18030", "US-ASCII", "windows-1252"}) {
     EXPECT_TRUE(host::carriesNotations(codecNamed(name))) << name;
   }
-  for (const char *name : {"UTF-16BE", "UTF-32LE", "ibm-1047", "ISO-2022-JP", "UTF-7", "HZ"}) {
+  for (const char* name : {"UTF-16BE", "UTF-32LE", "ibm-1047", "ISO-2022-JP", "UTF-7", "HZ"}) {
     EXPECT_FALSE(host::carriesNotations(codecNamed(name))) << name;
   }
 }

@@ -21,7 +21,7 @@ TextSession sessionIn(std::string_view encoding) {
 }
 
 template <class T>
-auto valueOf(const host::Result<T> &result) {
+auto valueOf(const host::Result<T>& result) {
   if (!result) throw std::runtime_error(result.error().text);
   return *result;
 }
@@ -121,7 +121,7 @@ TEST(TextSessionTest, ServesSeveralThreads) {
       }
     });
   }
-  for (std::thread &thread : threads) thread.join();
+  for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(wrong, 0);
 }
 

@@ -7,9 +7,9 @@ namespace {
 
 using namespace std::string_literals;
 
-std::string problemOf(const char *source, const char *target, std::string_view text) {
-  const host::Encoding &from = **host::findEncoding(source);
-  const host::Encoding &to = **host::findEncoding(target);
+std::string problemOf(const char* source, const char* target, std::string_view text) {
+  const host::Encoding& from = **host::findEncoding(source);
+  const host::Encoding& to = **host::findEncoding(target);
   const auto problem = host::findProblem(codecNamed(source), codecNamed(target), bytesOf(text));
   return problem ? host::describe(*problem, from, to) : "";
 }
@@ -36,7 +36,7 @@ TEST(TextTest, FindsProblemsBehindManyPieces) {
   std::string text;
   for (int i = 0; i < 5000; ++i) text += "\u65E5\n";
   text += "x\xC0";
-  for (const char *target : {"UTF-8", "GB18030"}) {
+  for (const char* target : {"UTF-8", "GB18030"}) {
     EXPECT_EQ(problemOf("UTF-8", target, text),
               "invalid bytes C0 at offset 20001, line 5001, column 2: not valid in UTF-8");
   }
@@ -46,7 +46,7 @@ TEST(TextTest, TracksPositions) {
   const std::string text = "a\u00E9\n\xFFz\n";
   host::PositionTracker tracker(codecNamed("UTF-8"), bytesOf(text), {.offset = 100, .line = 7, .column = 1});
   const auto at = [&tracker](std::uint64_t offset) {
-    const host::Position &p = tracker.advanceTo(offset);
+    const host::Position& p = tracker.advanceTo(offset);
     return std::array{p.offset, p.line, p.column};
   };
   using Place = std::array<std::uint64_t, 3>;

@@ -1,20 +1,21 @@
 #include <thread>
 
 #include "tests/host/support.h"
+#include "tests/host/wrapping_host.h"
 
 namespace rq::test {
 namespace {
 
 /// Several threads through the same object: every one must get what a single thread gets.
-class SharedObject : public testing::TestWithParam<const char *> {};
+class SharedObject : public testing::TestWithParam<const char*> {};
 
 TEST_P(SharedObject, ServesThreadsAtOnce) {
   const host::Library library = loadLibrary();
-  host::Host host(sessionIn(GetParam()));
+  host::Host host(identifierOf(GetParam()));
   const auto session = host::Session::open(library, host);
   ASSERT_TRUE(session);
-  RQInterface *object = session->object();
-  const auto roundTrip = [object](const std::string &text) {
+  RQInterface* object = session->object();
+  const auto roundTrip = [object](const std::string& text) {
     std::string inSession(512, '\0');
     std::string back(512, '\0');
     std::uint64_t length = 0;
@@ -31,7 +32,7 @@ TEST_P(SharedObject, ServesThreadsAtOnce) {
       for (int round = 0; round < 2000; ++round) wrong[i] += roundTrip(text) ? 0 : 1;
     });
   }
-  for (std::thread &thread : threads) thread.join();
+  for (std::thread& thread : threads) thread.join();
   EXPECT_EQ(wrong, (std::array<int, 6>{}));
 }
 
@@ -40,20 +41,19 @@ INSTANTIATE_TEST_SUITE_P(Sessions, SharedObject, testing::Values("UTF-8", "Shift
 TEST(ThreadsTest, SessionsAndRecordsAtOnce) {
   const host::Library library = loadLibrary();
   host::Host host;
-  host.instruments.watch();
+  WrappingHost watched(host.kernel, host.context);
   std::vector<std::thread> threads;
   for (int i = 0; i < 4; ++i) {
     threads.emplace_back([&] {
       for (int round = 0; round < 50; ++round) {
-        auto session = host::Session::open(library, host);
+        auto session = host::Session::open(library, watched.kernel(), watched.context(), host.journal);
         EXPECT_TRUE(session);
       }
     });
   }
-  for (std::thread &thread : threads) thread.join();
-  EXPECT_EQ(host.instruments.callsOf(host::Service::createTranscoder), 4U * 50 * 14);
-  EXPECT_EQ(host.instruments.counts.transcoders, 0);
-  EXPECT_EQ(host.instruments.counts.pools, 0);
+  for (std::thread& thread : threads) thread.join();
+  EXPECT_EQ(watched.callsOf(WrappingHost::Service::createTranscoder), 4U * 50 * 14);
+  EXPECT_EQ(watched.alive(), WrappingHost::Alive{});
 }
 
 }  // namespace

@@ -15,8 +15,8 @@ struct Row {
   Outcome outcome;
 };
 
-void check(const std::vector<Row> &rows) {
-  for (const Row &row : rows) {
+void check(const std::vector<Row>& rows) {
+  for (const Row& row : rows) {
     const Converted got = convert(row.source, row.target, row.input);
     EXPECT_EQ(got.bytes, row.output) << row.source << " to " << row.target << ": " << row.input;
     EXPECT_EQ(got.outcome, row.outcome) << row.source << " to " << row.target << ": " << row.input;
@@ -119,13 +119,13 @@ TEST(Transcoder, GivesEachEndAStatusOfItsOwn) {
   EXPECT_EQ(host::statusOf(Outcome::done), RQ_SUCCESS);
 }
 
-class Capacity : public testing::TestWithParam<const char *> {};
+class Capacity : public testing::TestWithParam<const char*> {};
 
 /// With every capacity: whole characters only, nothing beyond, a text that can be read on its own, and no shorter
 /// than the next larger one allows.
 TEST_P(Capacity, CutsAtWholeCharacters) {
   std::string text;
-  for (const char *part : {"Aa", "\u00E9", "b ", "\u65E5\u672C", "c", "\u0416\u03B1", "\U0001F600", "\uAC00", "z"}) {
+  for (const char* part : {"Aa", "\u00E9", "b ", "\u65E5\u672C", "c", "\u0416\u03B1", "\U0001F600", "\uAC00", "z"}) {
     if (convert("UTF-8", GetParam(), part).outcome == Outcome::done) text += part;
   }
   ASSERT_GE(text.size(), 4U);
@@ -151,10 +151,10 @@ INSTANTIATE_TEST_SUITE_P(Encodings, Capacity,
                                          "UTF-7", "IMAP-mailbox-name", "SCSU", "BOCU-1", "CESU-8"));
 
 TEST(Transcoder, ConvertsTextsLongerThanAPiece) {
-  for (const char *encoding : {"UTF-8", "UTF-16LE", "GB18030", "UTF-7", "ISO-2022-JP", "ibm-1047"}) {
+  for (const char* encoding : {"UTF-8", "UTF-16LE", "GB18030", "UTF-7", "ISO-2022-JP", "ibm-1047"}) {
     std::string text(host::Codec::pieceCharacters - 1, 'x');
     for (int i = 0; i < 3000; ++i) {
-      for (const char *c : {"\u65E5", "\U0001F600", "e"}) {
+      for (const char* c : {"\u65E5", "\U0001F600", "e"}) {
         if (i == 0 || convert("UTF-8", encoding, c).outcome == Outcome::done) text += c;
         if (convert("UTF-8", encoding, text.substr(text.size() - std::strlen(c))).outcome != Outcome::done) {
           text.resize(text.size() - std::strlen(c));
@@ -172,10 +172,10 @@ TEST(Transcoder, ConvertsTextsLongerThanAPiece) {
 
 TEST(Transcoder, EverySingleByteEncodingRoundTripsItsBytes) {
   int checked = 0;
-  for (const host::Encoding &encoding : host::encodings()) {
-    const host::Codec *codec = host::codecOf(encoding.identifier);
+  for (const host::Encoding& encoding : host::encodings()) {
+    const host::Codec* codec = host::codecOf(encoding.identifier);
     ASSERT_NE(codec, nullptr) << encoding.name;
-    if (codec->stateful() || host::makeSingleByteCodec(encoding.name) == nullptr) continue;
+    if (codec->stateful() || !host::makeSingleByteCodec(encoding.name)) continue;
     ++checked;
     for (int value = 0; value < 256; ++value) {
       const std::string byte(1, static_cast<char>(value));

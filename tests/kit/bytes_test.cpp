@@ -8,8 +8,8 @@
 #include <vector>
 
 #include "tests/kit/buffers.h"
-#include "tests/kit/library.h"
-#include "tests/kit/twins.h"
+#include "tests/model/kit.h"
+#include "tests/model/kit_twin.h"
 
 namespace rq::test {
 namespace {
@@ -47,7 +47,7 @@ template <class U>
 class Units : public testing::Test {
  protected:
   static constexpr U c = static_cast<U>(0x80402010), other = static_cast<U>(0x8040A010 + 1);
-  GuardedPages pages{(mostUnits + alignments) * sizeof(U)}, second{(mostUnits + alignments) * sizeof(U)};
+  GuardedBuffer pages{(maxUnits + alignments) * sizeof(U)}, second{(maxUnits + alignments) * sizeof(U)};
   Random random{20240229};
 
   U* at(std::size_t offset) { return reinterpret_cast<U*>(pages.begin() + offset); }
@@ -77,7 +77,7 @@ TYPED_TEST(Units, scanFindsEveryPosition) {
   using U = TypeParam;
   for (const std::size_t offset : Sizes{0, 1, 3, 4, 17, 60}) {
     U* const p = this->at(offset);
-    twin::fill(p, this->other, mostUnits);
+    twin::fill(p, this->other, maxUnits);
     for (const std::size_t n : Sizes{1, 3, 15, 16, 17, 31, 33, 63, 64, 65, 100, 127, 255, 256, 300, 517, 1024}) {
       for (std::size_t hit = 0; hit < n; ++hit) {
         twin::set(p, hit, this->c);
@@ -111,7 +111,7 @@ TYPED_TEST(Units, notScanFindsEveryPosition) {
   using U = TypeParam;
   for (const std::size_t offset : Sizes{0, 2, 5, 33}) {
     U* const p = this->at(offset);
-    twin::fill(p, this->c, mostUnits);
+    twin::fill(p, this->c, maxUnits);
     for (const std::size_t n : Sizes{1, 7, 16, 31, 64, 65, 129, 256, 300, 1024}) {
       for (std::size_t hit = 0; hit < n; ++hit) {
         twin::set(p, hit, this->other);
@@ -155,7 +155,7 @@ TYPED_TEST(Units, fillWritesExactlyItsUnitsInEveryShape) {
 TYPED_TEST(Units, fillOfLongBuffers) {
   using U = TypeParam;
   for (const std::size_t n : Sizes{4095, 4096, 8191, 16383, 16384, 16385, 70001}) {
-    GuardedPages longer((n + 8) * sizeof(U));
+    GuardedBuffer longer((n + 8) * sizeof(U));
     auto* const p = reinterpret_cast<U*>(longer.end() - n * sizeof(U));
     Routines<U>::fill(p, this->c, n);
     ASSERT_EQ(twin::notScan(p, n, this->c), -1);
@@ -166,7 +166,7 @@ TYPED_TEST(Units, fillOfLongBuffers) {
 TYPED_TEST(Units, lengthStopsAtTheTerminatorInEveryShape) {
   using U = TypeParam;
   std::memset(this->pages.begin(), 0x11, this->pages.size());
-  for (std::size_t n = 0; n <= mostUnits; ++n) {
+  for (std::size_t n = 0; n <= maxUnits; ++n) {
     const std::size_t back = this->pages.size() - (n + 1) * sizeof(U);
     for (std::size_t place = 0; place <= alignments; ++place) {
       U* const s = this->at(place < alignments ? place : back);
@@ -288,7 +288,7 @@ TEST(AsciiCase, changesTheLettersOfEveryByteValueOnly) {
 }
 
 TEST(AsciiCase, changesExactlyItsBytesInEveryShape) {
-  GuardedPages pages(mostUnits + alignments), expected(mostUnits + alignments);
+  GuardedBuffer pages(maxUnits + alignments), expected(maxUnits + alignments);
   Random random(7);
   for (const bool up : {true, false}) {
     forEachShape<Byte>(pages, [&](std::size_t n, std::size_t offset) {
@@ -353,7 +353,7 @@ TEST(skMissArray, recognisesMissingByItsBits) {
 }
 
 TEST(skMissArray, findsTheOnlyOneInEveryShape) {
-  GuardedPages pages((mostUnits + alignments) * 8);
+  GuardedBuffer pages((maxUnits + alignments) * 8);
   Random random(11);
   std::memset(pages.begin(), 0x7F, pages.size());  // NaNs all around: 0x7F7F... itself is a number
   forEachShape<std::uint64_t>(pages, [&](std::size_t n, std::size_t offset) {

@@ -5,9 +5,8 @@
 #include <algorithm>
 #include <vector>
 
-#include "kit/casemap/runs.h"
-#include "tests/kit/library.h"
-#include "tests/kit/twins.h"
+#include "tests/model/kit.h"
+#include "tests/model/kit_twin.h"
 
 namespace rq::test {
 namespace {
@@ -65,7 +64,7 @@ TEST(CaseMaps, differFromUnicodeWhereTheyAlwaysDid) {
   for (const auto& [c, capital] : upper) EXPECT_EQ(one(rqzstup, c), capital);
 }
 
-TEST(CaseMaps, lowerAndUpperOfEveryCharacterFollowTheRuns) {
+TEST(CaseMaps, lowerAndUpperOfEveryCharacterFollowThePairs) {
   for (RQChar c = 0; c < 0x20000; ++c) {
     ASSERT_EQ(one(rqzstlo, c), twin::lower(c)) << std::hex << c;
     ASSERT_EQ(one(rqzstup, c), twin::upper(c)) << std::hex << c;
@@ -113,8 +112,8 @@ TEST(ExportedTables, haveTheirExceptionsInOrder) {
   up.push_back(0);
   EXPECT_EQ(std::vector<RQChar>(skz_downaux, skz_downaux + 39), down);
   EXPECT_EQ(std::vector<RQChar>(skz_upaux, skz_upaux + 41), up);
-  EXPECT_EQ(sizeof skz_downaux, 39 * sizeof(RQChar));
-  EXPECT_EQ(sizeof skz_upaux, 41 * sizeof(RQChar));
+  EXPECT_EQ(sizeof ::skz_downaux, 39 * sizeof(RQChar));
+  EXPECT_EQ(sizeof ::skz_upaux, 41 * sizeof(RQChar));
 }
 
 /// The smallest and largest relative of every character, found by handing both along the mappings until all agree.

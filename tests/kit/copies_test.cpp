@@ -5,23 +5,23 @@
 #include <vector>
 
 #include "tests/kit/buffers.h"
-#include "tests/kit/library.h"
-#include "tests/kit/twins.h"
+#include "tests/model/kit.h"
+#include "tests/model/kit_twin.h"
 
 namespace rq::test {
 namespace {
 
 using twin::Byte;
 
-void fillRandomly(const GuardedPages& pages, Random& random) {
+void fillRandomly(const GuardedBuffer& pages, Random& random) {
   for (std::size_t i = 0; i < pages.size(); ++i) pages.begin()[i] = static_cast<Byte>(random());
 }
 
 /// Copies n bytes within one buffer from offset s to offset d, by the routine and by its twin.
 template <class Copy, class Twin>
-void checkWithin(const GuardedPages& pages, const GuardedPages& expected, std::size_t s, std::size_t d, std::size_t n,
-                 Copy copy, Twin twinCopy) {
-  const_cast<GuardedPages&>(expected).copyFrom(pages);
+void checkWithin(const GuardedBuffer& pages, const GuardedBuffer& expected, std::size_t s, std::size_t d,
+                 std::size_t n, Copy copy, Twin twinCopy) {
+  const_cast<GuardedBuffer&>(expected).copyFrom(pages);
   copy(pages.begin() + s, pages.begin() + d, n);
   twinCopy(expected.begin() + s, expected.begin() + d, n);
   ASSERT_TRUE(pages == expected) << n << " bytes from " << s << " to " << d;
@@ -45,7 +45,7 @@ using Kinds = testing::Types<Forward, Safe>;
 TYPED_TEST_SUITE(Copies, Kinds);
 
 TYPED_TEST(Copies, copyExactlyTheirBytesInEveryShape) {
-  GuardedPages source(mostUnits + alignments), pages(mostUnits + alignments), expected(mostUnits + alignments);
+  GuardedBuffer source(maxUnits + alignments), pages(maxUnits + alignments), expected(maxUnits + alignments);
   fillRandomly(source, this->random);
   forEachShape<Byte>(pages, [&](std::size_t n, std::size_t offset) {
     const std::size_t from = n % 2 ? (offset * 11 + n) % alignments : source.size() - n;
@@ -58,7 +58,7 @@ TYPED_TEST(Copies, copyExactlyTheirBytesInEveryShape) {
 }
 
 TYPED_TEST(Copies, overlapAtEveryDistanceBothWays) {
-  GuardedPages pages(1500), expected(1500);
+  GuardedBuffer pages(1500), expected(1500);
   fillRandomly(pages, this->random);
   for (std::size_t distance = 0; distance <= 300; ++distance) {
     for (std::size_t n = 0; n <= 300; n += n < 140 ? 1 : 13) {
@@ -79,7 +79,7 @@ TYPED_TEST(Copies, overlapAtEveryDistanceBothWays) {
 }
 
 TYPED_TEST(Copies, longOnesOverlapAtAnyDistance) {
-  GuardedPages pages(120'000), expected(120'000);
+  GuardedBuffer pages(120'000), expected(120'000);
   fillRandomly(pages, this->random);
   for (int i = 0; i < 300; ++i) {
     const std::size_t n = 1000 + below(this->random, 49'000), low = below(this->random, 64);
@@ -141,9 +141,9 @@ TEST(skStrCpy, toNullDoesNothing) {
 
 template <class U>
 void checkStringCopies(void (*copy)(const U*, U*)) {
-  GuardedPages source((mostUnits + alignments) * sizeof(U)), pages(source.size()), expected(source.size());
+  GuardedBuffer source((maxUnits + alignments) * sizeof(U)), pages(source.size()), expected(source.size());
   std::memset(source.begin(), 0x31, source.size());
-  for (std::size_t n = 0; n < mostUnits; ++n) {
+  for (std::size_t n = 0; n < maxUnits; ++n) {
     auto* const s = reinterpret_cast<U*>(source.end() - (n + 1) * sizeof(U));
     twin::set(s, n, U{0});
     for (std::size_t offset = 0; offset < alignments; offset += 1 + n % 3) {
@@ -182,7 +182,7 @@ TEST(skStrTCpy, takesUnitsAtAnyAddress) {
 /// Strings on the heap, where sanitizers see each byte that is read behind them.
 template <class U>
 void checkHeapStrings(std::uint64_t (*length)(const U*), void (*copy)(const U*, U*)) {
-  for (std::size_t n = 0; n < mostUnits; ++n) {
+  for (std::size_t n = 0; n < maxUnits; ++n) {
     std::vector<U> source(n + 1, U{0x31}), copied(n + 1, U{0x5A});
     source.shrink_to_fit();
     copied.shrink_to_fit();

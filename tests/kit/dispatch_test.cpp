@@ -3,17 +3,19 @@
 #include <cpuid.h>
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
 
 #include "kit/simd/processor.h"
+#include "tests/kit/mappings.h"
 
 namespace rq::kit::simd {
 namespace {
 
 bool inUse(const Kernels& kernels) {
-  return std::memcmp(&active, &kernels, sizeof active) == 0;
+  return std::memcmp(&active, &kernels, sizeof kernels) == 0;
 }
 
 TEST(Dispatch, usesTheKernelsThatWereAskedFor) {
@@ -25,6 +27,18 @@ TEST(Dispatch, usesTheKernelsThatWereAskedFor) {
   EXPECT_TRUE(inUse(sse2Kernels) || inUse(avx2Kernels) || inUse(avx512Kernels));
   // For runs on emulated processors, whose choice the caller knows.
   RecordProperty("kernels", inUse(sse2Kernels) ? "sse2" : inUse(avx2Kernels) ? "avx2" : "avx512");
+}
+
+TEST(Dispatch, sealsTheKernelsInUse) {
+  static_assert(sizeof active % pageBytes == 0 && alignof(SealedKernels) == pageBytes);
+  const auto table = reinterpret_cast<std::uintptr_t>(&active);
+  std::size_t found = 0;
+  for (const test::Mapping& mapping : test::mappingsOfProcess()) {
+    if (!mapping.holds(table)) continue;
+    EXPECT_TRUE(mapping.readable && !mapping.writable && !mapping.executable);
+    ++found;
+  }
+  EXPECT_EQ(found, 1U);
 }
 
 constexpr unsigned lzcnt = 1U << 5, sseState = 0x2, avxState = 0x4, maskState = 0x20, zmmLowState = 0x40,

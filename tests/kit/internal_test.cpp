@@ -6,7 +6,7 @@
 #include "frame/registration.h"
 #include "kit/kit.h"
 #include "tests/kit/buffers.h"
-#include "tests/kit/twins.h"
+#include "tests/model/kit_twin.h"
 
 /// The case routines, linked here without the frame, look for the host.
 RQKernel* Exported_RQHandle = nullptr;
@@ -22,8 +22,8 @@ class Transfer {
  public:
   explicit Transfer(std::uint64_t seed) : random(seed) {}
 
-  GuardedPages source{(mostUnits + alignments) * sizeof(In)};
-  GuardedPages pages{(mostUnits + alignments) * sizeof(Out)}, expected{pages.size()};
+  GuardedBuffer source{(maxUnits + alignments) * sizeof(In)};
+  GuardedBuffer pages{(maxUnits + alignments) * sizeof(Out)}, expected{pages.size()};
   Random random;
 
   /// make(p, n) writes the input; copy(in, n, out) and twinCopy(in, n, out) return the units copied.
@@ -157,7 +157,7 @@ TEST(AsciiSet, holdsWhatWasAddedForEveryByte) {
 /// A search over text of one guarded buffer against its twin.
 template <class U, class Make, class Search, class Twin>
 void checkSearch(Make make, Search search, Twin twinSearch) {
-  GuardedPages pages((mostUnits + alignments) * sizeof(U));
+  GuardedBuffer pages((maxUnits + alignments) * sizeof(U));
   Random random(77);
   for (std::size_t i = 0; i < pages.size(); ++i) pages.begin()[i] = static_cast<Byte>(random());
   forEachShape<U>(pages, [&](std::size_t n, std::size_t offset) {

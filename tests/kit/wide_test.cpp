@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "tests/kit/buffers.h"
-#include "tests/kit/library.h"
-#include "tests/kit/twins.h"
+#include "tests/model/kit.h"
+#include "tests/model/kit_twin.h"
 
 namespace rq::test {
 namespace {
@@ -115,7 +115,7 @@ void fillWithText(RQChar* p, std::size_t n, Random& random) {
 
 class Shapes : public testing::Test {
  protected:
-  GuardedPages pages{(mostUnits + alignments) * 4}, second{pages.size()};
+  GuardedBuffer pages{(maxUnits + alignments) * 4}, second{pages.size()};
   Random random{1234567};
 
   /// Maps text in every shape and compares all memory with what single characters map to.
@@ -289,9 +289,9 @@ class ServiceTest : public testing::Test {
       return c ^ 0x66000000;
     };
     kernel.caseService = &service;
-    rqextent(&kernel);
+    Library::get().rqextent(&kernel);
   }
-  void TearDown() override { rqextent(nullptr); }
+  void TearDown() override { Library::get().rqextent(nullptr); }
 };
 
 TEST_F(ServiceTest, getsEveryCharacterButAscii) {
@@ -308,7 +308,7 @@ TEST_F(ServiceTest, getsEveryCharacterButAscii) {
 }
 
 TEST_F(ServiceTest, isAskedInOrderInEveryShape) {
-  GuardedPages pages((mostUnits + alignments) * 4), expected(pages.size());
+  GuardedBuffer pages((maxUnits + alignments) * 4), expected(pages.size());
   Random random(99);
   forEachShape<RQChar>(pages, [&](std::size_t n, std::size_t offset) {
     if ((n * 5 + offset) % 16 != 0) return;

@@ -83,7 +83,8 @@ class Laboratory:
         kit = [self.object(name) for name in self.commands if name.startswith("kit/")] + list(more)
         tests = [str(path) for path in self.build.glob("tests/kit/CMakeFiles/kit_internal_tests.dir/*.o")]
         library = ["cc", "-shared", "-o", "librquni.so", f"-Wl,--version-script={self.build}/exports.map"] + objects
-        program = ["c++", "-o", "kit_internal_tests"] + tests + kit + ["-lgtest", "-lpthread"]
+        model = str(self.build / "tests/model/librq_test_model.a")
+        program = ["c++", "-o", "kit_internal_tests"] + tests + kit + [model, "-lgtest", "-lpthread"]
         return all(subprocess.run(command, cwd=self.folder, stderr=subprocess.DEVNULL, check=False).returncode == 0
                    for command in (library, program))
 

@@ -4,8 +4,8 @@
 #include <stdlib.h>
 #include <string.h>
 
-void *dlopen(const char *path, int mode) {
-  void *(*const next)(const char *, int) = (void *(*)(const char *, int))dlsym(RTLD_NEXT, "dlopen");
-  const char *const mutant = getenv("RQ_LOADED");
+void* dlopen(const char* path, int mode) {
+  void* (*const next)(const char*, int) = (void* (*)(const char*, int))dlsym(RTLD_NEXT, "dlopen");
+  const char* const mutant = getenv("RQ_LOADED");
   return next(path && mutant && strstr(path, "librquni.so") ? mutant : path, mode);
 }

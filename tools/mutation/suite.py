@@ -8,7 +8,7 @@ HERE = pathlib.Path(__file__).resolve().parent
 REFUSED = 86  # switch.c: the compiler would have refused this mutant
 PASSED = (0, 77)
 KIT = ("kit_tests", "kit_internal_tests")  # run with each set of kernels
-PROGRAMS = ("rq_test_codecs", "rq_test_frame", "rq_test_unicode", "rq_test_loading", "rq_test_trust")
+PROGRAMS = ("rq_test_codecs", "rq_test_frame", "rq_test_unicode", "rq_test_loading", "rq_test_robustness")
 KERNELS = ("sse2", "avx2", "avx512")
 KERNEL_FAMILIES = ("kit", "wide")  # of the differential program
 

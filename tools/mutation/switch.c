@@ -9,7 +9,7 @@ enum { refused = 86, mostPlaces = 1 << 16 };
 
 static unsigned char nowhere[mostPlaces];
 HIDDEN unsigned rqMutant = 0;
-HIDDEN unsigned char *rqReached = nowhere;
+HIDDEN unsigned char* rqReached = nowhere;
 
 HIDDEN void rqRefuse(void) {
   _exit(refused);
@@ -22,7 +22,7 @@ __attribute__((constructor(101))) static void choose(void) {
   if (!path) return;
   const int file = open(path, O_RDWR);
   if (file < 0 || ftruncate(file, mostPlaces) != 0) _exit(2);
-  void *const shared = mmap(0, mostPlaces, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
+  void* const shared = mmap(0, mostPlaces, PROT_READ | PROT_WRITE, MAP_SHARED, file, 0);
   if (shared == MAP_FAILED) _exit(2);
   rqReached = shared;
   close(file);

@@ -1,0 +1,187 @@
+#include "cli/files.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <new>
+
+namespace rq::cli {
+namespace {
+
+constexpr std::size_t pieceBytes = std::size_t{256} << 10;
+
+Error readFailure(const std::string& name, int number) {
+  return {Error::Kind::system, "cannot read " + shownName(name) + ": " + std::strerror(number)};
+}
+
+}  // namespace
+
+std::string shownName(const std::string& file) {
+  return file == "-" ? "standard input" : file;
+}
+
+Descriptor::~Descriptor() {
+  if (number_ > STDERR_FILENO) ::close(number_);
+}
+
+Result<Input> Input::open(const std::string& name, Progress& progress) {
+  if (name == "-") return Input(name, Descriptor(STDIN_FILENO), progress);
+  Descriptor descriptor(::open(name.c_str(), O_RDONLY | O_CLOEXEC));
+  if (descriptor.number() < 0) return readFailure(name, errno);
+  return Input(name, std::move(descriptor), progress);
+}
+
+Result<std::size_t> Input::read(MutableBytes room) {
+  for (;;) {
+    const ssize_t count = ::read(descriptor_.number(), room.data(), room.size());
+    if (count >= 0) {
+      progress_->addRead(static_cast<std::size_t>(count));
+      return static_cast<std::size_t>(count);
+    }
+    if (errno != EINTR) return readFailure(name_, errno);
+  }
+}
+
+Result<Bytes> Input::readAll(Buffer& buffer) {
+  struct stat status {};
+  std::size_t expected = 0;
+  if (::fstat(descriptor_.number(), &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0) {
+    expected = static_cast<std::size_t>(status.st_size);
+  }
+  std::size_t size = 0;
+  std::size_t wanted = expected + pieceBytes;
+  try {
+    for (MutableBytes room = buffer.atLeast(wanted);; room = buffer.atLeast(wanted, size)) {
+      while (size < room.size()) {
+        const Result<std::size_t> count = read(room.subspan(size));
+        if (!count) return count.error();
+        if (*count == 0) return Bytes(room.first(size));
+        size += *count;
+      }
+      wanted = size + pieceBytes;
+    }
+  } catch (const std::bad_alloc&) {
+    return Error{Error::Kind::system, "cannot read " + shownName(name_) + ": not enough memory for " +
+                                          std::to_string(std::max(expected, size)) + " bytes"};
+  }
+}
+
+std::size_t LineReader::findEnd() {
+  const MutableBytes bytes = buffer_.atLeast(0);
+  const std::size_t unit = lineEnd_.size();
+  while (end_ - searched_ >= unit) {
+    if (unit == 1) {
+      const void* found = std::memchr(bytes.data() + searched_, lineEnd_[0], end_ - searched_);
+      searched_ = end_;
+      if (found == nullptr) break;
+      return static_cast<std::size_t>(static_cast<const std::byte*>(found) - bytes.data());
+    }
+    if (std::memcmp(bytes.data() + searched_, lineEnd_.data(), unit) == 0) return searched_;
+    searched_ += unit;
+  }
+  return std::string::npos;
+}
+
+Result<std::optional<LineReader::Line>> LineReader::next() {
+  for (;;) {
+    const std::size_t found = findEnd();
+    if (found != std::string::npos) {
+      const Line line{Bytes(buffer_.atLeast(0)).subspan(begin_, found - begin_), true};
+      begin_ = searched_ = found + lineEnd_.size();
+      return std::optional(line);
+    }
+    if (exhausted_) {
+      if (begin_ == end_) return std::optional<Line>();
+      const Line line{Bytes(buffer_.atLeast(0)).subspan(begin_, end_ - begin_), false};
+      begin_ = searched_ = end_;
+      return std::optional(line);
+    }
+    if (end_ - begin_ > longestLine) {
+      return Error{Error::Kind::data, "a line is longer than 64 MiB; without --lines there is no limit"};
+    }
+    if (begin_ > 0) {
+      const MutableBytes bytes = buffer_.atLeast(0);
+      std::memmove(bytes.data(), bytes.data() + begin_, end_ - begin_);
+      end_ -= begin_;
+      searched_ -= begin_;
+      begin_ = 0;
+    }
+    const MutableBytes bytes = buffer_.atLeast(end_ + pieceBytes, end_);
+    const Result<std::size_t> count = input_.read(bytes.subspan(end_));
+    if (!count) return count.error();
+    end_ += *count;
+    exhausted_ = *count == 0;
+  }
+}
+
+Error Output::failure(int number) const {
+  // No message for a reader that leaves early: the user knows. The exit code says that the output is not complete.
+  if (number == EPIPE) return {Error::Kind::system, ""};
+  return {Error::Kind::system, "cannot write " + file_.value_or("standard output") + ": " + std::strerror(number)};
+}
+
+Done Output::open() {
+  if (descriptor_) return host::done();
+  int number = STDOUT_FILENO;
+  if (file_) number = ::open(file_->c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+  if (number < 0) return failure(errno);
+  descriptor_.emplace(number);
+  return host::done();
+}
+
+Done Output::writeNow(Bytes bytes) {
+  if (Done opened = open(); !opened) return opened;
+  while (!bytes.empty()) {
+    const ssize_t count = ::write(descriptor_->number(), bytes.data(), bytes.size());
+    if (count < 0 && errno != EINTR) return failure(errno);
+    if (count < 0) continue;
+    progress_.addWritten(static_cast<std::size_t>(count));
+    bytes = bytes.subspan(static_cast<std::size_t>(count));
+  }
+  return host::done();
+}
+
+Done Output::write(Bytes bytes) {
+  if (kept_.size() + bytes.size() <= pieceBytes) {
+    kept_.insert(kept_.end(), bytes.begin(), bytes.end());
+    return host::done();
+  }
+  if (Done written = writeNow(kept_); !written) return written;
+  kept_.clear();
+  if (bytes.size() > pieceBytes) return writeNow(bytes);
+  kept_.assign(bytes.begin(), bytes.end());
+  return host::done();
+}
+
+Result<int> Output::flush() {
+  if (Done written = writeNow(kept_); !written) return written.error();
+  kept_.clear();
+  return descriptor_->number();
+}
+
+Done Output::finish() {
+  if (const Result<int> flushed = flush(); !flushed) return flushed.error();
+  // Some file systems report a full disk only here.
+  const int number = descriptor_->release();
+  if (::close(number) != 0 && errno != EINTR) return failure(errno);
+  return host::done();
+}
+
+std::optional<FileIdentity> identityOf(const std::string& file) {
+  struct stat status {};
+  const int failed = file == "-" ? ::fstat(STDIN_FILENO, &status) : ::stat(file.c_str(), &status);
+  if (failed != 0) return std::nullopt;
+  return FileIdentity(status.st_dev, status.st_ino);
+}
+
+std::optional<FileIdentity> identityOfStandardOutput() {
+  struct stat status {};
+  if (::fstat(STDOUT_FILENO, &status) != 0 || !S_ISREG(status.st_mode) || status.st_size == 0) return std::nullopt;
+  return FileIdentity(status.st_dev, status.st_ino);
+}
+
+}  // namespace rq::cli

@@ -1,0 +1,128 @@
+// Bytes in and out: files, standard input and output. Every error of the system is reported.
+#ifndef RQUNI_CLI_FILES_H
+#define RQUNI_CLI_FILES_H
+
+#include <cstddef>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "cli/progress.h"
+#include "host/buffer.h"
+#include "host/codec.h"
+#include "host/result.h"
+
+namespace rq::cli {
+
+using host::Buffer;
+using host::Bytes;
+using host::Done;
+using host::Error;
+using host::MutableBytes;
+using host::Result;
+
+/// A file's name for messages: "-" is standard input.
+std::string shownName(const std::string& file);
+
+class Descriptor {
+ public:
+  explicit Descriptor(int number) : number_(number) {}
+  ~Descriptor();
+  Descriptor(Descriptor&& other) noexcept : number_(std::exchange(other.number_, -1)) {}
+  Descriptor& operator=(Descriptor&&) = delete;
+  int number() const { return number_; }
+  /// Gives up ownership.
+  int release() { return std::exchange(number_, -1); }
+
+ private:
+  int number_;
+};
+
+/// A file to read, "-" being standard input.
+class Input {
+ public:
+  static Result<Input> open(const std::string& name, Progress& progress);
+  /// An open file; `name` is for messages.
+  Input(std::string name, Descriptor descriptor, Progress& progress)
+      : name_(std::move(name)), descriptor_(std::move(descriptor)), progress_(&progress) {}
+  const std::string& name() const { return name_; }
+  int descriptor() const { return descriptor_.number(); }
+  /// Reads at least one byte into `room` unless the file is at its end.
+  Result<std::size_t> read(MutableBytes room);
+  /// Reads all the rest into `buffer`.
+  Result<Bytes> readAll(Buffer& buffer);
+
+ private:
+  std::string name_;
+  Descriptor descriptor_;
+  Progress* progress_;
+};
+
+/// Cuts a file into lines in bounded memory. A line is the text before a line end. Text after the last line end is a
+/// line as well.
+class LineReader {
+ public:
+  static constexpr std::size_t longestLine = std::size_t{64} << 20;
+
+  /// `lineEnd` is the line feed in the file's encoding. It ends a line only at a multiple of its length.
+  LineReader(Input& input, std::string lineEnd) : input_(input), lineEnd_(std::move(lineEnd)) {}
+
+  struct Line {
+    Bytes text;  // valid until the next call
+    bool ended;  // a line end followed
+  };
+  /// The next line, or nothing at the end of the file.
+  Result<std::optional<Line>> next();
+
+ private:
+  /// The offset of the first line end at or after searched_, or npos.
+  std::size_t findEnd();
+
+  Input& input_;
+  const std::string lineEnd_;
+  Buffer buffer_;
+  std::size_t begin_ = 0, end_ = 0;  // what is read and not handed out
+  std::size_t searched_ = 0;         // no line end lies before this
+  bool exhausted_ = false;
+};
+
+/// A file or standard output to write results to. It is opened at the first write: a run that fails before leaves an
+/// existing file alone.
+class Output {
+ public:
+  Output(std::optional<std::string> file, Progress& progress) : file_(std::move(file)), progress_(progress) {}
+  /// An open file; `name` is for messages.
+  Output(Descriptor descriptor, std::string name, Progress& progress)
+      : file_(std::move(name)), progress_(progress), descriptor_(std::move(descriptor)) {}
+  Done write(Bytes bytes);
+  Done write(std::string_view text) { return write(std::as_bytes(std::span(text))); }
+  /// True once something was given to write.
+  bool begun() const { return descriptor_ || !kept_.empty(); }
+  /// Writes what is kept back and returns the open file, which the output still owns.
+  Result<int> flush();
+  /// Does the same and closes the file. Only then is the output complete.
+  Done finish();
+
+ private:
+  Done open();
+  Done writeNow(Bytes bytes);
+  Error failure(int number) const;
+
+  const std::optional<std::string> file_;
+  Progress& progress_;
+  std::optional<Descriptor> descriptor_;
+  std::vector<std::byte> kept_;
+};
+
+/// Equal for two names of one file.
+using FileIdentity = std::pair<std::uint64_t, std::uint64_t>;
+/// Nothing if there is no such file; "-" is standard input.
+std::optional<FileIdentity> identityOf(const std::string& file);
+/// Nothing unless standard output is a regular file that is not empty.
+std::optional<FileIdentity> identityOfStandardOutput();
+
+}  // namespace rq::cli
+
+#endif

@@ -1,0 +1,46 @@
+// Reports on standard error of how far the work is.
+#ifndef RQUNI_CLI_PROGRESS_H
+#define RQUNI_CLI_PROGRESS_H
+
+#include <atomic>
+#include <condition_variable>
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+
+namespace rq::cli {
+
+/// After a second of work, shows a line, keeps it up to date and removes it at the end. It has a thread of its own,
+/// because one call of the library may take long.
+class Progress {
+ public:
+  /// Without a wish, shows progress if standard error is a terminal. If the user asks for progress, a last line with
+  /// the sums stays, and without a terminal each report is a line.
+  explicit Progress(std::optional<bool> wished);
+  ~Progress();
+  Progress(const Progress&) = delete;
+  Progress& operator=(const Progress&) = delete;
+
+  void addRead(std::size_t bytes) { read_.fetch_add(bytes, std::memory_order_relaxed); }
+  void addWritten(std::size_t bytes) { written_.fetch_add(bytes, std::memory_order_relaxed); }
+  /// Ends the reports for good. Call it before any other line goes to standard error.
+  void stop();
+
+ private:
+  void run();
+  std::string report(double seconds) const;
+
+  const bool terminal_, closingLine_;
+  std::atomic<std::uint64_t> read_ = 0, written_ = 0;
+  std::mutex mutex_;
+  std::condition_variable changed_;
+  bool stopped_ = false;
+  std::thread thread_;
+};
+
+}  // namespace rq::cli
+
+#endif

@@ -1,0 +1,59 @@
+// Files edited in place. The new text goes to a temporary file beside the old one and takes its name when it is
+// complete. So the name always leads to the whole old text or to the whole new one.
+#ifndef RQUNI_CLI_REPLACEMENT_H
+#define RQUNI_CLI_REPLACEMENT_H
+
+#include <sys/stat.h>
+
+#include <memory>
+#include <string>
+
+#include "cli/files.h"
+
+namespace rq::cli {
+
+/// An open folder, for calls that name files in it.
+struct Folder {
+  Descriptor descriptor;
+  bool readable;  // only then can it be brought to the disk by itself
+};
+
+/// One file's replacement. Ended before commit(), by the destructor or a signal of endingSignals, it takes its
+/// temporary file with it. One at a time, on the main thread.
+///
+/// The folder and the old text are opened once and never looked up by name again: a link that is turned meanwhile
+/// cannot bring one file's text into another.
+class Replacement {
+ public:
+  /// Follows symbolic links, so that these stay. Fails unless `file` is a regular file that may be written.
+  static Result<std::unique_ptr<Replacement>> begin(const std::string& file, Progress& progress);
+  ~Replacement();
+  Replacement(const Replacement&) = delete;
+  Replacement& operator=(const Replacement&) = delete;
+
+  /// The old text.
+  Input& input() { return input_; }
+  /// Where the new text goes.
+  Output& output() { return *output_; }
+  /// Gives the new text the old one's owner, permissions, extended attributes and name, and syncs it to the disk.
+  /// After an error the old text is in place.
+  Done commit();
+
+ private:
+  Replacement(Folder folder, std::string base, Input input, const struct stat& status)
+      : folder_(std::move(folder)), base_(std::move(base)), input_(std::move(input)), status_(status) {}
+  Done create(Progress& progress);
+  Done keepAttributes(int fresh) const;
+  bool oldChanged() const;
+  Error failure(const std::string& what, int number) const;
+
+  const Folder folder_;
+  const std::string base_;  // the file's name in its folder
+  Input input_;
+  const struct stat status_;  // of the old file when it was opened
+  std::optional<Output> output_;
+};
+
+}  // namespace rq::cli
+
+#endif

@@ -1,0 +1,99 @@
+#include "cli/reports.h"
+
+#include "checker/checker.h"
+#include "cli/json_line.h"
+#include "cli/workbench.h"
+
+namespace rq::cli {
+namespace {
+
+std::string withoutBlanksAtTheEnd(std::string text) {
+  text.erase(text.find_last_not_of(' ') + 1);
+  return text;
+}
+
+std::string versionFrom(RQInterface* object, decltype(RQInterface::getVersion) slot) {
+  std::uint64_t major = 0;
+  std::uint64_t minor = 0;
+  std::uint64_t patch = 0;
+  slot(object, &major, &minor, &patch);
+  return std::to_string(major) + "." + std::to_string(minor) + "." + std::to_string(patch);
+}
+
+}  // namespace
+
+Done showInfo(const Job& job, Progress&, Output& output) {
+  const Result<std::unique_ptr<Workbench>> opened = Workbench::open(job);
+  if (!opened) return opened.error();
+  const Workbench& bench = **opened;
+  RQInterface* object = bench.object();
+  RQVersionRecord record;
+  bench.library().rqvercn1(&record);
+  const std::vector<JsonMember> rows = {
+      {"library", bench.library().path()},
+      {"library version", versionFrom(object, object->getVersion)},
+      {"host interface required", versionFrom(object, object->getReqVersion)},
+      {"extension interface", "9.1"},
+      {"version stamp", record.version},
+      {"stream", record.stream},
+      {"build time", std::to_string(record.buildTime)},
+      {"build date", record.buildDate},
+      {"build machine", record.machine},
+      {"prefix", record.prefix},
+      {"component", record.component},
+      {"group", record.group},
+      {"build identifier", record.buildId},
+      {"second build identifier", record.secondBuildId},
+      {"hot fix", withoutBlanksAtTheEnd(record.hotFix)},
+      {"image description", withoutBlanksAtTheEnd(record.imageDescription)},
+  };
+  if (job.json) return output.write(jsonLine(rows));
+  std::string text;
+  for (const auto& [name, value] : rows) text.append(name).append(": ").append(std::get<std::string>(value)) += '\n';
+  return output.write(text);
+}
+
+Done listEncodings(const Job& job, Progress&, Output& output) {
+  for (const host::Encoding& encoding : host::encodings()) {
+    std::string line;
+    if (job.json) {
+      line = jsonLine({{"identifier", std::uint64_t{encoding.identifier}},
+                       {"name", encoding.name},
+                       {"aliases", encoding.aliases}});
+    } else {
+      line = std::to_string(encoding.identifier) + "\t" + encoding.name + "\t";
+      for (const std::string& alias : encoding.aliases) line += (line.back() == '\t' ? "" : " ") + alias;
+      line += "\n";
+    }
+    if (Done written = output.write(line); !written) return written;
+  }
+  return host::done();
+}
+
+Done checkHost(const Job& job, Progress&, Output& output) {
+  const Result<host::Library> library = openLibrary(job);
+  if (!library) return library.error();
+  const auto rows = checker::checkHost(job.host, *library, job.threads);
+  if (!rows) return rows.error();
+  std::string text = job.json ? "" : "rule\tverdict\twhat it says\twhat was seen\n";
+  std::string brokenRules;
+  for (const auto& [name, statement, finding] : *rows) {
+    const std::string_view verdict = checker::nameOf(finding.verdict);
+    if (finding.verdict == checker::Verdict::broken)
+      brokenRules += (brokenRules.empty() ? "" : ", ") + std::string(name);
+    if (job.json) {
+      text += jsonLine({{"rule", std::string(name)},
+                        {"verdict", std::string(verdict)},
+                        {"statement", std::string(statement)},
+                        {"seen", finding.seen}});
+    } else {
+      for (const std::string_view part : {name, verdict, statement}) text += std::string(part) + "\t";
+      text += finding.seen + "\n";
+    }
+  }
+  if (Done written = output.write(text); !written) return written;
+  if (brokenRules.empty()) return host::done();
+  return Error{Error::Kind::data, job.host + " breaks " + brokenRules};
+}
+
+}  // namespace rq::cli

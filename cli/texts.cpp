@@ -1,0 +1,66 @@
+#include "cli/texts.h"
+
+#include "frame/types.h"
+
+namespace rq::cli {
+
+Error inFile(std::string_view file, Error error) {
+  error.text = shownName(std::string(file)) + ": " + error.text;
+  return error;
+}
+
+std::string fileColumn(const Job& job, const Text& text) {
+  return job.files.size() > 1 ? std::string(text.file) : "";
+}
+
+Result<std::string> lineEndIn(const host::Encoding& encoding) {
+  const host::Codec& codec = *host::codecOf(encoding.identifier);
+  const std::byte lineFeed{'\n'};
+  std::optional<std::string> bytes;
+  if (!codec.stateful()) bytes = host::convertAll(*host::codecOf(RQ_ENCODING_UTF8), codec, {&lineFeed, 1});
+  if (bytes) return *bytes;
+  return Error{Error::Kind::usage, "--lines cannot cut " + encoding.name + " text into lines"};
+}
+
+Result<TextRun> TextRun::in(const host::Encoding& encoding, bool lines, Progress& progress) {
+  if (!lines) return TextRun("", progress);
+  const Result<std::string> lineEnd = lineEndIn(encoding);
+  if (!lineEnd) return lineEnd.error();
+  return TextRun(*lineEnd, progress);
+}
+
+Done TextRun::each(const std::vector<std::string>& files, const Take& take) {
+  for (const std::string& file : files) {
+    Result<Input> input = Input::open(file, *progress_);
+    if (!input) return input.error();
+    if (Done done = each(*input, take); !done) return done;
+  }
+  return host::done();
+}
+
+Done TextRun::each(Input& input, const Take& take) {
+  return lineEnd_.empty() ? wholeFile(input, take) : eachLine(input, take);
+}
+
+Done TextRun::wholeFile(Input& input, const Take& take) {
+  const Result<Bytes> bytes = input.readAll(buffer_);
+  if (!bytes) return bytes.error();
+  return take({*bytes, {}, input.name()}, false);
+}
+
+Done TextRun::eachLine(Input& input, const Take& take) const {
+  LineReader reader(input, lineEnd_);
+  Text text{{}, {}, input.name()};
+  for (;;) {
+    const auto line = reader.next();
+    if (!line && line.error().kind != Error::Kind::data) return line.error();
+    if (!line) return inFile(text.file, {Error::Kind::data, host::atBeginning(text.start, line.error().text)});
+    if (!*line) return host::done();
+    text.bytes = (*line)->text;
+    if (Done done = take(text, (*line)->ended); !done) return done;
+    text.start.offset += text.bytes.size() + lineEnd_.size();
+    ++text.start.line;
+  }
+}
+
+}  // namespace rq::cli

@@ -1,0 +1,70 @@
+// Library, host and session, ready for work in one flavour.
+#ifndef RQUNI_CLI_WORKBENCH_H
+#define RQUNI_CLI_WORKBENCH_H
+
+#include <memory>
+#include <string>
+
+#include "cli/job.h"
+#include "cli/texts.h"
+#include "frame/rquni.h"
+#include "host/encodings.h"
+#include "host/host.h"
+#include "host/text_work.h"
+
+namespace rq::cli {
+
+class Workbench {
+ public:
+  static Result<std::unique_ptr<Workbench>> open(const Job& job);
+  /// The same, for a session encoding that can carry the notations.
+  static Result<std::unique_ptr<Workbench>> openForNotations(const Job& job);
+
+  const host::Library& library() const { return library_; }
+  RQInterface* object() const { return session_->object(); }
+  const host::Encoding& encoding() const { return *encoding_; }
+  const host::Codec& codec() const { return *codec_; }
+  bool wide() const { return wide_; }
+
+  /// The operations on one text; errors name its file. Results lie in a buffer that the next call reuses.
+  Result<Bytes> fromForm(RQForm form, const Text& text) {
+    return named(text, work_->fromForm(form, text.bytes, text.start));
+  }
+  Result<Bytes> toForm(RQForm form, const Text& text, std::optional<std::uint64_t> padBytes) {
+    return named(text, work_->toForm(form, text.bytes, text.start, padBytes));
+  }
+  Result<Bytes> decode(Notation notation, const Text& text) {
+    return named(text, work_->decode(notation, text.bytes, text.start));
+  }
+  Result<Bytes> encode(Notation notation, const Text& text) {
+    return named(text, work_->encode(notation, text.bytes, text.start));
+  }
+  Result<std::int64_t> measure(host::TextWork::Measure measure, const Text& text) {
+    return named(text, work_->measure(measure, text.bytes, text.start));
+  }
+  /// True when the session encoding holds the character. Asks the transcoders as the decoders do.
+  bool carries(RQChar character) const;
+
+ private:
+  Workbench(host::Library library, const host::Encoding& encoding, const Job& job);
+  template <class T>
+  static Result<T> named(const Text& text, Result<T> result) {
+    return result ? std::move(result) : inFile(text.file, result.error());
+  }
+
+  host::Library library_;
+  const host::Encoding* encoding_;
+  const host::Codec* codec_;
+  host::Host host_;
+  std::optional<host::Session> session_;
+  std::optional<host::TextWork> work_;
+  const bool wide_;
+};
+
+/// The library that the job names, else the one beside the tool as it is built or installed, else the dynamic
+/// loader's.
+Result<host::Library> openLibrary(const Job& job);
+
+}  // namespace rq::cli
+
+#endif

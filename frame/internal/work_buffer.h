@@ -1,0 +1,70 @@
+// The working buffer of an operation: 1024 bytes on the stack for short texts, a block of the object's pool for
+// others.
+#ifndef RQUNI_FRAME_INTERNAL_WORK_BUFFER_H
+#define RQUNI_FRAME_INTERNAL_WORK_BUFFER_H
+
+#include <cstdint>
+#include <cstring>
+
+#include "frame/internal/transcode.h"
+
+namespace rq {
+
+/// Room for one UTF-32 character for each unit of an input. The destructor gives a block back.
+class WorkBuffer {
+ public:
+  /// Takes a block for more than `maxLocalUnits` units. That number differs by one between operations. Kept: hosts
+  /// that count allocations depend on it.
+  WorkBuffer(RQPool* pool, std::uint64_t units, std::uint64_t maxLocalUnits) : pool_(pool) {
+    if (units <= maxLocalUnits) return;
+    if (units > ~std::uint64_t{0} / sizeof(RQChar)) {  // more bytes than a pool can have
+      characters_ = nullptr;
+      return;
+    }
+    bytes_ = units * sizeof(RQChar);
+    block_ = pool->allocate(pool, bytes_, 0);
+    characters_ = static_cast<RQChar*>(block_);
+  }
+  ~WorkBuffer() {
+    if (block_) pool_->release(pool_, block_);
+  }
+  WorkBuffer(const WorkBuffer&) = delete;
+  WorkBuffer& operator=(const WorkBuffer&) = delete;
+
+  /// False when the pool refused a block.
+  bool obtained() const { return characters_ != nullptr; }
+  const RQChar* characters() const { return characters_; }
+  std::uint64_t bytes() const { return bytes_; }
+
+  /// Converts a text into the buffer and returns the number of characters. Ignores the transcoder's status. The
+  /// length that the transcoder stores starts at `produced`; one beyond the buffer counts as a full buffer.
+  std::uint64_t convert(RQTranscoder* transcoder, const void* input, std::uint64_t inputBytes,
+                        std::uint64_t produced) {
+    if (!block_) clear();
+    transcode(transcoder, input, inputBytes, characters_, bytes_, &produced);
+    return (produced < bytes_ ? produced : bytes_) / sizeof(RQChar);
+  }
+
+ private:
+  /// Bytes that a host leaves out must not show the stack. Hides the length from the compiler, which would use
+  /// `rep stos`: that takes longer to start than memset takes to finish. Built in, because only one C library has the
+  /// checked form.
+  void clear() {
+    std::uint64_t bytes = sizeof local_;
+    asm("" : "+r"(bytes));
+    __builtin_memset(local_, 0, bytes);
+  }
+
+  RQPool* pool_;
+  void* block_ = nullptr;
+  RQChar* characters_ = local_;
+  std::uint64_t bytes_ = sizeof local_;
+  RQChar local_[256];
+};
+
+/// Keeps the compiler from clearing a local object first. For buffers that are written before they are read.
+#define RQ_UNINITIALIZED __attribute__((uninitialized))
+
+}  // namespace rq
+
+#endif

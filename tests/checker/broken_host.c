@@ -1,0 +1,168 @@
+/* The smallest host with a case service, and with the one fault that the environment variable RQ_BROKEN names; sound
+ * without. `rqtext check-host` must find each fault and blame no other rule. */
+#include <sched.h>
+
+/* The example, under other names for what it shares with this file. */
+#include "rquni/host_entry.h"
+#define rquni_host soundHost
+#define main exampleMain
+#include "examples/minimal_host.c"
+#undef rquni_host
+#undef main
+
+static int broken(const char* how) {
+  const char* wished = getenv("RQ_BROKEN");
+  return wished != NULL && strcmp(wished, how) == 0;
+}
+
+/* Pools. */
+static const RQPoolParameters* keptParameters;
+static char sharedBlock[100];
+
+static void* faultyAllocate(RQPool* pool, uint64_t bytes, uint64_t flags) {
+  const int endless = bytes > UINT64_C(1) << 40;
+  if (broken("pool.alignment") && !endless) return (char*)allocate(pool, bytes + 4, flags) + 4;
+  if (broken("pool.refusal") && endless) return allocate(pool, 8, flags);
+  if (broken("kernel.createPool kept") && keptParameters->zero[2] != 0) return NULL;
+  if (broken("pool.blocks") && bytes == sizeof sharedBlock) return sharedBlock;
+  return allocate(pool, bytes, flags);
+}
+
+static void faultyRelease(RQPool* pool, void* block) {
+  if (broken("pool.release") || block == sharedBlock) return;
+  release(pool, broken("pool.alignment") ? (char*)block - 4 : block);
+}
+
+static RQStatus faultyDestroyPool(RQPool* pool) {
+  return broken("pool.destroy") ? RQ_SUCCESS : destroyPool(pool);
+}
+
+static RQPool* faultyCreatePool(RQKernel* kernel, RQPoolParameters* parameters, RQJournal* journal,
+                                const char* description) {
+  static RQPool* only;
+  if (broken("kernel.createPool") && only != NULL) return only;
+  RQPool* const pool = only = createPool(kernel, parameters, journal, description);
+  keptParameters = parameters;
+  pool->allocate = faultyAllocate;
+  pool->release = broken("pool.words") ? NULL : faultyRelease;
+  pool->destroy = faultyDestroyPool;
+  return pool;
+}
+
+/* Context and session. */
+static uint64_t lengthToZero(const RQChar* name) {
+  uint64_t length = 0;
+  while (name[length] != 0) ++length;
+  return length;
+}
+
+static RQStatus faultyLookUp(RQContext* context, const RQChar* name, uint64_t length, uint64_t three, int64_t* value,
+                             uint64_t* bytes) {
+  if (broken("context.name")) length = lengthToZero(name);
+  if (broken("context.name any") || (broken("context.value") && length == 21 && name[0] == 'R')) {
+    value[0] = ISO_8859_1;
+    if (broken("context.value")) value[1] = 0;
+    return RQ_SUCCESS;
+  }
+  return lookUpOption(context, name, length, three, value, bytes);
+}
+
+static RQStatus faultyQuery(RQNlsServices* nls, int32_t* encoding) {
+  const RQStatus status = querySession(nls, encoding);
+  if (broken("nls.querySession nothing")) *encoding = -1;
+  return broken("nls.querySession") ? 7 : status;
+}
+
+/* Transcoders. */
+static int destroyed;
+static const RQTranscoder* stuck;
+static RQChar shared;
+volatile uint8_t seenBeyond; /* visible, so that the reading is not dropped */
+
+static RQStatus faultyConvert(RQTranscoder* self, const void* input, uint64_t inputBytes, void* output,
+                              uint64_t capacity, uint64_t* produced, uint64_t flags) {
+  uint64_t length = 0;
+  if (broken("transcoder.input")) seenBeyond = ((const volatile uint8_t*)input)[inputBytes];
+  if (broken("transcoder.destroy") && destroyed > 0) inputBytes = 0;
+  const int wasStuck = stuck == self;
+  stuck = capacity == 1 ? self : NULL;
+  if (broken("transcoder.answer") && wasStuck) return *produced = 0, FAILED;
+  if (broken("object") && inputBytes == 4 && memcmp(input, "A\0\0\0", 4) == 0) return *produced = 0, FAILED;
+  if (broken("threads") && inputBytes == 4) {
+    memcpy(&shared, input, 4);
+    sched_yield();
+    input = &shared;
+  }
+  const RQStatus status = convert(self, input, inputBytes, output, capacity, &length, flags);
+  if (status == RQ_SUCCESS || !broken("transcoder.length")) *produced = length;
+  if (status == RQ_SUCCESS) return status;
+  if (broken("transcoder.capacity")) ((uint8_t*)output)[capacity] = 0;
+  if (broken("transcoder.capacity reported")) *produced = capacity + 1;
+  if (broken("transcoder.whole") && length < capacity) {
+    memset((uint8_t*)output + length, 0xC3, capacity - length);
+    *produced = capacity;
+  }
+  return broken("transcoder.status") ? RQ_SUCCESS : status;
+}
+
+static RQStatus faultyDestroy(RQTranscoder* transcoder) {
+  ++destroyed;
+  return broken("transcoder.destroy leak") ? RQ_SUCCESS : destroyTranscoder(transcoder);
+}
+
+static RQTranscoder* faultyCreate(RQNlsServices* nls, uint64_t source, uint64_t target, uint64_t a, uint64_t b) {
+  if (broken("nls.createTranscoder") && target == RQ_ENCODING_UTF16_BIG) return NULL;
+  if (broken("transcoder.forms") && target == RQ_ENCODING_UTF16_BIG) target = RQ_ENCODING_UTF16_LITTLE;
+  RQTranscoder* const transcoder = createTranscoder(nls, source, target, a, b);
+  transcoder->convert = faultyConvert;
+  transcoder->destroy = broken("transcoder.words") ? NULL : faultyDestroy;
+  return transcoder;
+}
+
+/* The case service. */
+static RQChar faultyUpper(RQCaseService* service, RQChar c, uint64_t one) {
+  (void)service, (void)one;
+  if (broken("case.any") && c > 0x10FFFF) abort();
+  return c == 0xE9 ? 0xC9 : c;
+}
+
+static RQChar lower(RQCaseService* service, RQChar c, uint64_t one) {
+  (void)service, (void)one;
+  return c == 0xC9 ? 0xE9 : c;
+}
+
+static void faultyUpperCase(RQCharsetService* service, void* buffer, uint64_t length, uint64_t zero) {
+  (void)service, (void)zero;
+  char* const text = buffer;
+  for (uint64_t i = 0; i < (broken("charset.length") ? 8 : length); ++i) {
+    if (text[i] >= 'a' && text[i] <= 'z' && !broken("charset.letters")) text[i] = (char)(text[i] - 'a' + 'A');
+  }
+}
+
+static RQCharsetService charset = {.upperCase = faultyUpperCase};
+
+static RQCharsetService* faultyLookUpCharset(RQCaseService* service, const RQChar* name, uint64_t length,
+                                             RQStatus* status) {
+  (void)service;
+  if (broken("case.charset")) length = lengthToZero(name);
+  *status = RQ_SUCCESS;
+  return length == 3 && name[0] == 'Z' && name[1] == 'Q' && name[2] == 'D' ? &charset : NULL;
+}
+
+RQStatus rquni_host(RQKernel** kernel, RQContext** context) {
+  static RQCaseService cases = {.upper = faultyUpper, .lower = lower, .lookUp = faultyLookUpCharset};
+  if (broken("entry crash")) abort();
+  if (broken("entry exit")) exit(5);
+  soundHost(kernel, context);
+  (*kernel)->createPool = broken("kernel.words") ? NULL : faultyCreatePool;
+  (*kernel)->caseService = &cases;
+  (*context)->lookUpOption = faultyLookUp;
+  (*context)->nls->createTranscoder = faultyCreate;
+  (*context)->nls->querySession = broken("nls.words") ? NULL : faultyQuery;
+  if (broken("context.words")) (*context)->nls = NULL;
+  if (broken("journal.status")) (*context)->journal->statusToJnl = NULL;
+  if (broken("case.words")) cases.upper = NULL;
+  if (broken("case.charset null")) charset.upperCase = NULL;
+  if (broken("entry null")) *kernel = NULL;
+  return broken("entry") ? 5 : RQ_SUCCESS;
+}
