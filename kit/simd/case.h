@@ -86,24 +86,22 @@ struct MapCase {
   RQ_INLINE bool mapByBlocks(V (&c)[count]) const {
     typename V::Mask open[count];
     V mapped[count];
-    std::uint64_t left = 0;  // the bits of all open masks, one mask over the other
-    for (std::size_t i = 0; i < count; ++i) open[i] = tabled(c[i]), mapped[i] = ascii(c[i]), left |= open[i].bits();
-    for (std::uint64_t blocks = 0; left != 0; ++blocks) {
-      // Measured: after one block 4 characters of a vector may be left, after two blocks 2.
-      if (mayRefuse && blocks * countOf(open) > 4 * count) [[unlikely]]
-        return false;
+    for (std::size_t i = 0; i < count; ++i) open[i] = tabled(c[i]), mapped[i] = ascii(c[i]);
+    for (std::uint64_t blocks = 0;; ++blocks) {
       V next = c[0];
       typename V::Mask rest = open[0];
       for (std::size_t i = 1; i < count; ++i)
         if (!rest.any()) next = c[i], rest = open[i];
+      if (!rest.any()) break;
+      // Measured: after one block 4 characters of a vector may be left, after two blocks 2.
+      if (mayRefuse && blocks != 0 && blocks * countOf(open) > 4 * count) [[unlikely]]
+        return false;
       const RQChar block = next.firstSelected(rest) / blockSize;
       const std::int32_t start = map.meta[block];
-      left = 0;
       for (std::size_t i = 0; i < count; ++i) {
         const auto here = open[i] & V::equal(blockOf(c[i]), V::splat(block));
         if (start >= 0) mapped[i] = mapped[i] + V::lookUp128(map.shift + start, c[i], here);
         open[i] = open[i] & ~here;
-        left |= open[i].bits();
       }
     }
     for (std::size_t i = 0; i < count; ++i) c[i] = mapped[i];

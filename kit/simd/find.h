@@ -45,9 +45,6 @@ RQ_INLINE std::int64_t firstMatchShort(std::uint64_t n, Args... args) {
 /// The same among more than 64 bytes.
 template <template <class> class Probe, class V, class... Args>
 RQ_INLINE std::int64_t firstMatchLong(std::uint64_t n, Args... args) {
-  if constexpr (V::bytes == maxShortBytes)
-    if (n > maxWideBytes / sizeof(typename V::Lane)) [[unlikely]]
-      return firstMatchLong<Probe, typename V::Half>(n, args...);
   const Probe<V> probe(args...);
   if constexpr (4 * V::lanes <= maxBits && 4 * V::bytes > maxShortBytes) {  // one word holds the bits of four vectors
     if (n <= 4 * V::lanes) {
@@ -58,6 +55,9 @@ RQ_INLINE std::int64_t firstMatchLong(std::uint64_t n, Args... args) {
     }
   }
   if (const std::uint64_t bits = probe.at(0).bits()) return static_cast<std::int64_t>(firstBit(bits));
+  if constexpr (V::bytes == maxShortBytes)
+    if (n > maxWideBytes / sizeof(typename V::Lane)) [[unlikely]]
+      return firstMatchLong<Probe, typename V::Half>(n, args...);
   // Continue at an aligned address, or as near behind one as the alignment of the units allows.
   std::uint64_t i = V::lanes - reinterpret_cast<std::uintptr_t>(probe.p) % V::bytes / sizeof(typename V::Lane);
   for (; n - i >= 4 * V::lanes; i += 4 * V::lanes)
@@ -101,9 +101,6 @@ RQ_INLINE bool anyMatchShort(std::uint64_t n, Args... args) {
 /// The same among more than 64 bytes.
 template <template <class> class Probe, class V, class... Args>
 RQ_INLINE bool anyMatchLong(std::uint64_t n, Args... args) {
-  if constexpr (V::bytes == maxShortBytes)
-    if (n > maxWideBytes / sizeof(typename V::Lane)) [[unlikely]]
-      return anyMatchLong<Probe, typename V::Half>(n, args...);
   constexpr std::uint64_t one = V::lanes, four = 4 * V::lanes;
   const Probe<V> probe(args...);
   if constexpr (four * sizeof(typename V::Lane) > maxShortBytes) {
@@ -112,6 +109,9 @@ RQ_INLINE bool anyMatchLong(std::uint64_t n, Args... args) {
     if (n <= four) return (two(0, one) | two(n - 2 * one, n - one)).any();
   }
   if (probe.anyOfFour(0)) return true;
+  if constexpr (V::bytes == maxShortBytes)
+    if (n > maxWideBytes / sizeof(typename V::Lane)) [[unlikely]]
+      return anyMatchLong<Probe, typename V::Half>(n, args...);
   // Continue at an aligned address, or as near behind one as the alignment of the units allows.
   for (std::uint64_t i = four - reinterpret_cast<std::uintptr_t>(probe.p) % V::bytes / sizeof(typename V::Lane);
        i < n - four; i += four)
