@@ -11,6 +11,7 @@
 
 #include "frame/types.h"
 #include "kit/ascii.h"
+#include "kit/unaligned.h"
 
 #define RQ_INLINE __attribute__((always_inline)) inline
 
@@ -24,18 +25,8 @@
 namespace rq::kit::simd {
 namespace {
 
-/// The value at `p`, which may lie at any address.
-template <class T>
-RQ_INLINE T load(const void* p) {
-  T value;
-  __builtin_memcpy(&value, p, sizeof value);
-  return value;
-}
-
-template <class T>
-RQ_INLINE void store(void* p, T value) {
-  __builtin_memcpy(p, &value, sizeof value);
-}
+using rq::load;
+using rq::store;
 
 /// `p` moved by a number of bytes.
 template <class T>
