@@ -144,6 +144,13 @@ Finding status(const Subject& subject) {
         return "reports success where " + decimal(room) + " bytes cannot hold the text";
       }
     }
+    const bool fromUtf8 = number == 2 * RQ_FORM_UTF8;
+    if (fromUtf8 && convertAll(all.at(number), "A\xFF").status == 0) {
+      return std::string("reports success for bytes that are no UTF-8");
+    }
+    if (number % 2 == 0 && !fromUtf8 && convertAll(all.at(number), text.substr(1)).status == 0) {
+      return std::string("reports success for part of a character");
+    }
     return std::string();
   });
 }

@@ -12,6 +12,7 @@
 #include "host/notation.h"
 #include "host/result.h"
 #include "host/text.h"
+#include "host/transcoder.h"
 
 namespace rq::host {
 
@@ -49,8 +50,8 @@ class TextWork {
   std::size_t unit() const { return wide_ ? sizeof(RQChar) : 1; }
   /// The error behind a status: the text's first problem on its way from `source` to `target`, if there is one.
   Error failure(RQStatus status, Bytes text, Position start, const Encoding& source, const Encoding& target) const;
-  /// Checks that a text is valid in the session encoding. Returns the greatest length of its encoded form, in units.
-  Result<std::uint64_t> encodedBound(Bytes text, Position start) const;
+  /// Checks that a text is valid in the session encoding, by the conversion that was watched if the library made one.
+  Done needValid(const ConversionWatch& watch, Bytes text, Position start) const;
   Done needWholeUnits(Bytes text, Position start) const;
 
   RQInterface* object_;

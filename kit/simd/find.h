@@ -13,6 +13,9 @@ namespace {
 /// The bits of the widest mask that one word holds.
 constexpr std::uint64_t maxBits = 64;
 
+/// Beyond this the memory is the limit, and narrower loads get more out of it.
+constexpr std::uint64_t maxWideBytes = 4 << 20;
+
 template <class V>
 concept LoadsPartial = requires(const typename V::Lane* p) {
   V::loadPartial(p, 1);
@@ -42,6 +45,9 @@ RQ_INLINE std::int64_t firstMatchShort(std::uint64_t n, Args... args) {
 /// The same among more than 64 bytes.
 template <template <class> class Probe, class V, class... Args>
 RQ_INLINE std::int64_t firstMatchLong(std::uint64_t n, Args... args) {
+  if constexpr (V::bytes == maxShortBytes)
+    if (n > maxWideBytes / sizeof(typename V::Lane)) [[unlikely]]
+      return firstMatchLong<Probe, typename V::Half>(n, args...);
   const Probe<V> probe(args...);
   if constexpr (4 * V::lanes <= maxBits && 4 * V::bytes > maxShortBytes) {  // one word holds the bits of four vectors
     if (n <= 4 * V::lanes) {
@@ -95,6 +101,9 @@ RQ_INLINE bool anyMatchShort(std::uint64_t n, Args... args) {
 /// The same among more than 64 bytes.
 template <template <class> class Probe, class V, class... Args>
 RQ_INLINE bool anyMatchLong(std::uint64_t n, Args... args) {
+  if constexpr (V::bytes == maxShortBytes)
+    if (n > maxWideBytes / sizeof(typename V::Lane)) [[unlikely]]
+      return anyMatchLong<Probe, typename V::Half>(n, args...);
   constexpr std::uint64_t one = V::lanes, four = 4 * V::lanes;
   const Probe<V> probe(args...);
   if constexpr (four * sizeof(typename V::Lane) > maxShortBytes) {
@@ -126,6 +135,7 @@ struct EqualTo {
   RQ_INLINE auto at(std::uint64_t i) const { return V::equal(V::load(p + i), needle); }
   RQ_INLINE auto partial(std::uint64_t n) const { return V::equal(V::loadPartial(p, n), needle); }
   RQ_INLINE bool anyOfFour(std::uint64_t i) const {
+    if constexpr (V::masksAreVectors) return anyOfFourMatches<EqualTo, V>(*this, i);
     const auto difference = [this, i](std::uint64_t k) { return V::load(p + i + k * V::lanes) ^ needle; };
     return V::anyZero(difference(0), difference(1), difference(2), difference(3));
   }
@@ -311,8 +321,13 @@ RQ_READS_WHOLE_VECTORS std::uint64_t terminatedLength(const U* s) {
   }
   // Four vectors that are aligned together lie within a page as well.
   p = alignedDown(p + V::lanes, 4 * V::bytes);
-  while (!V::anyZero(V::load(p), V::load(p + V::lanes), V::load(p + 2 * V::lanes), V::load(p + 3 * V::lanes)))
+  [[maybe_unused]] const U* const wideEnd = s + maxWideBytes / sizeof(U);
+  while (!V::anyZero(V::load(p), V::load(p + V::lanes), V::load(p + 2 * V::lanes), V::load(p + 3 * V::lanes))) {
     p += 4 * V::lanes;
+    if constexpr (V::bytes == maxShortBytes)
+      if (p > wideEnd) [[unlikely]]
+        return static_cast<std::uint64_t>(p - s) + terminatedLength<typename V::Half>(p);
+  }
   while (!zeros(V::load(p))) p += V::lanes;
   return lengthTo(p, zeros(V::load(p)));
 }

@@ -101,6 +101,8 @@ template <class U>
 struct Vector16 {
   using Lane = U;
   static constexpr std::uint64_t bytes = 16, lanes = bytes / sizeof(U);
+  /// Is folding masks as cheap as folding vectors?
+  static constexpr bool masksAreVectors = true;
   /// Is lookUp128 cheaper than a gather?
   static constexpr bool fastLookUp128 = false;
 

@@ -25,7 +25,7 @@ std::vector<Mapping> mappingsOfLibrary() {
   return found;
 }
 
-TEST(Sealing, noWritableFunctionPointerIsLeft) {
+TEST(Sealing, NoWritableFunctionPointerIsLeft) {
   const std::vector<Mapping> mappings = mappingsOfLibrary();
   const auto pointsIntoCode = [&](std::uintptr_t value) {
     for (const Mapping& mapping : mappings)
