@@ -72,6 +72,7 @@ static RQStatus faultyLookUp(RQContext* context, const RQChar* name, uint64_t le
 static RQStatus faultyQuery(RQNlsServices* nls, int32_t* encoding) {
   const RQStatus status = querySession(nls, encoding);
   if (broken("nls.querySession nothing")) *encoding = -1;
+  if (broken("nls.identifiers")) *encoding = RQ_ENCODING_UTF8;
   return broken("nls.querySession") ? 7 : status;
 }
 
@@ -84,6 +85,12 @@ volatile uint8_t seenBeyond; /* visible, so that the reading is not dropped */
 static RQStatus faultyConvert(RQTranscoder* self, const void* input, uint64_t inputBytes, void* output,
                               uint64_t capacity, uint64_t* produced, uint64_t flags) {
   uint64_t length = 0;
+  const Transcoder* const transcoder = (const Transcoder*)self;
+  if (inputBytes == 4 && transcoder->source == RQ_ENCODING_UTF32_LITTLE) {
+    const RQChar character = readUnit(RQ_ENCODING_UTF32_LITTLE, input);
+    if (broken("transcoder.zero") && character == 0) return *produced = 0, FAILED;
+    if (broken("transcoder.returns") && character == 0xDC00) abort();
+  }
   if (broken("transcoder.input")) seenBeyond = ((const volatile uint8_t*)input)[inputBytes];
   if (broken("transcoder.destroy") && destroyed > 0) inputBytes = 0;
   const int wasStuck = stuck == self;
@@ -142,6 +149,12 @@ static RQStatus faultyDestroy(RQTranscoder* transcoder) {
 
 static RQTranscoder* faultyCreate(RQNlsServices* nls, uint64_t source, uint64_t target, uint64_t a, uint64_t b) {
   if (broken("nls.createTranscoder") && target == RQ_ENCODING_UTF16_BIG) return NULL;
+  if (broken("nls.identifiers")) {
+    static int leavesSession; /* where both are UTF-8, the way in is made first */
+    const int isOut = source == target ? leavesSession : source == RQ_ENCODING_UTF8;
+    if (source == target) leavesSession = !leavesSession;
+    *(isOut ? &source : &target) = ISO_8859_1;
+  }
   if (broken("transcoder.forms") && target == RQ_ENCODING_UTF16_BIG) target = RQ_ENCODING_UTF16_LITTLE;
   RQTranscoder* const transcoder = createTranscoder(nls, source, target, a, b);
   transcoder->convert = faultyConvert;

@@ -31,6 +31,8 @@ FAULTS = {
     "transcoder.capacity reported": "reports 1 bytes for a capacity of 0", "transcoder.input": "it reads beyond the input",
     "transcoder.whole": "leaves part of a character", "transcoder.status": "reports success where 0 bytes cannot hold the text",
     "transcoder.answer": "answers the same input differently", "transcoder.forms": "to UTF-16BE gives other characters",
+    "transcoder.zero": "nothing is written for it", "nls.identifiers": "the session has the identifier of UTF-8",
+    "transcoder.returns": "it crashed with signal 6, Aborted: an error must not leave the callback",
     "transcoder.destroy": "took another one with it", "transcoder.destroy leak": "100000 destroyed transcoders are still in memory",
     "transcoder.status failure": "reports a failure where there is none",
     "transcoder.status full": "reports a failure at an exactly full output",
