@@ -102,7 +102,6 @@ static RQStatus faultyConvert(RQTranscoder* self, const void* input, uint64_t in
     sched_yield();
     input = &shared;
   }
-  const Transcoder* const transcoder = (const Transcoder*)self;
   const int toSession = transcoder->target == ISO_8859_1 && transcoder->source != ISO_8859_1;
   RQStatus status = convert(self, input, inputBytes, output, capacity, &length, flags);
   if (inputBytes == 4 && transcoder->source == RQ_ENCODING_UTF32_LITTLE && toSession) {
