@@ -126,18 +126,30 @@ Result<std::uint64_t> TextWork::encodedBound(Bytes text, Position start) const {
   return bound;
 }
 
-Result<Bytes> TextWork::encode(Notation notation, Bytes text, Position start) {
+Bytes TextWork::joined(Bytes text, const Around& around) {
+  const std::size_t size = around.before.size() + text.size() + around.behind.size();
+  const MutableBytes all = joined_.atLeast(size).first(size);
+  auto end = std::ranges::copy(around.before, all.begin()).out;
+  end = std::ranges::copy(text, end).out;
+  std::ranges::copy(around.behind, end);
+  return all;
+}
+
+Result<Bytes> TextWork::encode(Notation notation, Bytes text, Position start, const Around& around) {
   if (Done whole = needWholeUnits(text, start); !whole) return whole.error();
   const RQCodec encoder = encoderOf(operations_, notation);
   // An encoder drops what it cannot read or place, partly without a sign: so check first, and give room for all.
   const Result<std::uint64_t> bound = encodedBound(text, start);
   if (!bound) return bound.error();
-  const std::uint64_t capacity = *bound + 64;
+  const bool alone = around.before.empty() && around.behind.empty();
+  const Bytes input = alone ? text : joined(text, around);
+  const std::uint64_t capacity = *bound + around.encodedBefore + around.encodedBehind + 64;
   const MutableBytes room = output_.atLeast(capacity * unit() + RQ_OUTPUT_SLACK_BYTES);
   std::uint64_t written = 0;
-  const RQStatus status = encoder(object_, text.data(), text.size() / unit(), room.data(), capacity, &written);
+  const RQStatus status = encoder(object_, input.data(), input.size() / unit(), room.data(), capacity, &written);
   if (status != RQ_SUCCESS) return failure(status, text, start, encoding_, encoding_);
-  return Bytes(room.first(written * unit()));
+  const std::uint64_t units = written - around.encodedBefore - around.encodedBehind;
+  return Bytes(room.subspan(around.encodedBefore * unit(), units * unit()));
 }
 
 Result<std::int64_t> TextWork::measure(Measure measure, Bytes text, Position start) {
