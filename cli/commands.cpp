@@ -3,15 +3,20 @@
 #include "cli/command_line.h"
 #include "cli/completion.h"
 #include "cli/explain.h"
-#include "cli/measure.h"
 #include "cli/reports.h"
-#include "cli/rewrite.h"
+#include "cli/text_commands.h"
 
 namespace rq::cli {
 namespace {
 
+template <Result<TextOperation> (*open)(const Job& job)>
+Done overTexts(const Job& job, Progress& progress, Output& output) {
+  const Result<TextOperation> operation = open(job);
+  return operation ? runOverTexts(job, *operation, progress, output) : operation.error();
+}
+
 Done decodeOrExplain(const Job& job, Progress& progress, Output& output) {
-  return job.explain ? explain(job, progress, output) : decode(job, progress, output);
+  return job.explain ? explain(job, progress, output) : overTexts<decode>(job, progress, output);
 }
 
 Done printCompletion(const Job& job, Progress&, Output& output) {
@@ -19,15 +24,18 @@ Done printCompletion(const Job& job, Progress&, Output& output) {
 }
 
 constexpr Command table[] = {
-    {"from", "Turn Unicode text into session text", Subject::form, takes::rewrites, nullptr, true, fromForm},
-    {"to", "Turn session text into Unicode text", Subject::form, takes::rewrites | takes::pad, nullptr, true, toForm},
+    {"from", "Turn Unicode text into session text", Subject::form, takes::rewrites, nullptr, true,
+     overTexts<fromForm>},
+    {"to", "Turn session text into Unicode text", Subject::form, takes::rewrites | takes::pad, nullptr, true,
+     overTexts<toForm>},
     {"decode", "Replace a notation by its characters", Subject::decodedNotation, takes::rewrites | takes::explain,
      "With --explain: a JSON object per notation", true, decodeOrExplain},
-    {"encode", "Replace characters by a notation", Subject::encodedNotation, takes::rewrites, nullptr, true, encode},
+    {"encode", "Replace characters by a notation", Subject::encodedNotation, takes::rewrites, nullptr, true,
+     overTexts<encode>},
     {"length", "Count characters, without blanks at the end", Subject::none, takes::measures,
-     "A JSON object per file or line", true, measureLength},
+     "A JSON object per file or line", true, overTexts<measureLength>},
     {"width", "Count columns, without blanks at the end", Subject::none, takes::measures,
-     "A JSON object per file or line", true, measureWidth},
+     "A JSON object per file or line", true, overTexts<measureWidth>},
     {"info", "Show the library's versions and build", Subject::none, takes::session | takes::library | takes::output,
      "As a JSON object", true, showInfo},
     {"encodings", "List the session encodings", Subject::none, takes::output, "A JSON object per encoding", true,

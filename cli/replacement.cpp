@@ -133,7 +133,7 @@ bool Replacement::oldChanged() const {
 }
 
 Done Replacement::commit() {
-  const Result<int> fresh = output_->flush();
+  const Result<int> fresh = output_->flushed();
   if (!fresh) return fresh.error();
   if (Done kept = keepAttributes(*fresh); !kept) return kept;
   if (::fsync(*fresh) != 0) return failure("write", errno);

@@ -1,6 +1,7 @@
 #include "cli/texts.h"
 
 #include "frame/types.h"
+#include "host/pieces.h"
 
 namespace rq::cli {
 
@@ -22,18 +23,21 @@ Result<std::string> lineEndIn(const host::Encoding& encoding) {
   return Error{Error::Kind::usage, "--lines cannot cut " + encoding.name + " text into lines"};
 }
 
-Result<TextRun> TextRun::in(const host::Encoding& encoding, bool lines, Progress& progress) {
-  if (!lines) return TextRun("", progress);
+Result<TextRun> TextRun::in(const host::Encoding& encoding, bool lines, Cut cut, Progress& progress) {
+  if (!lines) return TextRun(encoding, "", std::move(cut), progress);
   const Result<std::string> lineEnd = lineEndIn(encoding);
   if (!lineEnd) return lineEnd.error();
-  return TextRun(*lineEnd, progress);
+  return TextRun(encoding, *lineEnd, {}, progress);
 }
 
-Done TextRun::each(const std::vector<std::string>& files, const Take& take) {
+Done TextRun::each(const std::vector<std::string>& files, const Take& take, const Pause& pause) {
   for (const std::string& file : files) {
-    Result<Input> input = Input::open(file, *progress_);
+    Result<Input> input = Input::open(file, *progress_, pause);
     if (!input) return input.error();
-    if (Done done = lineEnd_.empty() ? wholeFile(*input, take) : eachLine(*input, take); !done) return done;
+    const Done done = !lineEnd_.empty() ? eachLine(*input, take)
+                      : cut_            ? eachPiece(*input, take)
+                                        : wholeFile(*input, take);
+    if (!done) return done;
   }
   return host::done();
 }
@@ -44,9 +48,24 @@ Done TextRun::wholeFile(Input& input, const Take& take) {
   return take({*bytes, {}, input.name()}, false);
 }
 
+Done TextRun::eachPiece(Input& input, const Take& take) const {
+  PieceReader reader(input, cut_);
+  Text text{{}, {}, input.name(), true, false};
+  while (!text.last) {
+    const Result<PieceReader::Piece> piece = reader.next();
+    if (!piece) return piece.error();
+    text.bytes = piece->text;
+    text.last = piece->last;
+    if (Done done = take(text, false); !done) return done;
+    if (!text.last) text.start = host::positionBehind(*encoding_, text.bytes, text.start);
+    text.first = false;
+  }
+  return host::done();
+}
+
 Done TextRun::eachLine(Input& input, const Take& take) const {
   LineReader reader(input, lineEnd_);
-  Text text{{}, {}, input.name()};
+  Text text{{}, {}, input.name(), true, true};
   for (;;) {
     const auto line = reader.next();
     if (!line && line.error().kind != Error::Kind::data) return line.error();

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/cuts.h"
 #include "cli/files.h"
 #include "cli/job.h"
 #include "host/encodings.h"
@@ -13,11 +14,12 @@
 
 namespace rq::cli {
 
-/// A text and where it stands.
+/// A text, or a piece of one, and where it stands.
 struct Text {
   Bytes bytes;
   host::Position start;  // in its file
   std::string_view file = "-";
+  bool first = true, last = true;  // pieces of its text
 };
 
 /// The error with the file's name before it: "NAME: WHAT".
@@ -35,18 +37,23 @@ class TextRun {
   /// `ended`: a line end follows the text.
   using Take = std::function<Done(const Text& text, bool ended)>;
 
-  /// Takes each line for a text if `lines`, else each file. `encoding` is that of the files.
-  static Result<TextRun> in(const host::Encoding& encoding, bool lines, Progress& progress);
+  /// Takes each line for a text if `lines`, else each file in the pieces that `cut` makes of it, or as a whole
+  /// without a cut. `encoding` is that of the files.
+  static Result<TextRun> in(const host::Encoding& encoding, bool lines, Cut cut, Progress& progress);
 
-  /// Hands every text of the files to `take`, in order, until one fails.
-  Done each(const std::vector<std::string>& files, const Take& take);
+  /// Hands every text of the files to `take`, in order, until one fails. Calls `pause` before it waits for input.
+  Done each(const std::vector<std::string>& files, const Take& take, const Pause& pause);
 
  private:
-  TextRun(std::string lineEnd, Progress& progress) : lineEnd_(std::move(lineEnd)), progress_(&progress) {}
+  TextRun(const host::Encoding& encoding, std::string lineEnd, Cut cut, Progress& progress)
+      : encoding_(&encoding), lineEnd_(std::move(lineEnd)), cut_(std::move(cut)), progress_(&progress) {}
   Done wholeFile(Input& input, const Take& take);
+  Done eachPiece(Input& input, const Take& take) const;
   Done eachLine(Input& input, const Take& take) const;
 
+  const host::Encoding* encoding_;
   std::string lineEnd_;  // empty for whole files
+  Cut cut_;
   Progress* progress_;
   Buffer buffer_;
 };

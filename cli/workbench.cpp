@@ -41,7 +41,7 @@ Workbench::Workbench(host::Library library, const host::Encoding& encoding, cons
       host_(hostOptions(encoding)),
       wide_(job.flavour == Flavour::wide) {}
 
-Result<std::unique_ptr<Workbench>> Workbench::open(const Job& job) {
+Result<const host::Encoding*> sessionEncoding(const Job& job) {
   const bool wide = job.flavour == Flavour::wide;
   const auto encoding = host::findEncoding(job.session.value_or(wide ? "UTF-32LE" : "UTF-8"));
   if (!encoding) return encoding.error();
@@ -49,12 +49,19 @@ Result<std::unique_ptr<Workbench>> Workbench::open(const Job& job) {
     return Error{Error::Kind::usage,
                  "flavour t takes session text in units of 4 bytes: its session must be UTF-32LE"};
   }
+  if (host::codecOf((*encoding)->identifier) == nullptr) {
+    return Error{Error::Kind::system, "cannot open the encoding " + (*encoding)->name};
+  }
+  return encoding;
+}
+
+Result<std::unique_ptr<Workbench>> Workbench::open(const Job& job) {
+  const bool wide = job.flavour == Flavour::wide;
+  const auto encoding = sessionEncoding(job);
+  if (!encoding) return encoding.error();
   Result<host::Library> library = openLibrary(job);
   if (!library) return library.error();
   std::unique_ptr<Workbench> bench(new Workbench(std::move(*library), **encoding, job));
-  if (bench->codec_ == nullptr) {
-    return Error{Error::Kind::system, "cannot open the encoding " + (*encoding)->name};
-  }
   Result<host::Session> session = host::Session::open(bench->library_, bench->host_);
   if (!session) return session.error();
   bench->session_.emplace(std::move(*session));
@@ -64,6 +71,13 @@ Result<std::unique_ptr<Workbench>> Workbench::open(const Job& job) {
                                                                     : object->plain;
   bench->work_.emplace(object, operations, **encoding, wide);
   return bench;
+}
+
+Result<std::unique_ptr<Workbench>> Workbench::openForCharacters(const Job& job) {
+  Job wide = job;
+  wide.session.reset();
+  wide.flavour = Flavour::wide;
+  return open(wide);
 }
 
 Result<std::unique_ptr<Workbench>> Workbench::openForNotations(const Job& job) {
