@@ -241,6 +241,15 @@ Cut cutForDecoding(Notation notation, bool wide) {
   };
 }
 
+Cut cutBetween(Cut cut, const host::Encoding& encoding) {
+  return [cut = std::move(cut), &encoding](Bytes text) {
+    std::size_t length = cut(text);
+    for (std::size_t whole = 0; (whole = host::wholeCharacters(encoding, text.first(length))) < length;)
+      length = cut(text.first(whole));
+    return length;
+  };
+}
+
 Cut cutForEncoding(Notation notation, const host::Encoding& encoding) {
   // Where a byte below 0x80 is another character than in ASCII, the library's result for it depends on whether the
   // whole text is ASCII.

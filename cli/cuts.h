@@ -20,6 +20,8 @@ Cut cutAtCharacters(const host::Encoding& encoding);
 Cut cutForTarget(const host::Encoding& encoding, const host::Encoding& target);
 /// Where no notation is open, and none that a decoder reads together with the next.
 Cut cutForDecoding(host::Notation notation, bool wide);
+/// Where `cut` cuts, and between two characters as well.
+Cut cutBetween(Cut cut, const host::Encoding& encoding);
 /// Where no notation is open that an encoder lets pass or doubles, if it sees five more characters behind the piece.
 Cut cutForEncoding(host::Notation notation, const host::Encoding& encoding);
 

@@ -119,7 +119,7 @@ Done explain(const Job& job, Progress& progress, Output& output) {
   Result<TextRun> run = TextRun::in(bench.encoding(), job.lines, {}, progress);
   if (!run) return run.error();
   return run->each(
-      job.files, [&](const Text& text, bool) { return explainText(bench, job, text, output); },
+      job.files, [&](const Text& text) { return explainText(bench, job, text, output); },
       [&output] { return output.flush(); });
 }
 

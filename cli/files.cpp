@@ -185,7 +185,8 @@ Result<PieceReader::Piece> PieceReader::next() {
   return Piece{rest, true};
 }
 
-Error Output::failure(int number) const {
+Error Output::failure(int number) {
+  failed_ = true;
   // No message for a reader that leaves early: the user knows. The exit code says that the output is not complete.
   if (number == EPIPE) return {Error::Kind::system, ""};
   return {Error::Kind::system, "cannot write " + file_.value_or("standard output") + ": " + std::strerror(number)};

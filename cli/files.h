@@ -136,6 +136,8 @@ class Output {
       : file_(std::move(name)), progress_(progress), descriptor_(std::move(descriptor)) {}
   Done write(Bytes bytes);
   Done write(std::string_view text) { return write(std::as_bytes(std::span(text))); }
+  /// True after an error in writing.
+  bool failed() const { return failed_; }
   /// True once something was given to write.
   bool begun() const { return descriptor_ || !kept_.empty(); }
   /// Writes what is kept back.
@@ -148,12 +150,13 @@ class Output {
  private:
   Done open();
   Done writeNow(Bytes bytes);
-  Error failure(int number) const;
+  Error failure(int number);
 
   const std::optional<std::string> file_;
   Progress& progress_;
   std::optional<Descriptor> descriptor_;
   std::vector<std::byte> kept_;
+  bool failed_ = false;
 };
 
 /// Equal for two names of one file.

@@ -1,4 +1,5 @@
 // The operations that count characters or columns.
+#include <cstring>
 #include <memory>
 
 #include "cli/json_line.h"
@@ -44,12 +45,16 @@ class Count {
 class Measurer {
  public:
   Measurer(const Job& job, SessionPieces session, Measure measure, const char* name)
-      : job_(job), session_(std::move(session)), measure_(measure), name_(name) {}
+      : job_(job),
+        session_(std::move(session)),
+        measure_(measure),
+        name_(name),
+        carriageReturn_(carriageReturnIn(session_.encoding())) {}
 
   const SessionPieces& session() const { return session_; }
 
   Result<Bytes> operator()(const Text& text) {
-    const Result<Text> taken = session_.taken(text);
+    const Result<Text> taken = session_.taken(withoutCarriageReturn(text));
     if (!taken) return taken.error();
     const Result<std::int64_t> count = session_.bench().measure(measure_, *taken);
     if (!count) return count.error();
@@ -61,10 +66,21 @@ class Measurer {
   }
 
  private:
+  /// CR LF ends a line as LF does.
+  Text withoutCarriageReturn(Text text) const {
+    const std::size_t length = carriageReturn_.size();
+    if (!text.ended || length == 0 || text.bytes.size() < length) return text;
+    const Bytes end = text.bytes.last(length);
+    if (std::memcmp(end.data(), carriageReturn_.data(), length) == 0)
+      text.bytes = text.bytes.first(text.bytes.size() - length);
+    return text;
+  }
+
   const Job job_;
   SessionPieces session_;
   const Measure measure_;
   const char* const name_;
+  const std::string carriageReturn_;
   Count sum_;
   std::string row_;
 };

@@ -77,7 +77,8 @@ Error Replacement::failure(const std::string& what, int number) const {
   return {Error::Kind::system, "cannot " + what + " " + name_ + ": " + std::strerror(number)};
 }
 
-Result<std::unique_ptr<Replacement>> Replacement::begin(const std::string& file, Progress& progress) {
+Result<std::unique_ptr<Replacement>> Replacement::begin(const std::string& file, const std::string& backupSuffix,
+                                                        Progress& progress) {
   const auto failed = [&file](const char* reason) {
     return Error{Error::Kind::system, "cannot edit " + file + ": " + reason};
   };
@@ -89,7 +90,7 @@ Result<std::unique_ptr<Replacement>> Replacement::begin(const std::string& file,
   if (::faccessat(AT_FDCWD, path.get(), W_OK, AT_EACCESS) != 0) return failed(std::strerror(errno));
   Descriptor old(::open(path.get(), O_RDONLY | O_CLOEXEC));
   if (old.number() < 0 || ::fstat(old.number(), &status) != 0) return failed(std::strerror(errno));
-  std::unique_ptr<Replacement> replacement(new Replacement(file, path.get(), old.release(), status));
+  std::unique_ptr<Replacement> replacement(new Replacement(file, path.get(), backupSuffix, old.release(), status));
   if (Done created = replacement->create(progress); !created) return created.error();
   return replacement;
 }
@@ -132,6 +133,15 @@ bool Replacement::oldChanged() const {
          now.st_mtim.tv_nsec != status_.st_mtim.tv_nsec;
 }
 
+/// A second name for the old file, so that it is there under one of its names at any moment.
+Done Replacement::keepBackup() const {
+  if (backupSuffix_.empty()) return host::done();
+  const std::string backup = path_ + backupSuffix_;
+  if (::unlink(backup.c_str()) != 0 && errno != ENOENT) return failure("keep a backup of", errno);
+  if (::link(path_.c_str(), backup.c_str()) != 0) return failure("keep a backup of", errno);
+  return host::done();
+}
+
 Done Replacement::commit() {
   const Result<int> fresh = output_->flushed();
   if (!fresh) return fresh.error();
@@ -139,6 +149,7 @@ Done Replacement::commit() {
   if (::fsync(*fresh) != 0) return failure("write", errno);
   if (Done finished = output_->finish(); !finished) return finished;
   if (oldChanged()) return Error{Error::Kind::system, "cannot edit " + name_ + ": it was changed meanwhile"};
+  if (Done kept = keepBackup(); !kept) return kept;
   const SignalsBlocked blocked;
   if (::rename(unfinishedPath.data(), path_.c_str()) != 0) return failure("replace", errno);
   unfinished = 0;

@@ -17,7 +17,9 @@ namespace rq::cli {
 class Replacement {
  public:
   /// Follows symbolic links, so that these stay. Fails unless `file` is a regular file that may be written.
-  static Result<std::unique_ptr<Replacement>> begin(const std::string& file, Progress& progress);
+  /// With a suffix the old text stays under the name with this suffix.
+  static Result<std::unique_ptr<Replacement>> begin(const std::string& file, const std::string& backupSuffix,
+                                                    Progress& progress);
   ~Replacement();
   Replacement(const Replacement&) = delete;
   Replacement& operator=(const Replacement&) = delete;
@@ -29,8 +31,13 @@ class Replacement {
   Done commit();
 
  private:
-  Replacement(std::string name, std::string path, int old, const struct stat& status)
-      : name_(std::move(name)), path_(std::move(path)), old_(old), status_(status) {}
+  Replacement(std::string name, std::string path, std::string backupSuffix, int old, const struct stat& status)
+      : name_(std::move(name)),
+        path_(std::move(path)),
+        backupSuffix_(std::move(backupSuffix)),
+        old_(old),
+        status_(status) {}
+  Done keepBackup() const;
   Done create(Progress& progress);
   Done keepAttributes(int fresh) const;
   bool oldChanged() const;
@@ -38,6 +45,7 @@ class Replacement {
 
   const std::string name_;  // as the user gave it
   const std::string path_;  // without symbolic links
+  const std::string backupSuffix_;
   const Descriptor old_;
   const struct stat status_;  // of the old file when it was opened
   std::optional<Output> output_;

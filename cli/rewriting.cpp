@@ -137,8 +137,18 @@ Result<TextOperation> decode(const Job& job) {
   auto opened = Workbench::openForNotations(job);
   if (!opened) return opened.error();
   const std::shared_ptr<Workbench> bench = std::move(*opened);
-  return TextOperation{&bench->encoding(), &bench->encoding(), cutForDecoding(job.notation, bench->wide()),
-                       [bench, notation = job.notation](const Text& text) { return bench->decode(notation, text); }};
+  const host::Encoding& session = bench->encoding();
+  const Cut cut = cutForDecoding(job.notation, bench->wide());
+  if (job.keepInvalid) {
+    return TextOperation{&session, &session, cut, [bench, notation = job.notation](const Text& text) {
+                           return bench->decode(notation, text);
+                         }};
+  }
+  const auto result = [bench, notation = job.notation](const Text& text) -> Result<Bytes> {
+    if (Done valid = bench->checkValid(text); !valid) return valid.error();
+    return bench->decode(notation, text);
+  };
+  return TextOperation{&session, &session, cutBetween(cut, session), result};
 }
 
 Result<TextOperation> encode(const Job& job) {

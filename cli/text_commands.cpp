@@ -6,15 +6,29 @@ namespace rq::cli {
 namespace {
 
 /// Line ends are no part of the texts: they are written in the encoding of the results.
-Done runInto(Output& output, TextRun& run, const std::vector<std::string>& files, const std::string& lineEnd,
+Done runInto(Output& output, TextRun& run, const std::string& file, const std::string& lineEnd,
              const TextOperation& operation) {
-  const auto take = [&](const Text& text, bool ended) -> Done {
+  const auto take = [&](const Text& text) -> Done {
     const Result<Bytes> result = operation.result(text);
     if (!result) return result.error();
     if (Done written = output.write(*result); !written) return written;
-    return ended ? output.write(lineEnd) : host::done();
+    return text.ended ? output.write(lineEnd) : host::done();
   };
-  return run.each(files, take, [&output] { return output.flush(); });
+  return run.each({file}, take, [&output] { return output.flush(); });
+}
+
+/// Each file in turn; with --keep-going also those behind one with a problem. Then the error names all problems.
+template <class RunFile>
+Done runFiles(const Job& job, const Output& output, const RunFile& runFile) {
+  std::string problems;
+  for (const std::string& file : job.files) {
+    const Done done = runFile(file);
+    if (done) continue;
+    if (!job.keepGoing || output.failed()) return done.error();
+    problems += (problems.empty() ? "" : "\nrqtext: ") + done.error().text;
+  }
+  if (problems.empty()) return host::done();
+  return Error{Error::Kind::data, problems};
 }
 
 }  // namespace
@@ -25,14 +39,16 @@ Done runOverTexts(const Job& job, const TextOperation& operation, Progress& prog
   const bool writesLineEnds = job.lines && operation.lineEnds != nullptr;
   const Result<std::string> lineEnd = writesLineEnds ? lineEndIn(*operation.lineEnds) : std::string();
   if (!lineEnd) return lineEnd.error();
-  if (!job.inPlace) return runInto(output, *run, job.files, *lineEnd, operation);
-  for (const std::string& file : job.files) {
-    Result<std::unique_ptr<Replacement>> replacement = Replacement::begin(file, progress);
-    if (!replacement) return replacement.error();
-    if (Done done = runInto((*replacement)->output(), *run, {file}, *lineEnd, operation); !done) return done;
-    if (Done done = (*replacement)->commit(); !done) return done;
+  if (!job.inPlace) {
+    return runFiles(job, output,
+                    [&](const std::string& file) { return runInto(output, *run, file, *lineEnd, operation); });
   }
-  return host::done();
+  return runFiles(job, output, [&](const std::string& file) -> Done {
+    Result<std::unique_ptr<Replacement>> replacement = Replacement::begin(file, job.backupSuffix, progress);
+    if (!replacement) return replacement.error();
+    if (Done done = runInto((*replacement)->output(), *run, file, *lineEnd, operation); !done) return done;
+    return (*replacement)->commit();
+  });
 }
 
 }  // namespace rq::cli

@@ -20,6 +20,7 @@ struct Text {
   host::Position start;  // in its file
   std::string_view file = "-";
   bool first = true, last = true;  // pieces of its text
+  bool ended = false;              // a line end follows
 };
 
 /// The error with the file's name before it: "NAME: WHAT".
@@ -30,12 +31,13 @@ std::string fileColumn(const Job& job, const Text& text);
 
 /// The line feed as an encoding writes it, for --lines.
 Result<std::string> lineEndIn(const host::Encoding& encoding);
+/// The carriage return as an encoding writes it; empty where there is none.
+std::string carriageReturnIn(const host::Encoding& encoding);
 
 /// Cuts files into texts.
 class TextRun {
  public:
-  /// `ended`: a line end follows the text.
-  using Take = std::function<Done(const Text& text, bool ended)>;
+  using Take = std::function<Done(const Text& text)>;
 
   /// Takes each line for a text if `lines`, else each file in the pieces that `cut` makes of it, or as a whole
   /// without a cut. `encoding` is that of the files.

@@ -2,8 +2,11 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <climits>
+
+#include "host/pieces.h"
 
 namespace rq::cli {
 namespace {
@@ -38,13 +41,14 @@ Workbench::Workbench(host::Library library, const host::Encoding& encoding, cons
     : library_(std::move(library)),
       encoding_(&encoding),
       codec_(host::codecOf(encoding.identifier)),
+      asciiCompatible_(host::isAsciiCompatible(*codec_)),
       host_(hostOptions(encoding)),
       wide_(job.flavour == Flavour::wide) {}
 
 Result<const host::Encoding*> sessionEncoding(const Job& job) {
   const bool wide = job.flavour == Flavour::wide;
   const auto encoding = host::findEncoding(job.session.value_or(wide ? "UTF-32LE" : "UTF-8"));
-  if (!encoding) return encoding.error();
+  if (!encoding) return Error{encoding.error().kind, encoding.error().text + "; rqtext encodings lists all"};
   if (wide && (*encoding)->identifier != RQ_ENCODING_UTF32_LITTLE) {
     return Error{Error::Kind::usage,
                  "flavour t takes session text in units of 4 bytes: its session must be UTF-32LE"};
@@ -84,6 +88,15 @@ Result<std::unique_ptr<Workbench>> Workbench::openForNotations(const Job& job) {
   Result<std::unique_ptr<Workbench>> bench = open(job);
   if (!bench || (*bench)->wide() || host::carriesNotations((*bench)->codec())) return bench;
   return host::noNotations((*bench)->encoding());
+}
+
+Done Workbench::checkValid(const Text& text) const {
+  const bool ascii = std::ranges::all_of(text.bytes, [](std::byte byte) { return byte < std::byte{0x80}; });
+  if (ascii && asciiCompatible_) return host::done();
+  if (host::readCharacters(*codec_, text.bytes, [](std::span<const char32_t>) {})) return host::done();
+  const auto problem = host::findProblem(*codec_, *codec_, text.bytes, text.start);
+  return inFile(text.file, {Error::Kind::data, problem ? describe(*problem, *encoding_, *encoding_)
+                                                       : "not valid in " + encoding_->name});
 }
 
 bool Workbench::carries(RQChar character) const {

@@ -44,6 +44,8 @@ class Workbench {
   Result<std::int64_t> measure(host::TextWork::Measure measure, const Text& text) {
     return named(text, work_->measure(measure, text.bytes, text.start));
   }
+  /// An error where the text is not valid in the session encoding.
+  Done checkValid(const Text& text) const;
   /// True when the session encoding holds the character. Asks the transcoders as the decoders do.
   bool carries(RQChar character) const;
 
@@ -57,6 +59,7 @@ class Workbench {
   host::Library library_;
   const host::Encoding* encoding_;
   const host::Codec* codec_;
+  const bool asciiCompatible_;
   host::Host host_;
   std::optional<host::Session> session_;
   std::optional<host::TextWork> work_;

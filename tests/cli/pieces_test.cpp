@@ -75,7 +75,7 @@ std::string outcomeOf(const TextOperation& operation, const std::string& file, c
   Progress silent(false);
   Result<TextRun> run = TextRun::in(*operation.texts, false, operation.cut, silent);
   std::string result;
-  const auto take = [&](const Text& text, bool) -> Done {
+  const auto take = [&](const Text& text) -> Done {
     const Result<Bytes> bytes = operation.result(text);
     if (!bytes) return bytes.error();
     result += stringOf(*bytes);
