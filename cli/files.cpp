@@ -6,7 +6,9 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <new>
 
@@ -20,7 +22,15 @@ Error readFailure(const std::string& name, int number) {
 }  // namespace
 
 std::string shownName(const std::string& file) {
-  return file == "-" ? "standard input" : file;
+  if (file == "-") return "standard input";
+  std::string shown;
+  for (const char c : file) {
+    const auto byte = static_cast<unsigned char>(c);
+    std::array<char, 8> escape{};
+    if (byte < 0x20 || byte == 0x7F) std::snprintf(escape.data(), escape.size(), "\\x%02X", byte);
+    shown += escape[0] != '\0' ? std::string(escape.data()) : std::string(1, c);
+  }
+  return shown;
 }
 
 Descriptor::~Descriptor() {
@@ -189,7 +199,8 @@ Error Output::failure(int number) {
   failed_ = true;
   // No message for a reader that leaves early: the user knows. The exit code says that the output is not complete.
   if (number == EPIPE) return {Error::Kind::system, ""};
-  return {Error::Kind::system, "cannot write " + file_.value_or("standard output") + ": " + std::strerror(number)};
+  return {Error::Kind::system,
+          "cannot write " + (file_ ? shownName(*file_) : "standard output") + ": " + std::strerror(number)};
 }
 
 Done Output::open() {

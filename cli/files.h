@@ -27,7 +27,7 @@ using host::Result;
 /// So much is read and written at once.
 inline constexpr std::size_t pieceBytes = std::size_t{256} << 10;
 
-/// A file's name for messages: "-" is standard input.
+/// A file's name for messages: "-" is standard input, control characters stand as \xNN.
 std::string shownName(const std::string& file);
 
 class Descriptor {

@@ -74,13 +74,13 @@ bool copyAttributes(int from, int to) {
 }  // namespace
 
 Error Replacement::failure(const std::string& what, int number) const {
-  return {Error::Kind::system, "cannot " + what + " " + name_ + ": " + std::strerror(number)};
+  return {Error::Kind::system, "cannot " + what + " " + shownName(name_) + ": " + std::strerror(number)};
 }
 
 Result<std::unique_ptr<Replacement>> Replacement::begin(const std::string& file, const std::string& backupSuffix,
                                                         Progress& progress) {
   const auto failed = [&file](const char* reason) {
-    return Error{Error::Kind::system, "cannot edit " + file + ": " + reason};
+    return Error{Error::Kind::system, "cannot edit " + shownName(file) + ": " + reason};
   };
   const std::unique_ptr<char, decltype(&std::free)> path(::realpath(file.c_str(), nullptr), &std::free);
   if (!path) return failed(std::strerror(errno));
@@ -148,7 +148,8 @@ Done Replacement::commit() {
   if (Done kept = keepAttributes(*fresh); !kept) return kept;
   if (::fsync(*fresh) != 0) return failure("write", errno);
   if (Done finished = output_->finish(); !finished) return finished;
-  if (oldChanged()) return Error{Error::Kind::system, "cannot edit " + name_ + ": it was changed meanwhile"};
+  if (oldChanged())
+    return Error{Error::Kind::system, "cannot edit " + shownName(name_) + ": it was changed meanwhile"};
   if (Done kept = keepBackup(); !kept) return kept;
   const SignalsBlocked blocked;
   if (::rename(unfinishedPath.data(), path_.c_str()) != 0) return failure("replace", errno);

@@ -183,6 +183,13 @@ class JsonRows(ToolTest):
             keys = {tuple(json.loads(row)) for row in rows}
             self.assertEqual(len(keys), 1, "every row has the same members")
 
+    def test_control_characters_of_names_are_shown_escaped(self):
+        path = self.file("a\n\x1b[31mb", b"\xff")
+        shown = path.replace("\n", "\\x0A").replace("\x1b", "\\x1B")
+        self.fail_with(DATA, f"rqtext: {shown}: invalid bytes FF", "to", "utf8", path)
+        self.fail_with(SYSTEM, f"cannot read {shown}x: No such file", "to", "utf8", path + "x")
+        self.fail_with(SYSTEM, f"cannot edit {shown}x: No such file", "decode", "ncr", "-i", path + "x")
+
     def test_names_that_are_no_text(self):
         path = os.fsencode(self.folder) + b"/\xff\xfe"
         with open(path, "wb") as file:
