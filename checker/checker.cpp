@@ -7,7 +7,7 @@
 
 #include "checker/sandbox.h"
 
-namespace rq::check {
+namespace rq::checker {
 namespace {
 
 using Entry = RQStatus (*)(RQKernel** kernel, RQContext** context);
@@ -15,62 +15,76 @@ constexpr const char* entryName = "rquni_host";
 
 std::string loaderMessage() {
   const char* message = ::dlerror();
-  return message == nullptr ? "no reason given" : message;
+  return message ? message : "no reason given";
 }
 
 /// The entry point, or null and why.
 Entry load(const std::string& path, std::string& why) {
-  void* handle =
-      ::dlopen(path.find('/') == std::string::npos ? ("./" + path).c_str() : path.c_str(), RTLD_NOW | RTLD_LOCAL);
-  void* address = handle == nullptr ? nullptr : ::dlsym(handle, entryName);
-  if (address == nullptr) why = loaderMessage();
+  const std::string file = path.find('/') == std::string::npos ? "./" + path : path;
+  void* handle = ::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+  void* address = handle ? ::dlsym(handle, entryName) : nullptr;
+  if (!address) why = loaderMessage();
   return reinterpret_cast<Entry>(address);
 }
 
 Finding enter(const std::string& path, RQKernel*& kernel, RQContext*& context) {
   std::string why;
   const Entry entry = load(path, why);
-  if (entry == nullptr) return notChecked(why);
+  if (!entry) return notChecked(why);
   kernel = nullptr;
   context = nullptr;
   const RQStatus status = entry(&kernel, &context);
   if (status != RQ_SUCCESS) return broken("it returns status " + std::to_string(status));
-  if (kernel == nullptr || context == nullptr)
-    return broken(kernel == nullptr ? "no kernel is stored" : "no context is stored");
+  if (!kernel) return broken("no kernel is stored");
+  if (!context) return broken("no context is stored");
   return ok();
 }
 
 std::vector<Rule> allRules() {
   std::vector<Rule> rules;
-  for (auto* list : {poolRules, sessionRules, transcoderRules, serviceRules, objectRules}) {
+  for (auto* list : {poolRules, sessionRules, transcoderRules, characterRules, serviceRules, objectRules}) {
     std::ranges::move(list(), std::back_inserter(rules));
   }
   return rules;
 }
 
-/// The first row that a rule needs and that is not ok; a rule that could not be checked is no hindrance.
-const Row* hindrance(const Rule& rule, const std::vector<Row>& rows) {
+bool blocks(const Row& row) {
+  return row.finding.verdict == Verdict::broken || row.finding.verdict == Verdict::blocked;
+}
+
+/// The first row that keeps a rule from being checked, or null. All rules need the entry.
+const Row* obstacle(const Rule& rule, const std::vector<Row>& rows) {
+  if (blocks(rows.front())) return &rows.front();
   for (const std::string_view need : rule.needs) {
     const auto row = std::ranges::find(rows, need, &Row::name);
-    if (row->finding.verdict == Verdict::broken || row->finding.seen.starts_with("see ")) return &*row;
+    if (blocks(*row)) return &*row;
   }
   return nullptr;
 }
 
-Finding tried(const Rule& rule, const std::string& path, const host::Library& library, bool threads) {
-  Finding finding = apart([&] {
-    Subject subject{nullptr, nullptr, library, threads};
-    const Finding entered = enter(path, subject.kernel, subject.context);
-    return entered.verdict == Verdict::ok ? rule.check(subject) : entered;
-  });
-  if (finding.seen.starts_with(crashed) && !rule.crash.empty()) finding.seen += ": " + std::string(rule.crash);
+using std::chrono::milliseconds;
+
+/// So long all checks together may hang.
+constexpr milliseconds longestHang = std::chrono::seconds(19);
+
+Finding tried(const Rule& rule, const std::string& path, const host::Library& library, bool threads,
+              milliseconds patience) {
+  Finding finding = apart(
+      [&] {
+        Subject subject{nullptr, nullptr, library, threads};
+        const Finding entered = enter(path, subject.kernel, subject.context);
+        return entered.verdict == Verdict::ok ? rule.check(subject) : entered;
+      },
+      patience);
+  if (finding.end == Finding::End::crashed && !rule.crash.empty()) finding.seen += ": " + std::string(rule.crash);
   return finding;
 }
 
 }  // namespace
 
 std::string_view nameOf(Verdict verdict) {
-  return verdict == Verdict::ok ? "ok" : verdict == Verdict::broken ? "broken" : "not checked";
+  if (verdict == Verdict::ok) return "ok";
+  return verdict == Verdict::broken ? "broken" : "not checked";
 }
 
 host::Result<std::vector<Row>> checkHost(const std::string& path, const host::Library& library, bool threads) {
@@ -81,13 +95,17 @@ host::Result<std::vector<Row>> checkHost(const std::string& path, const host::Li
     return host::Error{host::Error::Kind::system, "cannot load the host " + path + ": " + entered.seen};
   }
   std::vector<Row> rows = {{"entry", "rquni_host stores a kernel and a context and returns 0", entered}};
+  milliseconds allowance = longestHang;
   for (const Rule& rule : allRules()) {
-    const Row* missing = entered.verdict == Verdict::ok ? hindrance(rule, rows) : rows.data();
-    rows.push_back(
-        {rule.name, rule.statement,
-         missing == nullptr ? tried(rule, path, library, threads) : notChecked("see " + std::string(missing->name))});
+    const Row* obstructing = obstacle(rule, rows);
+    const milliseconds patience = std::min(allowance, longestPatience);
+    const Finding finding = obstructing                        ? blockedBy(obstructing->name)
+                            : patience == milliseconds::zero() ? notChecked("other checks hung")
+                                                               : tried(rule, path, library, threads, patience);
+    if (finding.end == Finding::End::hung) allowance -= patience;
+    rows.push_back({rule.name, rule.statement, finding});
   }
   return rows;
 }
 
-}  // namespace rq::check
+}  // namespace rq::checker

@@ -9,21 +9,21 @@
 #include "host/library.h"
 #include "host/result.h"
 
-namespace rq::check {
+namespace rq::checker {
 
-/// What became of a rule.
+/// A rule and what its check found.
 struct Row {
   std::string_view name, statement;
   Finding finding;
 };
 
-/// Loads the shared object at `path` in a child process for each rule and enters it by rquni_host. A row per rule, in
-/// a fixed order; an error when the file is no such host. `threads`: see Subject.
+/// For each rule, loads the shared object at `path` in a child process and enters it by rquni_host. Returns a row per
+/// rule, in a fixed order, or an error when the file is no such host. `threads`: see Subject.
 host::Result<std::vector<Row>> checkHost(const std::string& path, const host::Library& library, bool threads);
 
-/// "ok", "broken" or "not checked".
+/// "ok", "broken" or "not checked", which blocked rules are too.
 std::string_view nameOf(Verdict verdict);
 
-}  // namespace rq::check
+}  // namespace rq::checker
 
 #endif

@@ -2,9 +2,9 @@
 #include <atomic>
 #include <thread>
 
-#include "checker/tables.h"
+#include "checker/probes.h"
 
-namespace rq::check {
+namespace rq::checker {
 namespace {
 
 /// The host and an object that the library made of it, null when it made none.
@@ -31,9 +31,9 @@ std::string inSession(const Subject& subject, std::u32string_view text) {
 
 Finding object(const Subject& subject) {
   RQInterface* object = makeObject(subject);
-  if (object == nullptr) {
-    return subject.context->journal == nullptr ? notChecked("the context has no journal: none can be made")
-                                               : broken("the library makes none");
+  if (!object) {
+    return subject.context->journal ? broken("the library makes no object")
+                                    : notChecked("the context has no journal, so no object can be made");
   }
   const std::string reference = inSession(subject, U"x&#65;");
   const std::string characters = inSession(subject, U"xA");
@@ -41,13 +41,13 @@ Finding object(const Subject& subject) {
     return broken("\"x&#65;\" does not become \"xA\"");
   }
   object->destroy(object);
-  return ok(reference == "x&#65;" ? "" : "made and ended; the session encoding carries no notation");
+  return ok(reference == "x&#65;" ? "" : "made and ended; the session encoding cannot write the notations");
 }
 
 Finding threads(const Subject& subject) {
-  if (!subject.threads) return notChecked("asked for by --threads, where the host lets several use one object");
+  if (!subject.threads) return notChecked("needs --threads: not every host lets several threads use one object");
   RQInterface* object = makeObject(subject);
-  if (object == nullptr) return notChecked("there is no object");
+  if (!object) return notChecked("the library makes no object");
   std::string longText;
   while (longText.size() < 2000) longText += "x&#65;&#x42; ";  // long enough for working buffers of the pool
   const auto work = [object, &longText] {
@@ -75,9 +75,9 @@ Finding threads(const Subject& subject) {
 std::vector<Rule> objectRules() {
   const std::vector<std::string_view> all = {"pool.words", "transcoder.words"};
   return {
-      {"object", "the library makes an object of it, decodes, and ends it", all, object},
+      {"object", "the library makes an object, decodes with it and ends it", all, object},
       {"threads", "several threads may use one object at once", {"object"}, threads},
   };
 }
 
-}  // namespace rq::check
+}  // namespace rq::checker

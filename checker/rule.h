@@ -1,4 +1,4 @@
-// The rules that a host keeps to, each with the check that tries it.
+// The rules that a host must keep, each with the check that tries it.
 #ifndef RQUNI_CHECKER_RULE_H
 #define RQUNI_CHECKER_RULE_H
 
@@ -9,22 +9,31 @@
 #include "frame/host_tables.h"
 #include "host/library.h"
 
-namespace rq::check {
+namespace rq::checker {
 
-enum class Verdict : char { ok = 'o', broken = 'b', notChecked = 'n' };
+enum class Verdict {
+  ok,
+  broken,
+  notChecked,
+  blocked,  // not checked either: a rule that it needs is broken or blocked
+};
 
 struct Finding {
   Verdict verdict;
   std::string seen;  // empty when there is nothing to add
+  enum class End { returned, crashed, hung } end = End::returned;
 };
 inline Finding ok(std::string seen = "") {
-  return {Verdict::ok, std::move(seen)};
+  return {Verdict::ok, std::move(seen), {}};
 }
 inline Finding broken(std::string seen) {
-  return {Verdict::broken, std::move(seen)};
+  return {Verdict::broken, std::move(seen), {}};
 }
 inline Finding notChecked(std::string why) {
-  return {Verdict::notChecked, std::move(why)};
+  return {Verdict::notChecked, std::move(why), {}};
+}
+inline Finding blockedBy(std::string_view rule) {
+  return {Verdict::blocked, "see " + std::string(rule), {}};
 }
 
 /// What is checked, and with what.
@@ -38,7 +47,7 @@ struct Subject {
 struct Rule {
   std::string_view name;                // the table and what it is about
   std::string_view statement;           // as frame/host_tables.h has it, in a line
-  std::vector<std::string_view> needs;  // without these, the check would only see the same defect again
+  std::vector<std::string_view> needs;  // earlier rules; where one is broken this check would see the same defect
   Finding (*check)(const Subject& subject);
   std::string_view crash = {};  // what a crash during the check means
 };
@@ -47,9 +56,10 @@ struct Rule {
 std::vector<Rule> poolRules();
 std::vector<Rule> sessionRules();
 std::vector<Rule> transcoderRules();
+std::vector<Rule> characterRules();
 std::vector<Rule> serviceRules();
 std::vector<Rule> objectRules();
 
-}  // namespace rq::check
+}  // namespace rq::checker
 
 #endif

@@ -12,29 +12,40 @@
 #include <cstring>
 #include <thread>
 
-namespace rq::check {
+namespace rq::checker {
 namespace {
 
-constexpr std::size_t longestReport = 2048;  // less than a pipe holds: writing it never waits
+/// A finding on its way through the pipe. It is smaller than a pipe's buffer, so writing it never waits.
+struct Report {
+  Verdict verdict;
+  std::size_t length;
+  std::array<char, 2048> seen;
+};
+
+Report reportOf(const Finding& finding) {
+  Report report{finding.verdict, std::min(finding.seen.size(), sizeof report.seen), {}};
+  finding.seen.copy(report.seen.data(), report.length);
+  return report;
+}
+
+Finding found(const std::function<Finding()>& check) {
+  try {
+    return check();
+  } catch (const std::exception& error) {
+    return broken(std::string("it threw an exception: ") + error.what());
+  }
+}
 
 [[noreturn]] void runChild(const std::function<Finding()>& check, int reportEnd) {
   ::prctl(PR_SET_PDEATHSIG, SIGKILL);
   const rlimit noCore{0, 0};
   ::setrlimit(RLIMIT_CORE, &noCore);
   ::dup2(STDERR_FILENO, STDOUT_FILENO);
-  std::string report;
-  try {
-    const Finding finding = check();
-    report = static_cast<char>(finding.verdict) + finding.seen;
-  } catch (const std::exception& error) {
-    report = static_cast<char>(Verdict::broken) + std::string("an exception came through: ") + error.what();
-  }
-  report.resize(std::min(report.size(), longestReport));
-  const ssize_t written = ::write(reportEnd, report.data(), report.size());
-  ::_exit(written == static_cast<ssize_t>(report.size()) ? 0 : 1);
+  const Report report = reportOf(found(check));
+  ::_exit(::write(reportEnd, &report, sizeof report) == sizeof report ? 0 : 1);
 }
 
-/// False when patience came to an end, and the child with it.
+/// False when the child did not end in time; it is killed then.
 bool waitFor(pid_t child, int& status, std::chrono::milliseconds patience) {
   const auto until = std::chrono::steady_clock::now() + patience;
   for (;;) {
@@ -60,16 +71,17 @@ Finding apart(const std::function<Finding()>& check, std::chrono::milliseconds p
   ::close(ends[1]);
   int status = 0;
   const bool ended = waitFor(child, status, patience);
-  std::array<char, longestReport> report;
-  const ssize_t length = ended && WIFEXITED(status) ? ::read(ends[0], report.data(), report.size()) : 0;
+  Report report;
+  const bool reported = ended && WIFEXITED(status) && ::read(ends[0], &report, sizeof report) == sizeof report;
   ::close(ends[0]);
-  if (!ended) return broken("it did not come back in time");
+  if (!ended) return {Verdict::broken, "it did not return in time", Finding::End::hung};
   if (WIFSIGNALED(status)) {
-    return broken(std::string(crashed) + " with signal " + std::to_string(WTERMSIG(status)) + ", " +
-                  strsignal(WTERMSIG(status)));
+    const int number = WTERMSIG(status);
+    return {Verdict::broken, "it crashed with signal " + std::to_string(number) + ", " + strsignal(number),
+            Finding::End::crashed};
   }
-  if (length <= 0) return broken("it ended the process with exit code " + std::to_string(WEXITSTATUS(status)));
-  return {static_cast<Verdict>(report[0]), std::string(report.data() + 1, static_cast<std::size_t>(length) - 1)};
+  if (!reported) return broken("it ended the process with exit code " + std::to_string(WEXITSTATUS(status)));
+  return {report.verdict, std::string(report.seen.data(), report.length), Finding::End::returned};
 }
 
-}  // namespace rq::check
+}  // namespace rq::checker

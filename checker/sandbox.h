@@ -1,4 +1,4 @@
-// Code that may do anything, kept away in a process of its own.
+// Runs code that may do anything in a process of its own.
 #ifndef RQUNI_CHECKER_SANDBOX_H
 #define RQUNI_CHECKER_SANDBOX_H
 
@@ -7,15 +7,14 @@
 
 #include "checker/rule.h"
 
-namespace rq::check {
+namespace rq::checker {
 
-/// How the report of a crash begins.
-inline constexpr std::string_view crashed = "it crashed";
+inline constexpr std::chrono::milliseconds longestPatience = std::chrono::seconds(10);
 
-/// What `check` finds in a child process, whose standard output is this one's standard error. A child that ends in
-/// another way, or not before patience does, is a broken rule.
-Finding apart(const std::function<Finding()>& check, std::chrono::milliseconds patience = std::chrono::seconds(30));
+/// Runs `check` in a child process, whose standard output is this one's standard error. The rule is broken when the
+/// child ends without a finding, or not within `patience`.
+Finding apart(const std::function<Finding()>& check, std::chrono::milliseconds patience = longestPatience);
 
-}  // namespace rq::check
+}  // namespace rq::checker
 
 #endif

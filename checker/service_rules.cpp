@@ -1,9 +1,9 @@
 // Rules about the journal, the case service and its character-set service.
 #include <cstdarg>
 
-#include "checker/tables.h"
+#include "checker/probes.h"
 
-namespace rq::check {
+namespace rq::checker {
 namespace {
 
 constexpr std::u32string_view charsetName = U"ZQD";
@@ -18,28 +18,28 @@ std::uint64_t logStatus(RQJournal* journal, std::uint64_t level, std::uint64_t s
 
 Finding journal(const Subject& subject) {
   RQJournal* journal = subject.context->journal;
-  if (journal == nullptr) return notChecked("the context has none: each object must be given one");
+  if (!journal) return notChecked("the context has no journal");
   const std::string null = nullWord(journal->statusToJnl, 7);
   if (!null.empty()) return broken(null);
   logStatus(journal, 4, RQ_NO_MEMORY);
   return ok();
 }
 
-const char* const noCaseService = "the kernel has none: the library's own tables serve";
+const char* const noCaseService = "the kernel has no case service";
 
 Finding caseWords(const Subject& subject) {
   const RQCaseService* service = subject.kernel->caseService;
-  if (service == nullptr) return notChecked(noCaseService);
+  if (!service) return notChecked(noCaseService);
   for (const std::string& null : {nullWord(service->upper, 31), nullWord(service->lower, 32)}) {
     if (!null.empty()) return broken(null);
   }
-  if (service->charset == nullptr && service->lookUp == nullptr) return broken("words 149 and 153 are both null");
+  if (!service->charset && !service->lookUp) return broken("words 149 and 153 are both null");
   return ok();
 }
 
 Finding anyCharacter(const Subject& subject) {
   RQCaseService* service = subject.kernel->caseService;
-  if (service == nullptr) return notChecked(noCaseService);
+  if (!service) return notChecked(noCaseService);
   const auto ask = [service](RQChar character) {
     service->upper(service, character, 1);
     service->lower(service, character, 1);
@@ -56,8 +56,8 @@ Finding anyCharacter(const Subject& subject) {
 /// The service "ZQD" as the library gets it, null when there is none.
 RQCharsetService* charsetOf(const Subject& subject) {
   RQCaseService* service = subject.kernel->caseService;
-  if (service == nullptr) return nullptr;
-  if (service->charset != nullptr) return service->charset;
+  if (!service) return nullptr;
+  if (service->charset) return service->charset;
   const Fenced name(bytesOf(charsetName));
   RQStatus status = 0;
   // cppcheck-suppress returnDanglingLifetime; the service is not made of the status
@@ -67,22 +67,22 @@ RQCharsetService* charsetOf(const Subject& subject) {
 const char* const noCharset = "there is no service \"ZQD\"";
 
 Finding charsetFound(const Subject& subject) {
-  if (subject.kernel->caseService == nullptr) return notChecked(noCaseService);
+  if (!subject.kernel->caseService) return notChecked(noCaseService);
   const RQCharsetService* charset = charsetOf(subject);
-  if (charset == nullptr) return ok(noCharset);
+  if (!charset) return ok(noCharset);
   const std::string null = nullWord(charset->upperCase, 54);
   return null.empty() ? ok() : broken(null + " in the character-set service");
 }
 
 Finding charsetLength(const Subject& subject) {
   RQCharsetService* charset = charsetOf(subject);
-  if (charset == nullptr) return notChecked(noCharset);
+  if (!charset) return notChecked(noCharset);
   for (std::size_t length = 0; length <= 8; ++length) {
     std::string text = "--------aabbccddeeff----";
     charset->upperCase(charset, text.data() + 8, length, 0);
     const std::string beyond = std::string("aabbccddeeff----").substr(length);
     if (!text.starts_with("--------") || !text.ends_with(beyond)) {
-      return broken("of " + decimal(length) + " bytes to upper-case it changes others");
+      return broken("with a length of " + decimal(length) + " it changes other bytes");
     }
   }
   return ok();
@@ -90,12 +90,12 @@ Finding charsetLength(const Subject& subject) {
 
 Finding charsetLetters(const Subject& subject) {
   RQCharsetService* charset = charsetOf(subject);
-  if (charset == nullptr) return notChecked(noCharset);
+  if (!charset) return notChecked(noCharset);
   std::string letters = "abcdef09";
   const Transcoders all(subject);
   const std::u32string_view characters = U"abcdef09";
   if (convertAll(all.toSession(RQ_FORM_UTF32_NATIVE), bytesOf(characters)).bytes != letters) {
-    return notChecked("the session encoding carries no notation");
+    return notChecked("the session encoding cannot write the notations");
   }
   charset->upperCase(charset, letters.data(), letters.size(), 0);
   return letters == "ABCDEF09" ? ok() : broken("\"abcdef09\" becomes \"" + letters + "\"");
@@ -107,15 +107,19 @@ std::vector<Rule> serviceRules() {
   return {
       {"journal.status", "word 7 of the journal takes a status and an empty list", {"context.words"}, journal},
       {"case.words", "words 31 and 32 of the case service are set, and 149 or 153", {}, caseWords},
-      {"case.any", "bears any 32-bit value", {"case.words"}, anyCharacter, "a character that is none makes it crash"},
+      {"case.any",
+       "takes any 32-bit value",
+       {"case.words"},
+       anyCharacter,
+       "a value that is no character makes it crash"},
       {"case.charset",
-       "\"ZQD\" is at hand or found by a name of 3 characters",
+       "\"ZQD\" is in word 149 or found by its name of 3 characters",
        {"case.words"},
        charsetFound,
        "it reads beyond the name"},
-      {"charset.length", "upper-cases so many bytes and touches no other", {"case.charset"}, charsetLength},
+      {"charset.length", "changes no byte beyond the length", {"case.charset"}, charsetLength},
       {"charset.letters", "upper-cases hexadecimal digits", {"case.charset", "transcoder.words"}, charsetLetters},
   };
 }
 
-}  // namespace rq::check
+}  // namespace rq::checker

@@ -1,8 +1,8 @@
 // Rules about the context and the session's encoding.
-#include "checker/tables.h"
+#include "checker/probes.h"
 #include "host/transcoder.h"
 
-namespace rq::check {
+namespace rq::checker {
 namespace {
 
 Finding contextWords(const Subject& subject) {
@@ -37,14 +37,15 @@ Finding optionName(const Subject& subject) {
 Finding optionValue(const Subject& subject) {
   const OptionAnswer answer = askOption(subject, sessionOption);
   if (answer.beyond) return broken("it writes beyond the value or its length");
-  if (answer.status != 0) return ok("not found: the session query answers");
+  if (answer.status != 0) return ok("not found: the session query decides");
   if (answer.bytes > 8) return broken("it stores " + decimal(answer.bytes) + " as the length of a value in 8 bytes");
   if (answer.value == -1) return broken("it reports success and stores no value");
   return ok("encoding " + std::to_string(answer.value));
 }
 
 Finding sessionQuery(const Subject& subject) {
-  if (askOption(subject, sessionOption).status == 0) return notChecked("the option answers: nobody asks");
+  if (askOption(subject, sessionOption).status == 0)
+    return notChecked("the option is found: the library does not ask");
   const QueryAnswer answer = askSession(subject);
   if (answer.beyond) return broken("it writes beyond the 4 bytes of the identifier");
   if (answer.status != RQ_SUCCESS && answer.status != RQ_SESSION_QUERY_DEFAULTED) {
@@ -60,11 +61,11 @@ std::vector<Rule> sessionRules() {
   return {
       {"context.words", "words 14 and 27 of the context are set", {}, contextWords},
       {"context.name",
-       "options are looked up by all of their name and no character more",
+       "option names are compared in full, and nothing is read beyond them",
        {"context.words"},
        optionName,
        "it reads beyond the name"},
-      {"context.value", "a found option is stored in the 8 bytes given", {"context.words"}, optionValue},
+      {"context.value", "the value of an option fills the 8 bytes given and no more", {"context.words"}, optionValue},
       {"nls.words", "words 14 and 78 of the NLS services are set", {"context.words"}, nlsWords},
       {"nls.querySession",
        "stores the session encoding and returns 0 or RQ_SESSION_QUERY_DEFAULTED",
@@ -73,4 +74,4 @@ std::vector<Rule> sessionRules() {
   };
 }
 
-}  // namespace rq::check
+}  // namespace rq::checker

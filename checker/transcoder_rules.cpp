@@ -1,14 +1,14 @@
 // Rules about transcoders.
-#include "checker/tables.h"
+#include "checker/probes.h"
 #include "host/encodings.h"
 
-namespace rq::check {
+namespace rq::checker {
 namespace {
 
 Finding creation(const Subject& subject) {
   const Transcoders all(subject);
   for (std::size_t number = 0; number < Transcoders::count; ++number) {
-    if (all.at(number) == nullptr) return broken("there is none " + Transcoders::nameOf(number));
+    if (!all.at(number)) return broken("the transcoder " + Transcoders::nameOf(number) + " is missing");
   }
   return ok();
 }
@@ -17,7 +17,7 @@ Finding words(const Subject& subject) {
   const Transcoders all(subject);
   for (std::size_t number = 0; number < Transcoders::count; ++number) {
     for (const std::string& null : {nullWord(all.at(number)->destroy, 2), nullWord(all.at(number)->convert, 4)}) {
-      if (!null.empty()) return broken(null + " in the one " + Transcoders::nameOf(number));
+      if (!null.empty()) return broken(null + " in the transcoder " + Transcoders::nameOf(number));
     }
   }
   return ok();
@@ -44,7 +44,7 @@ Finding eachTranscoder(const Subject& subject, const Look& look) {
   if (!sample) return notChecked(noSample);
   for (std::size_t number = 0; number < Transcoders::count; ++number) {
     const std::string complaint = look(all, *sample, number);
-    if (!complaint.empty()) return broken("the one " + Transcoders::nameOf(number) + " " + complaint);
+    if (!complaint.empty()) return broken("the transcoder " + Transcoders::nameOf(number) + " " + complaint);
   }
   return ok();
 }
@@ -54,11 +54,11 @@ Finding length(const Subject& subject) {
     const std::string input = inputOf(sample, number);
     for (const std::uint64_t capacity : {std::uint64_t{0}, std::uint64_t{1}, std::uint64_t{4096}}) {
       if (convert(all.at(number), input, capacity).produced == Converted::unset) {
-        return "stores none with a capacity of " + decimal(capacity) + " bytes";
+        return "stores no length with a capacity of " + decimal(capacity) + " bytes";
       }
       for (const std::string& odd : oddInputs()) {
         if (convert(all.at(number), odd, capacity).produced == Converted::unset) {
-          return "stores none for " + decimal(odd.size()) + " bytes that are no text";
+          return "stores no length for " + decimal(odd.size()) + " bytes that are no text";
         }
       }
     }
@@ -93,7 +93,8 @@ Finding input(const Subject& subject) {
       const auto* begin = static_cast<const char*>(fenced.data());
       const Converted inside = convertAll(all.at(number), {begin, each.size()});
       const Converted free = convertAll(all.at(number), each);
-      if (inside.bytes != free.bytes) return "converts " + decimal(each.size()) + " bytes by what stands behind them";
+      if (inside.bytes != free.bytes)
+        return "converts " + decimal(each.size()) + " bytes differently when other bytes follow";
     }
     return std::string();
   });
@@ -141,6 +142,13 @@ Finding status(const Subject& subject) {
         return "reports success where " + decimal(room) + " bytes cannot hold the text";
       }
     }
+    const bool fromUtf8 = number == 2 * RQ_FORM_UTF8;
+    if (fromUtf8 && convertAll(all.at(number), "A\xFF").status == 0) {
+      return std::string("reports success for bytes that are no UTF-8");
+    }
+    if (number % 2 == 0 && !fromUtf8 && convertAll(all.at(number), text.substr(1)).status == 0) {
+      return std::string("reports success for part of a character");
+    }
     return std::string();
   });
 }
@@ -154,7 +162,7 @@ Finding answer(const Subject& subject) {
       convert(all.at(number), text, 1);
       const Converted again = convertAll(all.at(number), text);
       if (again.bytes != first.bytes || again.status != first.status) {
-        return std::string("answers the same question differently the second time");
+        return std::string("answers the same input differently the second time");
       }
     }
     return std::string();
@@ -177,7 +185,7 @@ Finding destroy(const Subject& subject) {
     all.at(number)->destroy(all.at(number));
     const std::size_t last = Transcoders::count - 1;
     if (convertAll(all.at(last), inputOf(*sample, last)).bytes != outputOf(*sample, last)) {
-      return broken("with the one " + Transcoders::nameOf(number) + " another one ended");
+      return broken("the transcoder " + Transcoders::nameOf(number) + " took another one with it");
     }
   }
   RQNlsServices* nls = subject.context->nls;
@@ -186,11 +194,13 @@ Finding destroy(const Subject& subject) {
   constexpr int rounds = 100'000;
   for (int i = 0; i < rounds; ++i) {
     RQTranscoder* one = nls->createTranscoder(nls, RQ_ENCODING_UTF8, session, 0, 0);
-    if (one == nullptr) return broken("after " + decimal(static_cast<std::uint64_t>(i)) + " that ended none is made");
+    if (!one)
+      return broken("after " + decimal(static_cast<std::uint64_t>(i)) + " destroyed transcoders no new one is made");
     one->destroy(one);
   }
   const std::size_t after = residentBytes();
-  if (after > before + tolerableGrowth / 4) return broken(decimal(rounds) + " that ended are still in memory");
+  if (after > before + tolerableGrowth / 4)
+    return broken(decimal(rounds) + " destroyed transcoders are still in memory");
   return ok();
 }
 
@@ -205,7 +215,7 @@ std::vector<Rule> transcoderRules() {
       {"transcoder.words", "words 2 and 4 of a transcoder are set", {"nls.createTranscoder"}, words},
       {"transcoder.length", "the length is always stored, also on failure", {"transcoder.words"}, length},
       {"transcoder.capacity",
-       "nothing is written beyond the capacity, and no more than it reported",
+       "nothing is written beyond the capacity, and no larger length is reported",
        {"transcoder.words"},
        capacity},
       {"transcoder.input",
@@ -213,12 +223,12 @@ std::vector<Rule> transcoderRules() {
        {"transcoder.words"},
        input,
        "it reads beyond the input"},
-      {"transcoder.forms", "all forms stand for the same characters", {"transcoder.words"}, forms},
-      {"transcoder.whole", "whole characters only are written", {"transcoder.capacity", "transcoder.forms"}, whole},
-      {"transcoder.status", "0 says that all of the input is converted", {"transcoder.forms"}, status},
-      {"transcoder.answer", "the answer depends on nothing but the input", {"transcoder.words"}, answer},
-      {"transcoder.destroy", "ends this transcoder and no other", {"transcoder.words"}, destroy},
+      {"transcoder.forms", "all forms give the same characters", {"transcoder.words"}, forms},
+      {"transcoder.whole", "only whole characters are written", {"transcoder.capacity", "transcoder.forms"}, whole},
+      {"transcoder.status", "status 0 means that all of the input is converted", {"transcoder.forms"}, status},
+      {"transcoder.answer", "the answer depends on the input alone", {"transcoder.words"}, answer},
+      {"transcoder.destroy", "frees this transcoder and no other", {"transcoder.words"}, destroy},
   };
 }
 
-}  // namespace rq::check
+}  // namespace rq::checker

@@ -37,17 +37,17 @@ Descriptor::~Descriptor() {
   if (number_ > STDERR_FILENO) ::close(number_);
 }
 
-Input::Input(std::string name, int descriptor, Progress& progress, Pause pause)
-    : name_(std::move(name)), descriptor_(descriptor), progress_(&progress), pause_(std::move(pause)) {
+Input::Input(std::string name, Descriptor descriptor, Progress& progress, Pause pause)
+    : name_(std::move(name)), descriptor_(std::move(descriptor)), progress_(&progress), pause_(std::move(pause)) {
   struct stat status {};
-  regularFile_ = ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+  regularFile_ = ::fstat(descriptor_.number(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
 Result<Input> Input::open(const std::string& name, Progress& progress, Pause pause) {
-  if (name == "-") return Input(name, STDIN_FILENO, progress, std::move(pause));
-  const int descriptor = ::open(name.c_str(), O_RDONLY | O_CLOEXEC);
-  if (descriptor < 0) return readFailure(name, errno);
-  return Input(name, descriptor, progress, std::move(pause));
+  if (name == "-") return Input(name, Descriptor(STDIN_FILENO), progress, std::move(pause));
+  Descriptor descriptor(::open(name.c_str(), O_RDONLY | O_CLOEXEC));
+  if (descriptor.number() < 0) return readFailure(name, errno);
+  return Input(name, std::move(descriptor), progress, std::move(pause));
 }
 
 bool Input::waits() const {
@@ -57,7 +57,7 @@ bool Input::waits() const {
 }
 
 Result<std::size_t> Input::read(MutableBytes room) {
-  if (waits()) {
+  if (pause_ && waits()) {
     if (Done paused = pause_(); !paused) return paused.error();
   }
   for (;;) {

@@ -51,7 +51,10 @@ using Pause = std::function<Done()>;
 class Input {
  public:
   static Result<Input> open(const std::string& name, Progress& progress, Pause pause);
+  /// An open file; `name` is for messages. A regular file needs no pause.
+  Input(std::string name, Descriptor descriptor, Progress& progress, Pause pause = {});
   const std::string& name() const { return name_; }
+  int descriptor() const { return descriptor_.number(); }
   /// True if a read has to wait for somebody who writes.
   bool waits() const;
   /// Reads at least one byte into `room` unless the file is at its end. Calls the pause first if it has to wait.
@@ -62,7 +65,6 @@ class Input {
   Result<Bytes> readAll(Buffer& buffer);
 
  private:
-  Input(std::string name, int descriptor, Progress& progress, Pause pause);
   std::string name_;
   Descriptor descriptor_;
   Progress* progress_;

@@ -1,14 +1,17 @@
 #include "cli/replacement.h"
 
 #include <fcntl.h>
+#include <sys/random.h>
 #include <sys/xattr.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
-#include <climits>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
+#include <string_view>
 #include <vector>
 
 #include "cli/signals.h"
@@ -17,11 +20,18 @@ namespace rq::cli {
 namespace {
 
 /// The temporary file to remove when a signal ends the tool. Written with the signals blocked.
-std::array<char, PATH_MAX> unfinishedPath;
-volatile std::sig_atomic_t unfinished = 0;
+constexpr std::string_view temporaryPrefix = ".rqtext-";
+constexpr std::size_t temporaryRandom = 6;  // characters behind the prefix
+std::array<char, temporaryPrefix.size() + temporaryRandom + 1> unfinishedName;
+volatile std::sig_atomic_t unfinishedFolder = -1;  // a descriptor; -1: there is no such file
+
+void removeUnfinished() {
+  if (unfinishedFolder >= 0) ::unlinkat(unfinishedFolder, unfinishedName.data(), 0);
+  unfinishedFolder = -1;
+}
 
 void removeAndEnd(int signal) {
-  if (unfinished != 0) ::unlink(unfinishedPath.data());
+  removeUnfinished();
   ::raise(signal);  // the handler is gone and the signal waits until this returns
 }
 
@@ -37,44 +47,74 @@ void catchEndingSignals() {
   }
 }
 
-std::string folderOf(const std::string& path) {
-  return path.substr(0, path.rfind('/') + 1);
+Folder openFolder(const std::string& path) {
+  const int readable = ::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (readable >= 0) return {Descriptor(readable), true};
+  return {Descriptor(::open(path.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC)), false};
 }
 
-/// Syncs the folder, so that the new name survives a loss of power.
-bool syncFolder(const std::string& path) {
-  const Descriptor folder(::open(folderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  // EINVAL: a file system that does not sync folders.
-  return folder.number() >= 0 && (::fsync(folder.number()) == 0 || errno == EINVAL);
+/// A new name in the folder is safe from a loss of power once it has gone to the disk.
+bool syncFolder(const Folder& folder, int file) {
+  if (!folder.readable) return ::syncfs(file) == 0;  // all of the file system, for want of the right to ask for less
+  // Some file systems cannot do this with folders, and need not.
+  return ::fsync(folder.descriptor.number()) == 0 || errno == EINVAL;
 }
 
-std::vector<char> attributeNames(int file) {
-  std::vector<char> names(4096);
-  ssize_t length = 0;
-  while ((length = ::flistxattr(file, names.data(), names.size())) < 0 && errno == ERANGE) {
-    names.resize(names.size() * 2);
+/// A file that did not exist before, readable by its owner alone, or -1. Its name goes to unfinishedName.
+int makeTemporary(int folder) {
+  constexpr std::string_view letters = "abcdefghijklmnopqrstuvwxyz0123456789";
+  for (;;) {
+    std::array<unsigned char, temporaryRandom> random;
+    if (::getrandom(random.data(), random.size(), 0) != static_cast<ssize_t>(random.size())) return -1;
+    char* end = std::copy(temporaryPrefix.begin(), temporaryPrefix.end(), unfinishedName.data());
+    for (const unsigned char number : random) *end++ = letters[number % letters.size()];
+    *end = '\0';
+    const int file = ::openat(folder, unfinishedName.data(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    if (file >= 0 || errno != EEXIST) return file;
   }
-  names.resize(length > 0 ? static_cast<std::size_t>(length) : 0);
+}
+
+/// The names of the extended attributes, or nothing when they cannot be listed.
+std::optional<std::vector<std::string>> attributeNames(int file) {
+  std::vector<char> list(4096);
+  ssize_t length = 0;
+  while ((length = ::flistxattr(file, list.data(), list.size())) < 0 && errno == ERANGE) list.resize(list.size() * 2);
+  if (length < 0 && errno != ENOTSUP) return std::nullopt;
+  const std::size_t end = length > 0 ? static_cast<std::size_t>(length) : 0;
+  std::vector<std::string> names;
+  for (std::size_t at = 0; at < end; at += names.back().size() + 1) names.emplace_back(&list[at]);
+  // Those of security modules are theirs to set.
+  std::erase_if(names, [](const std::string& name) { return name.starts_with("security."); });
   return names;
 }
 
-/// Copies the extended attributes, access lists among them, but not those that security modules set themselves.
+/// Gives `to` the extended attributes of `from`, access lists among them, and no others: a new file takes an access
+/// list over from its folder.
 bool copyAttributes(int from, int to) {
+  const auto wanted = attributeNames(from);
+  const auto present = attributeNames(to);
+  if (!wanted || !present) return false;
+  for (const std::string& name : *present) {
+    if (std::find(wanted->begin(), wanted->end(), name) != wanted->end()) continue;
+    if (::fremovexattr(to, name.c_str()) != 0) return false;
+  }
   std::vector<char> value(64 << 10);  // no attribute is larger
-  const std::vector<char> names = attributeNames(from);
-  for (std::size_t at = 0; at < names.size(); at += std::strlen(&names[at]) + 1) {
-    const char* name = &names[at];
-    if (std::string_view(name).starts_with("security.")) continue;
-    const ssize_t length = ::fgetxattr(from, name, value.data(), value.size());
-    if (length < 0 || ::fsetxattr(to, name, value.data(), static_cast<std::size_t>(length), 0) != 0) return false;
+  for (const std::string& name : *wanted) {
+    const ssize_t length = ::fgetxattr(from, name.c_str(), value.data(), value.size());
+    if (length < 0 || ::fsetxattr(to, name.c_str(), value.data(), static_cast<std::size_t>(length), 0) != 0)
+      return false;
   }
   return true;
+}
+
+bool sameTime(const struct timespec& a, const struct timespec& b) {
+  return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
 }
 
 }  // namespace
 
 Error Replacement::failure(const std::string& what, int number) const {
-  return {Error::Kind::system, "cannot " + what + " " + shownName(name_) + ": " + std::strerror(number)};
+  return {Error::Kind::system, "cannot " + what + " " + shownName(input_.name()) + ": " + std::strerror(number)};
 }
 
 Result<std::unique_ptr<Replacement>> Replacement::begin(const std::string& file, const std::string& backupSuffix,
@@ -82,38 +122,42 @@ Result<std::unique_ptr<Replacement>> Replacement::begin(const std::string& file,
   const auto failed = [&file](const char* reason) {
     return Error{Error::Kind::system, "cannot edit " + shownName(file) + ": " + reason};
   };
-  const std::unique_ptr<char, decltype(&std::free)> path(::realpath(file.c_str(), nullptr), &std::free);
-  if (!path) return failed(std::strerror(errno));
+  const std::unique_ptr<char, decltype(&std::free)> resolved(::realpath(file.c_str(), nullptr), &std::free);
+  if (!resolved) return failed(std::strerror(errno));
+  const std::string path = resolved.get();
+  const std::string base = path.substr(path.rfind('/') + 1);
+  if (base.empty()) return failed("not a regular file");
+  Folder folder = openFolder(path.substr(0, path.size() - base.size()));
+  const int at = folder.descriptor.number();
+  if (at < 0) return failed(std::strerror(errno));
+
   struct stat status {};
-  if (::stat(path.get(), &status) != 0) return failed(std::strerror(errno));
+  if (::fstatat(at, base.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) return failed(std::strerror(errno));
   if (!S_ISREG(status.st_mode)) return failed("not a regular file");
-  if (::faccessat(AT_FDCWD, path.get(), W_OK, AT_EACCESS) != 0) return failed(std::strerror(errno));
-  Descriptor old(::open(path.get(), O_RDONLY | O_CLOEXEC));
+  if (::faccessat(at, base.c_str(), W_OK, AT_EACCESS) != 0) return failed(std::strerror(errno));
+  Descriptor old(::openat(at, base.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
   if (old.number() < 0 || ::fstat(old.number(), &status) != 0) return failed(std::strerror(errno));
-  std::unique_ptr<Replacement> replacement(new Replacement(file, path.get(), backupSuffix, old.release(), status));
+  if (!S_ISREG(status.st_mode)) return failed("not a regular file");
+  std::unique_ptr<Replacement> replacement(
+      new Replacement(std::move(folder), base, backupSuffix, Input(file, std::move(old), progress), status));
   if (Done created = replacement->create(progress); !created) return created.error();
   return replacement;
 }
 
 Done Replacement::create(Progress& progress) {
-  const std::string pattern = folderOf(path_) + ".rqtext-XXXXXX";
-  if (pattern.size() >= unfinishedPath.size()) return failure("edit", ENAMETOOLONG);
   const SignalsBlocked blocked;
   static const bool caught = (catchEndingSignals(), true);
   static_cast<void>(caught);
-  pattern.copy(unfinishedPath.data(), pattern.size());
-  unfinishedPath[pattern.size()] = '\0';
-  const int fresh = ::mkostemp(unfinishedPath.data(), O_CLOEXEC);
+  const int fresh = makeTemporary(folder_.descriptor.number());
   if (fresh < 0) return failure("make a temporary file beside", errno);
-  unfinished = 1;
-  output_.emplace(Descriptor(fresh), name_, progress);
+  unfinishedFolder = folder_.descriptor.number();
+  output_.emplace(Descriptor(fresh), input_.name(), progress);
   return host::done();
 }
 
 Replacement::~Replacement() {
   const SignalsBlocked blocked;
-  if (unfinished != 0) ::unlink(unfinishedPath.data());
-  unfinished = 0;
+  removeUnfinished();
 }
 
 Done Replacement::keepAttributes(int fresh) const {
@@ -121,24 +165,26 @@ Done Replacement::keepAttributes(int fresh) const {
   if (::fstat(fresh, &now) != 0) return failure("write", errno);
   const bool sameOwner = now.st_uid == status_.st_uid && now.st_gid == status_.st_gid;
   if (!sameOwner && ::fchown(fresh, status_.st_uid, status_.st_gid) != 0) return failure("keep the owner of", errno);
-  if (!copyAttributes(old_.number(), fresh)) return failure("keep the attributes of", errno);
+  if (!copyAttributes(input_.descriptor(), fresh)) return failure("keep the attributes of", errno);
   if (::fchmod(fresh, status_.st_mode & 07777) != 0) return failure("keep the permissions of", errno);
   return host::done();
 }
 
+/// The time of a file's last change can be set back; the time of its last change of status cannot.
 bool Replacement::oldChanged() const {
   struct stat now {};
-  return ::stat(path_.c_str(), &now) != 0 || now.st_dev != status_.st_dev || now.st_ino != status_.st_ino ||
-         now.st_size != status_.st_size || now.st_mtim.tv_sec != status_.st_mtim.tv_sec ||
-         now.st_mtim.tv_nsec != status_.st_mtim.tv_nsec;
+  return ::fstatat(folder_.descriptor.number(), base_.c_str(), &now, AT_SYMLINK_NOFOLLOW) != 0 ||
+         now.st_dev != status_.st_dev || now.st_ino != status_.st_ino || now.st_size != status_.st_size ||
+         !sameTime(now.st_mtim, status_.st_mtim) || !sameTime(now.st_ctim, status_.st_ctim);
 }
 
 /// A second name for the old file, so that it is there under one of its names at any moment.
 Done Replacement::keepBackup() const {
   if (backupSuffix_.empty()) return host::done();
-  const std::string backup = path_ + backupSuffix_;
-  if (::unlink(backup.c_str()) != 0 && errno != ENOENT) return failure("keep a backup of", errno);
-  if (::link(path_.c_str(), backup.c_str()) != 0) return failure("keep a backup of", errno);
+  const int folder = folder_.descriptor.number();
+  const std::string backup = base_ + backupSuffix_;
+  if (::unlinkat(folder, backup.c_str(), 0) != 0 && errno != ENOENT) return failure("keep a backup of", errno);
+  if (::linkat(folder, base_.c_str(), folder, backup.c_str(), 0) != 0) return failure("keep a backup of", errno);
   return host::done();
 }
 
@@ -149,12 +195,13 @@ Done Replacement::commit() {
   if (::fsync(*fresh) != 0) return failure("write", errno);
   if (Done finished = output_->finish(); !finished) return finished;
   if (oldChanged())
-    return Error{Error::Kind::system, "cannot edit " + shownName(name_) + ": it was changed meanwhile"};
+    return Error{Error::Kind::system, "cannot edit " + shownName(input_.name()) + ": it was changed meanwhile"};
   if (Done kept = keepBackup(); !kept) return kept;
   const SignalsBlocked blocked;
-  if (::rename(unfinishedPath.data(), path_.c_str()) != 0) return failure("replace", errno);
-  unfinished = 0;
-  if (!syncFolder(path_)) return failure("bring to the disk the folder of", errno);
+  const int folder = folder_.descriptor.number();
+  if (::renameat(folder, unfinishedName.data(), folder, base_.c_str()) != 0) return failure("replace", errno);
+  unfinishedFolder = -1;
+  if (!syncFolder(folder_, input_.descriptor())) return failure("bring to the disk the folder of", errno);
   return host::done();
 }
 

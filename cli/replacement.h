@@ -12,8 +12,17 @@
 
 namespace rq::cli {
 
-/// The replacement of one file. Without commit(), the destructor and the signals of endingSignals remove the
-/// temporary file. One at a time, on the main thread.
+/// An open folder, for calls that name files in it.
+struct Folder {
+  Descriptor descriptor;
+  bool readable;  // only then can it be brought to the disk by itself
+};
+
+/// One file's replacement. Ended before commit(), by the destructor or a signal of endingSignals, it takes its
+/// temporary file with it. One at a time, on the main thread.
+///
+/// The folder and the old text are opened once and never looked up by name again: a link that is turned meanwhile
+/// cannot bring one file's text into another.
 class Replacement {
  public:
   /// Follows symbolic links, so that these stay. Fails unless `file` is a regular file that may be written.
@@ -24,18 +33,20 @@ class Replacement {
   Replacement(const Replacement&) = delete;
   Replacement& operator=(const Replacement&) = delete;
 
-  /// Takes the new text.
+  /// The old text.
+  Input& input() { return input_; }
+  /// Where the new text goes.
   Output& output() { return *output_; }
   /// Gives the new text the old one's owner, permissions, extended attributes and name, and syncs it to the disk.
   /// After an error the old text is in place.
   Done commit();
 
  private:
-  Replacement(std::string name, std::string path, std::string backupSuffix, int old, const struct stat& status)
-      : name_(std::move(name)),
-        path_(std::move(path)),
+  Replacement(Folder folder, std::string base, std::string backupSuffix, Input input, const struct stat& status)
+      : folder_(std::move(folder)),
+        base_(std::move(base)),
         backupSuffix_(std::move(backupSuffix)),
-        old_(old),
+        input_(std::move(input)),
         status_(status) {}
   Done keepBackup() const;
   Done create(Progress& progress);
@@ -43,10 +54,10 @@ class Replacement {
   bool oldChanged() const;
   Error failure(const std::string& what, int number) const;
 
-  const std::string name_;  // as the user gave it
-  const std::string path_;  // without symbolic links
+  const Folder folder_;
+  const std::string base_;  // the file's name in its folder
   const std::string backupSuffix_;
-  const Descriptor old_;
+  Input input_;
   const struct stat status_;  // of the old file when it was opened
   std::optional<Output> output_;
 };

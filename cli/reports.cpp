@@ -105,13 +105,13 @@ Done listEncodings(const Job& job, Progress&, Output& output) {
 Done checkHost(const Job& job, Progress&, Output& output) {
   const Result<host::Library> library = openLibrary(job);
   if (!library) return library.error();
-  const auto rows = check::checkHost(job.host, *library, job.threads);
+  const auto rows = checker::checkHost(job.host, *library, job.threads);
   if (!rows) return rows.error();
   std::string text = job.json ? "" : "rule\tverdict\twhat it says\twhat was seen\n";
   std::string brokenRules;
   for (const auto& [name, statement, finding] : *rows) {
-    const std::string_view verdict = check::nameOf(finding.verdict);
-    if (finding.verdict == check::Verdict::broken)
+    const std::string_view verdict = checker::nameOf(finding.verdict);
+    if (finding.verdict == checker::Verdict::broken)
       brokenRules += (brokenRules.empty() ? "" : ", ") + std::string(name);
     if (job.json) {
       text += jsonLine({{"rule", std::string(name)},

@@ -6,15 +6,13 @@ namespace rq::cli {
 namespace {
 
 /// Line ends are no part of the texts: they are written in the encoding of the results.
-Done runInto(Output& output, TextRun& run, const std::string& file, const std::string& lineEnd,
-             const TextOperation& operation) {
-  const auto take = [&](const Text& text) -> Done {
+TextRun::Take writeInto(Output& output, const std::string& lineEnd, const TextOperation& operation) {
+  return [&output, &lineEnd, &operation](const Text& text) -> Done {
     const Result<Bytes> result = operation.result(text);
     if (!result) return result.error();
     if (Done written = output.write(*result); !written) return written;
     return text.ended ? output.write(lineEnd) : host::done();
   };
-  return run.each({file}, take, [&output] { return output.flush(); });
 }
 
 /// Each file in turn; with --keep-going also those behind one with a problem. Then the error names all problems.
@@ -40,14 +38,17 @@ Done runOverTexts(const Job& job, const TextOperation& operation, Progress& prog
   const Result<std::string> lineEnd = writesLineEnds ? lineEndIn(*operation.lineEnds) : std::string();
   if (!lineEnd) return lineEnd.error();
   if (!job.inPlace) {
-    return runFiles(job, output,
-                    [&](const std::string& file) { return runInto(output, *run, file, *lineEnd, operation); });
+    return runFiles(job, output, [&, take = writeInto(output, *lineEnd, operation)](const std::string& file) {
+      return run->each({file}, take, [&output] { return output.flush(); });
+    });
   }
   return runFiles(job, output, [&](const std::string& file) -> Done {
     Result<std::unique_ptr<Replacement>> replacement = Replacement::begin(file, job.backupSuffix, progress);
     if (!replacement) return replacement.error();
-    if (Done done = runInto((*replacement)->output(), *run, file, *lineEnd, operation); !done) return done;
-    return (*replacement)->commit();
+    Replacement& edited = **replacement;
+    const TextRun::Take take = writeInto(edited.output(), *lineEnd, operation);
+    if (Done done = run->each(edited.input(), take); !done) return done;
+    return edited.commit();
   });
 }
 

@@ -47,12 +47,14 @@ Done TextRun::each(const std::vector<std::string>& files, const Take& take, cons
   for (const std::string& file : files) {
     Result<Input> input = Input::open(file, *progress_, pause);
     if (!input) return input.error();
-    const Done done = !lineEnd_.empty() ? eachLine(*input, take)
-                      : cut_            ? eachPiece(*input, take)
-                                        : wholeFile(*input, take);
-    if (!done) return done;
+    if (Done done = each(*input, take); !done) return done;
   }
   return host::done();
+}
+
+Done TextRun::each(Input& input, const Take& take) {
+  if (!lineEnd_.empty()) return eachLine(input, take);
+  return cut_ ? eachPiece(input, take) : wholeFile(input, take);
 }
 
 Done TextRun::wholeFile(Input& input, const Take& take) {

@@ -45,6 +45,8 @@ class TextRun {
 
   /// Hands every text of the files to `take`, in order, until one fails. Calls `pause` before it waits for input.
   Done each(const std::vector<std::string>& files, const Take& take, const Pause& pause);
+  /// The same with the texts of one file that is open.
+  Done each(Input& input, const Take& take);
 
  private:
   TextRun(const host::Encoding& encoding, std::string lineEnd, Cut cut, Progress& progress)

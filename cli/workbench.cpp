@@ -19,12 +19,6 @@ std::string executableFolder() {
   return file.substr(0, file.rfind('/'));
 }
 
-host::HostOptions hostOptions(const host::Encoding& encoding) {
-  host::HostOptions options;
-  options.session = static_cast<std::int32_t>(encoding.identifier);
-  return options;
-}
-
 }  // namespace
 
 Result<host::Library> openLibrary(const Job& job) {
@@ -42,7 +36,7 @@ Workbench::Workbench(host::Library library, const host::Encoding& encoding, cons
       encoding_(&encoding),
       codec_(host::codecOf(encoding.identifier)),
       asciiCompatible_(host::isAsciiCompatible(*codec_)),
-      host_(hostOptions(encoding)),
+      host_(encoding.identifier),
       wide_(job.flavour == Flavour::wide) {}
 
 Result<const host::Encoding*> sessionEncoding(const Job& job) {

@@ -30,7 +30,8 @@ if(RQ_SANITIZE)
 else()
   target_compile_options(rq_library_flags INTERFACE
     $<$<CONFIG:Release,RelWithDebInfo>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=3>)
-  target_link_options(rq_library_flags INTERFACE LINKER:-z,defs)
+  # RQ_PROCESS_SYMBOLS: a module that takes functions of the process that loads it.
+  target_link_options(rq_library_flags INTERFACE $<$<NOT:$<BOOL:$<TARGET_PROPERTY:RQ_PROCESS_SYMBOLS>>>:LINKER:-z,defs>)
 endif()
 if(RQ_COVERAGE) # of the library alone; clang from 18 on, for the conditions
   target_compile_options(rq_library_flags INTERFACE -fprofile-instr-generate -fcoverage-mapping -fcoverage-mcdc)

@@ -27,28 +27,33 @@ write_basic_package_version_file(${PROJECT_BINARY_DIR}/rquni-config-version.cmak
 install(FILES ${PROJECT_BINARY_DIR}/rquni-config.cmake ${PROJECT_BINARY_DIR}/rquni-config-version.cmake
   DESTINATION ${package_dir} COMPONENT development)
 
-# One pkg-config file for the prefix, which it finds from its own place, and one for the build tree. APPEND keeps a
-# directory that was given as an absolute path.
+# pkg-config files: for the prefix, written when it is known, and for the build tree.
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY ${CMAKE_INSTALL_FULL_LIBDIR}/pkgconfig
-  OUTPUT_VARIABLE to_prefix)
-set(RQ_PC_PREFIX "\${pcfiledir}/${to_prefix}")
-set(RQ_PC_LIBDIR "\${prefix}")
-cmake_path(APPEND RQ_PC_LIBDIR ${CMAKE_INSTALL_LIBDIR})
-set(RQ_PC_INCLUDEDIR "\${prefix}")
-cmake_path(APPEND RQ_PC_INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR})
-configure_file(${PROJECT_SOURCE_DIR}/cmake/rquni.pc.in ${PROJECT_BINARY_DIR}/rquni.pc @ONLY)
-install(FILES ${PROJECT_BINARY_DIR}/rquni.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+  OUTPUT_VARIABLE RQ_PC_TO_PREFIX)
+configure_file(${PROJECT_SOURCE_DIR}/cmake/write_pkgconfig.cmake.in ${PROJECT_BINARY_DIR}/write_pkgconfig.cmake @ONLY)
+set(pkgconfig_files rquni.pc)
+if(RQ_HOST)
+  list(APPEND pkgconfig_files rquni-host.pc)
+endif()
+install(SCRIPT ${PROJECT_BINARY_DIR}/write_pkgconfig.cmake COMPONENT development)
+foreach(file IN LISTS pkgconfig_files)
+  install(FILES ${PROJECT_BINARY_DIR}/pkgconfig/${file} DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+    COMPONENT development)
+endforeach()
 
 set(RQ_PC_PREFIX ${PROJECT_BINARY_DIR})
 set(RQ_PC_LIBDIR "\${prefix}/lib")
 set(RQ_PC_INCLUDEDIR "\${prefix}/include")
 configure_file(${PROJECT_SOURCE_DIR}/cmake/rquni.pc.in ${PROJECT_BINARY_DIR}/rquni-uninstalled.pc @ONLY)
 
-# The pages keep their places beside each other, so that their links lead on.
-file(GLOB pages CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/docs/*.md)
-install(FILES README.md CHANGELOG.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
-install(FILES ${pages} DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT documentation)
-install(DIRECTORY docs/charts DESTINATION ${CMAKE_INSTALL_DOCDIR}/docs COMPONENT documentation)
+# The users' pages; what builders need stays in the tree.
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_PREFIX BASE_DIRECTORY ${CMAKE_INSTALL_FULL_DOCDIR}
+  OUTPUT_VARIABLE RQ_DOC_TO_PREFIX)
+configure_file(${PROJECT_SOURCE_DIR}/cmake/write_pages.cmake.in ${PROJECT_BINARY_DIR}/write_pages.cmake @ONLY)
+install(SCRIPT ${PROJECT_BINARY_DIR}/write_pages.cmake COMPONENT documentation)
+install(DIRECTORY ${PROJECT_BINARY_DIR}/pages/ DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
+install(FILES CHANGELOG.md SECURITY.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
+install(DIRECTORY docs/charts DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT documentation)
 install(FILES examples/minimal_host.c examples/minimal_host.py examples/text_session.cpp
   DESTINATION ${CMAKE_INSTALL_DOCDIR}/examples COMPONENT documentation)
 

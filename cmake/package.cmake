@@ -1,5 +1,5 @@
-# Debian packages by `cpack -G DEB`: librquni1 (component library), librquni-dev (development and documentation) and
-# rquni-tools. Configure with CMAKE_INSTALL_PREFIX=/usr. With SOURCE_DATE_EPOCH set the packages are the same to the
+# Debian packages by `cpack -G DEB`: librquni1 (component library), librquni-dev (development and documentation),
+# rquni-tools, and one for each engine. Configure with CMAKE_INSTALL_PREFIX=/usr. With SOURCE_DATE_EPOCH set the packages are the same to the
 # bit each time.
 set(RQ_PACKAGE_CONTACT "The rquni maintainers <maintainers@rquni.invalid>" CACHE STRING
   "Who answers for the packages: name and address")
@@ -33,7 +33,7 @@ characters and columns, and a kit of string routines.")
 set(library librquni${PROJECT_VERSION_MAJOR})
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME ${library})
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
-set(CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS "libc6 (>= 2.14)")
+set(CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS "libc6 (>= 2.17)")
 file(WRITE ${PROJECT_BINARY_DIR}/packaging/shlibs
   "librquni ${PROJECT_VERSION_MAJOR} ${library} (>= ${PROJECT_VERSION})\n")
 set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA
@@ -65,6 +65,29 @@ if(RQ_HOST)
 ${about}
 
 This package holds rqtext, which offers these services for files and pipes.")
+endif()
+
+# The package of an engine: component, name, section, other needs, summary and what it holds.
+function(rq_add_engine_package component package section needs summary holds)
+  string(TOUPPER ${component} key)
+  set(CPACK_COMPONENT_${key}_GROUP ${component} PARENT_SCOPE)
+  set(CPACK_DEBIAN_${key}_PACKAGE_NAME ${package} PARENT_SCOPE)
+  set(CPACK_DEBIAN_${key}_PACKAGE_SECTION ${section} PARENT_SCOPE)
+  set(CPACK_DEBIAN_${key}_PACKAGE_DEPENDS "${exactly}, ${needs}" PARENT_SCOPE)
+  set(CPACK_DEBIAN_${key}_DESCRIPTION "Unicode text services for a host kernel - ${summary}\n${about}\n\n${holds}" PARENT_SCOPE)
+  set(CPACK_COMPONENTS_ALL ${CPACK_COMPONENTS_ALL} ${component} PARENT_SCOPE)
+endfunction()
+if(RQ_POSTGRESQL)
+  rq_add_engine_package(postgresql postgresql-15-rquni database "libc6 (>= 2.14), postgresql-15" "PostgreSQL extension"
+"This package holds the extension rquni of PostgreSQL 15: functions that decode
+and encode notations, convert and measure text where it is stored.")
+endif()
+if(RQ_SQLITE)
+  rq_add_engine_package(sqlite libsqlite3-mod-rquni libs "libc6 (>= 2.14), libsqlite3-0 (>= 3.31)" "SQLite extension"
+"This package holds the loadable extension mod_rquni of SQLite 3: functions that
+decode and encode notations and measure text where it is stored.")
+  install(FILES packaging/libsqlite3-mod-rquni.overrides DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides
+    RENAME libsqlite3-mod-rquni COMPONENT sqlite EXCLUDE_FROM_ALL)
 endif()
 
 include(CPack)

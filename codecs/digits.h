@@ -1,4 +1,4 @@
-// Runs of digits and what they are worth. Text in a number lies as in memory: the first byte is the lowest.
+// Runs of digits and their values. Numbers that hold text have its first character in the lowest byte.
 #ifndef RQUNI_CODECS_DIGITS_H
 #define RQUNI_CODECS_DIGITS_H
 
@@ -8,28 +8,28 @@
 
 namespace rq {
 
-/// At most this many digits of a notation are read.
-constexpr std::uint64_t mostDigits = 8;
+/// Digits beyond these are not read.
+constexpr std::uint64_t maxDigits = 8;
 
-/// The digits at the beginning of a field, up to the first unit that is none.
+/// The digits at the beginning of a field, up to the first unit that is not a digit.
 struct Digits {
   std::uint32_t value = 0;
   std::uint32_t count = 0;
 
-  /// The first `kept` of these hexadecimal digits alone.
+  /// Only the first `kept` of these hexadecimal digits.
   constexpr Digits first(std::uint32_t kept) const { return {value >> (4 * (count - kept)), kept}; }
 };
 
 constexpr std::uint32_t noDigit = 0xFF;
 
-/// The value of a hexadecimal digit, letters in upper case only, or noDigit.
+/// The value of a hexadecimal digit, or noDigit. Lower case letters are not digits.
 constexpr std::uint32_t upperHexDigit(std::uint32_t unit) {
   if (unit - '0' < 10) return unit - '0';
   if (unit - 'A' < 6) return unit - 'A' + 10;
   return noDigit;
 }
 
-/// The same for letters in either case.
+/// The value of each byte as a hexadecimal digit in either case, or noDigit.
 struct HexDigits {
   std::uint8_t values[256];
   consteval HexDigits() : values{} {
@@ -49,7 +49,7 @@ constexpr std::uint32_t decimalDigit(std::uint32_t unit) {
   return unit - '0' < 10 ? unit - '0' : noDigit;
 }
 
-/// Reads on behind `digits`, up to `count` units of `field`; `digit` gives each one's value in base `base`.
+/// Reads the digits of `field` that follow the given ones, `count` units at most. `digit` returns a unit's value.
 template <std::uint32_t base, std::uint32_t (*digit)(std::uint32_t), class Unit>
 inline Digits readDigits(const Unit* field, std::uint64_t count, Digits digits = {}) {
   while (digits.count < count) {
@@ -61,8 +61,8 @@ inline Digits readDigits(const Unit* field, std::uint64_t count, Digits digits =
   return digits;
 }
 
-// Most notations have four digits or more, which are read at once. How many there are is left to branches: the place
-// of the next notation depends on it, and a processor that guesses it well does not wait.
+// The first four digits are read at once: most notations have as many. The rest are counted with branches: well
+// predicted, these hide the latency of finding the next notation.
 
 template <class Unit>
 inline Digits readHexDigits(const Unit* field, std::uint64_t count) {
@@ -86,7 +86,7 @@ inline Digits readDecimalDigits(const Unit* field, std::uint64_t count) {
   return readDigits<10, decimalDigit>(field, count, digits);
 }
 
-/// The numbers below `count`, each as text: two digits in base `base`.
+/// The numbers below `count` as text: two digits each, in base `base`.
 template <std::uint32_t base, std::uint32_t count>
 struct Pairs {
   std::uint16_t text[count];
@@ -99,7 +99,7 @@ struct Pairs {
 inline constexpr Pairs<16, 256> hexPairs;
 inline constexpr Pairs<10, 100> decimalPairs;
 
-/// The lowest 16 bits of `value` as text: four hexadecimal digits.
+/// The lowest 16 bits of `value` as text of four hexadecimal digits.
 constexpr std::uint64_t hexText(std::uint32_t value) {
   return hexPairs.text[value >> 8 & 0xFF] | std::uint64_t{hexPairs.text[value & 0xFF]} << 16;
 }

@@ -1,7 +1,8 @@
-// Fields: the digits of a notation, and the terminator that they reach up to.
+// The field of a notation: the digits after its opening marks, and all that follows up to its terminator.
 #ifndef RQUNI_CODECS_FIELD_H
 #define RQUNI_CODECS_FIELD_H
 
+#include <algorithm>
 #include <cstdint>
 
 #include "codecs/flavour.h"
@@ -12,8 +13,8 @@ namespace rq {
 
 constexpr std::uint64_t noTerminator = ~std::uint64_t{0};
 
-/// The next unit that ends a notation. Remembers where it was and that none is left, so that all searches of a call
-/// together pass over the input once, however many notations begin and never end.
+/// Finds the unit that ends a notation. Remembers the last one found, and that none is left, so all searches of a
+/// call together read the input once, however many notations begin and never end.
 template <class Unit>
 class Terminators {
  public:
@@ -23,19 +24,19 @@ class Terminators {
   std::uint64_t left(const Unit* from) const { return static_cast<std::uint64_t>(end_ - from); }
   bool standsAt(const Unit* at) const { return at != end_ && load(at) == terminator_; }
 
-  /// The number of units from `from` up to the first terminator, or noTerminator. `from` must not go backwards.
+  /// The number of units from `from` to the next terminator, or noTerminator. `from` never decreases in a call.
   std::uint64_t distance(const Unit* from) {
     if (next_ < from) next_ = scan(from);
     return next_ != end_ ? static_cast<std::uint64_t>(next_ - from) : noTerminator;
   }
 
  private:
-  static constexpr std::uint64_t nearby = 10;  // units: most notations end here, and need no kernel
+  static constexpr std::uint64_t nearbyUnits = 10;  // most notations end within these, and need no kernel
 
   const Unit* scan(const Unit* from) const {
-    for (const Unit* const near = from + smaller(nearby, left(from)); from != near; ++from)
+    for (const Unit* const near = from + std::min(nearbyUnits, left(from)); from != near; ++from)
       if (load(from) == terminator_) return from;
-    const std::int64_t index = kit::scan(from, left(from), terminator_);
+    const std::int64_t index = kit::findFirst(from, left(from), terminator_);
     return index >= 0 ? from + index : end_;
   }
 
@@ -44,7 +45,7 @@ class Terminators {
   const Unit terminator_;
 };
 
-/// The digits at the beginning of a field, and the units that it has up to its terminator, or noTerminator.
+/// A field's digits, and its units before the terminator, or noTerminator.
 struct Field {
   Digits digits;
   std::uint64_t length;
@@ -52,20 +53,20 @@ struct Field {
 
 template <class Unit>
 inline Field decimalField(const Unit* field, Terminators<Unit>& terminators) {
-  const Digits digits = readDecimalDigits(field, smaller(terminators.left(field), mostDigits));
+  const Digits digits = readDecimalDigits(field, std::min(terminators.left(field), maxDigits));
   const bool ends = terminators.standsAt(field + digits.count);
   return {digits, ends ? digits.count : terminators.distance(field)};
 }
 
 template <Flavour F, class Unit = typename F::Unit>
 inline Field hexField(const Unit* field, Terminators<Unit>& terminators) {
-  if constexpr (!F::hasServedDigits) {  // else the host must be asked, and gets no unit behind the field
-    const Digits digits = readHexDigits(field, smaller(terminators.left(field), mostDigits));
+  if constexpr (!F::hasServedDigits) {  // a served field ends at its terminator: the host sees no unit behind it
+    const Digits digits = readHexDigits(field, std::min(terminators.left(field), maxDigits));
     if (terminators.standsAt(field + digits.count)) return {digits, digits.count};
   }
   const std::uint64_t length = terminators.distance(field);
   if (length == noTerminator) return {{}, length};
-  return {F::readHex(field, smaller(length, mostDigits)), length};
+  return {F::readHex(field, std::min(length, maxDigits)), length};
 }
 
 }  // namespace rq

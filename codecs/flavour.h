@@ -1,4 +1,4 @@
-// What the flavours of a codec differ in: the unit of text, the escape characters, and who upper-cases digits.
+// How the flavours of a codec differ: the unit of text, the escape characters, and who upper-cases digits.
 #ifndef RQUNI_CODECS_FLAVOUR_H
 #define RQUNI_CODECS_FLAVOUR_H
 
@@ -15,10 +15,10 @@
 
 namespace rq {
 
-/// Room for digits that are upper-cased: far more than there are, for the host's service may write behind them.
+/// Room for digits to upper-case. Longer than any run of digits, because the host's service might write behind it.
 constexpr std::uint64_t scratchUnits = 64;
 
-/// Bytes; the decoders read the escape characters from the object.
+/// Bytes. The escape characters are those of the object.
 struct Plain {
   using Unit = std::uint8_t;
   static Unit escape(const RQInterface* object) { return object->escape; }
@@ -28,7 +28,7 @@ struct Plain {
   static void upperCase(Unit* digits, std::uint64_t count) { kit::upperAscii(digits, count); }
 };
 
-/// Bytes; the escape characters are fixed, and the host's service "ZQD" upper-cases digits where there is one.
+/// Bytes. The escape characters are fixed; the host's service "ZQD", if there is one, upper-cases digits.
 struct Served {
   using Unit = std::uint8_t;
   static Unit escape(const RQInterface*) { return '\\'; }
@@ -37,7 +37,7 @@ struct Served {
   static constexpr bool hasServedDigits = true;
   static Digits readHex(const Unit* field, std::uint64_t count) {
     RQCharsetService* const service = charsetService();
-    if (service == nullptr || count == 0) return Plain::readHex(field, count);
+    if (!service || count == 0) return Plain::readHex(field, count);
     RQ_UNINITIALIZED Unit scratch[scratchUnits];
     copyUnits(scratch, field, count);
     service->upperCase(service, scratch, count, 0);
@@ -45,38 +45,38 @@ struct Served {
   }
   static void upperCase(Unit* digits, std::uint64_t count) {
     RQCharsetService* const service = charsetService();
-    if (service == nullptr) return Plain::upperCase(digits, count);
+    if (!service) return Plain::upperCase(digits, count);
     service->upperCase(service, digits, count, 0);
   }
 
  private:
   static constexpr auto serviceName = wideLiteral("ZQD");
 
-  /// Looked for afresh at each use, for a host may replace it; null where there is none.
+  /// The service, or null when there is none. Read at each use, because a host may replace it.
   static RQCharsetService* charsetService() {
     const RQKernel* const kernel = kernelHandle();
-    RQCaseService* const cases = kernel != nullptr ? kernel->caseService : nullptr;
-    if (cases == nullptr) return nullptr;
-    if (cases->charset != nullptr) return cases->charset;
+    RQCaseService* const cases = kernel ? kernel->caseService : nullptr;
+    if (!cases) return nullptr;
+    if (cases->charset) return cases->charset;
     RQStatus status = RQ_SUCCESS;
-    // cppcheck-suppress returnDanglingLifetime; the service is not made of the status
+    // cppcheck-suppress returnDanglingLifetime; the service does not point to the status
     return cases->lookUp(cases, serviceName.text, serviceName.length, &status);
   }
 };
 
-/// RQChar units; the escape characters are fixed, and rqzstup upper-cases digits.
+/// RQChar units. The escape characters are fixed; rqzstup upper-cases digits.
 struct Wide {
   using Unit = RQChar;
   static Unit escape(const RQInterface*) { return '\\'; }
   static Unit reference(const RQInterface*) { return '#'; }
 
   static constexpr bool hasServedDigits = false;
-  /// ASCII needs no rqzstup: the host's case service, which that may ask, is not asked for ASCII.
+  /// Skips rqzstup where ASCII ends the digits: it never asks the host's case service about ASCII.
   static Digits readHex(const Unit* field, std::uint64_t count) {
     const Digits digits = readHexDigits(field, count);
     const bool stoppedByAscii = digits.count == count || load(field + digits.count) < 0x80;
     if (stoppedByAscii) return digits;
-    Unit scratch[mostDigits];
+    Unit scratch[maxDigits];
     std::memcpy(scratch, static_cast<const void*>(field), count * sizeof(Unit));
     upperCase(scratch, count);
     return readDigits<16, upperHexDigit>(scratch, count);
@@ -84,7 +84,7 @@ struct Wide {
   static void upperCase(Unit* digits, std::uint64_t count) { rqzstup(digits, static_cast<std::int64_t>(count)); }
 };
 
-/// A codec's policy: a flavour that lacks a step is named by the compiler.
+/// What a codec needs of a flavour.
 template <class F>
 concept Flavour = requires(const RQInterface* object, const typename F::Unit* field, typename F::Unit* digits,
                            std::uint64_t count) {
@@ -95,7 +95,7 @@ concept Flavour = requires(const RQInterface* object, const typename F::Unit* fi
   F::upperCase(digits, count);
 };
 
-/// The exported function `name`: `body` in one flavour.
+/// Defines the exported function `name` as `body` in one flavour.
 #define RQ_CODEC(name, body, Flavour)                                                                              \
   RQStatus name(RQInterface* object, const void* input, std::uint64_t units, void* output, std::uint64_t capacity, \
                 std::uint64_t* written) {                                                                          \

@@ -6,7 +6,7 @@
 
 namespace rq {
 
-/// Both tests look at the low 16 bits alone: a value such as U+1D800 counts as a high surrogate. Hosts count on it.
+/// Both tests look at the low 16 bits only: U+1D800 counts as a high surrogate. Kept: hosts depend on it.
 constexpr bool isHighSurrogate(std::uint32_t value) {
   return (value & 0xFC00) == 0xD800;
 }

@@ -1,6 +1,10 @@
 // Unicode escapes: a backslash, `u` or `U`, and four or eight hexadecimal digits.
+#include <algorithm>
+
+#include "codecs/blocks.h"
+#include "codecs/cursor.h"
+#include "codecs/digit_words.h"
 #include "codecs/flavour.h"
-#include "codecs/output.h"
 #include "codecs/surrogates.h"
 #include "codecs/widen.h"
 
@@ -9,77 +13,113 @@ namespace {
 
 constexpr std::uint32_t shortEscape = 4;  // digits
 
-/// The planes that eight digits may name; a longer run than four is read as its first four digits for any other.
+/// The planes that eight digits may name. For any other plane only the first four digits count.
 constexpr bool isPlaneOfLongEscape(std::uint32_t plane) {
   return plane <= 2 || (plane >= 14 && plane <= 16);
 }
 
-/// The digits of an escape out of the run behind its marker. A run of zeros keeps its full length.
+/// The digits of an escape, taken from the run behind its marker. A run of zeros keeps its full length.
 constexpr Digits digitsOfEscape(Digits run) {
   if (run.count == shortEscape) return run;
   if (run.count < shortEscape) return {0, run.count};
   if (run.value == 0) return run;
-  if (run.count < mostDigits || !isPlaneOfLongEscape(run.value >> 16)) return run.first(shortEscape);
+  if (run.count < maxDigits || !isPlaneOfLongEscape(run.value >> 16)) return run.first(shortEscape);
   return run;
 }
 
-/// An escape at the current place, with the low surrogate behind it if there is one.
+/// A decoded escape; a high surrogate includes the low surrogate behind it.
 struct Decoded {
   std::uint32_t codePoint;
   std::uint64_t consumed;
-  bool isEscape;  // false: too few digits, the text stays
+  bool isEscape;  // false when it has too few digits: the text stays
 };
 
 template <Flavour F, class Unit = typename F::Unit>
 Decoded decodeEscape(const Unit* at, std::uint64_t remaining, Unit escape) {
-  const Digits digits = digitsOfEscape(F::readHex(at + 2, smaller(remaining - 2, mostDigits)));
+  const Digits digits = digitsOfEscape(F::readHex(at + 2, std::min<std::uint64_t>(remaining - 2, maxDigits)));
   const Decoded whole = {digits.value, digits.count + 2, digits.count >= shortEscape};
   if (digits.count != shortEscape || !isHighSurrogate(digits.value)) return whole;
 
   const Unit* const behind = at + whole.consumed;
   const std::uint64_t left = remaining - whole.consumed;
   if (left <= 2 || load(behind) != escape || withoutCase(load(behind + 1)) != 'U') return whole;
-  const Digits low = F::readHex(behind + 2, smaller(left - 2, shortEscape));
+  const Digits low = F::readHex(behind + 2, std::min<std::uint64_t>(left - 2, shortEscape));
   if (low.count != shortEscape || !isLowSurrogate(low.value)) return whole;
   return {pairedCodePoint(digits.value, low.value), whole.consumed + 2 + shortEscape, true};
 }
 
+/// The capacity in units that the host is given for a decoded character.
+constexpr std::uint64_t roundTripRoom = 20;
+
+/// Escapes of the common shape: four digits but not four zeros, not eight, not a high surrogate. Where the host
+/// upper-cases digits, all escapes but doubled markers, so that it sees each one once.
+template <Flavour F, class Unit = typename F::Unit>
+class CommonEscapes {
+ public:
+  CommonEscapes(Unit escape, const Unit* end) : escape_(escape), end_(end) {}
+
+  Marks<Unit> marks() const { return {escape_, 'U', caseless<Unit>}; }
+
+  Common read(const Unit* at) const {
+    if constexpr (F::hasServedDigits) {
+      if (withoutCase(load(at + 2)) == 'U') return {};
+      const Decoded decoded = decodeEscape<F>(at, static_cast<std::uint64_t>(end_ - at), escape_);
+      return {decoded.codePoint, decoded.consumed, !decoded.isEscape};
+    }
+    const std::uint32_t value = fourHexDigits.at(at + 2);
+    if (value == 0 || value >= noFourDigits || isHighSurrogate(value)) return {};
+    const bool isLong = hexDigit(load(at + 6)) != noDigit && fourHexDigits.at(at + 6) < noFourDigits;
+    return isLong ? Common{} : Common{value, 2 + shortEscape};
+  }
+
+ private:
+  const Unit escape_;
+  const Unit* const end_;
+};
+
 template <Flavour F, class Unit = typename F::Unit>
 RQStatus getUEsc(RQInterface* object, const Unit* input, std::uint64_t units, Unit* output, std::uint64_t capacity,
                  std::uint64_t* written) {
-  Progress<Unit> progress(input, units, output, capacity);
-  RQ_UNINITIALIZED RoundTrips<Unit, 20> roundTrips(object);
+  Cursor<Unit> cursor(input, units, output, capacity);
+  RQ_UNINITIALIZED RoundTrips<Unit, roundTripRoom> roundTrips(object);
   const Unit escape = F::escape(object);
+  RQ_UNINITIALIZED BlockDecoder<CommonEscapes<F>, Unit, roundTripRoom> blocks({escape, cursor.end()});
   RQStatus status = RQ_SUCCESS;
-  while (progress.goesOn() && progress.copyUpTo(escape, 'U', withoutCase(static_cast<Unit>(~Unit{0})))) {
-    if (progress.remaining() <= 2) {
-      progress.copyRest();
+  while (cursor.hasWork() && cursor.copyUpTo(escape, 'U', caseless<Unit>)) {
+    const Progress progress = blocks.decode(cursor, roundTrips);
+    if (progress == Progress::some) continue;
+    if (progress == Progress::textDoesNotFit) {
+      status = RQ_REPLACEMENT_DOES_NOT_FIT;
       break;
     }
-    const Unit* const at = progress.at();
+    if (cursor.remaining() <= 2) {
+      cursor.copyRest();
+      break;
+    }
+    const Unit* const at = cursor.at();
     if (withoutCase(load(at + 2)) == 'U') {
-      progress.writeDoubled(escape, load(at + 1));
+      cursor.writeDoubled(escape, load(at + 1));
       continue;
     }
-    const Decoded decoded = decodeEscape<F>(at, progress.remaining(), escape);
+    const Decoded decoded = decodeEscape<F>(at, cursor.remaining(), escape);
     const Replacement<Unit> replacement =
         decoded.isEscape ? roundTrips.of(decoded.codePoint) : Replacement<Unit>{nullptr, 0};
-    if (!progress.replace(decoded.consumed, replacement)) {
+    if (!cursor.replace(decoded.consumed, replacement)) {
       status = RQ_REPLACEMENT_DOES_NOT_FIT;
       break;
     }
   }
-  *written = progress.written();
+  *written = cursor.written();
   return status;
 }
 
 /// The first character that is escaped; DEL deliberately is.
 constexpr std::uint8_t firstEscaped = 0x7F;
-/// Units of an escape with four and with eight digits; `\u0041` in a text to be encoded is at least as long.
+/// Units of an escape with four and with eight digits. Shorter text is never taken for an escape by the encoder.
 constexpr std::uint64_t shortLength = 6;
 constexpr std::uint64_t longLength = 10;
 
-/// An escape with four digits as text, but for its backslash.
+/// An escape with four digits as text, with a zero in the place of its backslash.
 constexpr std::uint64_t escapeText(std::uint32_t digits) {
   return 'u' << 8 | hexText(digits) << 16;
 }
@@ -98,36 +138,38 @@ std::uint64_t writeEscape(Unit* out, std::uint64_t room, std::uint32_t character
   return length;
 }
 
-constexpr bool isPlain(std::uint32_t character) {
+/// Whether the encoder copies a character.
+constexpr bool isLiteral(std::uint32_t character) {
   return (character != '\\') & (character < firstEscaped);
 }
 
-/// Encodes words: characters of four digits, and single plain ones with such a character behind. No branch tells
-/// these apart, for it would be mispredicted once a word: a plain one begins the escape that comes next, and is
-/// followed by it once more, in its right place. Bytes are written by one store, up to 7 too many, so it stops where
-/// as many are certain to be written behind: before the last three characters, and while two of the longest fit.
+/// Encodes words: characters of four digits, and single literals that such a character follows. Uses no branch for
+/// the literal, because it would be mispredicted once a word: a literal overwrites the backslash of the next escape,
+/// and the escape is stored again behind it. A store writes up to 7 bytes too many. Later stores must cover these, so
+/// it stops before the last three characters and while two of the longest escapes fit.
 template <class Unit>
 Moved encodeWords(const RQChar* text, std::uint64_t count, Unit* out, std::uint64_t room) {
   Moved moved;
   constexpr std::uint64_t stored = sizeof(Unit) == 1 ? 8 : shortLength;
   while (count - moved.read > 3 && room - moved.written >= stored + 2 * longLength) {
     const std::uint32_t character = load(text + moved.read);
-    const std::uint64_t plain = isPlain(character);  // 1 or 0, and reckoned with
-    const std::uint32_t escaped = load(text + moved.read + plain);
+    const std::uint64_t literals = isLiteral(character);  // 1 or 0
+    const std::uint32_t escaped = load(text + moved.read + literals);
     if (escaped < firstEscaped || escaped > 0xFFFF) break;
-    storeText<stored>(out + moved.written, ('\\' + plain * (character - std::uint64_t{'\\'})) | escapeText(escaped));
-    moved.written += shortLength - (shortLength - 1) * plain;
+    storeText<stored>(out + moved.written,
+                      ('\\' + literals * (character - std::uint64_t{'\\'})) | escapeText(escaped));
+    moved.written += shortLength - (shortLength - 1) * literals;
     ++moved.read;
   }
   return moved;
 }
-/// Bytes are ASCII, so there is nothing to do.
+/// Bytes are ASCII: no word to encode.
 template <class Unit>
 Moved encodeWords(const std::uint8_t*, std::uint64_t, Unit*, std::uint64_t) {
   return {};
 }
 
-/// Encodes a text of characters; *written may come to lie up to 2 above the capacity, by a doubled marker at its end.
+/// Encodes a text of characters. A doubled marker at the end may exceed the capacity by 2 units, *written included.
 template <class Unit, class Character>
 RQStatus encodeEscapes(const Character* text, std::uint64_t count, Unit* output, std::uint64_t capacity,
                        std::uint64_t* written) {
@@ -136,12 +178,12 @@ RQStatus encodeEscapes(const Character* text, std::uint64_t count, Unit* output,
   for (std::uint64_t i = 0; i < count && out < capacity;) {
     const Moved words = encodeWords(text + i, count - i, output + out, capacity - out);
     i += words.read;
-    out += words.written;  // words end with text and room left
+    out += words.written;  // text and room are left: encodeWords stops before their ends
 
     const std::uint32_t character = load(text + i);
-    if (isPlain(character)) {
-      const std::uint64_t most = smaller(count - i, capacity - out);
-      const std::uint64_t copied = kit::copyWhileBelow(text + i, most, output + out, '\\', firstEscaped);
+    if (isLiteral(character)) {
+      const std::uint64_t limit = std::min(count - i, capacity - out);
+      const std::uint64_t copied = kit::copyWhileBelow(text + i, limit, output + out, '\\', firstEscaped);
       i += copied;
       out += copied;
       continue;
@@ -152,7 +194,7 @@ RQStatus encodeEscapes(const Character* text, std::uint64_t count, Unit* output,
       const bool looksLikeEscape = count - i + 1 >= shortLength && withoutCase(load(text + i)) == 'U';
       if (!looksLikeEscape) continue;
       const auto marker = static_cast<Unit>(load(text + i++));
-      store(output + out++, marker);  // not tested against the capacity
+      store(output + out++, marker);  // the capacity is not tested
       store(output + out++, marker);
       continue;
     }
@@ -168,10 +210,13 @@ RQStatus encodeEscapes(const Character* text, std::uint64_t count, Unit* output,
   return status;
 }
 
+/// Longer texts take a block of the pool. The other encoders take one from 256 units on; kept: hosts depend on it.
+constexpr std::uint64_t maxLocalUnits = 256;
+
 template <Flavour F, class Unit = typename F::Unit>
 RQStatus putUEsc(RQInterface* object, const Unit* input, std::uint64_t units, Unit* output, std::uint64_t capacity,
                  std::uint64_t* written) {
-  RQ_UNINITIALIZED WorkBuffer buffer(object->pool, units, 256);
+  RQ_UNINITIALIZED WorkBuffer buffer(object->pool, units, maxLocalUnits);
   if (!buffer.obtained()) return RQ_NO_MEMORY;
   return withCharacters(
       object, input, units, isAscii(input, units), buffer,

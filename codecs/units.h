@@ -1,4 +1,4 @@
-// Units of text at any address: an RQChar of a caller's buffer need not be aligned.
+// Copies and stores of a few units of text, at any address.
 #ifndef RQUNI_CODECS_UNITS_H
 #define RQUNI_CODECS_UNITS_H
 
@@ -6,33 +6,20 @@
 #include <cstring>
 
 #include "frame/types.h"
+#include "kit/unaligned.h"
 
 namespace rq {
 
-// Pointers become untyped first: a compiler may take it that one to an RQChar is aligned.
-template <class Unit>
-inline Unit load(const Unit* from) {
-  Unit unit;
-  std::memcpy(&unit, static_cast<const void*>(from), sizeof unit);
-  return unit;
-}
-
-template <class Unit>
-inline void store(Unit* to, Unit unit) {
-  std::memcpy(static_cast<void*>(to), &unit, sizeof unit);
-}
-
-/// Copies sizeof(Word) to 2 x sizeof(Word) bytes by two moves that may overlap.
+/// Copies sizeof(Word) to 2 x sizeof(Word) bytes with two moves that may overlap.
 template <class Word>
 inline void copyByTwoMoves(void* to, const void* from, std::uint64_t bytes) {
-  Word head, tail;
-  std::memcpy(&head, from, sizeof head);
-  std::memcpy(&tail, static_cast<const char*>(from) + bytes - sizeof tail, sizeof tail);
-  std::memcpy(to, &head, sizeof head);
-  std::memcpy(static_cast<char*>(to) + bytes - sizeof tail, &tail, sizeof tail);
+  const std::uint64_t last = bytes - sizeof(Word);
+  const Word head = load<Word>(from), tail = load<Word>(static_cast<const char*>(from) + last);
+  store(to, head);
+  store(static_cast<char*>(to) + last, tail);
 }
 
-/// Copies units; most copies are of one character, and a call would cost more than they do.
+/// Copies units. Inline for up to 16 bytes: most copies are of one character, and a call costs more than the copy.
 template <class Unit>
 inline void copyUnits(Unit* to, const Unit* from, std::uint64_t count) {
   const std::uint64_t bytes = count * sizeof(Unit);
@@ -46,14 +33,14 @@ inline void copyUnits(Unit* to, const Unit* from, std::uint64_t count) {
   } else if (bytes <= 16) {
     copyByTwoMoves<std::uint64_t>(to, from, bytes);
   } else {
-    std::memcpy(static_cast<void*>(to), static_cast<const void*>(from), bytes);
+    __builtin_memcpy(static_cast<void*>(to), static_cast<const void*>(from), bytes);
   }
 }
 
-/// Writes the lowest `count` bytes of `text` as units, the lowest first.
+/// Stores the lowest `count` bytes of `text` as units, the lowest first.
 template <std::uint64_t count>
 inline void storeText(std::uint8_t* to, std::uint64_t text) {
-  if constexpr (count > 4 && count < 8) {  // two stores; a compiler may go by way of the stack
+  if constexpr (count > 4 && count < 8) {  // two stores; memcpy of such a size may go through the stack
     storeText<4>(to, text);
     storeText<count - 4>(to + 4, text >> 32);
   } else {
@@ -65,14 +52,14 @@ inline void storeText(RQChar* to, std::uint64_t text) {
   for (std::uint64_t i = 0; i < count; ++i) store(to + i, static_cast<RQChar>(text >> 8 * i & 0xFF));
 }
 
-/// With the bit that tells ASCII letters' cases apart cleared.
+/// All bits but the one that separates upper and lower case ASCII letters.
+template <class Unit>
+inline constexpr Unit caseless = static_cast<Unit>(~Unit{0x20});
+
+/// `unit` with that bit cleared: 'U' for 'U' and 'u'.
 template <class Unit>
 constexpr Unit withoutCase(Unit unit) {
-  return static_cast<Unit>(unit & ~Unit{0x20});
-}
-
-constexpr std::uint64_t smaller(std::uint64_t a, std::uint64_t b) {
-  return a < b ? a : b;
+  return unit & caseless<Unit>;
 }
 
 }  // namespace rq

@@ -1,33 +1,83 @@
 // The U-paren notation: `<`, `U` or `u`, four or eight hexadecimal digits, `>`.
+#include <algorithm>
+
+#include "codecs/blocks.h"
+#include "codecs/cursor.h"
+#include "codecs/digit_words.h"
 #include "codecs/field.h"
 #include "codecs/flavour.h"
-#include "codecs/output.h"
 #include "codecs/widen.h"
 
 namespace rq {
 namespace {
 
+constexpr std::uint32_t firstNonAscii = 0x80;
+
 /// Which notations a decoder replaces.
 enum class Wanted { all, asciiOnly };
+
+/// Whether a notation is text for a decoder.
+template <Wanted wanted>
+constexpr bool stays(std::uint32_t value) {
+  return wanted == Wanted::asciiOnly && value >= firstNonAscii;
+}
+
+/// What a notation names; fewer than four digits count as none.
+constexpr std::uint32_t valueOf(Digits digits) {
+  return digits.count >= 4 ? digits.value : 0;
+}
+
+/// The capacity in units that the host is given for a decoded character.
+constexpr std::uint64_t roundTripRoom = 12;
+
+/// Notations of the common shape: four digits and nothing else. Where the host upper-cases digits, all notations, so
+/// that it sees each one once.
+template <Flavour F, Wanted wanted, class Unit = typename F::Unit>
+class CommonNotations {
+ public:
+  explicit CommonNotations(Terminators<Unit>& terminators)
+      : terminators_(F::hasServedDigits ? &terminators : nullptr) {}
+
+  Marks<Unit> marks() const { return {'<', 'U', caseless<Unit>}; }
+
+  Common read(const Unit* at) const {
+    if constexpr (F::hasServedDigits) {
+      const Field field = hexField<F>(at + 2, *terminators_);
+      return field.length == noTerminator ? Common{} : notation(valueOf(field.digits), field.length + 3);
+    }
+    const std::uint32_t value = fourHexDigits.at(at + 2);
+    return value < noFourDigits && load(at + 6) == '>' ? notation(value, 7) : Common{};
+  }
+
+ private:
+  static Common notation(std::uint32_t value, std::uint64_t length) { return {value, length, stays<wanted>(value)}; }
+
+  Terminators<Unit>* const terminators_;  // of the served flavour only: others keep theirs in registers
+};
 
 template <Flavour F, Wanted wanted, class Unit = typename F::Unit>
 RQStatus decodeUParen(RQInterface* object, const Unit* input, std::uint64_t units, Unit* output,
                       std::uint64_t capacity, std::uint64_t* written) {
-  Progress<Unit> progress(input, units, output, capacity);
+  Cursor<Unit> cursor(input, units, output, capacity);
   Terminators<Unit> terminators(input, units, '>');
-  RQ_UNINITIALIZED RoundTrips<Unit, 12> roundTrips(object);
-  while (progress.goesOn() && progress.copyUpTo('<', 'U', withoutCase(static_cast<Unit>(~Unit{0})))) {
-    const Field field = hexField<F>(progress.at() + 2, terminators);
+  RQ_UNINITIALIZED RoundTrips<Unit, roundTripRoom> roundTrips(object);
+  RQ_UNINITIALIZED BlockDecoder<CommonNotations<F, wanted>, Unit, roundTripRoom> blocks(
+      CommonNotations<F, wanted>{terminators});
+  while (cursor.hasWork() && cursor.copyUpTo('<', 'U', caseless<Unit>)) {
+    const Progress progress = blocks.decode(cursor, roundTrips);
+    if (progress == Progress::some) continue;
+    if (progress == Progress::textDoesNotFit) return RQ_REPLACEMENT_DOES_NOT_FIT;
+    const Field field = hexField<F>(cursor.at() + 2, terminators);
     if (field.length == noTerminator) {
-      progress.copyRest();
+      cursor.copyRest();
       break;
     }
-    const std::uint32_t value = field.digits.count >= 4 ? field.digits.value : 0;
-    const bool stays = wanted == Wanted::asciiOnly && value >= 0x80;
-    if (!progress.replace(field.length + 3, stays ? Replacement<Unit>{nullptr, 0} : roundTrips.of(value)))
-      return RQ_REPLACEMENT_DOES_NOT_FIT;  // *written keeps its value; hosts count on it
+    const std::uint32_t value = valueOf(field.digits);
+    const auto replacement = stays<wanted>(value) ? Replacement<Unit>{nullptr, 0} : roundTrips.of(value);
+    if (!cursor.replace(field.length + 3, replacement))
+      return RQ_REPLACEMENT_DOES_NOT_FIT;  // *written keeps its value: hosts depend on it
   }
-  *written = progress.written();
+  *written = cursor.written();
   return RQ_SUCCESS;
 }
 
@@ -46,8 +96,8 @@ RQStatus getUParenP(RQInterface* object, const Unit* input, std::uint64_t units,
 constexpr std::uint64_t shortLength = 7;  // units of `<u0041>`
 constexpr std::uint64_t longLength = 11;  // units of `<u0001F600>`
 
-/// The length of a notation that stands at `at` by its shape alone, or 0. The digits are not looked at, and one more
-/// character must follow: a notation that ends the text is escaped. Hosts count on that off-by-one.
+/// The length of a notation at `at`, judged by its shape, or 0. The digits are not tested. One more character must
+/// follow: a notation that ends the text is escaped. Kept, off by one as it is: hosts depend on it.
 template <class Character>
 std::uint64_t notationLength(const Character* at, std::uint64_t remaining) {
   if (load(at) != '<' || remaining <= shortLength || withoutCase(load(at + 1)) != 'U') return 0;
@@ -56,9 +106,9 @@ std::uint64_t notationLength(const Character* at, std::uint64_t remaining) {
   return 0;
 }
 
-/// Converts a notation straight into the output; false when the session needs more or fewer units for it. The host is
-/// offered as many *bytes* as the notation has characters: wide sessions that keep to that never pass one through.
-/// May write 4 bytes past the capacity, when 7 units are left and the notation has 11.
+/// Converts a notation straight into the output. Returns false when it needs more or fewer units in the session. The
+/// host's capacity is as many *bytes* as the notation has characters, so a wide session that respects it never passes
+/// one. May write 4 bytes past the capacity: 7 units are certain to be left, and the notation may have 11.
 template <class Unit, class Character>
 bool passThrough(RQTranscoder* toSession, const Character* at, std::uint64_t length, Unit* out) {
   RQChar characters[longLength];
@@ -68,7 +118,7 @@ bool passThrough(RQTranscoder* toSession, const Character* at, std::uint64_t len
   return produced / sizeof(Unit) == length;
 }
 
-/// The beginning of a notation up to its fourth digit, and a whole one with four digits, as text.
+/// A notation up to its fourth digit, and a whole one with four digits, as text.
 constexpr std::uint64_t beginningText(std::uint32_t digits) {
   return '<' | 'u' << 8 | hexText(digits) << 16;
 }
@@ -90,15 +140,15 @@ std::uint64_t writeNotation(Unit* out, std::uint64_t room, std::uint32_t charact
   return length;
 }
 
-/// Writes characters of four digits up to a '<' as notations, one store each, and returns their number. A store goes
-/// one byte beyond its notation, so it stops where something is certain to be written behind it: before the last
-/// character, and while there is room for the longest notation.
+/// Writes characters of four digits as notations, up to a '<', with one store each. Returns their number. A store
+/// writes one byte too many. Later stores must cover it, so it stops before the last character and while the longest
+/// notation fits.
 template <class Character>
 std::uint64_t writeRun(std::uint8_t* out, std::uint64_t room, const Character* text, std::uint64_t count) {
   if (room <= longLength || count < 2) return 0;
-  const std::uint64_t most = smaller(count - 1, (room - longLength) / shortLength);
+  const std::uint64_t limit = std::min(count - 1, (room - longLength) / shortLength);
   std::uint64_t i = 0;
-  for (; i < most; ++i, out += shortLength) {
+  for (; i < limit; ++i, out += shortLength) {
     const Character character = load(text + i);
     if (character > 0xFFFF || character == '<') break;
     storeText<8>(out, shortText(character));
@@ -107,7 +157,7 @@ std::uint64_t writeRun(std::uint8_t* out, std::uint64_t room, const Character* t
 }
 template <class Character>
 std::uint64_t writeRun(RQChar*, std::uint64_t, const Character*, std::uint64_t) {
-  return 0;  // sixteen times the bytes: not worth a path of its own
+  return 0;  // too little to gain: the output is 28 bytes a character
 }
 
 template <class Unit, class Character>
@@ -142,24 +192,27 @@ RQStatus encodeNotations(RQTranscoder* toSession, const Character* text, std::ui
   return status;
 }
 
-/// Whether a text is its own characters for this encoder. In the wide flavour units compare signed: those from
-/// 0x80000000 up are taken as they stand, and hosts count on it.
-bool isPlainText(const std::uint8_t* input, std::uint64_t units) {
+/// Whether the units of a text are its characters. Wide units compare signed: those from 0x80000000 up are never
+/// converted. Kept: hosts depend on it.
+bool unitsAreCharacters(const std::uint8_t* input, std::uint64_t units) {
   return isAscii(input, units);
 }
-bool isPlainText(const RQChar* input, std::uint64_t units) {
+bool unitsAreCharacters(const RQChar* input, std::uint64_t units) {
   for (std::uint64_t i = 0; i < units; ++i)
     if (static_cast<std::int32_t>(load(input + i)) > 0x7F) return false;
   return true;
 }
 
+/// Longer texts take a block of the pool.
+constexpr std::uint64_t maxLocalUnits = 255;
+
 template <Flavour F, class Unit = typename F::Unit>
 RQStatus putUParen(RQInterface* object, const Unit* input, std::uint64_t units, Unit* output, std::uint64_t capacity,
                    std::uint64_t* written) {
-  RQ_UNINITIALIZED WorkBuffer buffer(object->pool, units, 255);
+  RQ_UNINITIALIZED WorkBuffer buffer(object->pool, units, maxLocalUnits);
   if (!buffer.obtained()) return RQ_NO_MEMORY;
   RQTranscoder* const toSession = object->transcoders[RQ_FORM_UTF32_NATIVE].toSession;
-  return withCharacters(object, input, units, isPlainText(input, units), buffer,
+  return withCharacters(object, input, units, unitsAreCharacters(input, units), buffer,
                         [&](const auto* text, std::uint64_t count) {
                           return encodeNotations(toSession, text, count, output, capacity, written);
                         });

@@ -15,12 +15,12 @@ bool isAscii(const Unit* input, std::uint64_t units) {
   return kit::asciiPrefix(input, units) == units;
 }
 
-/// Hands a text to `encode` as (characters, count) and returns what that returns. Text that `isPlain` is its own
-/// characters, unit by unit, so neither the transcoder nor a copy is needed; all other text is converted as a whole.
+/// Calls `encode` with the text as (characters, count) and returns its result. When `unitsAreCharacters`, the text
+/// needs neither the transcoder nor a copy; otherwise it is converted as a whole.
 template <class Unit, class Encode>
-auto withCharacters(RQInterface* object, const Unit* input, std::uint64_t units, bool isPlain, WorkBuffer& buffer,
-                    Encode encode) {
-  if (isPlain) return encode(input, units);
+auto withCharacters(RQInterface* object, const Unit* input, std::uint64_t units, bool unitsAreCharacters,
+                    WorkBuffer& buffer, Encode encode) {
+  if (unitsAreCharacters) return encode(input, units);
   RQTranscoder* const fromSession = object->transcoders[RQ_FORM_UTF32_NATIVE].fromSession;
   const std::uint64_t count = buffer.convert(fromSession, input, units * sizeof(Unit), 0);
   return encode(buffer.characters(), count);

@@ -1,4 +1,4 @@
-// The interface object: made by rquni, ended by ulDestroy. The one place that knows all operations.
+// The interface object: rquni makes it, ulDestroy ends it. Only this file knows all operations.
 #include "frame/interface.h"
 
 #include <cstdint>
@@ -19,7 +19,7 @@ constexpr auto sessionOption = wideLiteral("RQNLS.ZMX_SESSION_CEI");
 constexpr std::uint64_t sessionOptionMode = 3;
 static_assert(sessionOption.length == 21);
 
-/// The host's identifier of each form, in the order of RQForm. The native forms are the little-endian ones.
+/// The host's identifier of each encoding form, in the order of RQForm. Native order is little-endian.
 constexpr std::uint32_t formEncodings[] = {
     RQ_ENCODING_UTF8,         RQ_ENCODING_UTF16_LITTLE, RQ_ENCODING_UTF16_BIG,    RQ_ENCODING_UTF16_LITTLE,
     RQ_ENCODING_UTF32_LITTLE, RQ_ENCODING_UTF32_BIG,    RQ_ENCODING_UTF32_LITTLE,
@@ -46,13 +46,14 @@ void logNoMemory(RQJournal* journal) {
   rqlStatusToJnl(journal, failureLevel, RQ_NO_MEMORY);
 }
 
-/// Asks the NLS services when the context does not know the option; 0 when they do not know either.
+/// The session encoding that the NLS services report, or 0 when they fail.
 std::int64_t queriedSession(RQNlsServices* nls) {
   std::int32_t encoding = noEncoding;
   const RQStatus status = nls->querySession(nls, &encoding);
   return status == RQ_SUCCESS || status == RQ_SESSION_QUERY_DEFAULTED ? encoding : 0;
 }
 
+/// The session encoding: the context's option, or else what the NLS services report.
 std::int64_t sessionEncoding(RQContext* context, RQNlsServices* nls) {
   std::int64_t value = noEncoding;
   std::uint64_t valueBytes = sizeof value;
@@ -61,8 +62,8 @@ std::int64_t sessionEncoding(RQContext* context, RQNlsServices* nls) {
   return status == RQ_SUCCESS ? value : queriedSession(nls);
 }
 
-/// Makes the transcoders: first all that lead into the session, then all that lead out. One that the host refuses is
-/// null in the object.
+/// Makes the transcoders: first all into the session encoding, then all out of it. A refused one is null in the
+/// object.
 void createTranscoders(RQInterface* object) {
   RQNlsServices* const nls = object->nls;
   const std::uint64_t session = static_cast<std::uint32_t>(object->sessionEncoding);
@@ -73,10 +74,10 @@ void createTranscoders(RQInterface* object) {
 }
 
 void destroyTranscoder(RQTranscoder* transcoder) {
-  if (transcoder != nullptr) transcoder->destroy(transcoder);
+  if (transcoder) transcoder->destroy(transcoder);
 }
 
-/// Writes the named members and no other byte: the rest of the block is the host's.
+/// Writes these members and no other byte: all gaps of the block belong to the host.
 void fillHeader(RQInterface* object) {
   object->getReqVersion = ulGetReqVersion;
   object->getVersion = ulGetVersion;
@@ -101,21 +102,21 @@ std::uint64_t storeVersion(std::uint64_t* major, std::uint64_t* minor, std::uint
 }  // namespace rq
 
 RQInterface* rquni(RQContext* context, RQJournal* journal) {
-  if (journal == nullptr) journal = context->journal;
-  if (journal == nullptr) return nullptr;
+  if (!journal) journal = context->journal;
+  if (!journal) return nullptr;
   RQNlsServices* const nls = context->nls;
-  if (nls == nullptr) return nullptr;
+  if (!nls) return nullptr;
 
   RQKernel* const kernel = rq::kernelHandle();
   RQPoolParameters parameters = {};
   RQPool* const pool = kernel->createPool(kernel, &parameters, journal, "RQUNI Extension");
-  if (pool == nullptr) {
+  if (!pool) {
     rq::logNoMemory(journal);
     return nullptr;
   }
   auto* const object =
       static_cast<RQInterface*>(pool->allocate(pool, sizeof(RQInterface), rq::objectAllocationFlags));
-  if (object == nullptr) {
+  if (!object) {
     rq::logNoMemory(journal);
     pool->destroy(pool);
     return nullptr;

@@ -1,4 +1,4 @@
-/* The interface object: the block of 129 words that a host gets from rquni and calls the operations through.
+/* The interface object: the block of 129 words that rquni returns. A host calls the operations through its slots.
  *
  * Valid C11 and C++17. */
 #ifndef RQUNI_FRAME_INTERFACE_H
@@ -11,41 +11,41 @@ RQ_BEGIN_DECLARATIONS
 
 typedef struct RQInterface RQInterface;
 
-/* The encoding forms that the object has a pair of transcoders for, in the order of their words. */
+/* The Unicode encoding forms with a pair of transcoders in the object, in the order of their words. */
 typedef enum RQForm {
   RQ_FORM_UTF8,
   RQ_FORM_UTF16_NATIVE, /* created and destroyed, used by no operation */
   RQ_FORM_UTF16_BIG,
   RQ_FORM_UTF16_LITTLE,
-  RQ_FORM_UTF32_NATIVE, /* what codecs and measures convert through */
+  RQ_FORM_UTF32_NATIVE, /* used by codecs and measures */
   RQ_FORM_UTF32_BIG,
   RQ_FORM_UTF32_LITTLE,
   RQ_FORMS
 } RQForm;
 
-/* The two transcoders between the session encoding and one Unicode encoding form. A host must not hand out an object
- * in which one is null (its creation failed): operations do not check. */
+/* The two transcoders between the session encoding and one Unicode encoding form. One is null when its creation
+ * failed. Operations do not check: a host must not use an object with a null transcoder. */
 typedef struct RQTranscoderPair {
   RQTranscoder* toSession;
   RQTranscoder* fromSession;
 } RQTranscoderPair;
 
-/* Made by rquni, read-only until its own destroy slot ends it. Words that are gaps here are never written: they hold
- * what the pool's block held. */
+/* Made by rquni, read-only until its destroy slot ends it. The gaps are never written: they hold what the pool's
+ * block held. */
 struct RQInterface {
   char eyeCatcher[4]; /* 0: "nevo", not terminated */
   char unused0[4];
   RQ_GAP(1, 3);
-  /* Store the host interface version that the library needs (9, 1, 1), and the library's own version (1, 0, 0).
-   * Return 0. The object is not read. */
+  /* Store the host interface version that the library needs (9, 1, 1) and its own version (1, 0, 0). Return 0. They
+   * do not read the object. */
   uint64_t (*getReqVersion)(RQInterface* object, uint64_t* major, uint64_t* minor, uint64_t* patch); /* 3 */
   uint64_t (*getVersion)(RQInterface* object, uint64_t* major, uint64_t* minor, uint64_t* patch);    /* 4 */
   RQ_GAP(5, 6);
-  /* Ends the object, its transcoders and its pool. Returns 0. No other thread may be using the object. */
+  /* Ends the object, its transcoders and its pool. Returns 0. No other thread may use the object meanwhile. */
   uint64_t (*destroy)(RQInterface* object); /* 6 */
   RQ_GAP(7, 9);
-  RQPool* pool;            /* 9: made for this object; owns the object's memory */
-  RQJournal* journal;      /* 10: the journal in force */
+  RQPool* pool;            /* 9: owns the object's memory */
+  RQJournal* journal;      /* 10: rquni's argument, or the context's journal */
   RQNlsServices* nls;      /* 11 */
   int64_t sessionEncoding; /* 12: the host's identifier, fixed at creation */
   RQ_GAP(13, 45);
@@ -80,12 +80,11 @@ RQ_STATIC_ASSERT(offsetof(RQInterface, reference) == UINT64_C(8) * 59 + 1,
                  "the reference character is the second byte");
 RQ_STATIC_ASSERT(sizeof(RQInterface) == UINT64_C(8) * 129, "the interface object has 129 words");
 
-/* Makes a new interface object with its own pool and fourteen transcoders.
+/* Makes a new interface object with its own pool and fourteen transcoders. Register first (registration.h).
  *
- * Registration (registration.h) must have happened. journal may be null: then the context's is used. Returns null
- * when there is no journal at all or no NLS services (nothing is logged), or when pool or memory are refused
- * (RQ_NO_MEMORY is logged at level 4). The context is not kept; journal and services are and must outlive the
- * object. End it with its destroy slot. */
+ * A null journal means the context's. Returns null without logging when there is no journal or no NLS services.
+ * Returns null and logs RQ_NO_MEMORY at level 4 when the host refuses the pool or the memory. The object keeps
+ * journal and NLS services, which must outlive it, but not the context. End it with its destroy slot. */
 RQ_EXPORT RQInterface* rquni(RQContext* context, RQJournal* journal) RQ_NONNULL(1);
 
 /* The functions behind the header slots. */

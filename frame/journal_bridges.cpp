@@ -37,7 +37,7 @@ std::uint64_t rqlStatusToJnl(RQJournal* journal, std::uint64_t level, std::uint6
   return result;
 }
 
-// A jump, not a call: no C++ function can hand on arguments that it does not know.
+// A jump, not a call: no C++ function can pass on arguments that it does not know.
 __attribute__((naked)) std::uint64_t rqlGetLocale(RQJournal*, ...) {
   __asm__("jmp *96(%rdi)");
 }

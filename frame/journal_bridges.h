@@ -1,7 +1,7 @@
-/* Bridges to the host's journal: ordinary variadic calls in, a variable-argument list out.
+/* Bridges to the host's journal: they turn variadic calls into calls with a variable-argument list.
  *
- * The fixed arguments are 8-byte values that pass through untouched, their meaning is the journal's, and so is the
- * result. Nothing is formatted, buffered or translated. Never pass text from outside as a format. Reentrant.
+ * The fixed arguments are 8-byte values. They and the result pass unchanged; the journal defines their meaning.
+ * Nothing is formatted, buffered or translated. Never pass text from outside as a format. All are reentrant.
  *
  * Valid C11 and C++17. */
 #ifndef RQUNI_FRAME_JOURNAL_BRIDGES_H
@@ -21,8 +21,8 @@ RQ_EXPORT uint64_t rqlStatusToBuf(RQJournal* journal, uint64_t a1, uint64_t a2, 
     RQ_NONNULL(1);
 /* Journal slot 7: (journal, level, status, list). The library reports its own failures at level 4. */
 RQ_EXPORT uint64_t rqlStatusToJnl(RQJournal* journal, uint64_t level, uint64_t status, ...) RQ_NONNULL(1);
-/* Journal slot 12, by a jump: all arguments, however many, in registers, vector registers and on the stack, arrive as
- * they were given, and the slot returns to the caller. */
+/* Journal slot 12, by a jump. All arguments arrive unchanged, in registers, vector registers and on the stack, and
+ * the slot returns to the caller. */
 RQ_EXPORT uint64_t rqlGetLocale(RQJournal* journal, ...);
 
 RQ_END_DECLARATIONS

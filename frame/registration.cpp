@@ -1,4 +1,4 @@
-// Registration: the library's only state is the kernel handle.
+// Registration. The kernel handle is the library's only state.
 #include "frame/registration.h"
 
 #include <cstdint>

@@ -1,12 +1,12 @@
-/* rquni: Unicode text services for a host kernel. The chief header: all that crosses the boundary between host and
- * library is declared here, and the library itself is compiled against it.
+/* rquni: Unicode text services for a host kernel. This header declares all that host and library share; the library
+ * itself is compiled against it.
  *
- * A host's way through it:
+ * What a host does, in order:
  *   1. registration.h  load librquni.so, call rqextver with the kernel handle
- *   2. host_tables.h   the tables to offer: kernel, context, NLS services, pools, transcoders, journal, case service
+ *   2. host_tables.h   offer these tables: kernel, context, NLS services, pools, transcoders, journal, case service
  *   3. interface.h     call rquni for an interface object; end it with its destroy slot
  *   4. operations.h    call the operations through the object's slots
- *   5. journal_bridges.h, kit_exports.h  bridges and routines exported for anybody
+ *   5. journal_bridges.h, kit_exports.h  more exported functions: journal bridges, strings and memory
  *
  * Valid C11 and C++17, 64-bit Linux on x86-64. */
 #ifndef RQUNI_FRAME_RQUNI_H

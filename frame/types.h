@@ -7,20 +7,20 @@
 #include <stddef.h>
 #include <stdint.h>
 
-/* One UTF-32 code unit in native (little-endian) byte order. Buffers of RQChar may lie at any address. */
+/* One UTF-32 code unit in native (little-endian) byte order. A buffer of RQChar may start at any address. */
 typedef uint32_t RQChar;
 
 /* A value of the host's 32-bit status space; 0 is success. */
 typedef uint32_t RQStatus;
 
-/* Status codes that the library itself returns or recognises. All others are the host's and pass through. */
+/* The status codes that the library returns or recognises. All others are the host's and pass unchanged. */
 #define RQ_SUCCESS UINT32_C(0)
 #define RQ_OUTPUT_TOO_SMALL UINT32_C(0x803fe807)
 #define RQ_NO_MEMORY UINT32_C(0x803fc002)
 #define RQ_UNSUPPORTED UINT32_C(0x803fc004)
-/* The Unicode-escape and U-paren decoders report an output that is too small with all bits set. */
+/* All bits set: the Unicode-escape and U-paren decoders report so that the output is too small. */
 #define RQ_REPLACEMENT_DOES_NOT_FIT UINT32_C(0xFFFFFFFF)
-/* The host's session query may answer this; it counts as success. */
+/* A host's session query may return this. It counts as success. */
 #define RQ_SESSION_QUERY_DEFAULTED UINT32_C(0x803fe830)
 
 /* Host encoding identifiers that the library asks for. Native order is little-endian. */
@@ -40,14 +40,14 @@ typedef uint32_t RQStatus;
 #define RQ_END_DECLARATIONS
 #endif
 
-/* Marks the names that the library exports; everything else in it is hidden. */
+/* Marks what the library exports. Everything else in it is hidden. */
 #define RQ_EXPORT __attribute__((visibility("default")))
 /* Arguments (counted from 1) that must not be null. */
 #define RQ_NONNULL(...) __attribute__((nonnull(__VA_ARGS__)))
 
-/* Words from `from` up to, not including, `to`: the library never touches them. */
+/* The words from `from` to `to` - 1 of a table. The library never touches them. */
 #define RQ_GAP(from, to) void* gap##from[(to) - (from)]
-/* Tables are defined by position: `member` must lie at 8-byte word `word`, counted from 0. */
+/* Checks the position of a member: 8-byte word `word` of the table, counted from 0. */
 #define RQ_WORD(Table, member, word) \
   RQ_STATIC_ASSERT(offsetof(Table, member) == UINT64_C(8) * (word), #Table "::" #member " must be word " #word)
 

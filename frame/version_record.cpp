@@ -6,7 +6,7 @@
 
 namespace {
 
-// Room for a value to be written over the blanks of the file in place: text, blanks and area keep their sizes.
+// The blanks are room for values that others write into the built file: never change the size of text or area.
 constexpr char hotFix[96] = "QRB_VERSION_HOTFIX_NUMBER=                                       ";
 constexpr char imageDescription[96] = "VERCON_IMAGE_DESCRIPTION=                                        ";
 static_assert(hotFix[64] == ' ' && hotFix[65] == '\0');
@@ -28,7 +28,7 @@ constexpr RQVersionRecord record = {
     .hotFix = hotFix,
     .secondBuildId = RQ_STAMP_SECOND_BUILD_ID,
     .imageDescription = imageDescription,
-    .machine = "build",  // a constant: what a build gives must not depend on where it ran
+    .machine = "build",  // a constant: a build must not depend on its machine
     .buildDate = RQ_STAMP_BUILD_DATE,
     .zero = {},
 };

@@ -4,7 +4,7 @@
 // Invariants, whatever the bytes: no report of a sanitizer, nothing touched outside the buffers, which lie between
 // guard pages, and no difference from the naive twin. What is compared stands where the family is made:
 //
-//   ncr uesc uparen transforms measures   tests/differential/trial.h, at checkTrial
+//   ncr uesc uparen transforms measures   tests/differential/comparison.h, at checkCase
 //   kit                                   tests/differential/kit.cpp
 //   wide                                  tests/differential/wide.cpp
 //   creation                              tests/differential/creation.cpp

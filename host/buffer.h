@@ -1,4 +1,4 @@
-// Memory for results whose size is known only when they are there.
+// Memory for results whose size is unknown beforehand.
 #ifndef RQUNI_HOST_BUFFER_H
 #define RQUNI_HOST_BUFFER_H
 
@@ -7,18 +7,20 @@
 #include <memory>
 
 #include "host/codec.h"
+#include "host/large_pages.h"
 
 namespace rq::host {
 
-/// A block of memory that is reused and grows; growing keeps the first `keep` bytes.
+/// A block of memory that is reused. Growing it keeps the first `keep` bytes.
 class Buffer {
  public:
   MutableBytes atLeast(std::size_t bytes, std::size_t keep = 0) {
     if (bytes > size_) {
       const std::size_t size = keep == 0 ? bytes : std::max(bytes, 2 * size_);
-      // What need not be kept goes before the new memory comes.
+      // Free before allocating: both blocks at once could need too much memory.
       if (keep == 0) memory_.reset();
       auto larger = std::make_unique_for_overwrite<std::byte[]>(size);
+      preferLargePages(larger.get(), size);
       std::copy_n(memory_.get(), keep, larger.get());
       memory_ = std::move(larger);
       size_ = size;

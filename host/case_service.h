@@ -6,26 +6,23 @@
 
 #include "frame/host_tables.h"
 #include "host/guarded.h"
-#include "host/instruments.h"
 
 namespace rq::host {
 
 /// Upper-cases ASCII letters in place.
 class CharsetService final : public Guarded<RQCharsetService, "character-set service"> {
  public:
-  explicit CharsetService(Instruments& instruments);
+  CharsetService();
 
  private:
   static void upperCaseSlot(RQCharsetService* service, void* buffer, std::uint64_t length,
                             std::uint64_t zero) noexcept;
-  Instruments& instruments_;
 };
 
-/// Single-character case mappings of Unicode, by ICU; values that are no code points stay as they are.
+/// Single-character case mappings of Unicode, by ICU. Values that are no code points stay as they are.
 class CaseService final : public Guarded<RQCaseService, "case service"> {
  public:
-  /// With `atHand` the character-set service stands in the table's word, else it is found by name only.
-  CaseService(Instruments& instruments, bool atHand);
+  CaseService();
 
  private:
   static RQChar upperSlot(RQCaseService* service, RQChar character, std::uint64_t one) noexcept;
@@ -33,7 +30,6 @@ class CaseService final : public Guarded<RQCaseService, "case service"> {
   static RQCharsetService* lookUpSlot(RQCaseService* service, const RQChar* name, std::uint64_t length,
                                       RQStatus* status) noexcept;
 
-  Instruments& instruments_;
   CharsetService charset_;
 };
 

@@ -11,44 +11,41 @@
 namespace rq::host {
 namespace {
 
-struct Fixed {
+struct UnicodeName {
+  std::string_view icuName;
   std::uint32_t identifier;
-  std::string_view name;
 };
-constexpr std::array<Fixed, 5> fixedEncodings = {{{RQ_ENCODING_UTF8, "UTF-8"},
-                                                  {RQ_ENCODING_UTF16_BIG, "UTF-16BE"},
-                                                  {RQ_ENCODING_UTF16_LITTLE, "UTF-16LE"},
-                                                  {RQ_ENCODING_UTF32_BIG, "UTF-32BE"},
-                                                  {RQ_ENCODING_UTF32_LITTLE, "UTF-32LE"}}};
 
-/// ICU's further converters of these forms; most of them deal in byte-order marks.
-constexpr std::array<Fixed, 10> sameForms = {{{RQ_ENCODING_UTF16_BIG, "UTF-16"},
-                                              {RQ_ENCODING_UTF32_BIG, "UTF-32"},
-                                              {RQ_ENCODING_UTF16_LITTLE, "UTF16_PlatformEndian"},
-                                              {RQ_ENCODING_UTF16_BIG, "UTF16_OppositeEndian"},
-                                              {RQ_ENCODING_UTF32_LITTLE, "UTF32_PlatformEndian"},
-                                              {RQ_ENCODING_UTF32_BIG, "UTF32_OppositeEndian"},
-                                              {RQ_ENCODING_UTF16_BIG, "UTF-16BE,version=1"},
-                                              {RQ_ENCODING_UTF16_LITTLE, "UTF-16LE,version=1"},
-                                              {RQ_ENCODING_UTF16_LITTLE, "UTF-16,version=1"},
-                                              {RQ_ENCODING_UTF16_BIG, "UTF-16,version=2"}}};
-
-/// 0 when the name is not one of the five forms.
-std::uint32_t fixedIdentifier(std::string_view icuName) {
-  for (const Fixed& fixed : fixedEncodings) {
-    if (fixed.name == icuName) return fixed.identifier;
-  }
-  for (const Fixed& same : sameForms) {
-    if (same.name == icuName) return same.identifier;
-  }
-  return 0;
-}
+/// ICU's names of the Unicode forms. The first name of an identifier is the one that this host uses; behind them
+/// stand ICU's converters that differ by byte-order marks or by a name alone.
+constexpr std::array<UnicodeName, 15> unicodeNames = {{{"UTF-8", RQ_ENCODING_UTF8},
+                                                       {"UTF-16BE", RQ_ENCODING_UTF16_BIG},
+                                                       {"UTF-16LE", RQ_ENCODING_UTF16_LITTLE},
+                                                       {"UTF-32BE", RQ_ENCODING_UTF32_BIG},
+                                                       {"UTF-32LE", RQ_ENCODING_UTF32_LITTLE},
+                                                       {"UTF-16", RQ_ENCODING_UTF16_BIG},
+                                                       {"UTF-32", RQ_ENCODING_UTF32_BIG},
+                                                       {"UTF16_PlatformEndian", RQ_ENCODING_UTF16_LITTLE},
+                                                       {"UTF16_OppositeEndian", RQ_ENCODING_UTF16_BIG},
+                                                       {"UTF32_PlatformEndian", RQ_ENCODING_UTF32_LITTLE},
+                                                       {"UTF32_OppositeEndian", RQ_ENCODING_UTF32_BIG},
+                                                       {"UTF-16BE,version=1", RQ_ENCODING_UTF16_BIG},
+                                                       {"UTF-16LE,version=1", RQ_ENCODING_UTF16_LITTLE},
+                                                       {"UTF-16,version=1", RQ_ENCODING_UTF16_LITTLE},
+                                                       {"UTF-16,version=2", RQ_ENCODING_UTF16_BIG}}};
 
 /// FNV-1a, brought into 2^24 .. 2^31 - 1: positive for a signed reader and far from the fixed identifiers.
 std::uint32_t hashedIdentifier(std::string_view name) {
   std::uint32_t hash = 2166136261U;
   for (const char c : name) hash = (hash ^ static_cast<std::uint8_t>(c)) * 16777619U;
   return hash % (0x7FFFFFFF - 0x01000000) + 0x01000000;
+}
+
+/// The identifier and this host's name of what ICU calls `icuName`.
+UnicodeName ownName(std::string_view icuName) {
+  const auto known = std::ranges::find(unicodeNames, icuName, &UnicodeName::icuName);
+  if (known == unicodeNames.end()) return {icuName, hashedIdentifier(icuName)};
+  return *std::ranges::find(unicodeNames, known->identifier, &UnicodeName::identifier);
 }
 
 void addAliases(Encoding& encoding, const char* icuName) {
@@ -60,7 +57,7 @@ void addAliases(Encoding& encoding, const char* icuName) {
   UErrorCode error = U_ZERO_ERROR;
   for (const char* standard : {"MIME", "IANA"}) {
     const char* preferred = ucnv_getStandardName(icuName, standard, &error);
-    if (U_SUCCESS(error) && preferred != nullptr) add(preferred);
+    if (U_SUCCESS(error) && preferred) add(preferred);
     error = U_ZERO_ERROR;
   }
   const std::uint16_t count = ucnv_countAliases(icuName, &error);
@@ -72,16 +69,12 @@ void addAliases(Encoding& encoding, const char* icuName) {
 
 std::vector<Encoding> listEncodings() {
   std::map<std::string, Encoding> byName;
-  for (const Fixed& fixed : fixedEncodings)
-    byName[std::string(fixed.name)] = {fixed.identifier, std::string(fixed.name), {}};
   for (std::int32_t i = 0; i < ucnv_countAvailable(); ++i) {
     const char* icuName = ucnv_getAvailableName(i);
-    const std::uint32_t fixed = fixedIdentifier(icuName);
-    std::string name =
-        fixed == 0 ? icuName : std::string(std::ranges::find(fixedEncodings, fixed, &Fixed::identifier)->name);
-    Encoding& encoding = byName[name];
-    encoding.identifier = fixed == 0 ? hashedIdentifier(icuName) : fixed;
-    encoding.name = std::move(name);
+    const auto [name, identifier] = ownName(icuName);
+    Encoding& encoding = byName[std::string(name)];
+    encoding.identifier = identifier;
+    encoding.name = name;
     addAliases(encoding, icuName);
   }
   std::vector<Encoding> list;
@@ -149,11 +142,8 @@ const Encoding* findEncoding(std::uint32_t identifier) {
 Result<const Encoding*> findEncoding(std::string_view name) {
   UErrorCode error = U_ZERO_ERROR;
   const char* icuName = ucnv_getAlias(std::string(name).c_str(), 0, &error);
-  if (U_SUCCESS(error) && icuName != nullptr) {
-    const std::uint32_t fixed = fixedIdentifier(icuName);
-    const auto found = std::ranges::find_if(encodings(), [&](const Encoding& encoding) {
-      return fixed != 0 ? encoding.identifier == fixed : encoding.name == icuName;
-    });
+  if (U_SUCCESS(error) && icuName) {
+    const auto found = std::ranges::find(encodings(), ownName(icuName).icuName, &Encoding::name);
     if (found != encodings().end()) return &*found;
   }
   constexpr std::size_t longestShown = 64;
@@ -169,7 +159,7 @@ const Codec* codecOf(std::uint32_t identifier) {
   const std::lock_guard lock(mutex);
   if (const auto known = codecs.find(identifier); known != codecs.end()) return known->second.get();
   const Encoding* encoding = findEncoding(identifier);
-  if (encoding == nullptr) return nullptr;
+  if (!encoding) return nullptr;
   std::unique_ptr<Codec> codec = makeUnicodeCodec(identifier);
   if (!codec) codec = makeSingleByteCodec(encoding->name);
   if (!codec) codec = makeIcuCodec(encoding->name);

@@ -1,5 +1,4 @@
-// Tables whose unlisted words are traps: a call through one names the table and the word on standard error and
-// aborts.
+// Tables whose unlisted words are traps: a call through one prints the table and the word, and aborts.
 #ifndef RQUNI_HOST_GUARDED_H
 #define RQUNI_HOST_GUARDED_H
 
@@ -32,8 +31,8 @@ void forbid(void* (&gap)[count]) {
   (std::make_index_sequence<count>());
 }
 
-/// A host table followed by traps: a wrong slot number beyond its last word is caught as well. The derived class
-/// fills the listed words and forbids the gaps.
+/// A host table followed by traps, which catch slot numbers beyond its last word. The derived class fills the listed
+/// words and forbids the gaps.
 template <class Table, TableName name>
 struct Guarded : Table {
   static constexpr unsigned tableWords = sizeof(Table) / sizeof(void*);

@@ -2,19 +2,15 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <iterator>
 #include <string>
 
 namespace rq::host {
 namespace {
 
-std::optional<std::int64_t> sessionOption(const HostOptions& options) {
-  if (!options.sessionByOption) return std::nullopt;
-  return options.session;
-}
-
-std::string reported(const std::vector<JournalEntry>& entries) {
-  if (entries.empty() || entries.back().slot != Service::statusToJnl) return "";
+/// The last status that the journal got after its first `seen` entries, in words for a message.
+std::string reportedSince(std::size_t seen, const Journal& journal) {
+  const std::vector<JournalEntry> entries = journal.entries();
+  if (entries.size() <= seen || entries.back().slot != JournalEntry::Slot::statusToJnl) return "";
   char text[64];
   std::snprintf(text, sizeof text, "; it reported status 0x%08llX at level %llu",
                 static_cast<unsigned long long>(entries.back().fixed[1]),
@@ -24,41 +20,33 @@ std::string reported(const std::vector<JournalEntry>& entries) {
 
 }  // namespace
 
-Host::Host(const HostOptions& options)
-    : journal(instruments),
-      nls(instruments, options.session, options.queryAnswer),
-      caseService(instruments, options.charsetAtHand),
-      kernel(instruments, options.offersCaseService ? &caseService : nullptr, options.blockFill),
-      context(instruments, sessionOption(options), options.offersJournal ? &journal : nullptr,
-              options.offersNls ? &nls : nullptr) {}
+Host::Host(std::uint32_t sessionEncoding)
+    : nls(sessionEncoding), kernel(&caseService), context(sessionEncoding, &journal, &nls) {}
 
 Result<Session> Session::open(const Library& library, Host& host) {
-  return openIn(library, host, host.context);
+  return open(library, host.kernel, host.context, host.journal);
 }
 
 Result<Session> Session::open(const Library& library, Host& host, std::uint32_t encoding) {
-  Context context(host.instruments, encoding, &host.journal, &host.nls);
-  return openIn(library, host, context);
+  Context context(encoding, &host.journal, &host.nls);
+  return open(library, host.kernel, context, host.journal);
 }
 
-Result<Session> Session::openIn(const Library& library, Host& host, RQContext& context) {
+Result<Session> Session::open(const Library& library, RQKernel& kernel, RQContext& context, const Journal& journal) {
   std::uint64_t major = 0;
   std::uint64_t minor = 0;
-  library.rqextver(&host.kernel, &major, &minor);
+  library.rqextver(&kernel, &major, &minor);
   if (major != 9 || minor < 1) {
     return Error{Error::Kind::system, library.path() + " speaks version " + std::to_string(major) + "." +
                                           std::to_string(minor) + " of the extension interface, the host 9.1"};
   }
-  const std::size_t entriesBefore = host.journal.entries().size();
+  const std::size_t entriesBefore = journal.entries().size();
   Session session(library.rquni(&context, nullptr));
-  if (session.object() == nullptr) {
-    std::vector<JournalEntry> entries = host.journal.entries();
-    entries.erase(entries.begin(), entries.begin() + static_cast<std::ptrdiff_t>(entriesBefore));
-    return Error{Error::Kind::system, "the library made no interface object" + reported(entries)};
+  if (!session.object()) {
+    return Error{Error::Kind::system, "the library made no interface object" + reportedSince(entriesBefore, journal)};
   }
-  const bool complete = std::ranges::all_of(session->transcoders, [](const RQTranscoderPair& pair) {
-    return pair.toSession != nullptr && pair.fromSession != nullptr;
-  });
+  const bool complete = std::ranges::all_of(
+      session->transcoders, [](const RQTranscoderPair& pair) { return pair.toSession && pair.fromSession; });
   if (!complete) return Error{Error::Kind::system, "the host could not make all transcoders of the session"};
   return session;
 }

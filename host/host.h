@@ -2,14 +2,11 @@
 #ifndef RQUNI_HOST_HOST_H
 #define RQUNI_HOST_HOST_H
 
-#include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <optional>
 
 #include "host/case_service.h"
 #include "host/context.h"
-#include "host/instruments.h"
 #include "host/journal.h"
 #include "host/kernel.h"
 #include "host/library.h"
@@ -18,23 +15,11 @@
 
 namespace rq::host {
 
-struct HostOptions {
-  std::int32_t session = RQ_ENCODING_UTF8;  // the session encoding's identifier
-  bool sessionByOption = true;              // offered as an option; without it only through the session query
-  RQStatus queryAnswer = 0;                 // of the session query
-  bool offersJournal = true;                // by the context
-  bool offersNls = true;
-  bool offersCaseService = true;
-  bool charsetAtHand = true;           // "ZQD" stands in the case service's word; else by its name only
-  std::optional<std::byte> blockFill;  // of pool blocks, zeros without one
-};
-
-/// One host with all its tables. Must outlive the sessions that use it, and the library's use of its kernel handle.
+/// One host with all its tables. Must outlive its sessions and the library's use of its kernel handle.
 class Host {
  public:
-  explicit Host(const HostOptions& options = {});
+  explicit Host(std::uint32_t sessionEncoding = RQ_ENCODING_UTF8);
 
-  Instruments instruments;
   Journal journal;
   NlsServices nls;
   CaseService caseService;
@@ -45,10 +30,12 @@ class Host {
 /// An interface object and the library that made it. One thread opens and ends it; meanwhile any number may call.
 class Session {
  public:
-  /// Registers the host's kernel with the library and has an interface object made. Fails when the library speaks
-  /// another version of the interface, when it makes none, and when the object lacks a transcoder.
+  /// Registers the kernel with the library and has an interface object made from the context. Fails when the library
+  /// speaks another version of the interface, when it makes no object, and when the object lacks a transcoder. The
+  /// error quotes what the library reported to `journal`, which should be the context's own.
+  static Result<Session> open(const Library& library, RQKernel& kernel, RQContext& context, const Journal& journal);
   static Result<Session> open(const Library& library, Host& host);
-  /// The same in another session encoding than the host's own, by its identifier.
+  /// In another session encoding than the host's own.
   static Result<Session> open(const Library& library, Host& host, std::uint32_t encoding);
 
   RQInterface* object() const { return object_.get(); }
@@ -58,7 +45,6 @@ class Session {
   struct Destroy {
     void operator()(RQInterface* object) const { object->destroy(object); }
   };
-  static Result<Session> openIn(const Library& library, Host& host, RQContext& context);
   explicit Session(RQInterface* object) : object_(object) {}
   std::unique_ptr<RQInterface, Destroy> object_;
 };

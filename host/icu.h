@@ -1,4 +1,4 @@
-// ICU converters as the host uses them: they stop at whatever they cannot convert and change nothing silently.
+// ICU converters that stop at whatever they cannot convert and never substitute.
 #ifndef RQUNI_HOST_ICU_H
 #define RQUNI_HOST_ICU_H
 

@@ -1,5 +1,5 @@
-// Multibyte and stateful encodings through ICU, a pair of converters per thread and encoding: no lock, and a call
-// costs a reset and the conversion.
+// Multibyte and stateful encodings through ICU. Each thread has its own pair of converters per encoding: calls take
+// no lock, and cost a reset and the conversion.
 #include <algorithm>
 #include <array>
 #include <atomic>
@@ -12,7 +12,7 @@
 namespace rq::host {
 namespace {
 
-/// ICU takes no longer piece at once.
+/// The longest piece that ICU takes at once.
 constexpr std::size_t longestPiece = 0x40000000;
 
 struct ThreadConverters {
@@ -20,7 +20,7 @@ struct ThreadConverters {
   char16_t pendingLead = 0;  // the first half of a pair, when a piece ended between the halves
 };
 
-/// Reached by a codec's number; each thread fills in what it uses and closes it when it ends.
+/// Indexed by a codec's number. Each thread opens what it uses, and closes it when the thread ends.
 thread_local std::vector<ThreadConverters> threadConverters;
 std::atomic<std::size_t> codecsMade = 0;
 
@@ -43,7 +43,7 @@ class IcuCodec final : public Codec {
   /// Opens this thread's converters; false when ICU refuses.
   bool open() {
     const ThreadConverters* mine = converters();
-    if (mine == nullptr) return false;
+    if (!mine) return false;
     switch (ucnv_getType(mine->decoder.get())) {
       case UCNV_SBCS:
       case UCNV_DBCS:
@@ -66,7 +66,7 @@ class IcuCodec final : public Codec {
 
   Step decode(Bytes input, std::span<char32_t> output, bool first) const override {
     ThreadConverters* mine = converters();
-    if (mine == nullptr) return {0, 0, Outcome::unavailable};
+    if (!mine) return {0, 0, Outcome::unavailable};
     if (first) restart(*mine);
 
     std::array<UChar, pieceCharacters> units;
@@ -98,7 +98,7 @@ class IcuCodec final : public Codec {
 
   Step decodeOne(Bytes input, char32_t& output, bool first) const override {
     ThreadConverters* mine = converters();
-    if (mine == nullptr) return {0, 0, Outcome::unavailable};
+    if (!mine) return {0, 0, Outcome::unavailable};
     if (first) restart(*mine);
     const auto* begin = reinterpret_cast<const char*>(input.data());
     const char* from = begin;
@@ -106,7 +106,12 @@ class IcuCodec final : public Codec {
     const UChar32 c =
         ucnv_getNextUChar(mine->decoder.get(), &from, begin + std::min(input.size(), longestPiece), &error);
     const auto consumed = static_cast<std::size_t>(from - begin);
-    if (error == U_INDEX_OUTOFBOUNDS_ERROR) return {consumed, 0, Outcome::done};
+    if (error == U_INDEX_OUTOFBOUNDS_ERROR) {
+      // Nothing but switches of state may be read without a character. Of some single-byte encodings with longer
+      // sequences ICU says so of a bad byte.
+      if (consumed != 0 && !stateful_) return {0, 0, Outcome::malformed, consumed};
+      return {consumed, 0, Outcome::done};
+    }
     if (U_FAILURE(error)) {
       const std::size_t bad = std::min(invalidLength(mine->decoder.get()), consumed);
       return {consumed - bad, 0, outcomeOfReading(error), bad};
@@ -118,7 +123,7 @@ class IcuCodec final : public Codec {
 
   Step encode(std::span<const char32_t> input, MutableBytes output, bool first, bool last) const override {
     ThreadConverters* mine = converters();
-    if (mine == nullptr) return {0, 0, Outcome::unavailable};
+    if (!mine) return {0, 0, Outcome::unavailable};
     if (first) ucnv_resetFromUnicode(mine->encoder.get());
 
     std::array<UChar, 2 * pieceCharacters> units;
@@ -159,7 +164,7 @@ class IcuCodec final : public Codec {
     mine.pendingLead = 0;
   }
 
-  /// Joins surrogate pairs; a lead at the end waits for the next piece. False at a lone surrogate.
+  /// Joins surrogate pairs; a lead at the end waits for the next piece. False for a lone surrogate.
   static bool pair(std::span<const UChar> units, std::span<char32_t> output, ThreadConverters& mine,
                    std::size_t& produced) {
     for (const UChar unit : units) {

@@ -4,28 +4,24 @@
 
 #include <cstdint>
 #include <mutex>
-#include <string>
 #include <vector>
 
 #include "frame/host_tables.h"
 #include "host/guarded.h"
-#include "host/instruments.h"
 
 namespace rq::host {
 
 struct JournalEntry {
-  Service slot;
-  std::vector<std::uint64_t> fixed;      // the fixed arguments after the journal; level and status for statusToJnl
-  std::vector<std::uint64_t> variables;  // the first so many further arguments, see readVariables
+  enum class Slot { messageToBuf, messageToJnl, statusToBuf, statusToJnl };
+  Slot slot;
+  std::vector<std::uint64_t> fixed;  // the fixed arguments after the journal; level and status for statusToJnl
 };
 
-/// Every slot answers the number of entries so far, but getLocale: that answers the address of locale().
+/// Every slot returns the number of entries so far, except getLocale, which returns the address of locale().
 class Journal final : public Guarded<RQJournal, "journal"> {
  public:
-  explicit Journal(Instruments& instruments);
+  Journal();
 
-  /// From now on reads `count` 8-byte arguments off each list; callers must pass as many. 0 at first.
-  void readVariables(std::size_t count);
   std::vector<JournalEntry> entries() const;
   const char* locale() const { return localeName; }
 
@@ -42,11 +38,9 @@ class Journal final : public Guarded<RQJournal, "journal"> {
                                        va_list list) noexcept;
   static std::uint64_t getLocaleSlot(RQJournal* journal, ...) noexcept;
 
-  std::uint64_t keep(Service slot, std::vector<std::uint64_t> fixed, va_list list);
+  std::uint64_t keep(JournalEntry entry);
 
-  Instruments& instruments_;
   mutable std::mutex mutex_;
-  std::size_t variables_ = 0;
   std::vector<JournalEntry> entries_;
 };
 

@@ -9,7 +9,7 @@ namespace {
 
 std::string loaderMessage() {
   const char* message = dlerror();
-  return message == nullptr ? "no reason given" : message;
+  return message ? message : "no reason given";
 }
 
 }  // namespace
@@ -21,7 +21,7 @@ void Library::Close::operator()(void* handle) const {
 Result<void*> Library::find(const char* name) const {
   dlerror();
   void* address = dlsym(handle_.get(), name);
-  if (address != nullptr) return address;
+  if (address) return address;
   return Error{Error::Kind::system, path_ + " lacks the symbol '" + name + "': " + loaderMessage()};
 }
 

@@ -14,7 +14,7 @@ namespace rq::host {
 
 class Library {
  public:
-  /// Loads `path`; a name without a slash is left to the dynamic loader. The entry points are looked up at once.
+  /// Loads `path` and finds the entry points. The dynamic loader searches for a name without a slash.
   static Result<Library> open(const std::string& path);
 
   /// Any further name that the library exports.
@@ -25,7 +25,7 @@ class Library {
     return reinterpret_cast<Symbol*>(*address);
   }
 
-  /// The file that the loader really took.
+  /// The file that the loader took.
   const std::string& path() const { return path_; }
 
   RQStatus (*rqextver)(RQKernel* kernel, std::uint64_t* major, std::uint64_t* minor) = nullptr;

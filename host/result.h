@@ -1,4 +1,4 @@
-// A value or the error that stood in its way.
+// A value or the error.
 #ifndef RQUNI_HOST_RESULT_H
 #define RQUNI_HOST_RESULT_H
 
@@ -10,8 +10,8 @@ namespace rq::host {
 
 struct Error {
   enum class Kind {
-    data,    // the text itself: invalid bytes, characters without a place in the target
-    usage,   // what was asked for does not exist or does not fit together
+    data,    // the text: invalid bytes, characters that the target lacks
+    usage,   // the request: it names what does not exist, or contradicts itself
     system,  // files, memory, the library, the host
   };
   Kind kind;

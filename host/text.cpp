@@ -21,7 +21,7 @@ std::string hexadecimal(Bytes bytes) {
   return bytes.size() > most ? text + " ..." : text;
 }
 
-/// Skips pieces that convert whole. Only codecs that can be entered anywhere allow it.
+/// Skips pieces that convert whole. The source must not be stateful.
 std::size_t skipGoodPieces(const Codec& source, const Codec& target, Bytes text) {
   std::array<char32_t, Codec::pieceCharacters> piece;
   std::array<std::byte, 32 * Codec::pieceCharacters> scratch;

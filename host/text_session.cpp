@@ -11,8 +11,8 @@ namespace {
 
 using Measure = TextWork::Measure;
 
-/// The kernel that the library keeps, and the services behind every session. It is never ended: the library calls the
-/// kernel that was registered last as long as the process lives.
+/// The kernel that the library keeps, and the services behind every session. Never destroyed: the library may call
+/// the registered kernel as long as the process lives.
 Host& processHost() {
   static Host& host = *new Host;
   return host;
@@ -39,7 +39,7 @@ Bytes bytesOf(std::basic_string_view<C> text) {
   return std::as_bytes(std::span(text));
 }
 
-/// A string of the bytes; those of characters are whole characters.
+/// The bytes as a string. Bytes of characters are whole characters.
 template <class String>
 Result<String> stringOf(const Result<Bytes>& bytes) {
   if (!bytes) return bytes.error();
@@ -65,7 +65,7 @@ struct TextSession::Objects {
 Result<TextSession> TextSession::open(std::string_view encoding, const std::string& library) {
   const auto found = findEncoding(encoding);
   if (!found) return found.error();
-  if (codecOf((*found)->identifier) == nullptr) {
+  if (!codecOf((*found)->identifier)) {
     return Error{Error::Kind::system, "cannot open the encoding " + (*found)->name};
   }
   auto loaded = Library::open(library);

@@ -1,5 +1,5 @@
-// Sessions with strings in and strings out: the library's operations without its buffers, lengths and tables. The
-// public header of the library rqhost, with result.h and notation.h; installed as rqhost/text_session.h.
+// Sessions that take and return strings: the library's operations without its buffers, lengths and tables. This is
+// the public header of the library rqhost, with result.h and notation.h; it is installed as rqhost/text_session.h.
 #ifndef RQUNI_HOST_TEXT_SESSION_H
 #define RQUNI_HOST_TEXT_SESSION_H
 
@@ -13,15 +13,15 @@
 
 namespace rq::host {
 
-/// Text in one session encoding, and in characters. Text in the session encoding is std::string, Unicode forms are
-/// the bytes of std::string as well, characters are std::u32string. Results are complete or an error that says what
-/// is wrong and where: Error::Kind::data for the text, Error::Kind::system for memory or the library. Several threads
-/// may call one session at once, and open others. Only std::bad_alloc is thrown, where a string finds no memory. The
-/// library keeps one kernel in a process, here this library's own: not for a process that is a host itself.
+/// Works on text in one session encoding, and on characters. std::string holds text in the session encoding or the
+/// bytes of a Unicode form; std::u32string holds characters. Results are complete, or an error says what is wrong and
+/// where: Error::Kind::data means the text, Error::Kind::system memory or the library. Several threads may call one
+/// session at once, and open others. The only exception is std::bad_alloc, when a string finds no memory. A process
+/// that is a host itself cannot use this class: the library keeps one kernel, and this class registers its own.
 class TextSession {
  public:
-  /// Loads the library, and opens a session in the encoding of that name, any of its names in ICU. A library name
-  /// without a slash is left to the dynamic loader.
+  /// Loads the library and opens a session. `encoding` is any of ICU's names. The dynamic loader searches for a
+  /// library name without a slash.
   static Result<TextSession> open(std::string_view encoding, const std::string& library = "librquni.so.1");
   ~TextSession();
   TextSession(TextSession&& other) noexcept;
@@ -30,20 +30,20 @@ class TextSession {
   /// The encoding's own name.
   const std::string& encoding() const;
 
-  /// Replaces a notation by its characters; what the session encoding lacks stays as it stands. Notations are ASCII
-  /// text: Error::Kind::usage where a session encoding writes that in another way.
+  /// Replaces a notation by its characters. Notations of characters that the session encoding lacks stay unchanged.
+  /// Notations are ASCII text: Error::Kind::usage when the session encoding writes ASCII in another way.
   Result<std::string> decode(Notation notation, std::string_view text) const;
   Result<std::u32string> decode(Notation notation, std::u32string_view text) const;
-  /// Replaces characters by a notation, as quirks.md tells for each.
+  /// Replaces characters by a notation; quirks.md lists which.
   Result<std::string> encode(Notation notation, std::string_view text) const;
   Result<std::u32string> encode(Notation notation, std::u32string_view text) const;
-  /// Text in a Unicode form to the session encoding, or to characters.
+  /// Converts from a Unicode form.
   Result<std::string> fromForm(Form form, std::string_view bytes) const;
   Result<std::u32string> charactersFromForm(Form form, std::string_view bytes) const;
-  /// And back.
+  /// Converts to a Unicode form.
   Result<std::string> toForm(Form form, std::string_view text) const;
   Result<std::string> toForm(Form form, std::u32string_view text) const;
-  /// Characters, and columns of a fixed-pitch display, without blanks at the end.
+  /// Counts characters, or columns of a fixed-pitch display, without blanks at the end.
   Result<std::int64_t> length(std::string_view text) const;
   Result<std::int64_t> length(std::u32string_view text) const;
   Result<std::int64_t> width(std::string_view text) const;

@@ -1,5 +1,5 @@
-// Whole texts run through the operations of an interface object: buffers with the slack that the library asks for,
-// lengths in the right unit, results complete or an error that says why.
+// Runs whole texts through the operations of an interface object. It cares for the buffers' slack and the units of
+// lengths; results are complete, or an error says why not.
 #ifndef RQUNI_HOST_TEXT_WORK_H
 #define RQUNI_HOST_TEXT_WORK_H
 
@@ -12,17 +12,18 @@
 #include "host/notation.h"
 #include "host/result.h"
 #include "host/text.h"
+#include "host/transcoder.h"
 
 namespace rq::host {
 
 /// The host's encoding of a form.
 const Encoding& encodingOf(RQForm form);
 
-/// Why a session encoding cannot carry the notations, of one that does not.
+/// The error for a session encoding that cannot carry the notations.
 Error noNotations(const Encoding& encoding);
 
-/// The operations of one flavour. Results lie in a buffer that the next call reuses, so each thread needs its own.
-/// `start` is where a text begins in something larger; errors count from there.
+/// The operations of one flavour. The next call overwrites a result, so each thread needs its own TextWork. `start`
+/// is where the text begins in a larger one; errors count from there.
 class TextWork {
  public:
   enum class Measure { length, width };
@@ -36,16 +37,16 @@ class TextWork {
         codec_(*codecOf(encoding.identifier)),
         wide_(wide) {}
 
-  /// A text between a Unicode form and the session encoding. With `padBytes` it becomes a field of that size.
+  /// Converts between a Unicode form and the session encoding. `padBytes` makes the result a field of that size.
   Result<Bytes> fromForm(RQForm form, Bytes text, Position start = {});
   Result<Bytes> toForm(RQForm form, Bytes text, Position start = {}, std::optional<std::uint64_t> padBytes = {});
   Result<Bytes> decode(Notation notation, Bytes text, Position start = {});
-  /// Encoding to Notation::uparenAscii is that to Notation::uparen.
   /// What stands around a text in the call, and is no part of the result: ASCII, in the units of the operations.
   struct Around {
     Bytes before, behind;
     std::uint64_t encodedBefore = 0, encodedBehind = 0;  // units
   };
+  /// Notation::uparenAscii means Notation::uparen here.
   Result<Bytes> encode(Notation notation, Bytes text, Position start, const Around& around);
   Result<Bytes> encode(Notation notation, Bytes text, Position start = {}) {
     return encode(notation, text, start, {});
@@ -55,11 +56,10 @@ class TextWork {
 
  private:
   std::size_t unit() const { return wide_ ? sizeof(RQChar) : 1; }
-  /// What the status of an operation means, the text's first problem on the way to `target` if it has one.
+  /// The error behind a status: the text's first problem on its way from `source` to `target`, if there is one.
   Error failure(RQStatus status, Bytes text, Position start, const Encoding& source, const Encoding& target) const;
-  /// Checks that a text is valid in the session encoding and returns how large its longest encoded form can be, in
-  /// units.
-  Result<std::uint64_t> encodedBound(Bytes text, Position start) const;
+  /// Checks that a text is valid in the session encoding, by the conversion that was watched if the library made one.
+  Done needValid(const ConversionWatch& watch, Bytes text, Position start) const;
   Bytes joined(Bytes text, const Around& around);
   Done needWholeUnits(Bytes text, Position start) const;
 

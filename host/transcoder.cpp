@@ -3,16 +3,15 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
-#include <optional>
 
 namespace rq::host {
 namespace {
 
 struct Attempt {
   std::size_t produced;
-  std::size_t characters;  // that the target took, the one in question perhaps included
+  std::size_t characters;  // that the target took, perhaps with the one that failed
   Outcome outcome;
-  bool ended;  // the target took all that was read and ended its text
+  bool ended;  // the target took every character and ended its text
 };
 
 /// Converts at most the first `characters` characters, then ends the text.
@@ -40,6 +39,8 @@ Attempt attempt(const Codec& source, const Codec& target, Bytes input, MutableBy
     output = output.subspan(written.produced);
   }
 }
+
+thread_local constinit ConversionWatch* threadsWatch = nullptr;
 
 }  // namespace
 
@@ -73,8 +74,6 @@ std::string_view describe(RQStatus status) {
       return "the target encoding lacks the character";
     case unavailableStatus:
       return "the converter could not be opened";
-    case faultStatus:
-      return "the host was told to fail";
     default:
       return "";
   }
@@ -99,60 +98,37 @@ Conversion convert(const Codec& source, const Codec& target, Bytes input, Mutabl
   return {0, whole.outcome};
 }
 
-Transcoder::Transcoder(Instruments& instruments, const Codec& source, const Codec& target)
-    : instruments_(instruments), source_(source), target_(target) {
+ConversionWatch::ConversionWatch(Bytes text) : text_(text) {
+  threadsWatch = this;
+}
+
+ConversionWatch::~ConversionWatch() {
+  threadsWatch = nullptr;
+}
+
+Transcoder::Transcoder(const Codec& source, const Codec& target) : source_(source), target_(target) {
   forbid<"transcoder", 0>(gap0);
   forbid<"transcoder", 3>(gap3);
   destroy = destroySlot;
-  RQTranscoder::convert = convertSlot;
-  ++instruments_.counts.transcoders;
-  ++instruments_.counts.transcodersMade;
-}
-
-Transcoder::~Transcoder() {
-  --instruments_.counts.transcoders;
+  convert = convertSlot;
 }
 
 RQStatus Transcoder::destroySlot(RQTranscoder* transcoder) noexcept {
-  auto* self = static_cast<Transcoder*>(transcoder);
-  Instruments& instruments = self->instruments_;
-  if (instruments.active()) {
-    instruments.enter(Service::destroyTranscoder);
-    instruments.leave({Service::destroyTranscoder, transcoder, {}, 0});
-  }
-  delete self;
+  delete static_cast<Transcoder*>(transcoder);
   return 0;
 }
 
 RQStatus Transcoder::convertSlot(RQTranscoder* transcoder, const void* input, std::uint64_t inputBytes, void* output,
                                  std::uint64_t capacityBytes, std::uint64_t* producedBytes, std::uint64_t) noexcept {
-  auto* self = static_cast<Transcoder*>(transcoder);
+  const auto* self = static_cast<Transcoder*>(transcoder);
   const Bytes from(static_cast<const std::byte*>(input), inputBytes);
   const MutableBytes to(static_cast<std::byte*>(output), capacityBytes);
-  if (self->instruments_.active()) return self->convertWatched(from, to, producedBytes);
   const Conversion conversion = host::convert(self->source_, self->target_, from, to);
+  if (threadsWatch && from.data() == threadsWatch->text_.data() && from.size() == threadsWatch->text_.size()) {
+    threadsWatch->outcome_ = conversion.outcome;
+  }
   *producedBytes = conversion.produced;
   return statusOf(conversion.outcome);
-}
-
-RQStatus Transcoder::convertWatched(Bytes input, MutableBytes output, std::uint64_t* producedBytes) {
-  const std::optional<Fault> fault = instruments_.enter(Service::convert);
-  RQStatus status = 0;
-  if (fault && fault->action == Fault::Action::fail) {
-    *producedBytes = 0;
-    status = faultStatus;
-  } else if (!fault || fault->action != Fault::Action::silent) {
-    const Conversion conversion = host::convert(source_, target_, input, output);
-    *producedBytes = conversion.produced;
-    status = statusOf(conversion.outcome);
-    if (fault && fault->action == Fault::Action::status) status = static_cast<RQStatus>(fault->value);
-    if (fault && fault->action == Fault::Action::value) {
-      *producedBytes = fault->value;
-      status = 0;
-    }
-  }
-  instruments_.leave({Service::convert, this, {input.size(), output.size(), *producedBytes}, status});
-  return status;
 }
 
 }  // namespace rq::host

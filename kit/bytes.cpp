@@ -1,5 +1,5 @@
-// The exported routines over bytes and over terminated strings, and the 4-byte twins of both. Only what the kernels
-// do not know stands here: null pointers and how the arguments are ordered.
+// The exported routines over bytes and terminated strings, and those over RQChar of the same kind. They know what the
+// kernels do not: null pointers, empty buffers and the order of the arguments.
 #include <cstdint>
 
 #include "frame/kit_exports.h"
@@ -17,11 +17,7 @@ Byte* bytesOf(void* p) {
   return static_cast<Byte*>(p);
 }
 
-/// Byte values arrive in 32 bits; the low 8 count.
-Byte lowByte(std::uint32_t value) {
-  return static_cast<Byte>(value);
-}
-
+/// An empty string where there is no source.
 template <class U>
 void copyString(const U* source, U* destination) {
   if (!destination) return;
@@ -59,14 +55,14 @@ void skStrLow(void* buffer, std::uint64_t count) {
 }
 
 std::int32_t skMemNot(std::uint32_t value, const void* buffer, std::uint64_t count) {
-  return rq::kit::allEqual(lowByte(value), bytesOf(buffer), count);
+  return rq::kit::allEqual(value, bytesOf(buffer), count);
 }
 std::int32_t skMemTNot(RQChar value, const RQChar* buffer, std::uint64_t count) {
   return rq::kit::allEqual(value, buffer, count);
 }
 
 void skMemSet(void* buffer, std::uint32_t value, std::uint64_t count) {
-  rq::kit::fill(bytesOf(buffer), lowByte(value), count);
+  rq::kit::fill(bytesOf(buffer), static_cast<Byte>(value), count);
 }
 void skMemTSet(RQChar* buffer, RQChar value, std::uint64_t count) {
   rq::kit::fill(buffer, value, count);
@@ -87,17 +83,17 @@ void skMemSCpy(const void* source, void* destination, std::uint64_t count) {
 }
 
 std::int64_t skMemScan(const void* buffer, std::uint64_t count, std::uint32_t value) {
-  return buffer ? rq::kit::scan(bytesOf(buffer), count, lowByte(value)) : -1;
+  return buffer ? rq::kit::findFirst(bytesOf(buffer), count, value) : -1;
 }
 std::int64_t skMemNScan(const void* buffer, std::uint64_t count, std::uint32_t value) {
-  return buffer ? rq::kit::notScan(bytesOf(buffer), count, lowByte(value)) : -1;
+  return buffer ? rq::kit::findNot(bytesOf(buffer), count, value) : -1;
 }
 std::int64_t skMemTNScan(const RQChar* buffer, std::uint64_t count, RQChar value) {
-  return buffer ? rq::kit::notScan(buffer, count, value) : -1;
+  return buffer ? rq::kit::findNot(buffer, count, value) : -1;
 }
 
 std::int32_t skMissArray(const double* array, std::uint64_t count) {
-  return rq::kit::simd::active.hasMissing(reinterpret_cast<const std::uint64_t*>(array), count);
+  return rq::kit::anyNaN(reinterpret_cast<const std::uint64_t*>(array), count);
 }
 
 }  // extern "C"

@@ -1,4 +1,4 @@
-// skMemDup, the only routine of the kit that knows the host's pool.
+// skMemDup, the only routine of the kit that calls a host's pool.
 #include "frame/host_tables.h"
 #include "frame/kit_exports.h"
 #include "kit/kit.h"

@@ -11,26 +11,19 @@ namespace {
 
 using rq::kit::CaseMap;
 
-/// Lengths are signed; those below 0 are empty strings.
+/// Lengths are signed. A negative one means an empty string.
 std::uint64_t unitsOf(std::int64_t length) {
   return length > 0 ? static_cast<std::uint64_t>(length) : 0;
 }
 
-// Characters lie at any address: through a pointer to RQChar the compiler would take them for aligned.
-RQChar unitAt(const RQChar* p, std::uint64_t i) {
-  RQChar c;
-  __builtin_memcpy(&c, static_cast<const void*>(p + i), sizeof c);
-  return c;
-}
-void setUnit(RQChar* p, std::uint64_t i, RQChar c) {
-  __builtin_memcpy(static_cast<void*>(p + i), &c, sizeof c);
-}
+using rq::kit::simd::load;
+using rq::kit::simd::store;
 
 void mapByTable(RQChar* string, std::int64_t length, const CaseMap& map) {
   rq::kit::simd::active.mapCase(string, unitsOf(length), map);
 }
 
-/// Maps ASCII by the table and every other unit by the host's service.
+/// Maps ASCII by the table and every other unit by the host's case service.
 template <class Map>
 void mapByService(RQChar* string, std::uint64_t n, const CaseMap& table, Map map) {
   for (std::uint64_t i = 0; i < n;) {
@@ -38,32 +31,32 @@ void mapByService(RQChar* string, std::uint64_t n, const CaseMap& table, Map map
       rq::kit::simd::active.mapCase(string + i, ascii, table);
       i += ascii;
     }
-    for (; i < n && unitAt(string, i) >= 0x80; ++i) setUnit(string, i, map(unitAt(string, i)));
+    for (; i < n && load<RQChar>(string + i) >= rq::kit::asciiEnd; ++i)
+      store(string + i, map(load<RQChar>(string + i)));
   }
 }
 
-/// The registered host's case service, read afresh by each call; null before registration.
+/// The case service of the registered host, or null. Each call reads it anew: a host may change it.
 RQCaseService* caseService() {
   const RQKernel* const kernel = rq::kernelHandle();
   return kernel ? kernel->caseService : nullptr;
 }
 
-/// -1 or 1, by the order of different characters as signed values.
+/// -1 or 1 by the order of two different characters as signed values.
 std::int32_t signedOrder(RQChar a, RQChar b) {
   return static_cast<std::int32_t>(a) < static_cast<std::int32_t>(b) ? -1 : 1;
 }
 
-/// Compares `n` units ignoring case: -2 or 2. If they are equal so far, the first difference in case decides: -1,
-/// 0, 1.
+/// -2 or 2 if `n` units differ even ignoring case. Otherwise the first difference in case decides: -1, 0 or 1.
 std::int32_t compareIgnoringCase(const RQChar* a, const RQChar* b, std::uint64_t n) {
   const std::int64_t first = rq::kit::mismatch(a, b, n);
   if (first < 0) return 0;
   const auto i = static_cast<std::uint64_t>(first);
   const auto& lower = rq::kit::toLower;
   const std::int64_t further = rq::kit::simd::active.mappedMismatch(a + i, b + i, n - i, lower);
-  if (further < 0) return signedOrder(unitAt(a, i), unitAt(b, i));
+  if (further < 0) return signedOrder(load<RQChar>(a + i), load<RQChar>(b + i));
   const std::uint64_t k = i + static_cast<std::uint64_t>(further);
-  return 2 * signedOrder(lower(unitAt(a, k)), lower(unitAt(b, k)));
+  return 2 * signedOrder(lower(load<RQChar>(a + k)), lower(load<RQChar>(b + k)));
 }
 
 }  // namespace
@@ -71,7 +64,7 @@ std::int32_t compareIgnoringCase(const RQChar* a, const RQChar* b, std::uint64_t
 extern "C" {
 
 std::int64_t rqzspos(const RQChar* string, std::int64_t length, RQChar character) {
-  return string ? rq::kit::scan(string, unitsOf(length), character) : -1;
+  return string && length > 0 ? rq::kit::findFirst(string, static_cast<std::uint64_t>(length), character) : -1;
 }
 
 void rqzstlo(RQChar* string, std::int64_t length) {
@@ -96,9 +89,9 @@ std::int32_t rqzsncmp(const RQChar* a, std::int64_t aLength, const RQChar* b, st
   const std::uint64_t na = unitsOf(aLength), nb = unitsOf(bLength), common = na < nb ? na : nb;
   const std::int32_t order = compareIgnoringCase(a, b, common);
   if (order == -2 || order == 2 || na == nb) return order;
-  // Any tail but blanks makes the longer string the greater one, even if it sorts before a blank.
-  if (na < nb) return rq::kit::allEqual(0x20, b + common, nb - common) ? order : -2;
-  return rq::kit::allEqual(0x20, a + common, na - common) ? order : 2;
+  // Any tail but blanks makes the longer string the greater one, even a tail that sorts before a blank.
+  if (na < nb) return rq::kit::allEqual(rq::kit::blank, b + common, nb - common) ? order : -2;
+  return rq::kit::allEqual(rq::kit::blank, a + common, na - common) ? order : 2;
 }
 
 void rqzstmin(RQChar* string, std::int64_t length) {

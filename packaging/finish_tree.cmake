@@ -9,7 +9,9 @@ string(TIMESTAMP date "%a, %d %b %Y %H:%M:%S +0000" UTC) # of SOURCE_DATE_EPOCH 
 set(group_packages
   library ${CPACK_DEBIAN_LIBRARY_PACKAGE_NAME}
   development ${CPACK_DEBIAN_DEVELOPMENT_PACKAGE_NAME}
-  tools ${CPACK_DEBIAN_TOOLS_PACKAGE_NAME})
+  tools ${CPACK_DEBIAN_TOOLS_PACKAGE_NAME}
+  postgresql ${CPACK_DEBIAN_POSTGRESQL_PACKAGE_NAME}
+  sqlite ${CPACK_DEBIAN_SQLITE_PACKAGE_NAME})
 while(group_packages)
   list(POP_FRONT group_packages group package)
   set(share ${CPACK_TEMPORARY_DIRECTORY}/${group}${CPACK_PACKAGING_INSTALL_PREFIX}/share)

@@ -1,8 +1,8 @@
 // Writes kit/casemap/class_runs.h: the smallest and largest member of every case class of the BMP, as runs.
 //
-// A class is what simple upper, lower and title case mappings connect. Characters younger than Unicode 9.0 are left
-// out, so that any later ICU gives the same classes: a mapping between assigned characters never changes. One
-// exception is made: U+1E9E is not the largest member of its class for U+00DF, which stays.
+// Simple upper, lower and title case mappings connect the members of a class. Characters younger than Unicode 9.0 do
+// not count, so that any later ICU gives the same classes: a mapping between assigned characters never changes. One
+// exception: U+1E9E is not the largest member of its class for U+00DF, which stays.
 #include <unicode/uchar.h>
 
 #include <algorithm>
@@ -22,7 +22,7 @@ bool isInUnicode9(UChar32 c) {
   return age[0] != 0 && age[0] <= 9;
 }
 
-/// For each character the list of all members of its class, in ascending order.
+/// All members of each character's class, in ascending order.
 std::vector<std::vector<UChar32>> classesByCharacter() {
   std::vector<UChar32> parent(plane);
   std::iota(parent.begin(), parent.end(), 0);
@@ -41,7 +41,7 @@ std::vector<std::vector<UChar32>> classesByCharacter() {
   return classes;
 }
 
-/// The distance of each character to its smallest or largest relative.
+/// The distance of each character to the smallest or the largest member of its class.
 std::vector<std::int32_t> distances(bool largest) {
   const auto classes = classesByCharacter();
   std::vector<std::int32_t> result(plane);
@@ -53,7 +53,7 @@ std::vector<std::int32_t> distances(bool largest) {
   return result;
 }
 
-/// The end of the longest run from `first` on with this step; no character belongs to two runs.
+/// The end of the longest run from `first` on with this step. No character belongs to two runs.
 UChar32 runEnd(const std::vector<std::int32_t>& delta, const std::vector<bool>& done, UChar32 first, UChar32 step) {
   const auto goesOn = [&](UChar32 c) {
     return c < plane && !done[std::size_t(c)] && delta[std::size_t(c)] == delta[std::size_t(first)];
@@ -87,7 +87,7 @@ void printRuns(const char* name, const std::vector<std::int32_t>& delta) {
   for (UChar32 c = 0; c < plane; ++c) {
     if (delta[std::size_t(c)] == 0 || done[std::size_t(c)]) continue;
     const UChar32 each = runEnd(delta, done, c, 1), other = runEnd(delta, done, c, 2);
-    // Every other character, where those between do not belong to a run of their own.
+    // Take every other character if those between do not belong to the same run.
     const bool alternates = each == c && other > c;
     const UChar32 last = alternates ? other : each;
     for (UChar32 i = c; i <= last; i += alternates ? 2 : 1) done[std::size_t(i)] = true;
@@ -109,8 +109,8 @@ void printRuns(const char* name, const std::vector<std::int32_t>& delta) {
 
 int main() {
   std::puts(
-      "// The smallest and the largest member of each character's case class, by Unicode 9.0, in the BMP.\n"
-      "// Written by tools/gen_case_classes; do not edit.\n"
+      "// The smallest and the largest member of each character's case class by Unicode 9.0, in the BMP.\n"
+      "// tools/gen_case_classes writes this file; do not edit.\n"
       "#ifndef RQUNI_KIT_CASEMAP_CLASS_RUNS_H\n"
       "#define RQUNI_KIT_CASEMAP_CLASS_RUNS_H\n\n"
       "#include \"kit/casemap/runs.h\"\n\n"

@@ -10,7 +10,7 @@
 
 namespace rq {
 
-/// U+0020 in one form: the bytes of a unit, repeated to four, as a native 32-bit value.
+/// U+0020 in one encoding form. `fourBytes` is a native number that holds its bytes, repeated to four.
 struct Blank {
   std::uint32_t fourBytes;
   std::uint64_t unitBytes;
@@ -29,13 +29,13 @@ constexpr Blank blankOf(RQForm form) {
   }
 }
 
-/// Fills with whole units for as long as a unit begins before `bytes`: up to 1 byte (UTF-16) or 3 bytes (UTF-32) past
-/// them, which callers allow for.
+/// Fills `bytes` bytes with whole units. The last unit may end up to 1 byte (UTF-16) or 3 bytes (UTF-32) behind them;
+/// callers allow for it.
 inline void fillBlanks(void* output, std::uint64_t bytes, Blank blank) {
   const std::uint64_t filled = (bytes / blank.unitBytes + (bytes % blank.unitBytes != 0)) * blank.unitBytes;
   auto* const out = static_cast<std::uint8_t*>(output);
   kit::fill(reinterpret_cast<RQChar*>(out), blank.fourBytes, filled / sizeof(RQChar));
-  const std::uint64_t rest = filled % sizeof(RQChar);  // one UTF-16 blank, or nothing
+  const std::uint64_t rest = filled % sizeof(RQChar);  // one UTF-16 blank or nothing
   if (rest != 0) std::memcpy(out + filled - rest, &blank.fourBytes, rest);
 }
 

@@ -7,13 +7,16 @@
 namespace rq {
 namespace {
 
+/// The result when the pool refuses a working buffer.
 constexpr std::int64_t refused = -1;
+/// Longer texts take a block of the pool.
+constexpr std::uint64_t maxLocalUnits = 256;
 
-/// Converts a text to UTF-32, drops the blanks at its end and returns what `count` makes of (characters, number).
+/// Converts a text to UTF-32, drops the blanks at its end and returns count(characters, their number).
 template <std::uint64_t unitBytes, class Count>
 std::int64_t measure(RQInterface* object, const void* input, std::uint64_t units, Count count) {
-  if (input == nullptr || units == 0) return 0;
-  RQ_UNINITIALIZED WorkBuffer buffer(object->pool, units, 256);
+  if (!input || units == 0) return 0;
+  RQ_UNINITIALIZED WorkBuffer buffer(object->pool, units, maxLocalUnits);
   if (!buffer.obtained()) return refused;
   RQTranscoder* const fromSession = object->transcoders[RQ_FORM_UTF32_NATIVE].fromSession;
   const std::uint64_t characters = buffer.convert(fromSession, input, units * unitBytes, buffer.bytes());
@@ -24,7 +27,7 @@ std::uint64_t length(const RQChar*, std::uint64_t count) {
   return count;
 }
 
-/// A wide character takes two columns, any other one: marks, controls and emoji have no column rules of their own.
+/// Two columns for a wide character, one for any other: marks, controls and emoji have no rules of their own.
 std::uint64_t width(const RQChar* text, std::uint64_t count) {
   return count + kit::countWide(text, count);
 }

@@ -1,4 +1,4 @@
-// The UTF transforms: the host's transcoders do the work, this file scales lengths and fills in blanks.
+// The UTF transforms. The host's transcoders convert; this file scales lengths and fills fields with blanks.
 #include "frame/interface.h"
 #include "frame/internal/same_as.h"
 #include "frame/internal/transcode.h"
@@ -7,7 +7,7 @@
 namespace rq {
 namespace {
 
-// Bytes of one unit of session text: a byte in the plain and served flavours, an RQChar in the wide one.
+// Bytes in a unit of session text: one in the plain and served flavours, four in the wide one.
 constexpr std::uint64_t byteUnits = 1;
 constexpr std::uint64_t wideUnits = sizeof(RQChar);
 
@@ -21,7 +21,7 @@ RQStatus get(RQInterface* object, const void* input, std::uint64_t length, void*
   return status;
 }
 
-/// The length written is in bytes in every flavour; hosts count on it.
+/// *written counts bytes in every flavour. Kept: hosts depend on it.
 template <RQForm form, std::uint64_t unit>
 RQStatus put(RQInterface* object, const void* input, std::uint64_t length, void* output, std::uint64_t capacity,
              std::uint64_t* written) {
@@ -32,7 +32,7 @@ RQStatus put(RQInterface* object, const void* input, std::uint64_t length, void*
   return status;
 }
 
-/// With `pad` the whole field counts as written, in the caller's own units and whatever the conversion gave.
+/// With `pad`, *written is the capacity as the caller gave it, whatever the conversion produced.
 template <RQForm form, std::uint64_t unit>
 RQStatus putPadded(RQInterface* object, const void* input, std::uint64_t length, void* output, std::uint64_t capacity,
                    std::uint64_t* written, std::int32_t pad) {

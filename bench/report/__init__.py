@@ -1,1 +1,1 @@
-"""What bench/run makes of its measurements: tables, charts and the figures of docs/performance.md."""
+"""What bench/run makes of its measurements: the data file, charts and the figures of docs/performance.md."""

@@ -1,4 +1,4 @@
-// The kernel handle as the library reads it.
+// How the library reads the kernel handle.
 #ifndef RQUNI_FRAME_INTERNAL_KERNEL_HANDLE_H
 #define RQUNI_FRAME_INTERNAL_KERNEL_HANDLE_H
 
@@ -6,7 +6,7 @@
 
 namespace rq {
 
-/// The registered kernel, or null. Pairs with the store of rqextent, so that a handle seen is a kernel ready for use.
+/// The registered kernel, or null. Pairs with the store in rqextent: a thread that sees the handle sees the kernel.
 inline RQKernel* kernelHandle() {
   return __atomic_load_n(&Exported_RQHandle, __ATOMIC_ACQUIRE);
 }

@@ -8,8 +8,8 @@
 
 namespace rq {
 
-/// Converts `inputBytes` bytes at `input` into at most `capacityBytes` at `output` and returns the transcoder's
-/// status. *produced is what the host stores there; it keeps its value when the host stores nothing.
+/// Converts `inputBytes` bytes at `input` into at most `capacityBytes` bytes at `output`. Returns the transcoder's
+/// status. The host stores *produced; the value stays when it stores nothing.
 inline RQStatus transcode(RQTranscoder* transcoder, const void* input, std::uint64_t inputBytes, void* output,
                           std::uint64_t capacityBytes, std::uint64_t* produced) {
   return transcoder->convert(transcoder, input, inputBytes, output, capacityBytes, produced, 0);

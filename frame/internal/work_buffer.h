@@ -1,4 +1,5 @@
-// The working buffer of an operation: 1024 bytes on the stack for short texts, else a block of the object's pool.
+// The working buffer of an operation: 1024 bytes on the stack for short texts, a block of the object's pool for
+// others.
 #ifndef RQUNI_FRAME_INTERNAL_WORK_BUFFER_H
 #define RQUNI_FRAME_INTERNAL_WORK_BUFFER_H
 
@@ -9,14 +10,14 @@
 
 namespace rq {
 
-/// Room for one UTF-32 character for each unit of an input. A block is given back when the buffer goes out of scope.
+/// Room for one UTF-32 character for each unit of an input. The destructor gives a block back.
 class WorkBuffer {
  public:
-  /// Takes a block when there are more than `mostLocalUnits` units. Operations differ by one in that number, and
-  /// hosts that count allocations know it.
-  WorkBuffer(RQPool* pool, std::uint64_t units, std::uint64_t mostLocalUnits) : pool_(pool) {
-    if (units <= mostLocalUnits) return;
-    if (units > ~std::uint64_t{0} / sizeof(RQChar)) {  // no pool could hold it
+  /// Takes a block for more than `maxLocalUnits` units. That number differs by one between operations. Kept: hosts
+  /// that count allocations depend on it.
+  WorkBuffer(RQPool* pool, std::uint64_t units, std::uint64_t maxLocalUnits) : pool_(pool) {
+    if (units <= maxLocalUnits) return;
+    if (units > ~std::uint64_t{0} / sizeof(RQChar)) {  // more bytes than a pool can have
       characters_ = nullptr;
       return;
     }
@@ -25,32 +26,33 @@ class WorkBuffer {
     characters_ = static_cast<RQChar*>(block_);
   }
   ~WorkBuffer() {
-    if (block_ != nullptr) pool_->release(pool_, block_);
+    if (block_) pool_->release(pool_, block_);
   }
   WorkBuffer(const WorkBuffer&) = delete;
   WorkBuffer& operator=(const WorkBuffer&) = delete;
 
-  /// Whether there is a buffer; false when the pool refused.
+  /// False when the pool refused a block.
   bool obtained() const { return characters_ != nullptr; }
   const RQChar* characters() const { return characters_; }
   std::uint64_t bytes() const { return bytes_; }
 
-  /// Converts a whole text into the buffer and returns the number of characters. The transcoder's status is not
-  /// looked at; its produced length starts at `produced`, and a claim beyond the buffer counts as a full one.
+  /// Converts a text into the buffer and returns the number of characters. Ignores the transcoder's status. The
+  /// length that the transcoder stores starts at `produced`; one beyond the buffer counts as a full buffer.
   std::uint64_t convert(RQTranscoder* transcoder, const void* input, std::uint64_t inputBytes,
                         std::uint64_t produced) {
-    if (block_ == nullptr) clear();
+    if (!block_) clear();
     transcode(transcoder, input, inputBytes, characters_, bytes_, &produced);
     return (produced < bytes_ ? produced : bytes_) / sizeof(RQChar);
   }
 
  private:
-  /// What a host leaves out must not show the stack. The length is hidden from the compiler, which would write
-  /// `rep stos` for it: that takes longer to begin than memset takes to end.
+  /// Bytes that a host leaves out must not show the stack. Hides the length from the compiler, which would use
+  /// `rep stos`: that takes longer to start than memset takes to finish. Built in, because only one C library has the
+  /// checked form.
   void clear() {
     std::uint64_t bytes = sizeof local_;
     asm("" : "+r"(bytes));
-    std::memset(local_, 0, bytes);
+    __builtin_memset(local_, 0, bytes);
   }
 
   RQPool* pool_;
@@ -60,7 +62,7 @@ class WorkBuffer {
   RQChar local_[256];
 };
 
-/// Declares a local object that is not cleared first: for buffers that are written before they are read.
+/// Keeps the compiler from clearing a local object first. For buffers that are written before they are read.
 #define RQ_UNINITIALIZED __attribute__((uninitialized))
 
 }  // namespace rq

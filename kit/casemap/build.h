@@ -1,5 +1,5 @@
-// Expands runs into two-level tables, at compile time. What is wrong with the runs does not compile: the functions
-// that name a fault have no body, so that a call of one ends the evaluation and stands in the compiler's message.
+// Expands runs into two-level tables, at compile time. Wrong runs do not compile: the functions that name a fault
+// have no body, so that a call ends the evaluation, and the compiler's message shows the name.
 #ifndef RQUNI_KIT_CASEMAP_BUILD_H
 #define RQUNI_KIT_CASEMAP_BUILD_H
 
@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <span>
 
+#include "kit/casemap/case_map.h"
 #include "kit/casemap/runs.h"
 
 namespace rq::kit::casemap {
@@ -24,15 +25,15 @@ void gapIsAtAnEnd();
 using Runs = std::span<const Run>;
 using Blocks = std::span<const std::uint16_t>;
 
-constexpr std::size_t blockSize = 128, blocksOfPlane = 512;
+constexpr std::size_t blocksOfPlane = planeSize / blockSize;
 
-/// This entry of a table of bytes says that the distance stands in the list of exceptions.
+/// In a table of bytes this entry sends the reader to the list of exceptions.
 constexpr std::int8_t exceptionMark = -128;
 constexpr bool isException(std::int32_t delta) {
   return delta < -127 || delta > 127;
 }
 
-/// For each block of the plane its index in the tables of shifts, or -1.
+/// The index of each block of the plane in the tables of shifts, or -1.
 template <class T>
 constexpr std::array<T, blocksOfPlane> metaOf(Blocks blocks) {
   std::array<T, blocksOfPlane> meta{};
@@ -44,7 +45,7 @@ constexpr std::array<T, blocksOfPlane> metaOf(Blocks blocks) {
   return meta;
 }
 
-/// The distance of every character of the blocks, in their order.
+/// The distances of all characters of the blocks, in the order of the blocks.
 template <std::size_t Count>
 consteval std::array<std::int32_t, Count * blockSize> shiftsOf(Runs runs, Blocks blocks) {
   const auto meta = metaOf<std::int32_t>(blocks);
@@ -53,7 +54,7 @@ consteval std::array<std::int32_t, Count * blockSize> shiftsOf(Runs runs, Blocks
   for (const Run& run : runs) {
     if (run.last < run.first || (run.last - run.first) % run.step != 0) runDoesNotEndOnItsStep();
     for (RQChar c = run.first; c <= run.last; c += run.step) {
-      if (c >= 0x10000 || meta[c / blockSize] < 0) runIsOutsideItsBlocks();
+      if (c >= planeSize || meta[c / blockSize] < 0) runIsOutsideItsBlocks();
       std::int32_t& shift = shifts[static_cast<std::size_t>(meta[c / blockSize]) + c % blockSize];
       if (shift != 0 || run.delta == 0) characterIsMappedTwice();
       shift = run.delta;
@@ -62,7 +63,7 @@ consteval std::array<std::int32_t, Count * blockSize> shiftsOf(Runs runs, Blocks
   return shifts;
 }
 
-/// Every block must have something to map, in one of the tables or the other.
+/// Does every block map a character in `a` or in `b`?
 template <std::size_t Size>
 consteval bool blocksAreUsed(const std::array<std::int32_t, Size>& a, const std::array<std::int32_t, Size>& b) {
   for (std::size_t block = 0; block < Size; block += blockSize) {
@@ -82,7 +83,7 @@ consteval std::array<std::int8_t, Size> bytesOf(const std::array<std::int32_t, S
   return bytes;
 }
 
-/// Pairs (from, to) of the exceptions among `runs`, in their order, and a zero.
+/// The exceptions of `runs` in their order, as pairs (from, to), and a zero.
 template <std::size_t Pairs>
 consteval std::array<RQChar, 2 * Pairs + 1> exceptionsOf(Runs runs) {
   std::array<RQChar, 2 * Pairs + 1> list{};
@@ -105,7 +106,8 @@ constexpr std::int32_t deltaOf(Runs runs, RQChar c) {
   return 0;
 }
 
-/// The exceptions of the reverse mapping: `own`, which has no counterpart, then `list` turned round.
+/// The exceptions of the reverse mapping: first `own`, which the other mapping lacks, then each pair of `list`
+/// reversed.
 template <std::size_t Size>
 consteval std::array<RQChar, Size + 2> reversedExceptions(Runs runs, RQChar own,
                                                           const std::array<RQChar, Size>& list) {
@@ -128,7 +130,7 @@ constexpr Gap longestGap(const std::array<std::int32_t, blocksOfPlane>& meta) {
   Gap longest, current;
   for (RQChar block = 0; block < blocksOfPlane; ++block) {
     if (meta[block] >= 0) {
-      current = {(block + 1) * RQChar{blockSize}, 0};
+      current = {(block + 1) * blockSize, 0};
       continue;
     }
     current.count += blockSize;

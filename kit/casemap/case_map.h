@@ -8,20 +8,23 @@
 
 namespace rq::kit {
 
-/// Two levels: `meta` has a word for each block of 128 characters of the BMP, -1 or where the block begins in
-/// `shift`, which holds the distance to the mapped character. Characters beyond the BMP stay.
+/// The characters of the BMP, and of one block of it.
+constexpr RQChar planeSize = 0x10000, blockShift = 7, blockSize = 1 << blockShift;
+
+/// Two levels. `meta` has an entry for each block of the BMP: -1, or the index at which the block begins in `shift`.
+/// `shift` holds the distance of each character to what it maps to. Characters beyond the BMP stay.
 struct CaseMap {
   const std::int32_t *meta, *shift;
-  /// The longest stretch of characters in blocks that have nothing to map. Some block behind it has.
+  /// The longest stretch of blocks without entries. At least one block behind it has entries.
   RQChar gapFirst, gapEnd;
-  /// Up to asciiLast the table is not needed: the 26 letters from asciiFirst on have asciiFlip inverted, others stay.
-  /// Where ASCII is not that simple, asciiLast and asciiFlip are 0.
+  /// Characters up to asciiLast need no table: the 26 letters from asciiFirst on change the bits of asciiFlip, all
+  /// others stay. If ASCII is not that simple, asciiLast and asciiFlip are 0.
   RQChar asciiFirst, asciiFlip, asciiLast;
 
   constexpr RQChar operator()(RQChar c) const {
-    if (c >= 0x10000) return c;
-    const std::int32_t start = meta[c >> 7];
-    return start < 0 ? c : c + static_cast<RQChar>(shift[static_cast<RQChar>(start) + (c & 0x7F)]);
+    if (c >= planeSize) return c;
+    const std::int32_t start = meta[c / blockSize];
+    return start < 0 ? c : c + static_cast<RQChar>(shift[static_cast<RQChar>(start) + c % blockSize]);
   }
 };
 

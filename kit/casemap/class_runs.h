@@ -1,5 +1,5 @@
-// The smallest and the largest member of each character's case class, by Unicode 9.0, in the BMP.
-// Written by tools/gen_case_classes; do not edit.
+// The smallest and the largest member of each character's case class by Unicode 9.0, in the BMP.
+// tools/gen_case_classes writes this file; do not edit.
 #ifndef RQUNI_KIT_CASEMAP_CLASS_RUNS_H
 #define RQUNI_KIT_CASEMAP_CLASS_RUNS_H
 

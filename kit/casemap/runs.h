@@ -1,7 +1,8 @@
 // The built-in upper and lower case of single characters, as runs, in the order of the code points.
 //
-// They are fixed: hosts compare strings with what older libraries stored. That they differ from today's Unicode in
-// many places (U+018E pairs with U+0258, Georgian has no upper case, U+0370 to U+037F stay) is known and kept.
+// They never change: hosts compare strings with those that older libraries stored. They differ from today's Unicode
+// in many places (U+018E pairs with U+0258, Georgian has no upper case, U+0370 to U+037F stay). Kept: hosts depend on
+// it.
 #ifndef RQUNI_KIT_CASEMAP_RUNS_H
 #define RQUNI_KIT_CASEMAP_RUNS_H
 
@@ -11,7 +12,7 @@
 
 namespace rq::kit::casemap {
 
-/// Characters from `first` to `last`, `step` apart, each of which maps to itself plus `delta`.
+/// The characters from `first` to `last`, `step` apart. Each maps to itself plus `delta`.
 struct Run {
   RQChar first, last, step;
   std::int32_t delta;

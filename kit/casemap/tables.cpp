@@ -1,7 +1,8 @@
-// The case tables: the five that are exported, and what the kernels use.
+// The case tables: the five that the library exports, and the four maps that the kernels use.
 //
-// The exported ones are declared to the world as plain arrays (frame/kit_exports.h). A function cannot return those,
-// so here they are std::array, which is laid out alike; for that reason this file does not include their declaration.
+// frame/kit_exports.h declares the exported tables as plain arrays. A function cannot return an array, so this file
+// defines them as std::array, which has the same layout, and does not include that declaration.
+#include "kit/ascii.h"
 #include "kit/casemap/build.h"
 #include "kit/casemap/case_map.h"
 #include "kit/casemap/class_runs.h"
@@ -23,35 +24,35 @@ constexpr auto downExceptions = exceptionsOf<19>(lowerRuns);
 constexpr auto upExceptions = reversedExceptions(upperRuns, 0x017F, downExceptions);
 static_assert(exceptionsOf<20>(upperRuns).size() == upExceptions.size());
 
-constexpr auto skz_min_meta = metaOf<std::int32_t>(smallestBlocks);
-constexpr auto skz_minshift = shiftsOf<31>(smallestRuns, smallestBlocks);
-static_assert(blocksAreUsed(skz_minshift, skz_minshift));
+constexpr auto smallestMeta = metaOf<std::int32_t>(smallestBlocks);
+constexpr auto smallestShifts = shiftsOf<31>(smallestRuns, smallestBlocks);
+static_assert(blocksAreUsed(smallestShifts, smallestShifts));
 
-constexpr auto skz_max_meta = metaOf<std::int32_t>(largestBlocks);
-constexpr auto skz_maxshift = shiftsOf<29>(largestRuns, largestBlocks);
-static_assert(blocksAreUsed(skz_maxshift, skz_maxshift));
+constexpr auto largestMeta = metaOf<std::int32_t>(largestBlocks);
+constexpr auto largestShifts = shiftsOf<29>(largestRuns, largestBlocks);
+static_assert(blocksAreUsed(largestShifts, largestShifts));
 
-/// A map that inverts asciiFlip in the ASCII letters from `asciiFirst` on; a flip of 0 leaves ASCII to the table.
+/// A map that changes the bits of asciiFlip in the ASCII letters from `asciiFirst` on. 0 leaves ASCII to the table.
 template <std::size_t Size>
 consteval CaseMap caseMap(const std::array<std::int32_t, blocksOfPlane>& meta,
                           const std::array<std::int32_t, Size>& shifts, RQChar asciiFirst, RQChar asciiFlip) {
   const Gap gap = longestGap(meta);
-  const RQChar asciiLast = asciiFlip != 0 ? 0x7F : 0;
+  const RQChar asciiLast = asciiFlip != 0 ? asciiEnd - 1 : 0;
   const CaseMap map = {meta.data(), shifts.data(), gap.first, gap.first + gap.count,
                        asciiFirst,  asciiFlip,     asciiLast};
-  if (map.gapFirst <= asciiLast + 1 || map.gapEnd >= 0x10000) gapIsAtAnEnd();
+  if (map.gapFirst <= asciiLast + 1 || map.gapEnd >= planeSize) gapIsAtAnEnd();
   for (RQChar c = 0; c <= asciiLast; ++c)
-    if (map(c) != (c - asciiFirst < 26 ? c ^ asciiFlip : c)) asciiIsNotSimple();
+    if (map(c) != (c - asciiFirst < asciiLetters ? c ^ asciiFlip : c)) asciiIsNotSimple();
   return map;
 }
 
 }  // namespace
 
-constinit const CaseMap toUpper = caseMap(shiftMeta, upShifts, 'a', 0x20);
-constinit const CaseMap toLower = caseMap(shiftMeta, downShifts, 'A', 0x20);
-constinit const CaseMap toSmallest = caseMap(skz_min_meta, skz_minshift, 'a', 0x20);
-// The largest members of the classes of I, K and S lie beyond ASCII.
-constinit const CaseMap toLargest = caseMap(skz_max_meta, skz_maxshift, 'A', 0);
+constinit const CaseMap toUpper = caseMap(shiftMeta, upShifts, 'a', asciiCaseBit);
+constinit const CaseMap toLower = caseMap(shiftMeta, downShifts, 'A', asciiCaseBit);
+constinit const CaseMap toSmallest = caseMap(smallestMeta, smallestShifts, 'a', asciiCaseBit);
+// ASCII is not simple here: the largest members of the classes of I, K and S lie beyond it.
+constinit const CaseMap toLargest = caseMap(largestMeta, largestShifts, 'A', 0);
 
 }  // namespace rq::kit
 

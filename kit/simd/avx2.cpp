@@ -1,4 +1,4 @@
-// The kernels for processors with AVX2. Compiled with its flags: nothing here may be called before dispatch.cpp did.
+// The kernels for processors with AVX2. Compiled with its flags: only dispatch.cpp may let callers in here.
 #include "kit/simd/instance.h"
 #include "kit/simd/vector32.h"
 

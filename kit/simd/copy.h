@@ -1,5 +1,5 @@
-// Copies and fills. Short ones load all before they store anything and overlap their pieces; long ones align the
-// destination. The longest are the C library's, which knows the machine's caches and its string instructions.
+// Copies and fills. Short copies load everything before they store anything, in pieces that overlap. Long ones align
+// the destination. The C library does the longest: it knows the machine's caches and string instructions.
 #ifndef RQUNI_KIT_SIMD_COPY_H
 #define RQUNI_KIT_SIMD_COPY_H
 
@@ -13,20 +13,21 @@ namespace {
 
 using Byte = std::uint8_t;
 
+/// From these counts of bytes on the C library is faster.
 constexpr std::uint64_t longCopy = 4 * 1024, longFill = 16 * 1024;
 
-/// Maps `n` bytes, at most 16, by `f`, which takes and gives a Vector16 and maps each lane by itself. `out` may be
-/// `in`. `n` is a multiple of the lane's size.
+/// Maps `n` bytes, at most 16 and a multiple of the unit's size, by `f`. `f` takes and returns a Vector16 and maps
+/// each lane by itself. `out` may be `in`.
 template <class U, class F>
-RQ_INLINE void mapAtMost16(const U* in, U* out, std::uint64_t n, F f) {
-  const auto ends = [=](auto unit) {  // two pieces, which meet or overlap
+RQ_INLINE void mapUpTo16(const U* in, U* out, std::uint64_t n, F f) {
+  const auto ends = [=](auto unit) {  // two pieces that meet or overlap
     using Piece = decltype(unit);
     const std::uint64_t last = n - sizeof(Piece);
-    const std::uint64_t both[2] = {loadUnit<Piece>(in), loadUnit<Piece>(advanced(in, last))};
+    const std::uint64_t both[2] = {load<Piece>(in), load<Piece>(advanced(in, last))};
     const __m128i pieces = _mm_set_epi64x(static_cast<std::int64_t>(both[1]), static_cast<std::int64_t>(both[0]));
     const __m128i mapped = f(Vector16<U>{pieces}).v;
-    storeUnit(out, static_cast<Piece>(_mm_cvtsi128_si64(mapped)));
-    storeUnit(advanced(out, last), static_cast<Piece>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(mapped, mapped))));
+    store(out, static_cast<Piece>(_mm_cvtsi128_si64(mapped)));
+    store(advanced(out, last), static_cast<Piece>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(mapped, mapped))));
   };
   if (n >= 8) return ends(std::uint64_t{});
   if (n >= 4) return ends(std::uint32_t{});
@@ -36,16 +37,16 @@ RQ_INLINE void mapAtMost16(const U* in, U* out, std::uint64_t n, F f) {
   }
 }
 
-/// out[i] = f(in[i]) for `n` lanes. `out` may be `in`; otherwise the two must not overlap.
+/// out[i] = f(in[i]) for `n` lanes. `out` is `in` or does not overlap it.
 template <class V, class U, class F>
 RQ_INLINE void map(const U* in, U* out, std::uint64_t n, F f) {
   if (n < V::lanes) {
     if constexpr (requires { typename V::Half; })
       return map<typename V::Half>(in, out, n, f);
     else
-      return mapAtMost16(in, out, n * sizeof(U), f);
+      return mapUpTo16(in, out, n * sizeof(U), f);
   }
-  // The last vector is loaded first: in place, the one before it may change lanes that both hold.
+  // Load the last vector first: in place, storing the one before it may change lanes that both hold.
   const V last = V::load(in + n - V::lanes);
   std::uint64_t i = 0;
   if constexpr (requires(V v) { f.four(v, v, v, v); }) {
@@ -63,13 +64,13 @@ RQ_INLINE void map(const U* in, U* out, std::uint64_t n, F f) {
   f(last).store(out + n - V::lanes);
 }
 
-/// Copies at most 16 bytes; the ranges may overlap.
-RQ_INLINE void moveAtMost16(const Byte* s, Byte* d, std::uint64_t n) {
+/// Copies fewer than 16 bytes; the ranges may overlap.
+RQ_INLINE void moveBelow16(const Byte* s, Byte* d, std::uint64_t n) {
   const auto ends = [=](auto unit) {
     using Piece = decltype(unit);
-    const auto head = loadUnit<Piece>(s), tail = loadUnit<Piece>(s + n - sizeof(Piece));
-    storeUnit(d, head);
-    storeUnit(d + n - sizeof(Piece), tail);
+    const auto head = load<Piece>(s), tail = load<Piece>(s + n - sizeof(Piece));
+    store(d, head);
+    store(d + n - sizeof(Piece), tail);
   };
   if (n >= 8) return ends(std::uint64_t{});
   if (n >= 4) return ends(std::uint32_t{});
@@ -77,7 +78,13 @@ RQ_INLINE void moveAtMost16(const Byte* s, Byte* d, std::uint64_t n) {
   if (n == 1) *d = *s;
 }
 
-/// Loads `count` vectors from each end, then stores them: for n bytes of which these vectors hold all.
+/// Where four vectors of 16 bytes cover 16 to 64 bytes: at both ends, and this far from either. One case for all
+/// these sizes spares branches, which sizes by turns mispredict.
+RQ_INLINE std::uint64_t innerPlace(std::uint64_t n) {
+  return n / 32 * 16;
+}
+
+/// Loads `count` vectors from each end, then stores them. Together they must hold all `n` bytes.
 template <class V, std::uint64_t count>
 RQ_INLINE void moveEnds(const Byte* s, Byte* d, std::uint64_t n) {
   V head[count], tail[count];
@@ -92,10 +99,34 @@ RQ_INLINE void moveEnds(const Byte* s, Byte* d, std::uint64_t n) {
 }
 
 /// Copies at most 64 bytes with what every processor has; the ranges may overlap.
-RQ_INLINE void moveAtMost64(const Byte* s, Byte* d, std::uint64_t n) {
-  if (n < 16) return moveAtMost16(s, d, n);
-  if (n <= 32) return moveEnds<Vector16<Byte>, 1>(s, d, n);
-  moveEnds<Vector16<Byte>, 2>(s, d, n);
+RQ_INLINE void moveUpTo64(const Byte* s, Byte* d, std::uint64_t n) {
+  if (n < 16) return moveBelow16(s, d, n);
+  using V = Vector16<Byte>;
+  const std::uint64_t inner = innerPlace(n), last = n - V::bytes;
+  const V v0 = V::load(s), v1 = V::load(s + inner), v2 = V::load(s + last - inner), v3 = V::load(s + last);
+  v0.store(d);
+  v1.store(d + inner);
+  v2.store(d + last - inner);
+  v3.store(d + last);
+}
+
+/// Copies four to eight vectors of bytes; the ranges may overlap.
+template <class V>
+RQ_INLINE void moveUpTo8(const Byte* s, Byte* d, std::uint64_t n) {
+  constexpr std::uint64_t one = V::bytes;
+  const Byte* const sEnd = s + n;
+  const V v0 = V::load(s), v1 = V::load(s + one), v2 = V::load(s + 2 * one), v3 = V::load(s + 3 * one);
+  const V v4 = V::load(sEnd - 4 * one), v5 = V::load(sEnd - 3 * one);
+  const V v6 = V::load(sEnd - 2 * one), v7 = V::load(sEnd - one);
+  Byte* const dEnd = d + n;
+  v0.store(d);
+  v1.store(d + one);
+  v2.store(d + 2 * one);
+  v3.store(d + 3 * one);
+  v4.store(dEnd - 4 * one);
+  v5.store(dEnd - 3 * one);
+  v6.store(dEnd - 2 * one);
+  v7.store(dEnd - one);
 }
 
 /// Copies at most two vectors of bytes; the ranges may overlap.
@@ -104,18 +135,19 @@ RQ_INLINE void moveShort(const Byte* s, Byte* d, std::uint64_t n) {
   if constexpr (requires { typename V::Half; }) {
     if (n <= V::bytes) return moveShort<typename V::Half>(s, d, n);
   } else {
-    if (n < V::bytes) return moveAtMost16(s, d, n);
+    if (n < V::bytes) return moveBelow16(s, d, n);
   }
   moveEnds<V, 1>(s, d, n);
 }
 
-/// Copies so that the result is that of a temporary buffer, when d is not inside (s, s + n).
+/// Copies as if through a temporary buffer, unless d lies inside (s, s + n).
 template <class V>
 RQ_INLINE void moveForwards(const Byte* s, Byte* d, std::uint64_t n) {
   if (n <= 2 * V::bytes) return moveShort<V>(s, d, n);
   if (n <= 4 * V::bytes) return moveEnds<V, 2>(s, d, n);
+  if (n <= 8 * V::bytes) return moveUpTo8<V>(s, d, n);
   if (n >= longCopy) return static_cast<void>(memmove(d, s, n));
-  // Both ends are loaded before the loop and stored after it, so that it may run over their sources.
+  // Load both ends before the loop and store them after it: the loop may overwrite their sources.
   const V head = V::load(s);
   const Byte* const tail = s + n - 4 * V::bytes;
   const V t0 = V::load(tail), t1 = V::load(tail + V::bytes);
@@ -136,10 +168,10 @@ RQ_INLINE void moveForwards(const Byte* s, Byte* d, std::uint64_t n) {
   head.store(d);
 }
 
-/// The same from the other end, for d inside (s, s + n), and n greater than 64.
+/// Copies from the end to the front as if through a temporary buffer, for d inside (s, s + n) and n greater than 64.
 template <class V>
 RQ_INLINE void moveBackwards(const Byte* s, Byte* d, std::uint64_t n) {
-  static_assert(2 * V::bytes <= 64, "between 64 bytes and two vectors there would be a gap");
+  static_assert(2 * V::bytes <= 64, "two vectors must hold the shortest copy");
   if (n <= 4 * V::bytes) return moveEnds<V, 2>(s, d, n);
   const V tail = V::load(s + n - V::bytes);
   const V h0 = V::load(s), h1 = V::load(s + V::bytes);
@@ -160,7 +192,7 @@ RQ_INLINE void moveBackwards(const Byte* s, Byte* d, std::uint64_t n) {
   h3.store(d + 3 * V::bytes);
 }
 
-/// Is d inside (s, s + n)? There a forward copy reads what it has written.
+/// Does d lie inside (s, s + n)? Then a forward copy reads bytes that it has written.
 RQ_INLINE bool beginsInside(const Byte* s, const Byte* d, std::uint64_t n) {
   const std::uint64_t distance = reinterpret_cast<std::uintptr_t>(d) - reinterpret_cast<std::uintptr_t>(s);
   return n != 0 && distance - 1 < n - 1;
@@ -173,21 +205,20 @@ void copySafe(const Byte* s, Byte* d, std::uint64_t n) {
 
 /// Stores `c` into `n` units, at most 64 bytes, with what every processor has.
 template <class U>
-RQ_INLINE void fillAtMost64(U* p, U c, std::uint64_t n) {
+RQ_INLINE void fillUpTo64(U* p, U c, std::uint64_t n) {
   constexpr std::uint64_t copies = sizeof(U) == 1 ? 0x0101010101010101 : 0x0000000100000001;
   const std::uint64_t eight = c * copies, bytes = n * sizeof(U);
   const auto ends = [=](auto piece) {
-    storeUnit(p, piece);
-    storeUnit(advanced(p, bytes - sizeof piece), piece);
+    store(p, piece);
+    store(advanced(p, bytes - sizeof piece), piece);
   };
   if (bytes >= 16) {
-    const __m128i half = _mm_cvtsi64_si128(static_cast<std::int64_t>(eight)), v = _mm_unpacklo_epi64(half, half);
-    const auto store = [=](std::uint64_t at) { _mm_storeu_si128(reinterpret_cast<__m128i*>(advanced(p, at)), v); };
-    store(0);
-    store(bytes - 16);
-    if (bytes <= 32) return;
-    store(16);
-    return store(bytes - 32);
+    const auto v = Vector16<U>::splat(c);
+    const std::uint64_t inner = innerPlace(bytes), last = bytes - v.bytes;
+    v.store(p);
+    v.store(advanced(p, inner));
+    v.store(advanced(p, last - inner));
+    return v.store(advanced(p, last));
   }
   if (bytes >= 8) return ends(eight);
   if (bytes >= 4) return ends(static_cast<std::uint32_t>(eight));
@@ -208,7 +239,7 @@ void fill(U* p, U c, std::uint64_t n) {
   store(n - V::lanes);
   if (n <= 2 * V::lanes) return;
   if (n <= 4 * V::lanes) return store(V::lanes), store(n - 2 * V::lanes);
-  // Aligned, if the units are: stores across cache lines would cost twice.
+  // Aligned, if the units are: a store across two cache lines costs twice.
   std::uint64_t i = V::lanes - reinterpret_cast<std::uintptr_t>(p) % V::bytes / sizeof(U);
   for (; n - i > 4 * V::lanes; i += 4 * V::lanes) {
     store(i);
@@ -219,29 +250,32 @@ void fill(U* p, U c, std::uint64_t n) {
   for (; n - i > V::lanes; i += V::lanes) store(i);
 }
 
-/// The first `n` bytes, at most 16, of a vector.
-RQ_INLINE void storePart(Byte* d, __m128i v, std::uint64_t n) {
+/// Stores the first `n` bytes, at most 16, of a vector.
+RQ_INLINE void storePartial(Byte* d, __m128i v, std::uint64_t n) {
   if (n == 16) return _mm_storeu_si128(reinterpret_cast<__m128i*>(d), v);
   auto rest = static_cast<std::uint64_t>(_mm_cvtsi128_si64(v));
   if (n & 8) {
-    storeUnit(d, rest);
+    store(d, rest);
     d += 8;
     rest = static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(v, v)));
   }
   if (n & 4) {
-    storeUnit(d, static_cast<std::uint32_t>(rest));
+    store(d, static_cast<std::uint32_t>(rest));
     d += 4;
     rest >>= 32;
   }
   if (n & 2) {
-    storeUnit(d, static_cast<std::uint16_t>(rest));
+    store(d, static_cast<std::uint16_t>(rest));
     d += 2;
     rest >>= 16;
   }
   if (n & 1) *d = static_cast<Byte>(rest);
 }
 
-/// The longest multiple of a period below 16 that 16 bytes hold, and 8 modulo the period.
+/// Up to here a forward copy onto itself stores its pattern 16 bytes at a time.
+constexpr std::uint64_t maxPatternBytes = 128;
+
+/// Of a pattern that repeats after fewer than 16 bytes: the bytes of whole periods in 16, and 8 modulo the period.
 struct Period {
   Byte whole, phase;
 };
@@ -257,15 +291,15 @@ RQ_INLINE __m128i repeated(const Byte* s, std::uint64_t period) {
     high |= low << (8 * (period - 8));
   } else {
     for (std::uint64_t filled = period; filled < 8; filled *= 2) low |= low << (8 * filled);
-    // The second half begins `phase` bytes into the pattern, and from its next period on it is the first half again.
+    // The second half begins `phase` bytes into the pattern. Behind the rest of that period the first half follows.
     const std::uint64_t phase = periods[period].phase;
     high = low >> (8 * phase) | low << 1 << (8 * (period - phase) - 1);
   }
   return _mm_set_epi64x(static_cast<std::int64_t>(high), static_cast<std::int64_t>(low));
 }
 
-/// Repeats what lies from s to d + done, whole periods, until d has n bytes: twice as much each time while that stays
-/// in the cache. Returns d. Never inlined: the registers that it saves would cost every copy.
+/// Repeats the bytes from s to d + done, which are whole periods, until d has n bytes. Each copy doubles them while
+/// they stay in the cache. Returns d. Never inlined: saving its registers would slow down every copy.
 template <class V>
 [[gnu::noinline]] Byte* repeat(const Byte* s, Byte* d, std::uint64_t done, std::uint64_t n) {
   const auto period = static_cast<std::uint64_t>(d - s);
@@ -279,22 +313,22 @@ template <class V>
   return d;
 }
 
-/// The forward copy of n bytes to s + period, period < n: repeats s[0..period) through d[0..n). Returns d.
+/// The forward copy of n bytes to d = s + period, period < n, which repeats s[0..period) through d[0..n). Returns d.
 template <class V>
 RQ_INLINE Byte* propagate(const Byte* s, Byte* d, std::uint64_t period, std::uint64_t n) {
-  if (period == 1 && n <= 64) return fillAtMost64(d, *s, n), d;
+  if (period == 1 && n <= 64) return fillUpTo64(d, *s, n), d;
   std::uint64_t done = 0;
   if (period > 1 && period < 16) {
     const __m128i pattern = repeated(s, period);
-    const std::uint64_t most = n < 128 ? n : 128;
-    for (; most - done > 16; done += periods[period].whole)
+    const std::uint64_t head = n < maxPatternBytes ? n : maxPatternBytes;
+    for (; head - done > 16; done += periods[period].whole)
       _mm_storeu_si128(reinterpret_cast<__m128i*>(d + done), pattern);
-    if (n < 128) return storePart(d + done, pattern, n - done), d;
+    if (n < maxPatternBytes) return storePartial(d + done, pattern, n - done), d;
   }
   return repeat<V>(s, d, done, n);
 }
 
-/// Returns d, as the exported routine does, which can then jump here.
+/// Copies strictly forwards. Returns d, so that the exported routine is a jump to it.
 template <class V>
 Byte* copyForward(const Byte* s, Byte* d, std::uint64_t n) {
   if (beginsInside(s, d, n)) [[unlikely]]

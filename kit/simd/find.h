@@ -1,33 +1,55 @@
-// Searches: the first or last lane for which something holds. Every search is a probe, which looks at one vector, and
-// one loop over it. Nothing is read outside the counted units: short inputs go to narrower vectors and parts, and the
-// last vector of a long input overlaps the one before.
+// Searches: the first or last unit for which something holds. A search is a probe, which tests one vector, and a loop
+// over the probe. Searches read only the counted units: narrower vectors and partial loads serve short inputs, and
+// the last vector of a long input overlaps the one before it.
 #ifndef RQUNI_KIT_SIMD_FIND_H
 #define RQUNI_KIT_SIMD_FIND_H
 
+#include "kit/simd/kernels.h"
 #include "kit/simd/vector16.h"
 
 namespace rq::kit::simd {
 namespace {
 
+/// The bits of the widest mask that one word holds.
+constexpr std::uint64_t maxBits = 64;
+
+/// Beyond this the memory is the limit, and narrower loads get more out of it.
+constexpr std::uint64_t maxWideBytes = 4 << 20;
+
 template <class V>
-concept LoadsParts = requires(const typename V::Lane* p) {
-  V::loadPart(p, 1);
+concept LoadsPartial = requires(const typename V::Lane* p) {
+  V::loadPartial(p, 1);
 };
 
-/// The index of the first lane that `Probe<V>` hits among `n`, or -1.
+/// The index of the first lane that `Probe<V>` matches, or -1, among at least one lane and at most 64 bytes.
 template <template <class> class Probe, class V, class... Args>
-RQ_INLINE std::int64_t findFirst(std::uint64_t n, Args... args) {
-  if (n < V::lanes) {
-    if constexpr (LoadsParts<V>) {
-      if (n == 0) return -1;
-      const std::uint64_t bits = Probe<V>(args...).part(n).bits() & lowBits(n);
-      return bits ? static_cast<std::int64_t>(firstBit(bits)) : -1;
-    } else {
-      return findFirst<Probe, typename V::Half>(n, args...);
+RQ_INLINE std::int64_t firstMatchShort(std::uint64_t n, Args... args) {
+  const auto found = [](std::uint64_t bits) { return bits ? static_cast<std::int64_t>(firstBit(bits)) : -1; };
+  if constexpr (V::bytes == maxShortBytes) {
+    return found(Probe<V>(args...).partial(n).bits() & lowBits(n));
+  } else {
+    if (n < V::lanes) {
+      if constexpr (LoadsPartial<V>)
+        return found(Probe<V>(args...).partial(n).bits() & lowBits(n));
+      else
+        return firstMatchShort<Probe, typename V::Half>(n, args...);
     }
+    const Probe<V> probe(args...);
+    const auto bitsAt = [=](std::uint64_t i) { return probe.at(i).bits() << i; };  // vectors may overlap
+    std::uint64_t bits = bitsAt(0) | bitsAt(n - V::lanes);
+    if (2 * V::bytes < maxShortBytes && n > 2 * V::lanes) bits |= bitsAt(V::lanes) | bitsAt(n - 2 * V::lanes);
+    return found(bits);
   }
+}
+
+/// The same among more than 64 bytes.
+template <template <class> class Probe, class V, class... Args>
+RQ_INLINE std::int64_t firstMatchLong(std::uint64_t n, Args... args) {
+  if constexpr (V::bytes == maxShortBytes)
+    if (n > maxWideBytes / sizeof(typename V::Lane)) [[unlikely]]
+      return firstMatchLong<Probe, typename V::Half>(n, args...);
   const Probe<V> probe(args...);
-  if constexpr (4 * V::lanes <= 64) {  // one word holds the bits of four vectors, which may overlap
+  if constexpr (4 * V::lanes <= maxBits && 4 * V::bytes > maxShortBytes) {  // one word holds the bits of four vectors
     if (n <= 4 * V::lanes) {
       const auto bitsAt = [=](std::uint64_t i) { return probe.at(i).bits() << i; };
       std::uint64_t bits = bitsAt(0) | bitsAt(n - V::lanes);
@@ -36,11 +58,10 @@ RQ_INLINE std::int64_t findFirst(std::uint64_t n, Args... args) {
     }
   }
   if (const std::uint64_t bits = probe.at(0).bits()) return static_cast<std::int64_t>(firstBit(bits));
-  // The next vector begins at an aligned address, or as near after one as the units' own alignment lets it.
+  // Continue at an aligned address, or as near behind one as the alignment of the units allows.
   std::uint64_t i = V::lanes - reinterpret_cast<std::uintptr_t>(probe.p) % V::bytes / sizeof(typename V::Lane);
   for (; n - i >= 4 * V::lanes; i += 4 * V::lanes)
-    if (((probe.at(i) | probe.at(i + V::lanes)) | (probe.at(i + 2 * V::lanes) | probe.at(i + 3 * V::lanes))).any())
-      break;
+    if (probe.anyOfFour(i)) break;
   for (; n - i >= V::lanes; i += V::lanes)
     if (const std::uint64_t bits = probe.at(i).bits()) return static_cast<std::int64_t>(i + firstBit(bits));
   if (i == n) return -1;
@@ -49,27 +70,60 @@ RQ_INLINE std::int64_t findFirst(std::uint64_t n, Args... args) {
   return bits ? static_cast<std::int64_t>(i + firstBit(bits)) : -1;
 }
 
-/// Does `Probe<V>` hit any of `n` lanes? Where does not matter, so that short inputs need one test.
+/// The same among any number of lanes.
 template <template <class> class Probe, class V, class... Args>
-RQ_INLINE bool findAny(std::uint64_t n, Args... args) {
-  constexpr std::uint64_t one = V::lanes, four = 4 * V::lanes;
-  if (n < one) {
-    if constexpr (LoadsParts<V>)
-      return n != 0 && (Probe<V>(args...).part(n).bits() & lowBits(n)) != 0;
-    else
-      return findAny<Probe, typename V::Half>(n, args...);
+RQ_INLINE std::int64_t firstMatch(std::uint64_t n, Args... args) {
+  if (n == 0) return -1;
+  if (n <= maxShortBytes / sizeof(typename V::Lane)) return firstMatchShort<Probe, V>(n, args...);
+  return firstMatchLong<Probe, V>(n, args...);
+}
+
+/// Does `Probe<V>` match any lane, among at least one and at most 64 bytes? The place does not matter: one test is
+/// enough.
+template <template <class> class Probe, class V, class... Args>
+RQ_INLINE bool anyMatchShort(std::uint64_t n, Args... args) {
+  if constexpr (V::bytes == maxShortBytes) {
+    return (Probe<V>(args...).partial(n).bits() & lowBits(n)) != 0;
+  } else {
+    if (n < V::lanes) {
+      if constexpr (LoadsPartial<V>)
+        return (Probe<V>(args...).partial(n).bits() & lowBits(n)) != 0;
+      else
+        return anyMatchShort<Probe, typename V::Half>(n, args...);
+    }
+    const Probe<V> probe(args...);
+    const auto two = [=](std::uint64_t i, std::uint64_t k) { return probe.at(i) | probe.at(k); };
+    if (2 * V::bytes == maxShortBytes || n <= 2 * V::lanes) return two(0, n - V::lanes).any();
+    return (two(0, V::lanes) | two(n - 2 * V::lanes, n - V::lanes)).any();
   }
+}
+
+/// The same among more than 64 bytes.
+template <template <class> class Probe, class V, class... Args>
+RQ_INLINE bool anyMatchLong(std::uint64_t n, Args... args) {
+  if constexpr (V::bytes == maxShortBytes)
+    if (n > maxWideBytes / sizeof(typename V::Lane)) [[unlikely]]
+      return anyMatchLong<Probe, typename V::Half>(n, args...);
+  constexpr std::uint64_t one = V::lanes, four = 4 * V::lanes;
   const Probe<V> probe(args...);
-  const auto two = [=](std::uint64_t i, std::uint64_t k) { return probe.at(i) | probe.at(k); };
-  if (n <= 2 * one) return two(0, n - one).any();
-  if (n <= four) return (two(0, one) | two(n - 2 * one, n - one)).any();
-  const auto inFour = [=](std::uint64_t i) { return (two(i, i + one) | two(i + 2 * one, i + 3 * one)).any(); };
-  if (inFour(0)) return true;
-  // From an aligned address, or as near one as the units' own alignment lets it.
+  if constexpr (four * sizeof(typename V::Lane) > maxShortBytes) {
+    const auto two = [=](std::uint64_t i, std::uint64_t k) { return probe.at(i) | probe.at(k); };
+    if (n <= 2 * one) return two(0, n - one).any();
+    if (n <= four) return (two(0, one) | two(n - 2 * one, n - one)).any();
+  }
+  if (probe.anyOfFour(0)) return true;
+  // Continue at an aligned address, or as near behind one as the alignment of the units allows.
   for (std::uint64_t i = four - reinterpret_cast<std::uintptr_t>(probe.p) % V::bytes / sizeof(typename V::Lane);
        i < n - four; i += four)
-    if (inFour(i)) return true;
-  return inFour(n - four);
+    if (probe.anyOfFour(i)) return true;
+  return probe.anyOfFour(n - four);
+}
+
+/// Does a probe match in any of the four vectors from index i on?
+template <class Probe, class V>
+RQ_INLINE bool anyOfFourMatches(const Probe& probe, std::uint64_t i) {
+  constexpr std::uint64_t one = V::lanes;
+  return ((probe.at(i) | probe.at(i + one)) | (probe.at(i + 2 * one) | probe.at(i + 3 * one))).any();
 }
 
 template <class V>
@@ -79,10 +133,15 @@ struct EqualTo {
   V needle;
   RQ_INLINE EqualTo(const Lane* buffer, Lane c) : p(buffer), needle(V::splat(c)) {}
   RQ_INLINE auto at(std::uint64_t i) const { return V::equal(V::load(p + i), needle); }
-  RQ_INLINE auto part(std::uint64_t n) const { return V::equal(V::loadPart(p, n), needle); }
+  RQ_INLINE auto partial(std::uint64_t n) const { return V::equal(V::loadPartial(p, n), needle); }
+  RQ_INLINE bool anyOfFour(std::uint64_t i) const {
+    if constexpr (V::masksAreVectors) return anyOfFourMatches<EqualTo, V>(*this, i);
+    const auto difference = [this, i](std::uint64_t k) { return V::load(p + i + k * V::lanes) ^ needle; };
+    return V::anyZero(difference(0), difference(1), difference(2), difference(3));
+  }
 };
 
-/// Differences are folded as vectors that are not zero: xor and or are cheaper than comparisons.
+/// Differences stay vectors whose lanes are not zero: xor and or are cheaper than comparisons.
 template <class V>
 struct DifferentFrom {
   using Lane = typename V::Lane;
@@ -90,7 +149,8 @@ struct DifferentFrom {
   V value;
   RQ_INLINE DifferentFrom(const Lane* buffer, Lane c) : p(buffer), value(V::splat(c)) {}
   RQ_INLINE auto at(std::uint64_t i) const { return V::load(p + i) ^ value; }
-  RQ_INLINE auto part(std::uint64_t n) const { return V::loadPart(p, n) ^ value; }
+  RQ_INLINE auto partial(std::uint64_t n) const { return V::notEqual(V::loadPartial(p, n), value); }
+  RQ_INLINE bool anyOfFour(std::uint64_t i) const { return anyOfFourMatches<DifferentFrom, V>(*this, i); }
 };
 
 template <class V>
@@ -99,75 +159,103 @@ struct Mismatch {
   const Lane *p, *q;
   RQ_INLINE Mismatch(const Lane* a, const Lane* b) : p(a), q(b) {}
   RQ_INLINE auto at(std::uint64_t i) const { return V::load(p + i) ^ V::load(q + i); }
-  RQ_INLINE auto part(std::uint64_t n) const { return V::loadPart(p, n) ^ V::loadPart(q, n); }
+  RQ_INLINE auto partial(std::uint64_t n) const { return V::notEqual(V::loadPartial(p, n), V::loadPartial(q, n)); }
+  RQ_INLINE bool anyOfFour(std::uint64_t i) const { return anyOfFourMatches<Mismatch, V>(*this, i); }
 };
 
 template <class V>
 struct NotAscii {
   using Lane = typename V::Lane;
   const Lane* p;
-  V firstOther = V::splat(0x80);
+  V end = V::splat(asciiEnd);
   RQ_INLINE explicit NotAscii(const Lane* buffer) : p(buffer) {}
-  RQ_INLINE auto at(std::uint64_t i) const { return V::atMost(firstOther, V::load(p + i)); }
-  RQ_INLINE auto part(std::uint64_t n) const { return V::atMost(firstOther, V::loadPart(p, n)); }
+  RQ_INLINE auto at(std::uint64_t i) const { return V::lessEqual(end, V::load(p + i)); }
+  RQ_INLINE auto partial(std::uint64_t n) const { return V::lessEqual(end, V::loadPartial(p, n)); }
+  RQ_INLINE bool anyOfFour(std::uint64_t i) const { return anyOfFourMatches<NotAscii, V>(*this, i); }
 };
 
 template <class V>
-struct NotANumber {
+struct IsNaN {
   using Lane = typename V::Lane;
   const Lane* p;
-  RQ_INLINE explicit NotANumber(const Lane* array) : p(array) {}
-  RQ_INLINE auto at(std::uint64_t i) const { return V::load(p + i).notANumber(); }
-  RQ_INLINE auto part(std::uint64_t n) const { return V::loadPart(p, n).notANumber(); }
+  RQ_INLINE explicit IsNaN(const Lane* array) : p(array) {}
+  RQ_INLINE auto at(std::uint64_t i) const { return V::load(p + i).isNaN(); }
+  RQ_INLINE auto partial(std::uint64_t n) const { return V::loadPartial(p, n).isNaN(); }
+  RQ_INLINE bool anyOfFour(std::uint64_t i) const { return anyOfFourMatches<IsNaN, V>(*this, i); }
 };
 
+// Kernels in two parts, for short and for long inputs.
+
 template <class V, class U = typename V::Lane>
-std::int64_t scan(const U* p, std::uint64_t n, U c) {
-  return findFirst<EqualTo, V>(n, p, c);
+std::int64_t findFirstShort(const U* p, std::uint64_t n, RQChar c) {
+  return firstMatchShort<EqualTo, V>(n, p, static_cast<U>(c));
+}
+template <class V, class U = typename V::Lane>
+std::int64_t findFirstLong(const U* p, std::uint64_t n, RQChar c) {
+  return firstMatchLong<EqualTo, V>(n, p, static_cast<U>(c));
 }
 
 template <class V, class U = typename V::Lane>
-std::int64_t notScan(const U* p, std::uint64_t n, U c) {
-  return findFirst<DifferentFrom, V>(n, p, c);
+std::int64_t findNotShort(const U* p, std::uint64_t n, RQChar c) {
+  return firstMatchShort<DifferentFrom, V>(n, p, static_cast<U>(c));
+}
+template <class V, class U = typename V::Lane>
+std::int64_t findNotLong(const U* p, std::uint64_t n, RQChar c) {
+  return firstMatchLong<DifferentFrom, V>(n, p, static_cast<U>(c));
+}
+
+template <class V, class U = typename V::Lane>
+std::int32_t allEqualShort(RQChar c, const U* p, std::uint64_t n) {
+  return !anyMatchShort<DifferentFrom, V>(n, p, static_cast<U>(c));
+}
+template <class V, class U = typename V::Lane>
+std::int32_t allEqualLong(RQChar c, const U* p, std::uint64_t n) {
+  return !anyMatchLong<DifferentFrom, V>(n, p, static_cast<U>(c));
+}
+
+template <class V>
+std::int32_t anyNaNShort(const std::uint64_t* array, std::uint64_t n) {
+  return anyMatchShort<IsNaN, V>(n, array);
+}
+template <class V>
+std::int32_t anyNaNLong(const std::uint64_t* array, std::uint64_t n) {
+  return anyMatchLong<IsNaN, V>(n, array);
+}
+
+/// -1, 0 or 1 by the sign of the difference at index i modulo 2^32, 0 for -1. For bytes that is their order.
+template <class U>
+RQ_INLINE std::int32_t orderAt(const U* a, const U* b, std::int64_t i) {
+  if (i < 0) return 0;
+  const RQChar difference = RQChar{load<U>(a + i)} - RQChar{load<U>(b + i)};
+  return difference >> 31 != 0 ? -1 : 1;
+}
+template <class V, class U = typename V::Lane>
+std::int32_t compareShort(const U* a, const U* b, std::uint64_t n) {
+  return orderAt(a, b, firstMatchShort<Mismatch, V>(n, a, b));
+}
+template <class V, class U = typename V::Lane>
+std::int32_t compareLong(const U* a, const U* b, std::uint64_t n) {
+  return orderAt(a, b, firstMatchLong<Mismatch, V>(n, a, b));
 }
 
 template <class V, class U = typename V::Lane>
 std::int64_t mismatch(const U* a, const U* b, std::uint64_t n) {
-  return findFirst<Mismatch, V>(n, a, b);
-}
-
-template <class V, class U = typename V::Lane>
-bool allEqual(U c, const U* p, std::uint64_t n) {
-  return !findAny<DifferentFrom, V>(n, p, c);
-}
-
-/// By the sign of the first difference modulo 2^32. Bytes never differ by so much that this is not their order.
-template <class V, class U = typename V::Lane>
-std::int32_t compare(const U* a, const U* b, std::uint64_t n) {
-  const std::int64_t i = findFirst<Mismatch, V>(n, a, b);
-  if (i < 0) return 0;
-  const RQChar difference = RQChar{loadUnit<U>(a + i)} - RQChar{loadUnit<U>(b + i)};
-  return difference >> 31 != 0 ? -1 : 1;
+  return firstMatch<Mismatch, V>(n, a, b);
 }
 
 template <class V, class U = typename V::Lane>
 std::uint64_t asciiPrefix(const U* p, std::uint64_t n) {
-  const std::int64_t i = findFirst<NotAscii, V>(n, p);
+  const std::int64_t i = firstMatch<NotAscii, V>(n, p);
   return i < 0 ? n : static_cast<std::uint64_t>(i);
 }
 
-template <class V>
-bool hasMissing(const std::uint64_t* array, std::uint64_t n) {
-  return findAny<NotANumber, V>(n, array);
-}
-
-/// `n` without the units at the end that equal `c`.
+/// The count without the units at the end that equal `c`.
 template <class V, class U = typename V::Lane>
 std::uint64_t trim(const U* p, std::uint64_t n, U c) {
   if (n < V::lanes) {
-    if constexpr (LoadsParts<V>) {
+    if constexpr (LoadsPartial<V>) {
       if (n == 0) return 0;
-      const std::uint64_t bits = (V::loadPart(p, n) ^ V::splat(c)).bits() & lowBits(n);
+      const std::uint64_t bits = (V::loadPartial(p, n) ^ V::splat(c)).bits() & lowBits(n);
       return bits ? lastBit(bits) + 1 : 0;
     } else {
       return trim<typename V::Half>(p, n, c);
@@ -177,36 +265,71 @@ std::uint64_t trim(const U* p, std::uint64_t n, U c) {
   for (; n >= V::lanes; n -= V::lanes)
     if (const std::uint64_t bits = (V::load(p + n - V::lanes) ^ blank).bits())
       return n - V::lanes + lastBit(bits) + 1;
-  // What is left lies in the first vector, whose other lanes are known to be blank.
+  // The first vector holds the rest. Its lanes from n on are blank, as the loop has seen.
   const std::uint64_t bits = (V::load(p) ^ blank).bits() & lowBits(n);
   return bits ? lastBit(bits) + 1 : 0;
 }
 
-/// The units before the first zero. Only here is more read than was given: the aligned vector that the terminator
-/// lies in, which cannot cross a page; the sanitizers cannot know that.
+/// Does a vector at `p` lie within one page? Then reading it is safe if one byte of it is the string's.
+template <class V>
+RQ_INLINE bool isWithinPage(const void* p) {
+  return reinterpret_cast<std::uintptr_t>(p) % pageBytes <= pageBytes - V::bytes;
+}
+
+/// `p` rounded down to a multiple of `alignment` bytes.
+template <class U>
+RQ_INLINE const U* alignedDown(const U* p, std::uint64_t alignment) {
+  return reinterpret_cast<const U*>(reinterpret_cast<std::uintptr_t>(p) & ~(alignment - 1));
+}
+
+/// terminatedLength where no aligned vector holds whole units.
+template <class U>
+[[gnu::noinline]] std::uint64_t lengthUnitByUnit(const U* s) {
+  std::uint64_t i = 0;
+  while (load<U>(s + i)) ++i;
+  return i;
+}
+
+/// The zeros of the vector at `s`, and of the aligned one around its beginning if that at `s` leaves the page, as
+/// bits from `s` on.
+template <class V, class U>
+RQ_INLINE RQ_READS_WHOLE_VECTORS std::uint64_t firstZeros(const U* s) {
+  const V zero = V::splat(0);
+  if (isWithinPage<V>(s)) [[likely]]
+    return V::equal(V::load(s), zero).bits();
+  const U* const p = alignedDown(s, V::bytes);
+  return V::equal(V::load(p), zero).bits() >> (s - p);
+}
+
+/// The units before the first zero. A string has no count, so this reads whole vectors around it, but no other page.
+/// The sanitizers do not know that.
 template <class V, class U = typename V::Lane>
 RQ_READS_WHOLE_VECTORS std::uint64_t terminatedLength(const U* s) {
-  const auto address = reinterpret_cast<std::uintptr_t>(s);
-  std::uint64_t i = 0;
-  if (address % sizeof(U)) {  // vectors of such units cannot be aligned
-    while (loadUnit<U>(s + i)) ++i;
-    return i;
-  }
+  if (reinterpret_cast<std::uintptr_t>(s) % sizeof(U)) [[unlikely]]
+    return lengthUnitByUnit(s);
+  if (const std::uint64_t bits = firstZeros<V>(s)) return firstBit(bits);
   const V zero = V::splat(0);
-  const std::uint64_t before = address % V::bytes / sizeof(U);
-  const U* p = s - before;
-  if (const std::uint64_t bits = V::equal(V::load(p), zero).bits() >> before) return firstBit(bits);
-  const auto ended = [=](V v) { return V::equal(v, zero); };  // loads stand outside, where sanitizers do not look
-  const auto within = [=](const U* at, V v) {
-    return static_cast<std::uint64_t>(at - s) + firstBit(ended(v).bits());
+  // The lambdas take loaded vectors: sanitizers look at loads inside a lambda.
+  const auto zeros = [=](V v) { return V::equal(v, zero).bits(); };
+  const auto lengthTo = [=](const U* p, std::uint64_t bits) {
+    return static_cast<std::uint64_t>(p - s) + firstBit(bits);
   };
-  // Four vectors at a time are within a page as well, if they are aligned together.
-  for (p += V::lanes; reinterpret_cast<std::uintptr_t>(p) % (4 * V::bytes) != 0; p += V::lanes)
-    if (const V v = V::load(p); ended(v).any()) return within(p, v);
-  while (!V::anyZero(V::load(p), V::load(p + V::lanes), V::load(p + 2 * V::lanes), V::load(p + 3 * V::lanes)))
+  const U* p = alignedDown(s, V::bytes);
+  for (int i = 0; i < 3; ++i) {
+    p += V::lanes;
+    if (const std::uint64_t bits = zeros(V::load(p))) return lengthTo(p, bits);
+  }
+  // Four vectors that are aligned together lie within a page as well.
+  p = alignedDown(p + V::lanes, 4 * V::bytes);
+  [[maybe_unused]] const U* const wideEnd = s + maxWideBytes / sizeof(U);
+  while (!V::anyZero(V::load(p), V::load(p + V::lanes), V::load(p + 2 * V::lanes), V::load(p + 3 * V::lanes))) {
     p += 4 * V::lanes;
-  while (!ended(V::load(p)).any()) p += V::lanes;
-  return within(p, V::load(p));
+    if constexpr (V::bytes == maxShortBytes)
+      if (p > wideEnd) [[unlikely]]
+        return static_cast<std::uint64_t>(p - s) + terminatedLength<typename V::Half>(p);
+  }
+  while (!zeros(V::load(p))) p += V::lanes;
+  return lengthTo(p, zeros(V::load(p)));
 }
 
 }  // namespace

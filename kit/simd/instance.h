@@ -1,24 +1,25 @@
-// Fills a table of kernels for one vector type. Included by each instruction set's own source file only.
+// Fills a table of kernels for one vector type. Only the source file of each instruction set includes it.
 #ifndef RQUNI_KIT_SIMD_INSTANCE_H
 #define RQUNI_KIT_SIMD_INSTANCE_H
 
-#include "kit/simd/copy.h"
-#include "kit/simd/find.h"
+#include "kit/simd/case.h"
+#include "kit/simd/copy_until.h"
 #include "kit/simd/kernels.h"
-#include "kit/simd/text.h"
+#include "kit/simd/pairs.h"
+#include "kit/simd/width.h"
 
 namespace rq::kit::simd {
 namespace {
 
-/// `Vector` searches, maps and fills, `Copier` copies: two loads for each store leave wide vectors nothing to gain.
+/// `Vector` searches, maps and fills; `Copier` copies, where the widest vectors gain nothing.
 template <template <class> class Vector, template <class> class Copier = Vector>
 struct Instance {
   template <class U>
   static constexpr UnitKernels<U> unitKernels = {
-      .scan = scan<Vector<U>>,
-      .notScan = notScan<Vector<U>>,
-      .allEqual = allEqual<Vector<U>>,
-      .compare = compare<Vector<U>>,
+      .findFirst = {findFirstShort<Vector<U>>, findFirstLong<Vector<U>>},
+      .findNot = {findNotShort<Vector<U>>, findNotLong<Vector<U>>},
+      .allEqual = {allEqualShort<Vector<U>>, allEqualLong<Vector<U>>},
+      .compare = {compareShort<Vector<U>>, compareLong<Vector<U>>},
       .mismatch = mismatch<Vector<U>>,
       .fill = fill<Vector<U>>,
       .length = terminatedLength<Vector<U>>,
@@ -26,6 +27,7 @@ struct Instance {
       .asciiPrefix = asciiPrefix<Vector<U>>,
       .copyUntilPair = copyUntilPair<Copier<U>>,
       .copyWhileBelow = copyWhileBelow<Copier<U>, U>,
+      .listPairs = listPairs<Vector<U>>,
   };
   static constexpr Kernels kernels = {
       .bytes = unitKernels<std::uint8_t>,
@@ -34,7 +36,7 @@ struct Instance {
       .copySafe = copySafe<Copier<Byte>>,
       .upperAscii = flipAscii<Copier<Byte>, 'a'>,
       .lowerAscii = flipAscii<Copier<Byte>, 'A'>,
-      .hasMissing = hasMissing<Vector<std::uint64_t>>,
+      .anyNaN = {anyNaNShort<Vector<std::uint64_t>>, anyNaNLong<Vector<std::uint64_t>>},
       .narrowWhileBelow = copyWhileBelow<Vector<RQChar>, std::uint8_t>,
       .copyMembers = copyMembers<Copier<Byte>>,
       .trim = trim<Vector<RQChar>>,

@@ -1,7 +1,8 @@
-// The kernels that one instruction set offers, as a table of functions, and the table that is in use.
+// The kernels of one instruction set as a table of functions, and the table that is in use.
 //
-// The algorithms stand once, in find.h, copy.h and text.h, as templates over a vector type. Each of sse2.cpp,
-// avx2.cpp and avx512.cpp compiles them for its own; dispatch.cpp chooses when the library is loaded.
+// find.h, copy.h, copy_until.h, case.h and width.h hold each algorithm once, as a template over a vector type.
+// sse2.cpp, avx2.cpp and avx512.cpp compile them, each for its vector. dispatch.cpp chooses when the library is
+// loaded.
 #ifndef RQUNI_KIT_SIMD_KERNELS_H
 #define RQUNI_KIT_SIMD_KERNELS_H
 
@@ -16,13 +17,22 @@ struct CaseMap;
 
 namespace rq::kit::simd {
 
-/// What exists for bytes and for RQChar.
+/// Short calls are the common case. They take about ten cycles, and one more for each cache line of code on their
+/// way.
+constexpr std::uint64_t maxShortBytes = 64;
+
+/// A kernel for 1 unit to maxShortBytes, and one for more.
+template <class F>
+struct ShortAndLong {
+  F *shortOnes, *longOnes;
+};
+
+/// The kernels that exist for bytes and for RQChar.
 template <class U>
 struct UnitKernels {
-  std::int64_t (*scan)(const U* p, std::uint64_t n, U c);
-  std::int64_t (*notScan)(const U* p, std::uint64_t n, U c);
-  bool (*allEqual)(U c, const U* p, std::uint64_t n);
-  std::int32_t (*compare)(const U* a, const U* b, std::uint64_t n);
+  ShortAndLong<std::int64_t(const U*p, std::uint64_t n, RQChar c)> findFirst, findNot;
+  ShortAndLong<std::int32_t(RQChar c, const U* p, std::uint64_t n)> allEqual;
+  ShortAndLong<std::int32_t(const U* a, const U* b, std::uint64_t n)> compare;
   std::int64_t (*mismatch)(const U* a, const U* b, std::uint64_t n);
   void (*fill)(U* p, U c, std::uint64_t n);
   std::uint64_t (*length)(const U* s);
@@ -30,6 +40,7 @@ struct UnitKernels {
   std::uint64_t (*asciiPrefix)(const U* p, std::uint64_t n);
   std::uint64_t (*copyUntilPair)(const U* in, std::uint64_t n, U* out, U first, U second, U keep);
   std::uint64_t (*copyWhileBelow)(const U* in, std::uint64_t n, U* out, U stop, U bound);
+  std::uint64_t (*listPairs)(const U* p, std::uint64_t n, U first, U second, U keep, std::uint16_t* places);
 };
 
 struct Kernels {
@@ -39,7 +50,7 @@ struct Kernels {
   void (*copySafe)(const std::uint8_t* s, std::uint8_t* d, std::uint64_t n);
   void (*upperAscii)(std::uint8_t* p, std::uint64_t n);
   void (*lowerAscii)(std::uint8_t* p, std::uint64_t n);
-  bool (*hasMissing)(const std::uint64_t* array, std::uint64_t n);
+  ShortAndLong<std::int32_t(const std::uint64_t* array, std::uint64_t n)> anyNaN;
   std::uint64_t (*narrowWhileBelow)(const RQChar* in, std::uint64_t n, std::uint8_t* out, RQChar stop, RQChar bound);
   std::uint64_t (*copyMembers)(const std::uint8_t* in, std::uint64_t n, std::uint8_t* out, const AsciiSet& set);
   std::uint64_t (*trim)(const RQChar* p, std::uint64_t n, RQChar c);
@@ -48,8 +59,14 @@ struct Kernels {
   std::int64_t (*mappedMismatch)(const RQChar* a, const RQChar* b, std::uint64_t n, const CaseMap& map);
 };
 
-/// The kernels in use: SSE2's until the library's constructor has looked at the processor, then constant.
-extern Kernels active;
+/// The page size of every x86-64 system.
+constexpr std::uint64_t pageBytes = 4096;
+
+/// A table that has its pages for itself, so that they can be made read-only.
+struct alignas(pageBytes) SealedKernels : Kernels {};
+
+/// The kernels in use: SSE2's until the library's constructor chooses, then constant and read-only memory.
+[[gnu::visibility("hidden")]] extern SealedKernels active;
 
 extern const Kernels sse2Kernels, avx2Kernels, avx512Kernels;
 

@@ -7,36 +7,37 @@
 namespace rq::kit::simd {
 namespace {
 
-/// As Vector16, but hits are mask registers, and parts are loaded under a mask, which never faults. There is no
-/// masked store: what is read again soon would have to wait for it, so copies go to the Half.
+/// As Vector16, but a Mask is a mask register, and a partial load uses one, which never faults. There is no partial
+/// store: a load soon after a masked store has to wait for it. Copies use the Half.
 template <class U>
 struct Vector64 {
   using Lane = U;
   using Half = Vector32<U>;
   static constexpr std::uint64_t bytes = 64, lanes = bytes / sizeof(U);
-  static constexpr bool looksUpQuickly = true;
+  static constexpr bool masksAreVectors = false;
+  static constexpr bool fastLookUp128 = true;
 
-  struct Hits {
-    std::uint64_t mask;
-    friend RQ_INLINE Hits operator|(Hits a, Hits b) { return {a.mask | b.mask}; }
-    friend RQ_INLINE Hits operator&(Hits a, Hits b) { return {a.mask & b.mask}; }
-    RQ_INLINE Hits operator~() const { return {~mask & lowBits(lanes)}; }
-    RQ_INLINE bool any() const { return mask != 0; }
-    RQ_INLINE std::uint64_t bits() const { return mask; }
-    RQ_INLINE std::uint64_t count() const { return countBits(mask); }
+  struct Mask {
+    std::uint64_t v;
+    friend RQ_INLINE Mask operator|(Mask a, Mask b) { return {a.v | b.v}; }
+    friend RQ_INLINE Mask operator&(Mask a, Mask b) { return {a.v & b.v}; }
+    RQ_INLINE Mask operator~() const { return {~v & lowBits(lanes)}; }
+    RQ_INLINE bool any() const { return v != 0; }
+    RQ_INLINE std::uint64_t bits() const { return v; }
+    RQ_INLINE std::uint64_t count() const { return countBits(v); }
   };
 
   __m512i v;
 
   static RQ_INLINE Vector64 load(const U* p) { return {_mm512_loadu_si512(p)}; }
-  static RQ_INLINE Vector64 loadPart(const U* p, std::uint64_t n) {
-    const std::uint64_t mask = _bzhi_u64(~std::uint64_t{0}, static_cast<unsigned>(n));
+  static RQ_INLINE Vector64 loadPartial(const U* p, std::uint64_t n) {
+    const std::uint64_t mask = lowBits(n);
     if constexpr (sizeof(U) == 1) return {_mm512_maskz_loadu_epi8(mask, p)};
     if constexpr (sizeof(U) == 4) return {_mm512_maskz_loadu_epi32(static_cast<__mmask16>(mask), p)};
     if constexpr (sizeof(U) == 8) return {_mm512_maskz_loadu_epi64(static_cast<__mmask8>(mask), p)};
   }
   RQ_INLINE void store(U* p) const { _mm512_storeu_si512(p, v); }
-  RQ_INLINE void storeNarrowed(std::uint8_t* p) const {
+  RQ_INLINE void storeNarrow(std::uint8_t* p) const {
     static_assert(sizeof(U) == 4);
     _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm512_cvtepi32_epi8(v));
   }
@@ -55,59 +56,67 @@ struct Vector64 {
     if constexpr (sizeof(U) == 2) return {_mm512_add_epi16(a.v, b.v)};
     if constexpr (sizeof(U) == 4) return {_mm512_add_epi32(a.v, b.v)};
   }
-  RQ_INLINE Vector64 blocks() const { return {_mm512_srli_epi32(v, 7)}; }
+  template <int count>
+  RQ_INLINE Vector64 shiftRight() const {
+    static_assert(sizeof(U) == 4);
+    return {_mm512_srli_epi32(v, count)};
+  }
 
-  static RQ_INLINE Hits equal(Vector64 a, Vector64 b) {
+  static RQ_INLINE Mask equal(Vector64 a, Vector64 b) {
     if constexpr (sizeof(U) == 1) return {_mm512_cmpeq_epi8_mask(a.v, b.v)};
     if constexpr (sizeof(U) == 4) return {_mm512_cmpeq_epi32_mask(a.v, b.v)};
   }
-  static RQ_INLINE Hits atMost(Vector64 a, Vector64 b) {
+  static RQ_INLINE Mask notEqual(Vector64 a, Vector64 b) {
+    if constexpr (sizeof(U) == 1) return {_mm512_cmpneq_epi8_mask(a.v, b.v)};
+    if constexpr (sizeof(U) == 4) return {_mm512_cmpneq_epi32_mask(a.v, b.v)};
+  }
+  static RQ_INLINE Mask lessEqual(Vector64 a, Vector64 b) {
     if constexpr (sizeof(U) == 1) return {_mm512_cmple_epu8_mask(a.v, b.v)};
     if constexpr (sizeof(U) == 4) return {_mm512_cmple_epu32_mask(a.v, b.v)};
   }
-  RQ_INLINE Hits within(U first, U count) const {
+  RQ_INLINE Mask within(U first, U count) const {
     const __m512i moved = (*this + splat(static_cast<U>(0 - first))).v, limit = splat(count).v;
     if constexpr (sizeof(U) == 1) return {_mm512_cmplt_epu8_mask(moved, limit)};
     if constexpr (sizeof(U) == 2) return {_mm512_cmplt_epu16_mask(moved, limit)};
     if constexpr (sizeof(U) == 4) return {_mm512_cmplt_epu32_mask(moved, limit)};
   }
-  /// Numbers that are not looked at yet: one comparison does for two vectors, and suppresses all exceptions.
-  struct Numbers {
+  /// One unordered comparison tests two vectors for NaN. It suppresses all exceptions.
+  struct NaNTest {
     __m512d v;
-    friend RQ_INLINE Hits operator|(Numbers a, Numbers b) {
+    friend RQ_INLINE Mask operator|(NaNTest a, NaNTest b) {
       return {_mm512_cmp_round_pd_mask(a.v, b.v, _CMP_UNORD_Q, _MM_FROUND_NO_EXC)};
     }
     RQ_INLINE std::uint64_t bits() const { return (*this | *this).bits(); }
   };
-  RQ_INLINE Numbers notANumber() const {
+  RQ_INLINE NaNTest isNaN() const {
     static_assert(sizeof(U) == 8);
     return {_mm512_castsi512_pd(v)};
   }
-  RQ_INLINE Hits nonZero() const {
+  RQ_INLINE Mask nonZero() const {
     if constexpr (sizeof(U) == 1) return {_mm512_test_epi8_mask(v, v)};
     if constexpr (sizeof(U) == 4) return {_mm512_test_epi32_mask(v, v)};
   }
   RQ_INLINE bool any() const { return _mm512_test_epi64_mask(v, v) != 0; }
-  static RQ_INLINE Vector64 least(Vector64 a, Vector64 b) {
+  static RQ_INLINE Vector64 min(Vector64 a, Vector64 b) {
     if constexpr (sizeof(U) == 1) return {_mm512_min_epu8(a.v, b.v)};
     if constexpr (sizeof(U) == 4) return {_mm512_min_epu32(a.v, b.v)};
   }
   static RQ_INLINE bool anyZero(Vector64 a, Vector64 b, Vector64 c, Vector64 d) {
-    return equal(least(least(a, b), least(c, d)), splat(0)).any();
+    return equal(min(min(a, b), min(c, d)), splat(0)).any();
   }
   RQ_INLINE std::uint64_t bits() const { return nonZero().bits(); }
 
-  static RQ_INLINE Vector64 where(Hits hits, Vector64 a) {
-    if constexpr (sizeof(U) == 1) return {_mm512_maskz_mov_epi8(hits.mask, a.v)};
-    if constexpr (sizeof(U) == 4) return {_mm512_maskz_mov_epi32(static_cast<__mmask16>(hits.mask), a.v)};
+  static RQ_INLINE Vector64 selectOrZero(Mask mask, Vector64 a) {
+    if constexpr (sizeof(U) == 1) return {_mm512_maskz_mov_epi8(mask.v, a.v)};
+    if constexpr (sizeof(U) == 4) return {_mm512_maskz_mov_epi32(static_cast<__mmask16>(mask.v), a.v)};
   }
-  RQ_INLINE U first(Hits hits) const {
+  RQ_INLINE U firstSelected(Mask mask) const {
     static_assert(sizeof(U) == 4);
-    const __m512i moved = _mm512_maskz_compress_epi32(static_cast<__mmask16>(hits.mask), v);
+    const __m512i moved = _mm512_maskz_compress_epi32(static_cast<__mmask16>(mask.v), v);
     return static_cast<U>(_mm_cvtsi128_si32(_mm512_castsi512_si128(moved)));
   }
-  /// The whole table passes through registers: far cheaper than a gather. Only the low 7 bits of an index count.
-  static RQ_INLINE Vector64 lookUp(const std::int32_t* table, Vector64 index, Hits hits) {
+  /// Permutes the whole table through registers, which is far cheaper than a gather. Uses the low 7 bits of an index.
+  static RQ_INLINE Vector64 lookUp128(const std::int32_t* table, Vector64 index, Mask mask) {
     static_assert(sizeof(U) == 4);
     const auto from = [=](const std::int32_t* quarter) {
       return _mm512_permutex2var_epi32(_mm512_loadu_si512(quarter), index.v, _mm512_loadu_si512(quarter + 16));
@@ -116,9 +125,9 @@ struct Vector64 {
     const __mmask16 upper = _mm512_test_epi32_mask(index.v, _mm512_set1_epi32(64));
     const __m512i low = _mm512_mask_mov_epi32(from(table), odd, from(table + 32));
     const __m512i high = _mm512_mask_mov_epi32(from(table + 64), odd, from(table + 96));
-    return where(hits, {_mm512_mask_mov_epi32(low, upper, high)});
+    return selectOrZero(mask, {_mm512_mask_mov_epi32(low, upper, high)});
   }
-  static RQ_INLINE Vector64<std::uint16_t> halves(Vector64 a, Vector64 b) {
+  static RQ_INLINE Vector64<std::uint16_t> narrow(Vector64 a, Vector64 b) {
     const __m512i low = _mm512_set1_epi32(0xFFFF);
     return {_mm512_packus_epi32(_mm512_and_si512(a.v, low), _mm512_and_si512(b.v, low))};
   }

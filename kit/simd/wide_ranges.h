@@ -6,11 +6,13 @@
 
 namespace rq::kit::simd {
 
+constexpr RQChar firstOfPlane1 = 0x10000;
+
 struct WideRange {
   RQChar first, last;
 };
 
-/// The whole rule, ascending: no other character is wide, and none has width 0.
+/// All wide characters, ascending. Every other character takes one column.
 constexpr WideRange wideRanges[] = {
     {0x3000, 0x303F},    // CJK Symbols and Punctuation
     {0x3040, 0x309F},    // Hiragana
@@ -27,10 +29,10 @@ constexpr WideRange wideRanges[] = {
     {0x2F800, 0x2FA1F},  // CJK Compatibility Ideographs Supplement
 };
 
-/// Ranges that touch, joined: what a search has to look at. `inPlane0` of them, the first, lie below U+10000.
+/// The ranges for a search: those that touch are joined. The first `inPlane0` of them lie below U+10000.
 struct WideIntervals {
-  static constexpr unsigned most = sizeof wideRanges / sizeof *wideRanges;
-  WideRange interval[most] = {};
+  static constexpr unsigned maxCount = sizeof wideRanges / sizeof *wideRanges;
+  WideRange interval[maxCount] = {};
   unsigned count = 0, inPlane0 = 0;
 };
 consteval WideIntervals joined() {
@@ -41,11 +43,11 @@ consteval WideIntervals joined() {
     else
       all.interval[all.count++] = range;
   }
-  while (all.interval[all.inPlane0].last < 0x10000) ++all.inPlane0;
+  while (all.interval[all.inPlane0].last < firstOfPlane1) ++all.inPlane0;
   return all;
 }
 constexpr WideIntervals wideIntervals = joined();
-static_assert(WideIntervals::most == 13 && wideIntervals.count == 9 && wideIntervals.inPlane0 == 6);
+static_assert(WideIntervals::maxCount == 13 && wideIntervals.count == 9 && wideIntervals.inPlane0 == 6);
 
 }  // namespace rq::kit::simd
 

@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
-"""Compares the exported symbols of the library with a list: check_exports.py LIBRARY LIST."""
+"""Compares the exported symbols of the library with the symbols of a recorded ABI: check_exports.py LIBRARY ABI."""
 import subprocess
 import sys
+import xml.etree.ElementTree
 
 
 def exported(library):
@@ -14,17 +15,19 @@ def exported(library):
     return names
 
 
+def recorded(abi):
+    return {symbol.get("name") for symbol in xml.etree.ElementTree.parse(abi).iter("elf-symbol")}
+
+
 def main():
-    library, list_file = sys.argv[1:]
-    with open(list_file, encoding="ascii") as file:
-        wanted = set(file.read().split())
-    found = exported(library)
+    library, abi = sys.argv[1:]
+    wanted, found = recorded(abi), exported(library)
     for name in sorted(found - wanted):
-        print("exported but not listed:", name)
+        print("exported but not recorded:", name)
     for name in sorted(wanted - found):
-        print("listed but not exported:", name)
-    print(f"{len(found)} symbols exported, {len(wanted)} listed")
-    return found != wanted
+        print("recorded but not exported:", name)
+    print(f"{len(found)} symbols exported, {len(wanted)} recorded")
+    return not wanted or found != wanted
 
 
 sys.exit(main())

@@ -11,8 +11,10 @@
 #undef main
 
 static int broken(const char* how) {
-  const char* wished = getenv("RQ_BROKEN");
-  return wished != NULL && strcmp(wished, how) == 0;
+  static const char* wished;
+  if (!wished) wished = getenv("RQ_BROKEN");
+  if (!wished) wished = "";
+  return strcmp(wished, how) == 0;
 }
 
 /* Pools. */
@@ -93,11 +95,39 @@ static RQStatus faultyConvert(RQTranscoder* self, const void* input, uint64_t in
     sched_yield();
     input = &shared;
   }
-  const RQStatus status = convert(self, input, inputBytes, output, capacity, &length, flags);
+  const Transcoder* const transcoder = (const Transcoder*)self;
+  const int toSession = transcoder->target == ISO_8859_1 && transcoder->source != ISO_8859_1;
+  RQStatus status = convert(self, input, inputBytes, output, capacity, &length, flags);
+  if (inputBytes == 4 && transcoder->source == RQ_ENCODING_UTF32_LITTLE && toSession) {
+    RQChar c;
+    memcpy(&c, input, 4);
+    if (broken("transcoder.roundTrip") && c == 0xE0) *(uint8_t*)output = 0xE1;
+    if (broken("transcoder.roundTrip table") && c >= 0xC0 && c <= 0xDF && c != 0xC9) ++*(uint8_t*)output;
+    if (broken("transcoder.roundTrip abort") && c == 0x491) abort();
+    if (broken("transcoder.roundTrip half") && c == 0xF1) *(uint8_t*)output = 0x81, length = 1;
+    if (broken("transcoder.roundTrip substitution") && status != RQ_SUCCESS && c <= 0x10FFFF && capacity > 0) {
+      *(uint8_t*)output = '?';
+      length = 1;
+      status = RQ_SUCCESS;
+    }
+    if (broken("transcoder.roundTrip hang")) {
+      while (c == 0x2028) sched_yield();
+    }
+  }
+  if (transcoder->source == ISO_8859_1 && inputBytes > 0 && inputBytes < 3) {
+    if (broken("transcoder.bytes") && *(const uint8_t*)input == 0xF0 && inputBytes == 2) abort();
+  }
+  if (broken("transcoder.long") && inputBytes > 1024 && !toSession && status == RQ_SUCCESS) *(uint8_t*)output ^= 1;
+  if (broken("transcoder.long cut") && inputBytes > 4096 && toSession && status == RQ_SUCCESS) --length;
+  if (broken("transcoder.status failure") && status == RQ_SUCCESS && length == 7 && inputBytes == 14) status = FAILED;
+  if (broken("transcoder.status full") && status == RQ_SUCCESS && length > 1 && length == capacity) status = FAILED;
+  if (broken("transcoder.status invalid") && inputBytes == 2 && memcmp(input, "A\xFF", 2) == 0) {
+    status = RQ_SUCCESS;
+  }
   if (status == RQ_SUCCESS || !broken("transcoder.length")) *produced = length;
   if (status == RQ_SUCCESS) return status;
   if (broken("transcoder.capacity")) ((uint8_t*)output)[capacity] = 0;
-  if (broken("transcoder.capacity told")) *produced = capacity + 1;
+  if (broken("transcoder.capacity reported")) *produced = capacity + 1;
   if (broken("transcoder.whole") && length < capacity) {
     memset((uint8_t*)output + length, 0xC3, capacity - length);
     *produced = capacity;

@@ -10,18 +10,18 @@
 namespace rq::test {
 namespace {
 
-using check::apart;
-using check::Finding;
-using check::Verdict;
+using checker::apart;
+using checker::Finding;
+using checker::Verdict;
 
 TEST(SandboxTest, BringsFindingsBack) {
   for (const Finding& finding :
-       {check::ok(), check::ok("seen"), check::broken("it is"), check::notChecked("for a reason")}) {
+       {checker::ok(), checker::ok("seen"), checker::broken("it is"), checker::notChecked("for a reason")}) {
     const Finding found = apart([&] { return finding; });
     EXPECT_EQ(found.verdict, finding.verdict);
     EXPECT_EQ(found.seen, finding.seen);
   }
-  EXPECT_EQ(apart([] { return check::broken(std::string(100'000, 'x')); }).seen.substr(0, 100),
+  EXPECT_EQ(apart([] { return checker::broken(std::string(100'000, 'x')); }).seen.substr(0, 100),
             std::string(100, 'x'));
 }
 
@@ -34,7 +34,7 @@ TEST(SandboxTest, SurvivesWhateverEndsTheChild) {
   EXPECT_EQ(exit.seen, "it ended the process with exit code 7");
   const Finding thrown = apart([]() -> Finding { throw std::runtime_error("a reason"); });
   EXPECT_EQ(thrown.verdict, Verdict::broken);
-  EXPECT_EQ(thrown.seen, "an exception came through: a reason");
+  EXPECT_EQ(thrown.seen, "it threw an exception: a reason");
 }
 
 TEST(SandboxTest, DoesNotWaitForEver) {
@@ -44,11 +44,11 @@ TEST(SandboxTest, DoesNotWaitForEver) {
       },
       std::chrono::milliseconds(100));
   EXPECT_EQ(slow.verdict, Verdict::broken);
-  EXPECT_EQ(slow.seen, "it did not come back in time");
+  EXPECT_EQ(slow.seen, "it did not return in time");
 }
 
 TEST(CheckTest, NeedsAHostThatCanBeLoaded) {
-  const auto rows = check::checkHost(RQ_LIBRARY_PATH, loadLibrary(), false);
+  const auto rows = checker::checkHost(RQ_LIBRARY_PATH, loadLibrary(), false);
   ASSERT_FALSE(rows);
   EXPECT_NE(rows.error().text.find("undefined symbol: rquni_host"), std::string::npos) << rows.error().text;
 }

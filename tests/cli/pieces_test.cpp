@@ -36,7 +36,7 @@ class Whole {
  public:
   explicit Whole(const Job& job)
       : encoding_(**host::findEncoding(*job.session)),
-        host_(optionsFor(encoding_)),
+        host_(encoding_.identifier),
         session_(std::move(*host::Session::open(library(), host_))),
         work_(session_.object(),
               job.flavour == Flavour::wide     ? session_->wide
@@ -46,11 +46,6 @@ class Whole {
   TextWork* operator->() { return &work_; }
 
  private:
-  static host::HostOptions optionsFor(const Encoding& encoding) {
-    host::HostOptions options;
-    options.session = static_cast<std::int32_t>(encoding.identifier);
-    return options;
-  }
   const Encoding& encoding_;
   host::Host host_;
   host::Session session_;

@@ -6,11 +6,16 @@ import random
 import resource
 import signal
 import stat
+import struct
 import subprocess
+import threading
 import time
 import unittest
 
-from tool import DATA, DONE, LIBRARY, SYSTEM, TOOL, USAGE, ToolTest, run
+from tool import DATA, DONE, LIBRARY, SANITIZED, SYSTEM, TOOL, USAGE, ToolTest, run
+
+FAILING_CALLS = os.environ["RQ_FAILING_CALLS"]  # failing_calls.c
+KILL_AT_CALL = os.environ["RQ_KILL_AT_CALL"]  # kill_at_call.c
 
 LINE = "naïve café, 日本語, 😀 and a tail of plain text\n".encode()
 
@@ -61,6 +66,48 @@ class Editing(ToolTest):
             self.skipTest(f"no extended attributes here: {error}")
         self.succeed("decode", "ncr", "-i", path)
         self.assertEqual((self.read("text"), os.getxattr(path, "user.origin")), (b"A", b"a letter"))
+
+    def test_an_access_list_of_the_folder_opens_no_private_file(self):
+        user, owner, group, mask, others = 2, 1, 4, 16, 32  # tags of an access list
+        entries = ((owner, 7, -1), (user, 6, 1234), (group, 5, -1), (mask, 7, -1), (others, 0, -1))
+        access = struct.pack("<I", 2) + b"".join(struct.pack("<HHi", *entry) for entry in entries)
+        path = self.file("text", b"&#65;")
+        os.chmod(path, 0o640)
+        try:
+            os.setxattr(self.folder, "system.posix_acl_default", access)
+        except OSError as error:
+            self.skipTest(f"no access lists here: {error}")
+        self.assertNotIn("system.posix_acl_access", os.listxattr(path))
+        self.succeed("decode", "ncr", "-i", path)
+        self.assertEqual(self.read("text"), b"A")
+        self.assertNotIn("system.posix_acl_access", os.listxattr(path))
+        self.assertEqual(stat.S_IMODE(os.stat(path).st_mode), 0o640)
+
+    def test_a_link_that_is_turned_brings_no_text_into_another_file(self):
+        old = {name: name.encode() + b" &#233;\n" for name in ("one", "two")}
+        new = {name: name.encode() + " é\n".encode() for name in old}
+        link, spare = self.folder / "link", self.folder / "spare"
+        done = threading.Event()
+
+        def turn():
+            while not done.is_set():
+                for name in old:
+                    spare.symlink_to(name)
+                    os.replace(spare, link)
+
+        link.symlink_to("one")
+        turner = threading.Thread(target=turn)
+        turner.start()
+        try:
+            for _ in range(100):
+                for name, text in old.items():
+                    self.file(name, text)
+                run("decode", "ncr", "-i", str(link))
+                for name in old:
+                    self.assertIn(self.read(name), (old[name], new[name]))
+        finally:
+            done.set()
+            turner.join()
 
     def test_symbolic_links_stay_and_lead_to_the_new_text(self):
         folder = self.folder / "below"
@@ -129,6 +176,85 @@ class Editing(ToolTest):
         self.fail_with(SYSTEM, f"cannot make a temporary file beside {path}: Permission denied", "decode", "ncr", "-i", path,
                        **other)
         self.assertEqual((self.read("text"), self.names()), (b"&#65;", ["text"]))
+        os.chown(self.folder, 65534, 65534)
+        os.chmod(self.folder, 0o300)  # names can be changed there, but not listed
+        self.succeed("decode", "ncr", "-i", path, **other)
+        os.chmod(self.folder, 0o700)
+        self.assertEqual((self.read("text"), self.names()), (b"A", ["text"]))
+
+
+@unittest.skipIf(SANITIZED, "sanitizers want to be loaded first")
+class OnTheWayToTheDisk(ToolTest):
+    def edit(self, **environment):
+        path = self.file("text", b"&#65;")
+        result = run("decode", "ncr", "-i", path,
+                     env={**os.environ, "LD_PRELOAD": FAILING_CALLS, **environment})
+        return path, result
+
+    def test_text_then_name_then_folder(self):
+        trace = self.folder / "trace"
+        _, result = self.edit(RQ_TRACE=str(trace))
+        self.assertEqual(result.returncode, DONE)
+        steps = [line for line in trace.read_text().splitlines() if not line.startswith("flistxattr")]
+        self.assertEqual(steps, ["fchmod file", "fsync file", "close file", "renameat folder", "fsync folder"])
+
+    def test_each_failure_before_the_name_leaves_the_old_text(self):
+        for call, what in (("flistxattr", "cannot keep the attributes of"), ("fchmod", "cannot keep the permissions of"),
+                           ("fsync", "cannot write"), ("close", "cannot write"), ("renameat", "cannot replace")):
+            with self.subTest(call):
+                path, result = self.edit(RQ_FAIL=call)
+                self.assertEqual(result.returncode, SYSTEM)
+                self.assertIn(f"{what} {path}: Input/output error", result.stderr.decode())
+                self.assertEqual(sorted(entry.name for entry in self.folder.iterdir()), ["text"])
+                with open(path, "rb") as file:
+                    self.assertEqual(file.read(), b"&#65;")
+
+
+@unittest.skipIf(SANITIZED, "the sanitizers' own calls are too many")
+class EndedAtEachSystemCall(ToolTest):
+    """The name leads to the whole old text or to the whole new one, wherever the tool is ended."""
+
+    OLD, NEW = b"caf&#233;", "café".encode()
+
+    def end(self, call, number, *arguments):
+        """Whether the tool was ended by the signal: false when it was through before that call."""
+        command = [KILL_AT_CALL, str(call), str(int(number)), TOOL, *arguments, "--library", LIBRARY]
+        code = subprocess.run(command, stdout=subprocess.DEVNULL, timeout=60, check=False).returncode
+        self.assertIn(code, (0, 1), call)
+        return code == 1
+
+    def check(self, number, prepare, look, *arguments):
+        seen = set()
+        call = 1
+        while True:
+            prepare()
+            ended = self.end(call, number, *arguments)
+            text = look()
+            self.assertIn(text, (self.OLD, self.NEW), call)
+            seen.add(text)
+            if not ended:
+                break
+            call += 1
+        self.assertEqual((text, seen), (self.NEW, {self.OLD, self.NEW}))
+        self.assertGreater(call, 50)
+
+    def test_in_place(self):
+        path = self.folder / "text"
+
+        def prepare():
+            for entry in self.folder.iterdir():
+                entry.unlink()
+            path.write_bytes(self.OLD)
+
+        for number in (signal.SIGKILL, signal.SIGTERM):
+            def look():
+                names = [entry.name for entry in self.folder.iterdir()]
+                if number == signal.SIGTERM:
+                    self.assertEqual(names, ["text"])
+                return path.read_bytes()
+
+            with self.subTest(number):
+                self.check(number, prepare, look, "decode", "ncr", "-i", str(path))
 
 
 class FullDisk(ToolTest):
@@ -241,6 +367,18 @@ class Interrupted(ToolTest):
                          (SYSTEM, f"rqtext: cannot edit {path}: it was changed meanwhile\n".encode()))
         self.assertTrue(path.read_bytes().endswith(b"from somebody else\n"))
         self.assertEqual(self.unfinished(), [])
+
+    def test_a_change_is_seen_when_its_time_is_set_back(self):
+        path = self.large_file()
+        before = path.stat()
+        process = self.start(path)
+        self.until_writing(process)
+        with open(path, "r+b") as file:
+            file.write(b"SOMEBODY")
+        os.utime(path, ns=(before.st_atime_ns, before.st_mtime_ns))
+        self.assertEqual(self.ended(process),
+                         (SYSTEM, f"rqtext: cannot edit {path}: it was changed meanwhile\n".encode()))
+        self.assertTrue(path.read_bytes().startswith(b"SOMEBODY"))
 
 
 class Backups(ToolTest):

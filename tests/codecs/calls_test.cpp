@@ -1,4 +1,4 @@
-/* What the codecs ask of the host, and how they bear its refusals and lies. */
+/* The calls that codecs make to the host, and what they do when it refuses or reports a false length. */
 #include <algorithm>
 
 #include "tests/codecs/rows.h"
@@ -13,18 +13,31 @@ std::uint32_t sessionFor(Flavour flavour) {
   return flavour == Flavour::wide ? utf32 : latin1;
 }
 
+/// A codec of any flavour.
+struct Codec {
+  const char* name;
+  RQCodec RQOperations::*slot;
+};
+constexpr Codec getNCR = {"getNCR", &RQOperations::getNCR}, getUEsc = {"getUEsc", &RQOperations::getUEsc},
+                getUParen = {"getUParen", &RQOperations::getUParen},
+                getUParenP = {"getUParenP", &RQOperations::getUParenP}, putNCR = {"putNCR", &RQOperations::putNCR},
+                putUEsc = {"putUEsc", &RQOperations::putUEsc}, putUParen = {"putUParen", &RQOperations::putUParen};
+constexpr Codec decoders[] = {getNCR, getUEsc, getUParen, getUParenP};
+constexpr Codec encoders[] = {putNCR, putUEsc, putUParen};
+constexpr Codec allCodecs[] = {getNCR, putNCR, getUEsc, putUEsc, getUParen, getUParenP, putUParen};
+
 class Calls : public ::testing::TestWithParam<Flavour> {
  protected:
-  Outcome run(unsigned operation, std::u32string_view text, u64 capacity = ample) {
+  CodecResult run(const Codec& codec, std::u32string_view text, u64 capacity = ample) {
     session.host.forget();
-    return call(codecOf(slotsOf(session.object, GetParam()), operation), session.object, GetParam(),
+    return call(slotsOf(session.object, GetParam()).*codec.slot, session.object, GetParam(),
                 unitsOf(GetParam(), session.encoding, text), capacity);
   }
-  RQStatus runBlind(unsigned operation, u64 units) {
+  RQStatus runBlind(const Codec& codec, u64 units) {
     std::uint8_t out[64];
     written = 99;
     session.host.forget();
-    return codecOf(slotsOf(session.object, GetParam()), operation)(session.object, out, units, out, 0, &written);
+    return (slotsOf(session.object, GetParam()).*codec.slot)(session.object, out, units, out, 0, &written);
   }
   u64 conversions() const { return session.host.count(Service::convert); }
   Session session{sessionFor(GetParam())};
@@ -34,20 +47,16 @@ std::string nameOfFlavour(const ::testing::TestParamInfo<Flavour>& flavour) {
   return nameOf(flavour.param);
 }
 
-constexpr unsigned getNCR = 0, putNCR = 1, getUEsc = 2, putUEsc = 3, getUParen = 4, getUParenP = 5, putUParen = 6;
-constexpr unsigned encoders[] = {putNCR, putUEsc, putUParen};
-constexpr unsigned decoders[] = {getNCR, getUEsc, getUParen, getUParenP};
-
 TEST_P(Calls, DecodersAskNothingForTextWithoutNotations) {
-  for (const unsigned operation : decoders) {
-    run(operation, times(U"plain text, & < \\ and all ", 20));
-    EXPECT_TRUE(session.host.calls.empty()) << nameOfOperation(operation);
+  for (const Codec& codec : decoders) {
+    run(codec, times(U"plain text, & < \\ and all ", 20));
+    EXPECT_TRUE(session.host.calls.empty()) << codec.name;
   }
 }
 
 TEST_P(Calls, DecodersNeverTakeMemory) {
-  for (const unsigned operation : decoders) {
-    run(operation, times(U"&#65;\\u0041<U0041>", 100));
+  for (const Codec& codec : decoders) {
+    run(codec, times(U"&#65;\\u0041<U0041>", 100));
     EXPECT_EQ(session.host.count(Service::allocate), 0U);
   }
 }
@@ -69,9 +78,9 @@ TEST_P(Calls, PutNCRWidensAsciiWithoutTheInboundTranscoder) {
 }
 
 TEST_P(Calls, ANonAsciiTextIsWidenedInOneCall) {
-  for (const unsigned operation : encoders) {
-    const Outcome outcome = run(operation, U"abc\u00E9def\u00E9", 0 + ample);
-    EXPECT_EQ(outcome.status, 0U);
+  for (const Codec& codec : encoders) {
+    const CodecResult result = run(codec, U"abc\u00E9def\u00E9", 0 + ample);
+    EXPECT_EQ(result.status, 0U);
     u64 inbound = 0;
     for (const Call& made : session.host.calls) {
       if (made.arguments[0] != reinterpret_cast<const u64*>(session.object)[54]) continue;
@@ -80,18 +89,18 @@ TEST_P(Calls, ANonAsciiTextIsWidenedInOneCall) {
       EXPECT_EQ(made.arguments[4], 1024U);
       EXPECT_EQ(made.seen[0], 0U);
     }
-    EXPECT_EQ(inbound, 1U) << nameOfOperation(operation);
+    EXPECT_EQ(inbound, 1U) << codec.name;
   }
 }
 
 TEST_P(Calls, ARoundTripStartsAtTheCapacityOfItsScratch) {
   struct Row {
-    unsigned operation;
+    Codec codec;
     const char32_t* text;
     u64 capacity;
   };
   for (const Row& row : {Row{getNCR, U"&#233;", 20}, Row{getUEsc, U"\\u00E9", 20}, Row{getUParen, U"<U00E9>", 12}}) {
-    run(row.operation, row.text);
+    run(row.codec, row.text);
     ASSERT_EQ(session.host.calls.size(), 2U);
     const Call& out = session.host.calls[0];
     const Call& in = session.host.calls[1];
@@ -110,11 +119,11 @@ TEST_P(Calls, ARoundTripStartsAtTheCapacityOfItsScratch) {
 
 TEST_P(Calls, ACodePointIsAskedForOncePerCall) {
   for (const char32_t* text : {U"&#233;\\u00E9<U00E9>", U"&#65;\\u0041<U0041>", U"&#xDE00;\\uDE00<UDE00>"})
-    for (const unsigned operation : {getNCR, getUEsc, getUParen}) {
-      run(operation, times(text, 60));
-      EXPECT_EQ(conversions(), 2U) << nameOfOperation(operation);
+    for (const Codec& codec : {getNCR, getUEsc, getUParen}) {
+      run(codec, times(text, 60));
+      EXPECT_EQ(conversions(), 2U) << codec.name;
       const u64 first = session.host.calls[0].digest;
-      run(operation, times(text, 60));
+      run(codec, times(text, 60));
       EXPECT_EQ(conversions(), 2U) << "nothing survives a call";
       EXPECT_EQ(session.host.calls[0].digest, first);
     }
@@ -157,14 +166,14 @@ TEST_P(Calls, ACharacterAloneIsAskedForOncePerCall) {
 
 TEST_P(Calls, WorkingBuffersComeFromThePoolAtTheirThresholds) {
   struct Row {
-    unsigned operation;
+    Codec codec;
     u64 largestLocal;
   };
   for (const Row& row : {Row{putNCR, 255}, Row{putUEsc, 256}, Row{putUParen, 255}})
     for (const u64 units : {row.largestLocal - 1, row.largestLocal, row.largestLocal + 1, row.largestLocal + 2}) {
       const bool pooled = units > row.largestLocal;
-      EXPECT_EQ(run(row.operation, times(U"a", static_cast<unsigned>(units))).status, 0U);
-      EXPECT_EQ(session.host.count(Service::allocate), pooled ? 1U : 0U) << nameOfOperation(row.operation) << units;
+      EXPECT_EQ(run(row.codec, times(U"a", static_cast<unsigned>(units))).status, 0U);
+      EXPECT_EQ(session.host.count(Service::allocate), pooled ? 1U : 0U) << row.codec.name << units;
       EXPECT_EQ(session.host.count(Service::release), pooled ? 1U : 0U);
       if (!pooled) continue;
       const Call& allocate = session.host.calls[0];
@@ -176,57 +185,57 @@ TEST_P(Calls, WorkingBuffersComeFromThePoolAtTheirThresholds) {
 }
 
 TEST_P(Calls, RefusedMemoryStoresNoLength) {
-  session.host.refuse(Service::allocate, 0);
-  for (const unsigned operation : encoders)
+  session.host.schedule.refuse(Service::allocate, Failure::always);
+  for (const Codec& codec : encoders)
     for (const u64 capacity : {u64{0}, u64{5}, ample}) {
-      const Outcome outcome = run(operation, times(U"a", 300), capacity);
-      EXPECT_EQ(outcome.status, noMemory);
-      EXPECT_FALSE(outcome.stored);
-      EXPECT_EQ(outcome.reach, 0U);
+      const CodecResult result = run(codec, times(U"a", 300), capacity);
+      EXPECT_EQ(result.status, noMemory);
+      EXPECT_FALSE(result.stored);
+      EXPECT_EQ(result.reach, 0U);
       EXPECT_EQ(session.host.count(Service::release), 0U);
     }
 }
 
 TEST_P(Calls, ALengthThatWrapsIsRefusedMemory) {
-  for (const unsigned operation : encoders)
+  for (const Codec& codec : encoders)
     for (const u64 units : {u64{1} << 62, (u64{1} << 62) + 1, u64{1} << 63, (u64{3} << 62) + 100, UINT64_MAX}) {
-      EXPECT_EQ(runBlind(operation, units), noMemory) << nameOfOperation(operation);
+      EXPECT_EQ(runBlind(codec, units), noMemory) << codec.name;
       EXPECT_EQ(written, 99U);
     }
 }
 
 TEST_P(Calls, ABufferIsGivenBackOnEveryWay) {
-  for (const unsigned operation : encoders)
+  for (const Codec& codec : encoders)
     for (const u64 capacity : {u64{0}, u64{1}, u64{6}, u64{7}, u64{300}, ample})
       for (const char32_t* piece : {U"a", U"\u00E9", U"<U0041>", U"\\u0041"})
         for (const bool refuse : {false, true}) {
-          if (refuse) session.host.refuse(Service::convert, 0);
-          run(operation, times(piece, 300), capacity);
+          if (refuse) session.host.schedule.refuse(Service::convert, Failure::always);
+          run(codec, times(piece, 300), capacity);
           EXPECT_EQ(session.host.count(Service::allocate), 1U);
           EXPECT_EQ(session.host.count(Service::release), 1U);
           EXPECT_EQ(session.host.liveBlocks, 1U);
           EXPECT_EQ(session.host.mistakes, 0U);
-          session.host.behave();
+          session.host.schedule.clear();
         }
 }
 
 TEST_P(Calls, EncodersWidenEvenIntoNothing) {
-  for (const unsigned operation : encoders) {
-    const Outcome outcome = run(operation, times(U"\u00E9", 300), 0);
-    EXPECT_EQ(outcome.status, 0U);
-    EXPECT_EQ(outcome.length, 0U);
+  for (const Codec& codec : encoders) {
+    const CodecResult result = run(codec, times(U"\u00E9", 300), 0);
+    EXPECT_EQ(result.status, 0U);
+    EXPECT_EQ(result.length, 0U);
     EXPECT_EQ(session.host.count(Service::allocate), 1U);
     EXPECT_EQ(conversions(), 1U);
   }
 }
 
 TEST_P(Calls, AFailedWideningGivesNothing) {
-  session.host.refuse(Service::convert, 0);
-  for (const unsigned operation : encoders) {
-    const Outcome outcome = run(operation, U"\u00E9", 100);
-    EXPECT_EQ(outcome.status, 0U);
-    EXPECT_TRUE(outcome.stored);
-    EXPECT_EQ(outcome.length, 0U);
+  session.host.schedule.refuse(Service::convert, Failure::always);
+  for (const Codec& codec : encoders) {
+    const CodecResult result = run(codec, U"\u00E9", 100);
+    EXPECT_EQ(result.status, 0U);
+    EXPECT_TRUE(result.stored);
+    EXPECT_EQ(result.length, 0U);
   }
 }
 
@@ -246,39 +255,39 @@ TEST_P(Calls, PutNCRWritesWhatTheSessionMakesOfACharacter) {
 }
 
 TEST_P(Calls, AnImpossibleLengthCountsAsAFailedRoundTrip) {
-  for (const Lie lie : {Lie::capacityPlusOne, Lie::enormous}) {
+  for (const Outcome outcome : {Outcome::lengthCapacityPlusOne, Outcome::lengthNearMax}) {
     struct Row {
-      unsigned operation;
+      Codec codec;
       const char32_t* text;
     };
     for (const Row& row : {Row{getNCR, U"&#233;"}, Row{getUEsc, U"\\u00E9"}, Row{getUParen, U"<U00E9>"},
                            Row{getUParenP, U"<U0041>"}}) {
-      session.host.behave();
-      session.host.lie(lie, 1);
-      EXPECT_EQ(run(row.operation, row.text).bytes, unitsOf(GetParam(), session.encoding, row.text))
-          << nameOfOperation(row.operation);
+      session.host.schedule.clear();
+      session.host.schedule.add({Service::convert, 1, outcome});
+      EXPECT_EQ(run(row.codec, row.text).bytes, unitsOf(GetParam(), session.encoding, row.text)) << row.codec.name;
     }
   }
 }
 
-TEST_P(Calls, LiesLeadNowhereOutOfBounds) {
+TEST_P(Calls, FalseLengthsLeadNowhereOutOfBounds) {
   GuardedBuffer in(8192), out(16384);
   constexpr u64 slack = RQ_OUTPUT_SLACK_BYTES;
   for (const char32_t* text : {U"&#233;&#x41;a<U0041>x\u00E9<U0001F600>y", U"\\u00E9<U00E9>\\uu0041\u00E9\u0080"})
     for (const unsigned repeats : {1U, 20U})
-      for (unsigned operation = 0; operation < codecCount; ++operation)
-        for (const Lie lie : {Lie::notSet, Lie::zero, Lie::capacity, Lie::capacityPlusOne, Lie::odd, Lie::enormous})
+      for (const Codec& codec : allCodecs)
+        for (const Outcome outcome : {Outcome::lengthNotStored, Outcome::lengthZero, Outcome::lengthCapacity,
+                                      Outcome::lengthCapacityPlusOne, Outcome::lengthOdd, Outcome::lengthNearMax})
           for (const u64 nth : {0U, 1U, 2U, 3U, 5U})
             for (const u64 capacity : {u64{0}, u64{1}, u64{8}, u64{30}, u64{900}}) {
               const auto units = unitsOf(GetParam(), session.encoding, times(text, repeats));
               const std::uint8_t* from = in.place(units.data(), units.size());
               std::uint8_t* to = out.place(capacity * unitBytes(GetParam()) + slack);
-              session.host.behave();
-              session.host.lie(lie, nth);
+              session.host.schedule.clear();
+              session.host.schedule.add({Service::convert, nth, outcome});
               u64 length = 0;
-              codecOf(slotsOf(session.object, GetParam()), operation)(
+              (slotsOf(session.object, GetParam()).*codec.slot)(
                   session.object, from, units.size() / unitBytes(GetParam()), to, capacity, &length);
-              ASSERT_TRUE(out.intact());
+              ASSERT_TRUE(out.isIntact());
               ASSERT_EQ(session.host.liveBlocks, 1U);
               ASSERT_EQ(session.host.mistakes, 0U);
               session.host.forget();
@@ -298,7 +307,7 @@ TEST_P(Calls, InputEndsAtAGuardPageAndOutputHasExactlyItsSlack) {
                                        U"a\u00E9<U0041>x<U0001F600>yy\\u0041\\u0041"};
   for (const char32_t* whole : texts)
     for (std::u32string_view text = whole; !text.empty(); text.remove_suffix(1))
-      for (unsigned operation = 0; operation < codecCount; ++operation)
+      for (const Codec& codec : allCodecs)
         for (u64 capacity = 0; capacity <= 24; ++capacity)
           for (const Flush flush : {Flush::atEnd, Flush::atBeginning}) {
             const auto units = unitsOf(GetParam(), session.encoding, text);
@@ -306,30 +315,30 @@ TEST_P(Calls, InputEndsAtAGuardPageAndOutputHasExactlyItsSlack) {
             std::uint8_t* to = out.place(capacity * unitBytes(GetParam()) + RQ_OUTPUT_SLACK_BYTES);
             u64 length = 0;
             session.host.forget();
-            codecOf(slotsOf(session.object, GetParam()), operation)(
+            (slotsOf(session.object, GetParam()).*codec.slot)(
                 session.object, from, units.size() / unitBytes(GetParam()), to, capacity, &length);
-            ASSERT_TRUE(out.intact());
+            ASSERT_TRUE(out.isIntact());
             ASSERT_LE(length, capacity + 4);
           }
 }
 
-// What encoders store ahead of their place is covered by what they write next, or not stored at all.
+// Encoders may store ahead of their place only bytes that the next ones cover.
 TEST(Encoders, WriteNothingBehindTheLengthThatTheyReport) {
   constexpr std::u32string_view whole =
       U"\u0434\u0432 \u0430\u0431 \u4E00\u00E9 \\\u0433 \u0434, x\U0001F600\u0435 \u0436 \u0437\u0437 <\u0437 a";
   for (const Flavour flavour : {Flavour::plain, Flavour::wide}) {
     Session session(flavour == Flavour::wide ? utf32 : utf8);
     for (u64 length = 1; length <= whole.size(); ++length)
-      for (const unsigned operation : encoders)
+      for (const Codec& codec : encoders)
         for (u64 capacity = 0; capacity <= 200; ++capacity) {
           const auto units = unitsOf(flavour, session.encoding, whole.substr(0, length));
           std::vector<std::uint8_t> out(4 * 220, 0xA5);
           u64 stored = 0;
-          codecOf(slotsOf(session.object, flavour), operation)(
+          (slotsOf(session.object, flavour).*codec.slot)(
               session.object, units.data(), units.size() / unitBytes(flavour), out.data(), capacity, &stored);
           const auto behind = out.begin() + static_cast<std::ptrdiff_t>(stored * unitBytes(flavour));
           ASSERT_EQ(std::count(behind, out.end(), 0xA5), out.end() - behind)
-              << nameOfOperation(operation) << ' ' << length << ' ' << capacity;
+              << codec.name << ' ' << length << ' ' << capacity;
         }
   }
 }
@@ -337,7 +346,7 @@ TEST(Encoders, WriteNothingBehindTheLengthThatTheyReport) {
 // An ampersand or less-than sign as the last unit, with the rest of a notation just behind it.
 TEST_P(Calls, NothingBehindTheInputIsTakenForPartOfIt) {
   struct Row {
-    unsigned operation;
+    Codec codec;
     const char32_t* text;
   };
   for (const Row& row : {Row{getNCR, U"&#65;"}, Row{getUParen, U"<U0041>"}, Row{getUParenP, U"<U0041>"},
@@ -347,9 +356,9 @@ TEST_P(Calls, NothingBehindTheInputIsTakenForPartOfIt) {
     for (u64 length = 1; length < count; ++length) {
       std::vector<std::uint8_t> out(256);
       u64 stored = 99;
-      codecOf(slotsOf(session.object, GetParam()), row.operation)(session.object, units.data(), length, out.data(),
-                                                                  40, &stored);
-      EXPECT_EQ(stored, length) << nameOfOperation(row.operation);
+      (slotsOf(session.object, GetParam()).*row.codec.slot)(session.object, units.data(), length, out.data(), 40,
+                                                            &stored);
+      EXPECT_EQ(stored, length) << row.codec.name;
       EXPECT_EQ(
           std::vector(out.begin(), out.begin() + static_cast<std::ptrdiff_t>(length * unitBytes(GetParam()))),
           std::vector(units.begin(), units.begin() + static_cast<std::ptrdiff_t>(length * unitBytes(GetParam()))));
@@ -369,11 +378,11 @@ TEST(CharsetService, IsLookedUpAfreshUnlessTheCaseServiceHoldsIt) {
     for (const char32_t* text : {U"&#x4a;&#x4b;", U"\\u004a\\u004b", U"<u004a><u004b>"}) {
       Session session(latin1);
       session.host.offer(row.services);
-      const unsigned operation = *text == '&' ? getNCR : *text == '<' ? getUParen : getUEsc;
-      const Outcome outcome = call(codecOf(session.object->served, operation), session.object, Flavour::served,
-                                   unitsOf(Flavour::served, latin1, text), 100);
-      EXPECT_EQ(shown(outcome.bytes, Flavour::served), "JK");
-      EXPECT_EQ(session.host.count(Service::upperCase), row.uses) << nameOfOperation(operation);
+      const Codec& codec = *text == '&' ? getNCR : *text == '<' ? getUParen : getUEsc;
+      const CodecResult result = call(session.object->served.*codec.slot, session.object, Flavour::served,
+                                      unitsOf(Flavour::served, latin1, text), 100);
+      EXPECT_EQ(shown(result.bytes, Flavour::served), "JK");
+      EXPECT_EQ(session.host.count(Service::upperCase), row.uses) << codec.name;
       EXPECT_EQ(session.host.count(Service::lookUpCharset), row.lookUps);
       for (const Call& made : session.host.calls) {
         if (made.service == Service::lookUpCharset) {
@@ -392,9 +401,9 @@ TEST(CharsetService, IsLookedUpAfreshUnlessTheCaseServiceHoldsIt) {
 TEST(CharsetService, IsAskedOnceForTheFourDigitsOfAnAngleNotation) {
   Session session(latin1);
   session.host.offer({true, true, true});
-  const auto outcome = call(session.object->served.putNCR, session.object, Flavour::served,
-                            unitsOf(Flavour::served, latin1, U"<u004a>"), 100);
-  EXPECT_EQ(shown(outcome.bytes, Flavour::served), "J");
+  const auto result = call(session.object->served.putNCR, session.object, Flavour::served,
+                           unitsOf(Flavour::served, latin1, U"<u004a>"), 100);
+  EXPECT_EQ(shown(result.bytes, Flavour::served), "J");
   std::vector<u64> lengths;
   for (const Call& made : session.host.calls)
     if (made.service == Service::upperCase) {
@@ -421,25 +430,25 @@ TEST(CharsetService, IsAskedByTheServedFlavourAlone) {
   Session session(latin1);
   session.host.offer({true, true, true});
   const auto units = unitsOf(Flavour::plain, latin1, U"&#x4a;\\u004a<u004a>");
-  for (const unsigned operation : decoders)
-    call(codecOf(session.object->plain, operation), session.object, Flavour::plain, units, 100);
+  for (const Codec& codec : decoders)
+    call(session.object->plain.*codec.slot, session.object, Flavour::plain, units, 100);
   EXPECT_EQ(session.host.count(Service::upperCase) + session.host.count(Service::lookUpCharset), 0U);
 }
 
 TEST(CharsetService, DecidesWhatADigitIs) {
   Session session(latin1);
   session.host.offer({true, true, false});
-  const auto outcome = call(session.object->served.getNCR, session.object, Flavour::served,
-                            unitsOf(Flavour::served, latin1, U"&#x4$;"), 100);
-  EXPECT_EQ(shown(outcome.bytes, Flavour::served), "M");
+  const auto result = call(session.object->served.getNCR, session.object, Flavour::served,
+                           unitsOf(Flavour::served, latin1, U"&#x4$;"), 100);
+  EXPECT_EQ(shown(result.bytes, Flavour::served), "M");
 }
 
 TEST(CharsetService, IsNotLookedForWithoutAKernel) {
   Session session(latin1);
   Library::get().rqextent(nullptr);
-  const auto outcome = call(session.object->served.getNCR, session.object, Flavour::served,
-                            unitsOf(Flavour::served, latin1, U"&#x4a;&#x4B;"), 100);
-  EXPECT_EQ(shown(outcome.bytes, Flavour::served), "JK");
+  const auto result = call(session.object->served.getNCR, session.object, Flavour::served,
+                           unitsOf(Flavour::served, latin1, U"&#x4a;&#x4B;"), 100);
+  EXPECT_EQ(shown(result.bytes, Flavour::served), "JK");
 }
 
 // Only the plain flavour reads the escape characters from the object, and only three of its codecs do.
@@ -447,10 +456,9 @@ TEST(EscapeCharacters, AreReadFromTheObjectByThePlainFlavourOnly) {
   Session session(latin1);
   session.object->escape = '%';
   session.object->reference = '@';
-  const auto answer = [&](const RQOperations& slots, unsigned operation, std::u32string_view text) {
+  const auto answer = [&](const RQOperations& slots, const Codec& codec, std::u32string_view text) {
     return shown(
-        call(codecOf(slots, operation), session.object, Flavour::plain, unitsOf(Flavour::plain, latin1, text), 100)
-            .bytes,
+        call(slots.*codec.slot, session.object, Flavour::plain, unitsOf(Flavour::plain, latin1, text), 100).bytes,
         Flavour::plain);
   };
   const RQOperations& plain = session.object->plain;
@@ -468,18 +476,18 @@ TEST(EscapeCharacters, AreReadFromTheObjectByThePlainFlavourOnly) {
 // Words are encoded a blank and a character at a time, but only where the session holds the blank.
 TEST(ReferenceEncoder, WritesNoBlankThatTheHostDoesNotHold) {
   Session session(utf8);
-  session.host.lie(Lie::zero, 3);  // the text, the exclamation mark, the blank
-  const auto outcome = call(session.object->plain.putNCR, session.object, Flavour::plain,
-                            unitsOf(Flavour::plain, utf8, U"! \u0416 \u0416 \u0416"), 100);
-  EXPECT_EQ(shown(outcome.bytes, Flavour::plain), "!&#1046;&#1046;&#1046;");
+  session.host.schedule.add({Service::convert, 3, Outcome::lengthZero});  // the text, the exclamation mark, the blank
+  const auto result = call(session.object->plain.putNCR, session.object, Flavour::plain,
+                           unitsOf(Flavour::plain, utf8, U"! \u0416 \u0416 \u0416"), 100);
+  EXPECT_EQ(shown(result.bytes, Flavour::plain), "!&#1046;&#1046;&#1046;");
 }
 
 // In the wide flavour bytes that do not fill a unit are dropped.
 TEST(WideFlavour, DropsTheRemainderOfOtherEncodings) {
   Session session(latin1);
-  const auto outcome = call(session.object->wide.getNCR, session.object, Flavour::wide,
-                            unitsOf(Flavour::wide, latin1, U"a&#65;b"), 100);
-  EXPECT_EQ(shown(outcome.bytes, Flavour::wide), "ab");
+  const auto result = call(session.object->wide.getNCR, session.object, Flavour::wide,
+                           unitsOf(Flavour::wide, latin1, U"a&#65;b"), 100);
+  EXPECT_EQ(shown(result.bytes, Flavour::wide), "ab");
 }
 
 // ASCII that ends the digits is a digit in no host's eyes.
@@ -493,14 +501,14 @@ TEST(WideFlavour, AsksTheCaseServiceForDigitsFromU0080On) {
   }
 }
 
-// Seven characters are 28 bytes; here the x behind them is told to be as many.
+// Seven characters are 28 bytes; here the host reports as many for the x behind them.
 TEST(WideFlavour, PassesANotationThroughWhenTheHostTellsItsBytes) {
   Session session(utf32);
   constexpr u64 sevenUnits = 28;  // of 0x2A in each byte, as far as there is room
   session.host.fixedProduced = &sevenUnits;
   const auto text = unitsOf(Flavour::wide, utf32, U"<u0041>x");
-  const auto outcome = call(session.object->wide.putUParen, session.object, Flavour::wide, text, 100);
-  EXPECT_EQ(outcome.length, 14U);
+  const auto result = call(session.object->wide.putUParen, session.object, Flavour::wide, text, 100);
+  EXPECT_EQ(result.length, 14U);
 }
 
 }  // namespace

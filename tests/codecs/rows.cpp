@@ -43,12 +43,12 @@ void checkAnswer(const CodecRow& row, const RQOperations& operations, RQInterfac
                  std::uint32_t encoding) {
   const auto input = unitsOf(flavour, encoding, row.input);
   const auto expected = unitsOf(flavour, encoding, row.output);
-  const Outcome outcome = call(operations.*row.codec, object, flavour, input, row.capacity);
-  EXPECT_EQ(outcome.status, row.status);
-  EXPECT_EQ(outcome.stored, row.stored);
+  const CodecResult result = call(operations.*row.codec, object, flavour, input, row.capacity);
+  EXPECT_EQ(result.status, row.status);
+  EXPECT_EQ(result.stored, row.stored);
   if (!row.stored) return;
-  EXPECT_EQ(outcome.length, expected.size() / unitBytes(flavour));
-  EXPECT_EQ(shown(outcome.bytes, flavour), shown(expected, flavour));
+  EXPECT_EQ(result.length, expected.size() / unitBytes(flavour));
+  EXPECT_EQ(shown(result.bytes, flavour), shown(expected, flavour));
 }
 
 }  // namespace

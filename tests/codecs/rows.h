@@ -1,12 +1,11 @@
-/* Rows for the codecs: text in, text out, run over flavours and sessions, against the library and against its twin.
- */
+/* Rows for the codecs: text in, text out, for each flavour and session, for the library and for its twin. */
 #ifndef RQUNI_TESTS_CODECS_ROWS_H
 #define RQUNI_TESTS_CODECS_ROWS_H
 
 #include <gtest/gtest.h>
 
+#include "tests/model/calls.h"
 #include "tests/model/codec_twin.h"
-#include "tests/model/numbered.h"
 
 namespace rq::test {
 

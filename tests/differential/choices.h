@@ -1,5 +1,4 @@
-/* Where a case takes its decisions from: the bytes of a fuzzer, or a seed. One source of both lets the same code be a
- * fuzz target and a family of the differential runs. */
+/* The decisions of a case, from a fuzzer's bytes or from a seed: the same code is a fuzz target and a random test. */
 #ifndef RQUNI_TESTS_DIFFERENTIAL_CHOICES_H
 #define RQUNI_TESTS_DIFFERENTIAL_CHOICES_H
 
@@ -46,11 +45,11 @@ class Choices {
       bytes -= part;
     }
   }
-  /// What a fuzzer's bytes have left, up to `most`; of a seed a few bytes, sometimes some dozens.
-  void rest(std::vector<std::uint8_t>& bytes, std::size_t most) {
+  /// The rest of a fuzzer's bytes, up to `max`; from a seed a few bytes, sometimes some dozens.
+  void rest(std::vector<std::uint8_t>& bytes, std::size_t max) {
     std::size_t count = static_cast<std::size_t>(end_ - at_);
     if (random_) count = 1 + below(oneIn(6) ? 40 : 8);
-    bytes.resize(std::min(count, most));
+    bytes.resize(std::min(count, max));
     fill(bytes.data(), bytes.size());
   }
 

@@ -4,8 +4,8 @@
 // object has its services, encoding and fourteen transcoders; a bridge hands every argument on.
 #include <cstring>
 
+#include "tests/differential/buffers.h"
 #include "tests/differential/family.h"
-#include "tests/differential/region.h"
 #include "tests/model/library.h"
 #include "tests/model/mock_host.h"
 
@@ -34,8 +34,8 @@ struct CreationHost : MockHost {
     for (unsigned failures = choices.byte() % 3; failures > 0; --failures) {
       const Service service = fallible[choices.byte() % std::size(fallible)];
       const unsigned nth = 1 + choices.byte() % 15;
-      refuse(service, nth);
-      if (service == Service::querySession) queryAnswers = nth != 1;
+      schedule.refuse(service, nth);
+      if (service == Service::querySession && nth == 1) queryAnswers = false;
     }
   }
   bool hasJournal() const { return (flags & 16) == 0; }
@@ -43,7 +43,7 @@ struct CreationHost : MockHost {
   bool journalGiven() const { return (flags & 64) != 0; }
 
   const unsigned flags;
-  bool queryAnswers = true;  // it is asked once at most
+  bool queryAnswers = true;  // the library asks once at most
 };
 
 /// The encoding that the object must take from its host's answers.
@@ -82,7 +82,7 @@ void checkCreation(const char* name, Choices& choices) {
 
 void checkRegistration(const char* name, Choices& choices) {
   const Library& library = Library::get();
-  auto* const kernel = reinterpret_cast<RQKernel*>(choices.word());  // is stored, not looked at
+  auto* const kernel = reinterpret_cast<RQKernel*>(choices.word());  // the library stores it and does not read it
   if (std::strcmp(name, "rqextver") == 0) {
     std::uint64_t major = 0, minor = 0;
     const auto extver = functionNamed<RQStatus(RQKernel*, std::uint64_t*, std::uint64_t*)>(name);
@@ -103,11 +103,11 @@ void checkVersion(const char* name, Choices&) {
 }
 
 void checkRecord(const char* name, Choices& choices) {
-  static Region region(sizeof(RQVersionRecord));
+  static CaseBuffer buffer(sizeof(RQVersionRecord));
   auto* const record =
-      reinterpret_cast<RQVersionRecord*>(region.place(sizeof(RQVersionRecord), choices.byte() & ~7U));
+      reinterpret_cast<RQVersionRecord*>(buffer.placeAt(sizeof(RQVersionRecord), choices.byte() & ~7U));
   functionNamed<void(RQVersionRecord*)>(name)(record);
-  expect(region.intact() && std::strcmp(record->prefix, "rq") == 0, "the record", name);
+  expect(buffer.isIntact() && std::strcmp(record->prefix, "rq") == 0, "the record", name);
   for (const std::uint64_t word : record->zero) expect(word == 0, "the record's last words", name);
 }
 

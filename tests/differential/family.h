@@ -1,4 +1,4 @@
-/* A family of cases: what rq_differential runs by the million and what a fuzz target is made of. */
+/* A family of cases: rq_differential runs it from a seed, a fuzz target from a fuzzer's bytes. */
 #ifndef RQUNI_TESTS_DIFFERENTIAL_FAMILY_H
 #define RQUNI_TESTS_DIFFERENTIAL_FAMILY_H
 
@@ -32,10 +32,11 @@ std::span<const Family> allFamilies();
 const Family* familyNamed(std::string_view name);
 
 /// Defined beside their cases.
-std::span<const Family> operationFamilies();
-extern const Family kitFamily, wideFamily, creationFamily;
+#define FAMILY(name) extern const Family name##Family;
+#include "tests/differential/families.def"
+#undef FAMILY
 
-/// One exported name and a check of it: a family that is a list of routines chooses one of them for each case.
+/// One exported name and its check. A family that is a list of these chooses one for each case.
 struct Routine {
   const char* name;
   void (*check)(const char* name, Choices& choices);

@@ -4,13 +4,16 @@
  *   rq_differential case FAMILY NUMBER                repeats one of those cases
  *   rq_differential all LENGTH CAPACITY               all texts of up to LENGTH pieces of a small alphabet for each
  *                                                     codec and measure, with all capacities up to CAPACITY
+ *   rq_differential letters LENGTH                    all texts of up to LENGTH letters of a larger alphabet, with
+ *                                                     every capacity up to the longest output
  *   rq_differential replay FAMILY INPUT|FOLDER        one input of a fuzzer, or a folder of them
- *   rq_differential names FAMILY...                   the exported names and slots that the families call
+ *   rq_differential families                          the names of the families
+ *   rq_differential names                             the exported names and slots that the families call
  *
- * The families share the time alike. In one case of eight the host of an operation refuses or falsifies a single
- * call, for the twin as for the library. RQUNI_KERNELS chooses the kernels. Prints the cases of each family and, in
- * the last line, of all. Ends with 0 when there is no difference, 1 after the first twenty, 2 on wrong arguments or
- * an empty corpus. A difference, and a crash, is reported with the command that repeats it. */
+ * The families share the time alike. In one case of eight the host of an operation refuses a single call or reports a
+ * false length, to the twin as to the library. RQUNI_KERNELS chooses the kernels. Prints the cases of each family
+ * and, in the last line, of all. Ends with 0 when there is no difference, 1 after the first twenty, 2 on wrong
+ * arguments or an empty corpus. A difference, and a crash, is reported with the command that repeats it. */
 #include <dirent.h>
 
 #include <chrono>
@@ -25,7 +28,7 @@
 namespace rq::test {
 namespace {
 
-constexpr int mostDifferences = 20;
+constexpr int maxDifferences = 20;
 
 /// The arguments that repeat the running case.
 struct {
@@ -48,7 +51,7 @@ void printRepeat() {
   std::fputc('\n', stderr);
 }
 
-/// Says which case it was, and leaves the rest to who was there before: a sanitizer, or the system.
+/// Prints the case, then lets the previous handler, a sanitizer's or the system's, end the process.
 struct sigaction before[NSIG];
 void reportCrash(int signal) {
   std::fprintf(stderr, "CRASH, signal %d\n", signal);
@@ -64,8 +67,8 @@ void watchForCrashes() {
 }
 
 /// Runs and counts one case; false when there have been differences enough.
-template <class Case>
-bool count(Case run) {
+template <class Run>
+bool count(Run run) {
   ++cases;
   try {
     run();
@@ -73,7 +76,7 @@ bool count(Case run) {
   } catch (const Difference& difference) {
     std::fprintf(stderr, "DIFFERENCE %s\n", difference.report.c_str());
     printRepeat();
-    return ++differences < mostDifferences;
+    return ++differences < maxDifferences;
   }
 }
 
@@ -136,9 +139,19 @@ int repeatCase(const Family& family, std::uint64_t number) {
   return 0;
 }
 
+bool countCase(const Case& test) {
+  return count([&] { checkCase(test); });
+}
+
 int all(unsigned length, std::uint64_t capacity) {
   running = {"all " + std::to_string(length), capacity, true};
-  forEachShortText(length, capacity, [](const Trial& trial) { return count([&] { checkTrial(trial); }); });
+  forEachTextOfPieces(length, capacity, countCase);
+  return 0;
+}
+
+int letters(unsigned length) {
+  running = {"letters", length, true};
+  forEachTextOfLetters(length, countCase);
   return 0;
 }
 
@@ -146,7 +159,7 @@ int all(unsigned length, std::uint64_t capacity) {
 std::vector<std::uint8_t> contentsOf(const std::string& path) {
   std::vector<std::uint8_t> bytes(1 << 16);
   std::FILE* const file = std::fopen(path.c_str(), "rb");
-  if (file == nullptr) return std::perror(path.c_str()), std::exit(2), bytes;
+  if (!file) return std::perror(path.c_str()), std::exit(2), bytes;
   bytes.resize(std::fread(bytes.data(), 1, bytes.size(), file));
   std::fclose(file);
   return bytes;
@@ -174,10 +187,21 @@ int replay(const Family& family, const std::string& path) {
   return inputs.empty() ? 2 : 0;
 }
 
+int printFamilies() {
+  for (const Family& family : allFamilies()) std::puts(family.name);
+  return 0;
+}
+
+int printNames() {
+  for (const Family& family : allFamilies())
+    for (const std::string& name : family.names()) std::puts(name.c_str());
+  return 0;
+}
+
 int usage() {
   std::fprintf(stderr,
                "usage: rq_differential random SEED SECONDS [FAMILY...] | case FAMILY NUMBER | all LENGTH CAPACITY |\n"
-               "       replay FAMILY INPUT|FOLDER | names FAMILY...\nfamilies:");
+               "       letters LENGTH | replay FAMILY INPUT|FOLDER | families | names\nfamilies:");
   for (const Family& family : allFamilies()) std::fprintf(stderr, " %s", family.name);
   std::fputc('\n', stderr);
   return 2;
@@ -189,15 +213,12 @@ int run(const std::vector<const char*>& arguments) {
   const auto number = [&](std::size_t i) { return std::strtoull(arguments[i], nullptr, 0); };
   std::vector<const Family*> families;
   const std::size_t begin = mode == "random" ? 3 : 1;
-  const std::size_t end = mode == "random" || mode == "names" ? count : mode == "all" ? 1 : 2;
+  const std::size_t end = mode == "random" ? count : mode == "case" || mode == "replay" ? 2 : 0;
   for (std::size_t i = begin; i < end && i < count; ++i)
-    if (families.push_back(familyNamed(arguments[i])); families.back() == nullptr) return usage();
+    if (families.push_back(familyNamed(arguments[i])); !families.back()) return usage();
 
-  if (mode == "names" && count > 1) {
-    for (const Family* family : families)
-      for (const std::string& name : family->names()) std::puts(name.c_str());
-    return 0;
-  }
+  if (mode == "families" && count == 1) return printFamilies();
+  if (mode == "names" && count == 1) return printNames();
   int result = 2;
   if (mode == "random" && count >= 3)
     result = random(number(1), std::atof(arguments[2]), families);
@@ -205,6 +226,8 @@ int run(const std::vector<const char*>& arguments) {
     result = repeatCase(*families[0], number(2));
   else if (mode == "all" && count == 3)
     result = all(static_cast<unsigned>(number(1)), number(2));
+  else if (mode == "letters" && count == 2)
+    result = letters(static_cast<unsigned>(number(1)));
   else if (mode == "replay" && count == 3)
     result = replay(*families[0], arguments[2]);
   else

@@ -1,11 +1,12 @@
-// The 69 slots as families: codecs by notation, transforms, measures. A case decides slot, session, services, the
-// host's behaviour, places, capacity and text; what must then hold stands at checkTrial.
+// The 69 slots as families: codecs by notation, transforms, measures. Here a case gets its slot, session, services,
+// failures, places, capacity and text; checkCase compares.
 #include <algorithm>
 #include <array>
 #include <string_view>
 
+#include "tests/differential/comparison.h"
 #include "tests/differential/family.h"
-#include "tests/differential/trial.h"
+#include "tests/model/calls.h"
 
 namespace rq::test {
 namespace {
@@ -48,8 +49,7 @@ RQChar characterOf(std::uint8_t byte) {
 class Writer {
  public:
   Writer(const Slot& slot, std::uint32_t session, std::vector<std::uint8_t>& text)
-      : encoding_(*encodingOf(
-            slot.shape != Shape::codec && slot.shape != Shape::measure && !slot.isPut() ? formOf(slot) : session)),
+      : encoding_(*encodingOf(slot.takesUnicodeForm() ? unicodeFormOf(slot) : session)),
         wide_(slot.inputUnit() == 4),
         text_(text) {
     text.clear();
@@ -109,42 +109,54 @@ std::uint64_t capacityOf(unsigned kind, std::uint32_t room, std::uint64_t units)
   }
 }
 
-/// The host's behaviour: three in four keep to the rules.
-void decideBehaviour(Choices& choices, Trial& trial) {
+/// What the host offers and which of its calls fail: in three of four cases none.
+void decideHost(Choices& choices, Case& test) {
   const unsigned services = choices.byte(), behaviour = choices.byte(), which = choices.byte();
-  trial.services = {(services & 1) != 0, (services & 2) != 0, (services & 4) != 0};
-  trial.pad = (services & 8) != 0;
-  trial.convertStatus = services >= 0xE0 ? 0x805F1234 : 0;
-  trial.refusesMemory = behaviour % 16 == 12;
-  trial.refusesConversions = behaviour % 16 == 13;
-  trial.nth = behaviour % 16 >= 14 ? 1 + behaviour / 16 : 0;
-  trial.fate.refused = behaviour % 16 == 14;
-  trial.fate.lie = behaviour % 16 == 15 ? allLies[which % std::size(allLies)] : Lie::none;
+  test.services = {(services & 1) != 0, (services & 2) != 0, (services & 4) != 0};
+  test.pad = (services & 8) != 0;
+  test.convertStatus = services >= 0xE0 ? 0x805F1234 : 0;
+  const std::uint64_t nth = 1 + behaviour / 16;
+  switch (behaviour % 16) {
+    case 12:
+      test.failure = {Service::allocate, Failure::always, Outcome::refusal};
+      break;
+    case 13:
+      test.failure = {Service::convert, Failure::always, Outcome::refusal};
+      break;
+    case 14:
+      test.failure = {Service::any, nth, Outcome::refusal};
+      break;
+    case 15:
+      test.failure = {Service::any, nth, falseLengths[which % std::size(falseLengths)]};
+      break;
+    default:
+      test.failure = {};
+  }
 }
 
 /// The same number of bytes is read from every fuzzer's input before its text begins.
-void decide(Choices& choices, const std::vector<const Slot*>& slots, Trial& trial) {
+void decide(Choices& choices, const std::vector<const Slot*>& slots, Case& test) {
   static std::vector<std::uint8_t> bytes;
-  trial.slot = slots[choices.byte() % slots.size()];
+  test.slot = slots[choices.byte() % slots.size()];
   const unsigned session = choices.byte();
   if (session < 0x60)
-    trial.encoding = sessions[session % std::size(sessions)];
-  else if (trial.slot->isWide())
-    trial.encoding = session & 1 ? utf32 : laxUnits;
+    test.encoding = sessions[session % std::size(sessions)];
+  else if (test.slot->isWide())
+    test.encoding = session & 1 ? utf32 : laxUnits;
   else
-    trial.encoding = narrowSessions[session % std::size(narrowSessions)];
-  decideBehaviour(choices, trial);
-  trial.inputPlace = choices.byte();
-  trial.outputPlace = choices.byte();
+    test.encoding = narrowSessions[session % std::size(narrowSessions)];
+  decideHost(choices, test);
+  test.inputPlace = choices.byte();
+  test.outputPlace = choices.byte();
   const unsigned how = choices.byte(), stretch = choices.byte();
   const std::uint32_t room = choices.below(0x10000);
   choices.rest(bytes, 400);
-  write(*trial.slot, trial.encoding, how & 3, bytes, trial.text);
-  const std::uint64_t unit = trial.slot->inputUnit();
+  write(*test.slot, test.encoding, how & 3, bytes, test.text);
+  const std::uint64_t unit = test.slot->inputUnit();
   // A few repeat what they have, to about where the working buffers come from the pool.
-  if (stretch >= 0xFA) repeatUpTo(trial.text, (250 + 2 * (stretch - 0xFA) + (how >> 7)) * unit);
-  trial.text.resize(std::min(trial.text.size(), mostUnits * unit) / unit * unit);
-  trial.capacity = capacityOf(how >> 2, room, trial.units());
+  if (stretch >= 0xFA) repeatUpTo(test.text, (250 + 2 * (stretch - 0xFA) + (how >> 7)) * unit);
+  test.text.resize(std::min(test.text.size(), maxUnits * unit) / unit * unit);
+  test.capacity = capacityOf(how >> 2, room, test.units());
 }
 
 template <const auto& operations>
@@ -160,9 +172,9 @@ const std::vector<const Slot*>& slotsOfFamily() {
 
 template <const auto& operations>
 void run(Choices& choices) {
-  static Trial trial;
-  decide(choices, slotsOfFamily<operations>(), trial);
-  checkTrial(trial);
+  static Case test;
+  decide(choices, slotsOfFamily<operations>(), test);
+  checkCase(test);
 }
 
 /// The slots and the functions behind them.
@@ -191,16 +203,12 @@ constexpr auto transforms =
                          "putUTF16L", "getUTF32N", "putUTF32N", "getUTF32B", "putUTF32B", "getUTF32L", "putUTF32L"});
 constexpr auto measures = std::to_array<Name>({"getUnicodeLength", "getUnicodeWidth"});
 
-constexpr Family families[] = {{"ncr", run<ncr>, names<ncr>},
-                               {"uesc", run<uesc>, names<uesc>},
-                               {"uparen", run<uparen>, names<uparen>},
-                               {"transforms", run<transforms>, names<transforms>},
-                               {"measures", run<measures>, names<measures>}};
-
 }  // namespace
 
-std::span<const Family> operationFamilies() {
-  return families;
-}
+const Family ncrFamily = {"ncr", run<ncr>, names<ncr>};
+const Family uescFamily = {"uesc", run<uesc>, names<uesc>};
+const Family uparenFamily = {"uparen", run<uparen>, names<uparen>};
+const Family transformsFamily = {"transforms", run<transforms>, names<transforms>};
+const Family measuresFamily = {"measures", run<measures>, names<measures>};
 
 }  // namespace rq::test

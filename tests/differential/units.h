@@ -1,10 +1,9 @@
-/* Texts for the routines over bytes and over RQChar: written where the routine will read them, between guard pages.
- */
+/* Texts of units between guard pages, for the routines over bytes and over RQChar. */
 #ifndef RQUNI_TESTS_DIFFERENTIAL_UNITS_H
 #define RQUNI_TESTS_DIFFERENTIAL_UNITS_H
 
+#include "tests/differential/buffers.h"
 #include "tests/differential/choices.h"
-#include "tests/differential/region.h"
 #include "tests/model/kit_twin.h"
 
 namespace rq::test {
@@ -16,13 +15,13 @@ struct Units {
   std::uint64_t bytes() const { return n * sizeof(U); }
 };
 
-inline constexpr std::uint64_t mostCount = 4000;
+inline constexpr std::uint64_t maxCount = 4000;
 
-/// Mostly short, now and then long enough for every step of a kernel.
+/// Mostly short, sometimes long enough for every step of a kernel.
 inline std::uint64_t countOf(Choices& choices) {
   const unsigned kind = choices.byte();
   if (kind < 0xC0) return kind % 72;
-  return kind < 0xFC ? choices.below(300) : choices.below(mostCount + 1);
+  return kind < 0xFC ? choices.below(300) : choices.below(maxCount + 1);
 }
 
 /// Changes one unit.
@@ -61,12 +60,12 @@ void writeUnits(Choices& choices, Units<U> text) {
 }
 
 template <class U>
-Units<U> placeUnits(Choices& choices, Region& region, std::uint64_t n) {
-  return {reinterpret_cast<U*>(region.place(n * sizeof(U), choices.byte())), n};
+Units<U> placeUnits(Choices& choices, CaseBuffer& buffer, std::uint64_t n) {
+  return {reinterpret_cast<U*>(buffer.placeAt(n * sizeof(U), choices.byte())), n};
 }
 template <class U>
-Units<U> unitsIn(Choices& choices, Region& region) {
-  const Units<U> text = placeUnits<U>(choices, region, countOf(choices));
+Units<U> unitsIn(Choices& choices, CaseBuffer& buffer) {
+  const Units<U> text = placeUnits<U>(choices, buffer, countOf(choices));
   writeUnits(choices, text);
   return text;
 }
@@ -94,18 +93,18 @@ class Copy {
   }
 
  private:
-  alignas(64) std::uint8_t bytes_[mostCount * 8];
+  alignas(64) std::uint8_t bytes_[maxCount * 8];
 };
 inline Copy expected;
 
-/// For texts of up to `mostCount` units of 8 bytes. Made at the first use, after what they are made of.
-inline Region& first() {
-  static Region region(8 * mostCount);
-  return region;
+/// For texts of up to `maxCount` units of 8 bytes. Static locals, so that they come after the variables they need.
+inline CaseBuffer& first() {
+  static CaseBuffer buffer(8 * maxCount);
+  return buffer;
 }
-inline Region& second() {
-  static Region region(8 * mostCount);
-  return region;
+inline CaseBuffer& second() {
+  static CaseBuffer buffer(8 * maxCount);
+  return buffer;
 }
 
 }  // namespace rq::test

@@ -1,13 +1,13 @@
 // Counted strings of RQChar and the case tables against their definitions, character by character.
 //
-// What must hold: the answer is the definition's; the exported tables say the same as the runs they are made from; a
-// case service is asked for every character from U+0080 up, once, in order, and for no other; nothing outside the
-// counted characters is read or written, at any address.
+// What must hold: the answer is the definition's; the exported tables say the same as the lists of pairs; the
+// routines call a case service for every character from U+0080 up, once, in order, and for no other; they read and
+// write only the counted characters, at any address.
 #include <algorithm>
 
 #include "tests/differential/family.h"
 #include "tests/differential/units.h"
-#include "tests/kit/library.h"
+#include "tests/model/kit.h"
 #include "tests/model/mock_host.h"
 
 namespace rq::test {
@@ -32,11 +32,11 @@ void checkCase(const char* name, Choices& choices) {
   static MockHost host;
   host.forget();
   host.offer({(choices.byte() & 1) != 0, false, false});
-  rqextent(host.kernel());
+  Library::get().rqextent(host.kernel());
   const Chars text = unitsIn<RQChar>(choices, first());
   RQChar* const copy = expected.of(text);
   RQCaseService* const service = host.kernel()->caseService;
-  std::size_t questions = 0;
+  std::size_t requests = 0;
   routine(text.at, lengthOf(text));
   for (std::uint64_t i = 0; i < text.n; ++i) {
     const RQChar c = copy[i];
@@ -44,17 +44,17 @@ void checkCase(const char* name, Choices& choices) {
       copy[i] = map(c);
       continue;
     }
-    expect(questions < host.calls.size() && host.calls[questions].service == asked &&
-               host.calls[questions].arguments[1] == c && host.calls[questions].arguments[2] == 1,
-           "the questions to the case service", name);
-    ++questions;
+    expect(requests < host.calls.size() && host.calls[requests].service == asked &&
+               host.calls[requests].arguments[1] == c && host.calls[requests].arguments[2] == 1,
+           "the calls of the case service", name);
+    ++requests;
   }
-  expect(host.calls.size() == questions, "more questions to the case service", name);
+  expect(host.calls.size() == requests, "more calls of the case service", name);
   if (service)
     for (std::uint64_t i = 0; i < text.n; ++i)
       if (copy[i] >= 0x80)
         copy[i] = asked == Service::upper ? service->upper(service, copy[i], 1) : service->lower(service, copy[i], 1);
-  expect(expected == text && first().intact(), "the case", name);
+  expect(expected == text && first().isIntact(), "the case", name);
   routine(text.at, -lengthOf(text));
   expect(expected == text, "a negative length", name);
 }
@@ -65,7 +65,7 @@ void checkClass(const char* name, Choices& choices) {
   RQChar* const copy = expected.of(text);
   for (std::uint64_t i = 0; i < text.n; ++i) copy[i] = map(copy[i]);
   routine(text.at, lengthOf(text));
-  expect(expected == text && first().intact(), "the class", name);
+  expect(expected == text && first().isIntact(), "the class", name);
   routine(text.at, -lengthOf(text));
   expect(expected == text, "a negative length", name);
 }

@@ -146,7 +146,7 @@ void expectNoMemoryLogged(const Call& call, const void* journal) {
 }
 
 TEST_F(Creation, ARefusedPoolIsLogged) {
-  host.refuse(Service::createPool, 1);
+  host.schedule.refuse(Service::createPool, 1);
   EXPECT_EQ(create(), nullptr);
   EXPECT_EQ(order(), (std::vector{Service::createPool, Service::statusToJnl}));
   expectNoMemoryLogged(host.calls.back(), host.journal());
@@ -154,14 +154,14 @@ TEST_F(Creation, ARefusedPoolIsLogged) {
 
 TEST_F(Creation, ARefusedPoolIsLoggedToTheGivenJournal) {
   MockHost other;
-  host.refuse(Service::createPool, 1);
+  host.schedule.refuse(Service::createPool, 1);
   EXPECT_EQ(create(other.journal()), nullptr);
   ASSERT_EQ(other.calls.size(), 1U);
   expectNoMemoryLogged(other.calls[0], other.journal());
 }
 
 TEST_F(Creation, RefusedMemoryIsLoggedAndThePoolDestroyed) {
-  host.refuse(Service::allocate, 1);
+  host.schedule.refuse(Service::allocate, 1);
   EXPECT_EQ(create(), nullptr);
   EXPECT_EQ(order(),
             (std::vector{Service::createPool, Service::allocate, Service::statusToJnl, Service::destroyPool}));
@@ -173,7 +173,7 @@ TEST_F(Creation, EachTranscoderThatCannotBeMadeIsStoredAsNull) {
   constexpr unsigned words[14] = {45, 47, 49, 51, 53, 55, 57, 46, 48, 50, 52, 54, 56, 58};
   for (unsigned n = 0; n < 14; ++n) {
     host.forget();
-    host.refuse(Service::createTranscoder, n + 1);
+    host.schedule.refuse(Service::createTranscoder, n + 1);
     ASSERT_NE(create(), nullptr);
     EXPECT_EQ(order(), expectedOrder(false));
     for (unsigned i = 0; i < 14; ++i) EXPECT_EQ(wordAt(object, words[i]) == 0, i == n) << "word " << words[i];
@@ -186,7 +186,7 @@ TEST_F(Creation, EachTranscoderThatCannotBeMadeIsStoredAsNull) {
 }
 
 TEST_F(Creation, WithoutAnyTranscoderThereIsStillAnObject) {
-  host.refuse(Service::createTranscoder, 0);
+  host.schedule.refuse(Service::createTranscoder, Failure::always);
   ASSERT_NE(create(), nullptr);
   EXPECT_EQ(host.count(Service::createTranscoder), 14U);
   host.forget();

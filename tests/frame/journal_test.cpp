@@ -85,7 +85,7 @@ TEST_F(Bridges, StatusToJnlWithoutFurtherArgumentsHasAnEmptyList) {
   expectCall(Service::statusToJnl, 3, u64{4}, u64{0x803FC002});
 }
 
-// What arrived at slot 12.
+// The arguments that slot 12 got.
 struct Arrival {
   RQJournal* journal;
   u64 integers[14];
@@ -151,6 +151,25 @@ TEST_F(Bridges, GetLocaleDeliversVariableArguments) {
   for (unsigned i = 0; i < 11; ++i) EXPECT_EQ(arrival.integers[i], 100 + i);
   EXPECT_EQ(arrival.integers[11], a5);
   for (unsigned i = 0; i < 10; ++i) EXPECT_EQ(arrival.doubles[i], i + 0.25);
+}
+
+// The count of vector registers that a caller of a variadic function leaves in al.
+extern "C" u64 rqTestVectorRegisterCount(RQJournal* journal, ...);
+asm(".text\n"
+    ".type rqTestVectorRegisterCount, @function\n"
+    "rqTestVectorRegisterCount:\n"
+    "  movzbl %al, %eax\n"
+    "  ret\n"
+    ".size rqTestVectorRegisterCount, . - rqTestVectorRegisterCount\n");
+
+TEST_F(Bridges, GetLocaleKeepsTheCountOfVectorRegisters) {
+  host.setJournalSlot(12, reinterpret_cast<void*>(&rqTestVectorRegisterCount));
+  const auto getLocale = Library::get().symbol<decltype(&rqTestVectorRegisterCount)>("rqlGetLocale");
+  EXPECT_EQ(getLocale(host.journal()), 0U);
+  EXPECT_EQ(getLocale(host.journal(), 1, 0.5), 1U);
+  EXPECT_EQ(getLocale(host.journal(), 0.5, 1.5, 2.5), 3U);
+  EXPECT_EQ(getLocale(host.journal(), 0.5, 1.5, 2.5, 3.5, 4.5, 5.5, 6.5), 7U);
+  EXPECT_EQ(getLocale(host.journal(), 0.5, 1.5, 2.5, 3.5, 4.5, 5.5, 6.5, 7.5, 8.5, 9.5), 8U);
 }
 
 TEST_F(Bridges, GetLocaleIsAJumpAndLeavesNoFrame) {

@@ -1,13 +1,16 @@
+#include <array>
+
 #include "tests/host/support.h"
+#include "tests/host/wrapping_host.h"
 
 namespace rq::test {
 namespace {
 
-using host::Fault;
 using host::Host;
 using host::Library;
-using host::Service;
 using host::Session;
+using Alive = WrappingHost::Alive;
+using Service = WrappingHost::Service;
 
 TEST(LibraryTest, ReportsWhatCannotBeLoaded) {
   const auto missing = Library::open("/nonexistent/librquni.so");
@@ -29,44 +32,53 @@ TEST(LibraryTest, FindsSymbolsByName) {
 
 TEST(SessionTest, ConvertsThroughTheSlots) {
   const Library library = loadLibrary();
-  Host host(sessionIn("ISO-8859-1"));
+  Host host(identifierOf("ISO-8859-1"));
+  WrappingHost watched(host.kernel, host.context);
   {
-    const auto session = Session::open(library, host);
+    const auto session = Session::open(library, watched.kernel(), watched.context(), host.journal);
     ASSERT_TRUE(session);
     RQInterface* object = session->object();
-    EXPECT_EQ(object->sessionEncoding, (*host::findEncoding("ISO-8859-1"))->identifier);
+    EXPECT_EQ(object->sessionEncoding, identifierOf("ISO-8859-1"));
     std::string output(8 + RQ_OUTPUT_SLACK_BYTES, '\0');
     std::uint64_t written = 0;
     EXPECT_EQ(object->plain.getUTF8(object, "caf\u00E9", 5, output.data(), 8, &written), 0U);
     EXPECT_EQ(output.substr(0, written), "caf\xE9");
     EXPECT_EQ(object->plain.getUTF8(object, "\u20AC", 3, output.data(), 8, &written), host::unmappableStatus);
-    EXPECT_EQ(host.instruments.counts.transcoders, 14);
-    EXPECT_EQ(host.instruments.counts.pools, 1);
+    EXPECT_EQ(watched.alive(), (Alive{.pools = 1, .blocks = 1, .transcoders = 14}));
   }
-  EXPECT_EQ(host.instruments.counts.transcoders, 0);
-  EXPECT_EQ(host.instruments.counts.pools, 0);
-  EXPECT_EQ(host.instruments.counts.blocks, 0);
+  EXPECT_EQ(watched.alive(), Alive{});
+}
+
+RQStatus findNoOption(RQContext*, const RQChar*, std::uint64_t, std::uint64_t, std::int64_t*, std::uint64_t*) {
+  return 1;
+}
+
+RQStatus answerByDefault(RQNlsServices*, std::int32_t* encoding) {
+  *encoding = RQ_ENCODING_UTF16_BIG;
+  return RQ_SESSION_QUERY_DEFAULTED;
 }
 
 TEST(SessionTest, TakesTheEncodingFromTheQueryWithoutTheOption) {
   const Library library = loadLibrary();
-  for (const RQStatus answer : {RQ_SUCCESS, RQ_SESSION_QUERY_DEFAULTED}) {
-    host::HostOptions options = sessionIn("windows-1251");
-    options.sessionByOption = false;
-    options.queryAnswer = answer;
-    Host host(options);
-    const auto session = Session::open(library, host);
-    ASSERT_TRUE(session);
-    EXPECT_EQ((*session)->sessionEncoding, options.session);
-  }
+  const std::uint32_t encoding = identifierOf("windows-1251");
+  Host host(encoding);
+  host.context.lookUpOption = findNoOption;
+  const auto session = Session::open(library, host);
+  ASSERT_TRUE(session);
+  EXPECT_EQ((*session)->sessionEncoding, encoding);
+
+  Host defaulting(encoding);
+  defaulting.context.lookUpOption = findNoOption;
+  defaulting.nls.querySession = answerByDefault;
+  const auto defaulted = Session::open(library, defaulting);
+  ASSERT_TRUE(defaulted);
+  EXPECT_EQ((*defaulted)->sessionEncoding, RQ_ENCODING_UTF16_BIG);
 }
 
 TEST(SessionTest, OpensInEveryEncoding) {
   const Library library = loadLibrary();
   for (const host::Encoding& encoding : host::encodings()) {
-    host::HostOptions options;
-    options.session = static_cast<std::int32_t>(encoding.identifier);
-    Host host(options);
+    Host host(encoding.identifier);
     EXPECT_TRUE(Session::open(library, host)) << encoding.name;
   }
 }
@@ -81,24 +93,23 @@ TEST(SessionTest, ExplainsFailedCreations) {
               {Service::createTranscoder, "could not make all transcoders"}};
   for (const auto& row : rows) {
     Host host;
-    host.instruments.set({.service = row.service});
-    const auto session = Session::open(library, host);
+    WrappingHost refusing(host.kernel, host.context);
+    refusing.refuse(row.service);
+    const auto session = Session::open(library, refusing.kernel(), refusing.context(), host.journal);
     ASSERT_FALSE(session);
     EXPECT_NE(session.error().text.find(row.text), std::string::npos) << session.error().text;
-    EXPECT_EQ(host.instruments.counts.pools, 0);
-    EXPECT_EQ(host.instruments.counts.blocks, 0);
-    EXPECT_EQ(host.instruments.counts.transcoders, 0);
+    EXPECT_EQ(refusing.alive(), Alive{});
   }
 }
 
 TEST(SessionTest, ExplainsMissingServices) {
   const Library library = loadLibrary();
-  for (const bool journal : {false, true}) {
-    host::HostOptions options;
-    options.offersJournal = journal;
-    options.offersNls = !journal;
-    Host host(options);
-    const auto session = Session::open(library, host);
+  Host withoutJournal;
+  withoutJournal.context.journal = nullptr;
+  Host withoutNls;
+  withoutNls.context.nls = nullptr;
+  for (Host* host : {&withoutJournal, &withoutNls}) {
+    const auto session = Session::open(library, *host);
     ASSERT_FALSE(session);
     EXPECT_EQ(session.error().text, "the library made no interface object");
   }
@@ -107,16 +118,16 @@ TEST(SessionTest, ExplainsMissingServices) {
 TEST(SessionTest, RecordsTheCallsOfCreation) {
   const Library library = loadLibrary();
   Host host;
-  host.instruments.watch();
-  { ASSERT_TRUE(Session::open(library, host)); }
-  const std::vector<host::Call> calls = host.instruments.calls();
+  WrappingHost watched(host.kernel, host.context);
+  { ASSERT_TRUE(Session::open(library, watched.kernel(), watched.context(), host.journal)); }
+  const std::vector<WrappingHost::Call> calls = watched.calls();
   ASSERT_GE(calls.size(), 3U);
   EXPECT_EQ(calls[0].service, Service::createPool);
   EXPECT_EQ(calls[1].service, Service::allocate);
-  EXPECT_EQ(calls[1].arguments, (std::array<std::uint64_t, 3>{sizeof(RQInterface), 0x80000000, 0}));
+  EXPECT_EQ(calls[1].arguments, (std::array<std::uint64_t, 2>{sizeof(RQInterface), 0x80000000}));
   EXPECT_EQ(calls[2].service, Service::lookUpOption);
-  EXPECT_EQ(host.instruments.callsOf(Service::createTranscoder), 14U);
-  EXPECT_EQ(host.instruments.callsOf(Service::destroyTranscoder), 14U);
+  EXPECT_EQ(watched.callsOf(Service::createTranscoder), 14U);
+  EXPECT_EQ(watched.callsOf(Service::destroyTranscoder), 14U);
   EXPECT_EQ(calls.back().service, Service::destroyPool);
 }
 

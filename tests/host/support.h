@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <span>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -17,11 +19,15 @@ inline host::Bytes bytesOf(std::string_view text) {
   return std::as_bytes(std::span(text));
 }
 
-inline const host::Codec& codecNamed(std::string_view name) {
+inline std::uint32_t identifierOf(std::string_view name) {
   const auto encoding = host::findEncoding(name);
   if (!encoding) throw std::runtime_error(encoding.error().text);
-  const host::Codec* codec = host::codecOf((*encoding)->identifier);
-  if (codec == nullptr) throw std::runtime_error("no codec: " + std::string(name));
+  return (*encoding)->identifier;
+}
+
+inline const host::Codec& codecNamed(std::string_view name) {
+  const host::Codec* codec = host::codecOf(identifierOf(name));
+  if (!codec) throw std::runtime_error("no codec: " + std::string(name));
   return *codec;
 }
 
@@ -47,12 +53,6 @@ inline host::Library loadLibrary() {
   host::Result<host::Library> library = host::Library::open(RQ_LIBRARY_PATH);
   if (!library) throw std::runtime_error(library.error().text);
   return std::move(*library);
-}
-
-inline host::HostOptions sessionIn(std::string_view encoding) {
-  host::HostOptions options;
-  options.session = static_cast<std::int32_t>((*host::findEncoding(encoding))->identifier);
-  return options;
 }
 
 }  // namespace rq::test

@@ -1,6 +1,10 @@
+#include <barrier>
+#include <functional>
 #include <thread>
 
+#include "host/text_session.h"
 #include "tests/host/support.h"
+#include "tests/host/wrapping_host.h"
 
 namespace rq::test {
 namespace {
@@ -10,7 +14,7 @@ class SharedObject : public testing::TestWithParam<const char*> {};
 
 TEST_P(SharedObject, ServesThreadsAtOnce) {
   const host::Library library = loadLibrary();
-  host::Host host(sessionIn(GetParam()));
+  host::Host host(identifierOf(GetParam()));
   const auto session = host::Session::open(library, host);
   ASSERT_TRUE(session);
   RQInterface* object = session->object();
@@ -37,23 +41,59 @@ TEST_P(SharedObject, ServesThreadsAtOnce) {
 
 INSTANTIATE_TEST_SUITE_P(Sessions, SharedObject, testing::Values("UTF-8", "Shift_JIS", "ISO-2022-JP", "UTF-7"));
 
+/// Runs `work` in eight threads that begin at the same time.
+void inThreads(const std::function<void(std::size_t number)>& work) {
+  constexpr std::size_t count = 8;
+  std::barrier start(count);
+  std::vector<std::thread> threads;
+  for (std::size_t number = 0; number < count; ++number) {
+    threads.emplace_back([&, number] {
+      start.arrive_and_wait();
+      work(number);
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+}
+
+TEST(ThreadsTest, MakeEachCodecOnce) {
+  const std::vector<host::Encoding>& all = host::encodings();
+  std::vector<std::array<const host::Codec*, 8>> made(all.size());
+  inThreads([&](std::size_t number) {
+    for (std::size_t i = 0; i < all.size(); ++i) made[i][number] = host::codecOf(all[i].identifier);
+  });
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    ASSERT_NE(made[i][0], nullptr) << all[i].name;
+    for (const host::Codec* codec : made[i]) EXPECT_EQ(codec, made[i][0]) << all[i].name;
+  }
+}
+
+/// The library does not lock: registration and making an object are the host's to keep apart.
+TEST(ThreadsTest, RegisterOneAfterTheOther) {
+  const auto library = host::Library::open(RQ_WATCHFUL_LIBRARY);
+  ASSERT_TRUE(library) << library.error().text;
+  inThreads([](std::size_t) {
+    for (int round = 0; round < 3; ++round) EXPECT_FALSE(host::TextSession::open("UTF-8", RQ_WATCHFUL_LIBRARY));
+  });
+  EXPECT_EQ((*(*library).symbol<int()>("overlaps"))(), 0);
+  EXPECT_EQ((*(*library).symbol<int()>("calls"))(), 8 * 3 * 2);
+}
+
 TEST(ThreadsTest, SessionsAndRecordsAtOnce) {
   const host::Library library = loadLibrary();
   host::Host host;
-  host.instruments.watch();
+  WrappingHost watched(host.kernel, host.context);
   std::vector<std::thread> threads;
   for (int i = 0; i < 4; ++i) {
     threads.emplace_back([&] {
       for (int round = 0; round < 50; ++round) {
-        auto session = host::Session::open(library, host);
+        auto session = host::Session::open(library, watched.kernel(), watched.context(), host.journal);
         EXPECT_TRUE(session);
       }
     });
   }
   for (std::thread& thread : threads) thread.join();
-  EXPECT_EQ(host.instruments.callsOf(host::Service::createTranscoder), 4U * 50 * 14);
-  EXPECT_EQ(host.instruments.counts.transcoders, 0);
-  EXPECT_EQ(host.instruments.counts.pools, 0);
+  EXPECT_EQ(watched.callsOf(WrappingHost::Service::createTranscoder), 4U * 50 * 14);
+  EXPECT_EQ(watched.alive(), WrappingHost::Alive{});
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 """Installs the build tree into a prefix, moves that, and builds and runs a stranger's programs against each place."""
 import os
 import pathlib
+import re
 import shlex
 import shutil
 import subprocess
@@ -91,6 +92,33 @@ class Installed(unittest.TestCase):
                 for program in self.built_by_pkg_config(self.library_directory() / "pkgconfig", "rquni"):
                     self.check_output(program)
 
+    @unittest.skipUnless(WITH_HOST, "the development host is not built")
+    def test_the_host_builds_by_pkg_config(self):
+        install(self.prefix)
+        (example,) = self.prefix.rglob("text_session.cpp")
+        environment = {"PKG_CONFIG_PATH": str(self.library_directory() / "pkgconfig")}
+        flags = shlex.split(run("pkg-config", "--cflags", "--libs", "rquni-host", **environment))
+        program = self.root / "text session"
+        run(os.environ["CXX"], "-std=c++20", example, "-o", program, *flags)
+        self.assertIn("takes 7 columns", run(program, self.library_directory() / f"librquni.so.{MAJOR}"))
+
+    def test_paths_are_plain_in_a_prefix_that_pkg_config_knows(self):
+        """Flags with .. in them are not recognised as the compiler's own directories."""
+        run("cmake", "--install", BUILD, "--prefix", "/usr", "--component", "development", DESTDIR=str(self.root))
+        (directory,) = {path.parent for path in self.root.rglob("rquni.pc")}
+        for file in directory.iterdir():
+            self.assertNotIn("..", file.read_text(), file.name)
+            self.assertIn("prefix=/usr\n", file.read_text(), file.name)
+
+    @unittest.skipUnless(WITH_HOST, "the development host is not built")
+    def test_a_missing_icu_is_named(self):
+        install(self.prefix)
+        result = subprocess.run(["cmake", "-S", HOST_CONSUMER, "-B", self.root / "build",
+                                 f"-DCMAKE_PREFIX_PATH={self.prefix}", f"-DEXAMPLE={HOST_CONSUMER}",
+                                 "-DCMAKE_DISABLE_FIND_PACKAGE_ICU=ON"], text=True, capture_output=True)
+        self.assertNotEqual(result.returncode, 0)
+        self.assertIn("install libicu-dev", " ".join(result.stderr.split()))
+
     def test_programs_build_against_the_build_tree(self):
         for program in self.built_by_pkg_config(BUILD, "rquni-uninstalled"):
             self.assertEqual(run(program, LD_LIBRARY_PATH=str(BUILD / "lib")), EXPECTED)
@@ -150,6 +178,20 @@ class Installed(unittest.TestCase):
             path = str(self.prefix / "bin") + os.pathsep + os.environ["PATH"]
             ask = run("fish", "-c", "complete -C 'rqtext dec'", XDG_DATA_DIRS=str(share), HOME=str(self.root), PATH=path)
             self.assertEqual(ask.split("\t")[0], "decode")
+
+    def test_links_in_the_installed_pages_lead_somewhere(self):
+        install(self.prefix)
+        (start,) = self.prefix.rglob("doc/rquni/README.md")
+        pages = list(start.parent.rglob("*.md"))
+        self.assertGreater(len(pages), 8)
+        count = 0
+        for page in pages:
+            text = re.sub(r"^```.*?^```$", "", page.read_text(), flags=re.MULTILINE | re.DOTALL)
+            for target in re.findall(r"\]\(([^)\s#]+)", text):
+                if not re.match(r"[a-z]+:", target):
+                    count += 1
+                    self.assertTrue((page.parent / target).exists(), f"{page.name}: {target}")
+        self.assertGreater(count, 30)
 
     def test_the_headers_alone_are_installed(self):
         install(self.prefix, "development")

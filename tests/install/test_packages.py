@@ -4,10 +4,14 @@ import os
 import pathlib
 import re
 import subprocess
+import sys
 import tempfile
 import unittest
 
 ROOT = pathlib.Path(__file__).parents[2]
+sys.path.insert(0, str(ROOT / "tests" / "engines" / "postgresql"))
+from server import LIB, SHARE, Server, Stage  # noqa: E402
+
 BUILD = pathlib.Path(os.environ["RQ_BUILD"])
 VERSION = os.environ["RQ_VERSION"]
 MAJOR = VERSION.split(".")[0]
@@ -32,9 +36,9 @@ class Packages(unittest.TestCase):
             run(ROOT / "packaging" / "build_packages", build, LC_ALL="C.UTF-8", SOURCE_DATE_EPOCH="1760000000")
         cls.packages = sorted(cls.builds[0].glob("*.deb"))
 
-    def test_there_are_three(self):
+    def test_there_are_five(self):
         names = [package.name.split("_")[0] for package in self.packages]
-        self.assertEqual(names, ["librquni-dev", f"librquni{MAJOR}", "rquni-tools"])
+        self.assertEqual(names, ["librquni-dev", f"librquni{MAJOR}", "libsqlite3-mod-rquni", "postgresql-15-rquni", "rquni-tools"])
 
     def test_a_second_build_gives_the_same_bytes(self):
         for package in self.packages:
@@ -46,10 +50,32 @@ class Packages(unittest.TestCase):
                      *self.packages)
         self.assertNotRegex(report, re.compile("^[EW]: ", re.MULTILINE))
 
+    def tree(self, *names):
+        """A folder with what the packages of these names install."""
+        tree = pathlib.Path(self.directory.name) / "-".join(names)
+        for package in self.packages:
+            if package.name.split("_")[0] in names:
+                run("dpkg-deb", "-x", package, tree)
+        return tree
+
+    def test_the_sqlite_extension_is_found_by_its_name(self):
+        tree = self.tree(f"librquni{MAJOR}", "libsqlite3-mod-rquni")
+        (module,) = tree.rglob("mod_rquni.so")
+        result = run("sqlite3", "-cmd", ".load mod_rquni", ":memory:", "SELECT rq_decode('caf&#233;', 'ncr')",
+                     LD_LIBRARY_PATH=str(module.parent))
+        self.assertEqual(result, "café\n")
+
+    def test_the_postgresql_extension_is_made_from_the_installed_files(self):
+        tree = self.tree(f"librquni{MAJOR}", "postgresql-15-rquni")
+        (library,) = tree.rglob(f"librquni.so.{VERSION}")
+        stage = Stage(tree / LIB / "rquni.so", library, source=tree / SHARE)
+        self.addCleanup(stage.remove)
+        with Server(stage) as server:
+            self.assertEqual(server.psql("CREATE EXTENSION rquni; SELECT rq_decode('caf&#233;', 'ncr');"), "café\n")
+
     def test_the_library_asks_for_no_newer_libc_than_its_package_says(self):
-        tree = pathlib.Path(self.directory.name) / "tree"
         (package,) = (package for package in self.packages if package.name.startswith(f"librquni{MAJOR}_"))
-        run("dpkg-deb", "-x", package, tree)
+        tree = self.tree(f"librquni{MAJOR}")
         said = re.fullmatch(r"libc6 \(>= ([0-9.]+)\)\n", run("dpkg-deb", "-f", package, "Depends"))
         self.assertIsNotNone(said, "no other library is needed")
         (library,) = tree.rglob(f"librquni.so.{VERSION}")

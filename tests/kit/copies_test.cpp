@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "tests/kit/buffers.h"
-#include "tests/kit/library.h"
+#include "tests/model/kit.h"
 #include "tests/model/kit_twin.h"
 
 namespace rq::test {
@@ -13,15 +13,15 @@ namespace {
 
 using twin::Byte;
 
-void fillRandomly(const GuardedPages& pages, Random& random) {
+void fillRandomly(const GuardedBuffer& pages, Random& random) {
   for (std::size_t i = 0; i < pages.size(); ++i) pages.begin()[i] = static_cast<Byte>(random());
 }
 
 /// Copies n bytes within one buffer from offset s to offset d, by the routine and by its twin.
 template <class Copy, class Twin>
-void checkWithin(const GuardedPages& pages, const GuardedPages& expected, std::size_t s, std::size_t d, std::size_t n,
-                 Copy copy, Twin twinCopy) {
-  const_cast<GuardedPages&>(expected).copyFrom(pages);
+void checkWithin(const GuardedBuffer& pages, const GuardedBuffer& expected, std::size_t s, std::size_t d,
+                 std::size_t n, Copy copy, Twin twinCopy) {
+  const_cast<GuardedBuffer&>(expected).copyFrom(pages);
   copy(pages.begin() + s, pages.begin() + d, n);
   twinCopy(expected.begin() + s, expected.begin() + d, n);
   ASSERT_TRUE(pages == expected) << n << " bytes from " << s << " to " << d;
@@ -44,8 +44,8 @@ class Copies : public testing::Test {
 using Kinds = testing::Types<Forward, Safe>;
 TYPED_TEST_SUITE(Copies, Kinds);
 
-TYPED_TEST(Copies, copyExactlyTheirBytesInEveryShape) {
-  GuardedPages source(mostUnits + alignments), pages(mostUnits + alignments), expected(mostUnits + alignments);
+TYPED_TEST(Copies, CopyExactlyTheirBytesInEveryShape) {
+  GuardedBuffer source(maxUnits + alignments), pages(maxUnits + alignments), expected(maxUnits + alignments);
   fillRandomly(source, this->random);
   forEachShape<Byte>(pages, [&](std::size_t n, std::size_t offset) {
     const std::size_t from = n % 2 ? (offset * 11 + n) % alignments : source.size() - n;
@@ -57,8 +57,8 @@ TYPED_TEST(Copies, copyExactlyTheirBytesInEveryShape) {
   });
 }
 
-TYPED_TEST(Copies, overlapAtEveryDistanceBothWays) {
-  GuardedPages pages(1500), expected(1500);
+TYPED_TEST(Copies, OverlapAtEveryDistanceBothWays) {
+  GuardedBuffer pages(1500), expected(1500);
   fillRandomly(pages, this->random);
   for (std::size_t distance = 0; distance <= 300; ++distance) {
     for (std::size_t n = 0; n <= 300; n += n < 140 ? 1 : 13) {
@@ -78,8 +78,8 @@ TYPED_TEST(Copies, overlapAtEveryDistanceBothWays) {
   }
 }
 
-TYPED_TEST(Copies, longOnesOverlapAtAnyDistance) {
-  GuardedPages pages(120'000), expected(120'000);
+TYPED_TEST(Copies, LongOnesOverlapAtAnyDistance) {
+  GuardedBuffer pages(120'000), expected(120'000);
   fillRandomly(pages, this->random);
   for (int i = 0; i < 300; ++i) {
     const std::size_t n = 1000 + below(this->random, 49'000), low = below(this->random, 64);
@@ -90,37 +90,37 @@ TYPED_TEST(Copies, longOnesOverlapAtAnyDistance) {
   }
 }
 
-TEST(skMemCpy, propagatesForwards) {
+TEST(skMemCpy, PropagatesForwards) {
   char text[] = "abcde";
   EXPECT_EQ(skMemCpy(text, text + 1, 4), text + 1);
   EXPECT_STREQ(text, "aaaaa");
 }
 
-TEST(skMemCpy, ofNothingReturnsTheDestination) {
+TEST(skMemCpy, OfNothingReturnsTheDestination) {
   char text[] = "ab";
   EXPECT_EQ(skMemCpy(text, text + 1, 0), text + 1);
   EXPECT_STREQ(text, "ab");
 }
 
-TEST(skMemSCpy, doesNotPropagate) {
+TEST(skMemSCpy, DoesNotPropagate) {
   char text[] = "abcde";
   skMemSCpy(text, text + 1, 4);
   EXPECT_STREQ(text, "aabcd");
 }
 
-TEST(skMemSCpy, ofALongDistance) {  // the distance is no less than the overlap
+TEST(skMemSCpy, OfALongDistance) {  // the distance is no less than the overlap
   char text[] = "abcdefg";
   skMemSCpy(text, text + 3, 4);
   EXPECT_STREQ(text, "abcabcd");
 }
 
-TEST(skMemSCpy, ofAShortDistance) {
+TEST(skMemSCpy, OfAShortDistance) {
   char text[] = "0123456789ab";
   skMemSCpy(text, text + 2, 10);
   EXPECT_STREQ(text, "010123456789");
 }
 
-TEST(skStrCpy, ofNullIsAnEmptyString) {
+TEST(skStrCpy, OfNullIsAnEmptyString) {
   char text[] = "xy";
   skStrCpy(nullptr, text);
   EXPECT_EQ(text[0], '\0');
@@ -131,7 +131,7 @@ TEST(skStrCpy, ofNullIsAnEmptyString) {
   EXPECT_EQ(units[1], RQChar{'y'});
 }
 
-TEST(skStrCpy, toNullDoesNothing) {
+TEST(skStrCpy, ToNullDoesNothing) {
   const RQChar units[] = {'a', 0};
   skStrCpy("a", nullptr);
   skStrTCpy(units, nullptr);
@@ -141,9 +141,9 @@ TEST(skStrCpy, toNullDoesNothing) {
 
 template <class U>
 void checkStringCopies(void (*copy)(const U*, U*)) {
-  GuardedPages source((mostUnits + alignments) * sizeof(U)), pages(source.size()), expected(source.size());
+  GuardedBuffer source((maxUnits + alignments) * sizeof(U)), pages(source.size()), expected(source.size());
   std::memset(source.begin(), 0x31, source.size());
-  for (std::size_t n = 0; n < mostUnits; ++n) {
+  for (std::size_t n = 0; n < maxUnits; ++n) {
     auto* const s = reinterpret_cast<U*>(source.end() - (n + 1) * sizeof(U));
     twin::set(s, n, U{0});
     for (std::size_t offset = 0; offset < alignments; offset += 1 + n % 3) {
@@ -157,14 +157,14 @@ void checkStringCopies(void (*copy)(const U*, U*)) {
   }
 }
 
-TEST(skStrCpy, copiesExactlyTheStringAndItsTerminator) {
+TEST(skStrCpy, CopiesExactlyTheStringAndItsTerminator) {
   checkStringCopies<char>(skStrCpy);
 }
-TEST(skStrTCpy, copiesExactlyTheStringAndItsTerminator) {
+TEST(skStrTCpy, CopiesExactlyTheStringAndItsTerminator) {
   checkStringCopies<RQChar>(skStrTCpy);
 }
 
-TEST(skStrTCpy, takesUnitsAtAnyAddress) {
+TEST(skStrTCpy, TakesUnitsAtAnyAddress) {
   Byte source[256] = {}, copied[256];
   for (std::size_t from = 0; from < sizeof(RQChar); ++from)
     for (std::size_t n = 0; n < 40; ++n) {
@@ -182,7 +182,7 @@ TEST(skStrTCpy, takesUnitsAtAnyAddress) {
 /// Strings on the heap, where sanitizers see each byte that is read behind them.
 template <class U>
 void checkHeapStrings(std::uint64_t (*length)(const U*), void (*copy)(const U*, U*)) {
-  for (std::size_t n = 0; n < mostUnits; ++n) {
+  for (std::size_t n = 0; n < maxUnits; ++n) {
     std::vector<U> source(n + 1, U{0x31}), copied(n + 1, U{0x5A});
     source.shrink_to_fit();
     copied.shrink_to_fit();
@@ -193,10 +193,10 @@ void checkHeapStrings(std::uint64_t (*length)(const U*), void (*copy)(const U*, 
   }
 }
 
-TEST(skStrCpy, fitsTheHeap) {
+TEST(skStrCpy, FitsTheHeap) {
   checkHeapStrings<char>(skStrLen, skStrCpy);
 }
-TEST(skStrTCpy, fitsTheHeap) {
+TEST(skStrTCpy, FitsTheHeap) {
   checkHeapStrings<RQChar>(skStrTLen, skStrTCpy);
 }
 
@@ -218,7 +218,7 @@ struct OneBlockPool : RQPool {
   }
 };
 
-TEST(skMemDup, copiesIntoABlockOfThePool) {
+TEST(skMemDup, CopiesIntoABlockOfThePool) {
   OneBlockPool pool;
   const std::string text = "The copy belongs to the pool.";
   EXPECT_EQ(skMemDup(text.data(), text.size(), &pool), pool.block.data());
@@ -229,7 +229,7 @@ TEST(skMemDup, copiesIntoABlockOfThePool) {
   EXPECT_EQ(pool.block[text.size()], 0x5A);
 }
 
-TEST(skMemDup, ofNothingAsksForNothing) {
+TEST(skMemDup, OfNothingAsksForNothing) {
   OneBlockPool pool;
   EXPECT_EQ(skMemDup("x", 0, &pool), pool.block.data());
   EXPECT_EQ(pool.calls, 1);
@@ -237,14 +237,14 @@ TEST(skMemDup, ofNothingAsksForNothing) {
   EXPECT_EQ(pool.block[0], 0x5A);
 }
 
-TEST(skMemDup, withoutSourceOrPoolAllocatesNothing) {
+TEST(skMemDup, WithoutSourceOrPoolAllocatesNothing) {
   OneBlockPool pool;
   EXPECT_EQ(skMemDup(nullptr, 5, &pool), nullptr);
   EXPECT_EQ(skMemDup("x", 1, nullptr), nullptr);
   EXPECT_EQ(pool.calls, 0);
 }
 
-TEST(skMemDup, isNullWhenThePoolRefuses) {
+TEST(skMemDup, IsNullWhenThePoolRefuses) {
   OneBlockPool pool;
   pool.refuses = true;
   EXPECT_EQ(skMemDup("x", 1, &pool), nullptr);

@@ -3,20 +3,22 @@
 #include <cpuid.h>
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <string_view>
 
 #include "kit/simd/processor.h"
+#include "tests/kit/mappings.h"
 
 namespace rq::kit::simd {
 namespace {
 
 bool inUse(const Kernels& kernels) {
-  return std::memcmp(&active, &kernels, sizeof active) == 0;
+  return std::memcmp(&active, &kernels, sizeof kernels) == 0;
 }
 
-TEST(Dispatch, usesTheKernelsThatWereAskedFor) {
+TEST(Dispatch, UsesTheKernelsThatWereAskedFor) {
   const char* const asked = std::getenv("RQUNI_KERNELS");
   const std::string_view name = asked ? asked : "";
   EXPECT_TRUE(name != "sse2" || inUse(sse2Kernels));
@@ -25,6 +27,18 @@ TEST(Dispatch, usesTheKernelsThatWereAskedFor) {
   EXPECT_TRUE(inUse(sse2Kernels) || inUse(avx2Kernels) || inUse(avx512Kernels));
   // For runs on emulated processors, whose choice the caller knows.
   RecordProperty("kernels", inUse(sse2Kernels) ? "sse2" : inUse(avx2Kernels) ? "avx2" : "avx512");
+}
+
+TEST(Dispatch, SealsTheKernelsInUse) {
+  static_assert(sizeof active % pageBytes == 0 && alignof(SealedKernels) == pageBytes);
+  const auto table = reinterpret_cast<std::uintptr_t>(&active);
+  std::size_t found = 0;
+  for (const test::Mapping& mapping : test::mappingsOfProcess()) {
+    if (!mapping.holds(table)) continue;
+    EXPECT_TRUE(mapping.readable && !mapping.writable && !mapping.executable);
+    ++found;
+  }
+  EXPECT_EQ(found, 1U);
 }
 
 constexpr unsigned lzcnt = 1U << 5, sseState = 0x2, avxState = 0x4, maskState = 0x20, zmmLowState = 0x40,
@@ -36,13 +50,13 @@ constexpr Processor skylakeServer = {haswell.basic,
                                      haswell.extended | bit_AVX512F | bit_AVX512BW | bit_AVX512VL | bit_AVX512DQ,
                                      haswell.further, haswell.states | maskState | zmmLowState | zmmHighState};
 
-TEST(Dispatch, takesTheWidestKernelsThatAreOffered) {
+TEST(Dispatch, TakesTheWidestKernelsThatAreOffered) {
   EXPECT_EQ(&kernelsFor({}, ""), &sse2Kernels);
   EXPECT_EQ(&kernelsFor(haswell, ""), &avx2Kernels);
   EXPECT_EQ(&kernelsFor(skylakeServer, ""), &avx512Kernels);
 }
 
-TEST(Dispatch, takesLesserKernelsByName) {
+TEST(Dispatch, TakesLesserKernelsByName) {
   EXPECT_EQ(&kernelsFor(skylakeServer, "sse2"), &sse2Kernels);
   EXPECT_EQ(&kernelsFor(skylakeServer, "avx2"), &avx2Kernels);
   EXPECT_EQ(&kernelsFor(skylakeServer, "avx512"), &avx512Kernels);
@@ -50,12 +64,12 @@ TEST(Dispatch, takesLesserKernelsByName) {
     EXPECT_EQ(&kernelsFor(skylakeServer, other), &avx512Kernels) << other;
 }
 
-TEST(Dispatch, neverTakesKernelsThatAreNotOffered) {
+TEST(Dispatch, NeverTakesKernelsThatAreNotOffered) {
   for (const char* wanted : {"avx2", "avx512"}) EXPECT_EQ(&kernelsFor({}, wanted), &sse2Kernels) << wanted;
   EXPECT_EQ(&kernelsFor(haswell, "avx512"), &avx2Kernels);
 }
 
-TEST(Dispatch, needsEveryFeatureOfASet) {
+TEST(Dispatch, NeedsEveryFeatureOfASet) {
   const auto without = [](Processor processor, unsigned Processor::*member, unsigned bit) {
     processor.*member &= ~bit;
     return &kernelsFor(processor, "");
@@ -73,7 +87,7 @@ TEST(Dispatch, needsEveryFeatureOfASet) {
     EXPECT_EQ(without(skylakeServer, &Processor::states, bit), &avx2Kernels) << std::hex << bit;
 }
 
-TEST(Dispatch, tablesAreComplete) {
+TEST(Dispatch, TablesAreComplete) {
   for (const Kernels* const kernels : {&sse2Kernels, &avx2Kernels, &avx512Kernels}) {
     void* functions[sizeof(Kernels) / sizeof(void*)];
     std::memcpy(functions, kernels, sizeof functions);

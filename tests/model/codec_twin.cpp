@@ -2,6 +2,8 @@
 
 #include <type_traits>
 
+#include "tests/model/kit_twin.h"
+
 namespace rq::test::twin {
 namespace {
 
@@ -155,7 +157,7 @@ class WorkBuffer {
   WorkBuffer(const RQInterface* object, u64 units, bool large) : pool_(object->pool) {
     if (!large) return;
     if (units <= u64{1} << 61) block_ = static_cast<u32*>(pool_->allocate(pool_, 4 * units, 0));
-    failed = block_ == nullptr;
+    failed = !block_;
     capacity = 4 * units;
   }
   ~WorkBuffer() {
@@ -500,20 +502,6 @@ RQStatus putUParen(RQInterface* object, const void* input, u64 units, void* outp
 
 /* Measures. */
 
-struct Range {
-  u32 first, last;
-};
-constexpr Range wideRanges[] = {{0x3000, 0x303F},  {0x3040, 0x309F},   {0x30A0, 0x30FF},   {0x3400, 0x4DFF},
-                                {0x4E00, 0x9FFF},  {0xAC00, 0xD7AF},   {0xF900, 0xFAFF},   {0xFF01, 0xFF5E},
-                                {0xFFE0, 0xFFE6},  {0x20000, 0x2A6DF}, {0x2A700, 0x2B73F}, {0x2B740, 0x2B81F},
-                                {0x2F800, 0x2FA1F}};
-
-i64 columns(u32 c) {
-  for (const Range& range : wideRanges)
-    if (c >= range.first && c <= range.last) return 2;
-  return 1;
-}
-
 template <class F, bool width, class Unit = typename F::Unit>
 i64 measure(RQInterface* object, const void* input, u64 units) {
   if (!input || units == 0) return 0;
@@ -527,7 +515,7 @@ i64 measure(RQInterface* object, const void* input, u64 units) {
   while (n > 0 && text[n - 1] == ' ') --n;
   if (!width) return static_cast<i64>(n);
   i64 sum = 0;
-  for (u64 i = 0; i < n; ++i) sum += columns(text[i]);
+  for (u64 i = 0; i < n; ++i) sum += isWide(text[i]) ? 2 : 1;
   return sum;
 }
 

@@ -1,7 +1,7 @@
-/* The naive twin: every codec and measure written out step by step, one unit and one host call at a time.
+/* The naive twin of the codecs and measures: each written from its definition, one unit and one host call at a time.
  *
- * It knows nothing of the library's code, calls the same host tables through the same interface object, and is what
- * the fast code is compared with. It asks the transcoders each time anew. */
+ * It shares no code with the library and calls the same host through the same interface object. It remembers no
+ * answer of a transcoder. */
 #ifndef RQUNI_TESTS_MODEL_CODEC_TWIN_H
 #define RQUNI_TESTS_MODEL_CODEC_TWIN_H
 
@@ -9,7 +9,7 @@
 
 namespace rq::test::twin {
 
-/// The kernel handle that the twin takes host services from.
+/// The kernel whose case service the twin uses.
 void setKernel(RQKernel* kernel);
 
 /// The twin's operations; only the seven codecs and the two measures are set.

@@ -1,6 +1,6 @@
-/* Small session encodings for the tests: enough of each kind to reach every path, each written from its definition.
+/* Small session encodings for the tests: one of each kind, each written from its definition.
  *
- * Conversions honour the capacity, write whole characters only, always tell what they produced, and refuse lone
+ * Conversions keep to the capacity, write whole characters only, always report what they produced, and refuse lone
  * surrogates and values above U+10FFFF unless one of the two sides is lax. */
 #ifndef RQUNI_TESTS_MODEL_ENCODINGS_H
 #define RQUNI_TESTS_MODEL_ENCODINGS_H
@@ -11,6 +11,8 @@
 #include <string_view>
 #include <vector>
 
+#include "frame/types.h"
+
 namespace rq::test {
 
 /// The statuses of the mock's conversions; any non-zero value would do.
@@ -18,13 +20,13 @@ inline constexpr std::uint32_t outputFull = 0x805F0001;
 inline constexpr std::uint32_t malformed = 0x805F0002;
 inline constexpr std::uint32_t unmappable = 0x805F0003;
 
-/// Session encoding identifiers. The Unicode forms keep the identifiers that the library uses.
+/// Identifiers of session encodings: those of the Unicode forms, and others of the tests' own.
 enum SessionId : std::uint32_t {
-  utf8 = 20,
-  utf16Big = 24,
-  utf16Little = 25,
-  utf32Big = 26,
-  utf32 = 27,
+  utf8 = RQ_ENCODING_UTF8,
+  utf16Big = RQ_ENCODING_UTF16_BIG,
+  utf16Little = RQ_ENCODING_UTF16_LITTLE,
+  utf32Big = RQ_ENCODING_UTF32_BIG,
+  utf32 = RQ_ENCODING_UTF32_LITTLE,
   latin1 = 101,      // one byte for U+0000 to U+00FF
   ascii = 102,       // one byte for U+0000 to U+007F
   cyrillic = 103,    // ASCII, and 0x80 to 0xDF for U+0400 to U+045F
@@ -63,7 +65,7 @@ struct Conversion {
 Conversion convert(const Encoding& from, const Encoding& to, const std::uint8_t* in, std::uint64_t bytes,
                    std::uint8_t* out, std::uint64_t capacity);
 
-/// `text` in that encoding; characters that it cannot hold are a mistake of the test and end it.
+/// `text` in that encoding. A character that it cannot hold is a mistake of the test and ends the process.
 std::vector<std::uint8_t> encoded(std::uint32_t id, std::u32string_view text);
 
 }  // namespace rq::test

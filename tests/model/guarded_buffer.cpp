@@ -3,6 +3,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -13,49 +14,62 @@ namespace {
 constexpr std::uint8_t canary = 0xC7;
 const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
 
-bool isCanary(const std::uint8_t* begin, const std::uint8_t* end) {
-  if (begin == end) return true;
-  // Each byte is the canary when the first one is and each equals the one behind it.
-  return *begin == canary && std::memcmp(begin, begin + 1, static_cast<std::size_t>(end - begin - 1)) == 0;
+void fillWithCanary(std::uint8_t* begin, const std::uint8_t* end) {
+  std::memset(begin, canary, static_cast<std::size_t>(end - begin));
 }
 
 }  // namespace
 
-GuardedBuffer::GuardedBuffer(std::size_t bytes) : room_((bytes + page - 1) / page * page) {
-  if (room_ == 0) room_ = page;
-  void* area = mmap(nullptr, room_ + 2 * page, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-  if (area == MAP_FAILED || mprotect(static_cast<std::uint8_t*>(area) + page, room_, PROT_READ | PROT_WRITE) != 0) {
+bool isFilledWith(std::uint8_t byte, const std::uint8_t* begin, const std::uint8_t* end) {
+  if (begin == end) return true;
+  // So it is when the first byte is and each equals the one behind it.
+  return *begin == byte && std::memcmp(begin, begin + 1, static_cast<std::size_t>(end - begin - 1)) == 0;
+}
+
+GuardedBuffer::GuardedBuffer(std::size_t bytes, std::size_t canaryBytes)
+    : size_((std::max(bytes, std::size_t{1}) + page - 1) / page * page), canaryBytes_(canaryBytes) {
+  void* const area = mmap(nullptr, size_ + 2 * page, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (area == MAP_FAILED || mprotect(static_cast<std::uint8_t*>(area) + page, size_, PROT_READ | PROT_WRITE) != 0) {
     std::perror("guarded buffer");
     std::abort();
   }
-  base_ = static_cast<std::uint8_t*>(area);
+  begin_ = static_cast<std::uint8_t*>(area) + page;
 }
 
 GuardedBuffer::~GuardedBuffer() {
-  munmap(base_, room_ + 2 * page);
+  munmap(begin_ - page, size_ + 2 * page);
 }
 
-std::uint8_t* GuardedBuffer::place(std::size_t bytes, Flush flush) {
-  if (bytes > room_) {
+std::uint8_t* GuardedBuffer::place(std::size_t bytes, Flush flush, std::size_t gap) {
+  if (gap > size_ || bytes > size_ - gap) {
     std::fprintf(stderr, "guarded buffer: %zu bytes do not fit\n", bytes);
     std::abort();
   }
-  std::uint8_t* begin = base_ + page;
-  std::memset(begin, canary, room_);
-  placed_ = flush == Flush::atEnd ? begin + room_ - bytes : begin;
-  placedBytes_ = bytes;
+  placed_ = flush == Flush::atEnd ? end() - gap - bytes : begin_ + gap;
+  placedEnd_ = placed_ + bytes;
+  canaryBegin_ = placed_ - std::min(canaryBytes_, static_cast<std::size_t>(placed_ - begin_));
+  canaryEnd_ = placedEnd_ + std::min(canaryBytes_, static_cast<std::size_t>(end() - placedEnd_));
+  fillWithCanary(canaryBegin_, placed_);
+  fillWithCanary(placedEnd_, canaryEnd_);
   return placed_;
 }
 
-std::uint8_t* GuardedBuffer::place(const void* data, std::size_t bytes, Flush flush) {
-  std::uint8_t* at = place(bytes, flush);
-  if (bytes) std::memcpy(at, data, bytes);
+std::uint8_t* GuardedBuffer::place(const void* data, std::size_t bytes, Flush flush, std::size_t gap) {
+  std::uint8_t* const at = place(bytes, flush, gap);
+  if (bytes != 0) std::memcpy(at, data, bytes);
   return at;
 }
 
-bool GuardedBuffer::intact() const {
-  const std::uint8_t* const begin = base_ + page;
-  return isCanary(begin, placed_) && isCanary(placed_ + placedBytes_, begin + room_);
+bool GuardedBuffer::isIntact() const {
+  return isFilledWith(canary, canaryBegin_, placed_) && isFilledWith(canary, placedEnd_, canaryEnd_);
+}
+
+bool GuardedBuffer::operator==(const GuardedBuffer& other) const {
+  return size_ == other.size_ && std::memcmp(begin_, other.begin_, size_) == 0;
+}
+
+void GuardedBuffer::copyFrom(const GuardedBuffer& other) {
+  std::memcpy(begin_, other.begin_, std::min(size_, other.size_));
 }
 
 }  // namespace rq::test

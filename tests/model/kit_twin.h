@@ -1,4 +1,4 @@
-// What the kit's routines mean, unit by unit: each is written from its definition and is right by inspection.
+// The naive twin of the kit: each routine written from its definition, unit by unit.
 #ifndef RQUNI_TESTS_MODEL_KIT_TWIN_H
 #define RQUNI_TESTS_MODEL_KIT_TWIN_H
 
@@ -6,9 +6,7 @@
 #include <cstring>
 #include <vector>
 
-#include "frame/types.h"
-#include "kit/casemap/class_runs.h"
-#include "kit/simd/wide_ranges.h"
+#include "tests/model/class_pairs.h"
 
 namespace rq::test::twin {
 
@@ -114,9 +112,17 @@ inline std::uint64_t trimBlanks(const RQChar* p, std::uint64_t n) {
   while (n > 0 && get(p, n - 1) == 0x20) --n;
   return n;
 }
+/// The characters of two columns.
+struct Range {
+  RQChar first, last;
+};
+inline constexpr Range wideRanges[] = {{0x3000, 0x303F},  {0x3040, 0x309F},   {0x30A0, 0x30FF},   {0x3400, 0x4DFF},
+                                       {0x4E00, 0x9FFF},  {0xAC00, 0xD7AF},   {0xF900, 0xFAFF},   {0xFF01, 0xFF5E},
+                                       {0xFFE0, 0xFFE6},  {0x20000, 0x2A6DF}, {0x2A700, 0x2B73F}, {0x2B740, 0x2B81F},
+                                       {0x2F800, 0x2FA1F}};
 inline bool isWide(RQChar c) {
-  for (const auto& range : kit::simd::wideRanges)
-    if (c - range.first <= range.last - range.first) return true;
+  for (const Range& range : wideRanges)
+    if (c >= range.first && c <= range.last) return true;
   return false;
 }
 inline std::uint64_t countWide(const RQChar* p, std::uint64_t n) {
@@ -125,14 +131,13 @@ inline std::uint64_t countWide(const RQChar* p, std::uint64_t n) {
   return count;
 }
 
-/// A list of runs, spread out over the plane.
+/// A list of pairs, for each character of the BMP; a character without a pair maps to itself.
 class CaseTable {
  public:
   template <std::size_t Size>
-  explicit CaseTable(const kit::casemap::Run (&runs)[Size]) : to_(0x10000) {
+  explicit CaseTable(const CasePair (&pairs)[Size]) : to_(0x10000) {
     for (RQChar c = 0; c < 0x10000; ++c) to_[c] = c;
-    for (const auto& run : runs)
-      for (RQChar c = run.first; c <= run.last; c += run.step) to_[c] = c + static_cast<RQChar>(run.delta);
+    for (const CasePair& pair : pairs) to_[pair.from] = pair.to;
   }
   RQChar operator()(RQChar c) const { return c < 0x10000 ? to_[c] : c; }
 
@@ -140,20 +145,20 @@ class CaseTable {
   std::vector<RQChar> to_;
 };
 inline RQChar lower(RQChar c) {
-  static const CaseTable table(kit::casemap::lowerRuns);
+  static const CaseTable table(lowerPairs);
   return table(c);
 }
 inline RQChar upper(RQChar c) {
-  static const CaseTable table(kit::casemap::upperRuns);
+  static const CaseTable table(upperPairs);
   return table(c);
 }
 /// The smallest and the largest member of the character's case class.
 inline RQChar smallest(RQChar c) {
-  static const CaseTable table(kit::casemap::smallestRuns);
+  static const CaseTable table(smallestPairs);
   return table(c);
 }
 inline RQChar largest(RQChar c) {
-  static const CaseTable table(kit::casemap::largestRuns);
+  static const CaseTable table(largestPairs);
   return table(c);
 }
 

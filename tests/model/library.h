@@ -1,4 +1,4 @@
-/* The library under test, loaded as a stranger would: dlopen by path, symbols by name. */
+/* The library under test, loaded as a host loads it: dlopen by path, symbols by name. */
 #ifndef RQUNI_TESTS_MODEL_LIBRARY_H
 #define RQUNI_TESTS_MODEL_LIBRARY_H
 
@@ -8,8 +8,13 @@ namespace rq::test {
 
 class Library {
  public:
-  /// Loaded once for the process; ends the process with a message when that fails.
+  /// The library of this build, loaded once.
   static const Library& get();
+  /// Loads the library at `path` with the flags of dlopen; ends the process with a message when that fails.
+  Library(const char* path, int flags);
+  ~Library();
+  Library(const Library&) = delete;
+  Library& operator=(const Library&) = delete;
 
   /// The symbol's address, or null.
   void* find(const char* name) const;
@@ -24,7 +29,6 @@ class Library {
   RQKernel** exportedHandle;
 
  private:
-  Library();
   void* require(const char* name) const;
   void* handle_;
 };

@@ -9,12 +9,11 @@ namespace rq::test {
 namespace {
 
 constexpr std::uint64_t dirty = 0xD1D1D1D100000000;  // upper half of a register that holds a 32-bit answer
-constexpr std::uint32_t refused = 0x805FFFFF;
 constexpr std::size_t canaryBytes = 32;
 constexpr std::uint8_t canary = 0x3C;
 
 void unlistedSlot() {
-  std::fprintf(stderr, "the library called a slot that is none of its business\n");
+  std::fprintf(stderr, "the library called a slot that it must not call\n");
   std::abort();
 }
 
@@ -23,10 +22,7 @@ std::uint64_t word(T* pointer) {
   return reinterpret_cast<std::uint64_t>(pointer);
 }
 
-/// A word at a time: hosts are asked hundreds of thousands of times a second. A host that claims more than it wrote
-/// is asked about the rest of its own block, which the memory sanitizer would report here.
-#if defined(__clang__)
-#endif
+/// A word at a time: the differential runs make millions of calls a second.
 std::uint64_t digestOf(std::uint64_t seed, const void* data, std::uint64_t bytes) {
   const auto* at = static_cast<const std::uint8_t*>(data);
   std::uint64_t hash = (seed ^ 0xCBF29CE484222325 ^ bytes << 32) * 0x9E3779B97F4A7C15;
@@ -120,7 +116,7 @@ struct MockFunctions {
                            std::memcmp(reinterpret_cast<void*>(name), expected, sizeof expected) != 0;
     if (!host.enter(Service::lookUpOption, {word(context), name, length, three, word(value), word(valueBytes)},
                     {static_cast<std::uint64_t>(*value), *valueBytes, nameWrong}))
-      return dirty | refused;
+      return dirty | MockHost::refusalStatus;
     if (host.optionWrites) *value = host.optionValue;
     return dirty | host.optionStatus;
   }
@@ -130,7 +126,7 @@ struct MockFunctions {
     MockHost& host = hostOf(nls);
     if (!host.enter(Service::querySession, {word(nls), word(encoding)},
                     {static_cast<std::uint64_t>(static_cast<std::int64_t>(*encoding))}))
-      return dirty | refused;
+      return dirty | MockHost::refusalStatus;
     if (host.queryWrites) *encoding = host.queryValue;
     return dirty | host.queryStatus;
   }
@@ -177,7 +173,7 @@ struct MockFunctions {
     const bool goes =
         host.enter(Service::convert, {word(transcoder), word(in), bytes, word(out), capacity, word(produced), flags},
                    {*produced}, digest);
-    if (!goes) return *produced = 0, dirty | refused;
+    if (!goes) return *produced = 0, dirty | MockHost::refusalStatus;
     Conversion done{0, 0};
     if (host.fixedProduced) {
       done.produced = *host.fixedProduced;
@@ -185,12 +181,10 @@ struct MockFunctions {
     } else if (transcoder->from && transcoder->to) {
       done = convert(*transcoder->from, *transcoder->to, in, bytes, out, capacity);
     }
-    Lie lie = host.fate_.lie;
-    if (lie == Lie::none && host.lie_ != Lie::none && MockHost::due(host.lieFault_)) lie = host.lie_;
-    const std::uint64_t told = toldLength(lie, done.produced, capacity, *produced);
-    if (host.liesFill && told > done.produced)
-      std::memset(out + done.produced, '.', (told < capacity ? told : capacity) - done.produced);
-    *produced = told;
+    const std::uint64_t reported = reportedLength(host.outcome_, done.produced, capacity, *produced);
+    if (host.fillsFalseLengths && reported > done.produced)
+      std::memset(out + done.produced, '.', (reported < capacity ? reported : capacity) - done.produced);
+    *produced = reported;
     return dirty | (done.status ? done.status : host.convertStatus);
   }
 
@@ -317,43 +311,17 @@ void MockHost::offer(Services services) {
   case_.words[149] = services.cachedCharset ? word(&charset_) : 0;
 }
 
-void MockHost::refuse(Service service, std::uint64_t nth) {
-  faults_[static_cast<std::size_t>(service)] = {true, nth};
-}
-
-void MockHost::lie(Lie lie, std::uint64_t nth) {
-  lie_ = lie;
-  lieFault_ = {true, nth};
-}
-
-void MockHost::behave() {
-  faults_ = {};
-  lie_ = Lie::none;
-  lieFault_ = {};
-  fates.forget();
-}
-
 void MockHost::forget() {
   calls.clear();
   counts_ = {};
 }
 
-bool MockHost::due(Fault& fault) {
-  if (!fault.active) return false;
-  if (fault.countdown == 0) return true;
-  if (--fault.countdown > 0) return false;
-  fault.active = false;
-  return true;
-}
-
 bool MockHost::enter(Service service, std::array<std::uint64_t, 7> arguments, std::array<std::uint64_t, 3> seen,
                      std::uint64_t digest) {
-  const auto index = static_cast<std::size_t>(service);
-  ++counts_[index];
-  fate_ = fates.next(service, digest);
-  if (due(faults_[index])) fate_.refused = true;
-  if (recording) calls.push_back({service, arguments, seen, digest, fate_});
-  return !fate_.refused;
+  ++counts_[static_cast<std::size_t>(service)];
+  outcome_ = schedule.next(service, digest);
+  if (recording) calls.push_back({service, arguments, seen, digest, outcome_});
+  return outcome_ != Outcome::refusal;
 }
 
 void MockHost::endBlock(std::size_t index) {

@@ -1,8 +1,8 @@
-/* A host made of plain tables that writes down what it is asked, and refuses or lies on request.
+/* A host made of plain tables that records each call and fails as its schedule says.
  *
- * The tables are arrays of words, filled by slot number and without the library's headers in between; a word that the
- * library has no business with leads to a function that ends the process. The mock functions take whole argument
- * registers, and answer 32-bit statuses with a dirty upper half. One thread only; no ICU. */
+ * The tables are arrays of words, filled by slot number, so that a mistake in the library's headers shows. A call of
+ * any other word ends the process. The mock functions take whole argument registers and return 32-bit statuses with a
+ * dirty upper half. For one thread only. */
 #ifndef RQUNI_TESTS_MODEL_MOCK_HOST_H
 #define RQUNI_TESTS_MODEL_MOCK_HOST_H
 
@@ -14,7 +14,7 @@
 
 #include "frame/rquni.h"
 #include "tests/model/encodings.h"
-#include "tests/model/fates.h"
+#include "tests/model/schedule.h"
 
 namespace rq::test {
 
@@ -45,6 +45,9 @@ struct MockTranscoder : Table<16> {
 
 class MockHost {
  public:
+  /// The status of a refused call.
+  static constexpr std::uint32_t refusalStatus = 0x805FFFFF;
+
   explicit MockHost(std::uint32_t sessionEncoding = latin1);
   ~MockHost();
   MockHost(const MockHost&) = delete;
@@ -71,15 +74,10 @@ class MockHost {
   };
   void offer(Services services);
 
-  /// Refuses the n-th call of a service from now on, counted from 1 (0: every call; null or a failing status).
-  void refuse(Service service, std::uint64_t nth);
-  /// The n-th conversion from now on works, but tells a false length (0: every conversion).
-  void lie(Lie lie, std::uint64_t nth);
-  void behave();
-  /// The same for chosen calls over all services together, and as often as wanted.
-  Fates fates;
-  /// Whether a conversion that claims more than it produced fills what it claims, as far as there is room.
-  bool liesFill = false;
+  /// Which calls fail. Every test that wants a failure says so here.
+  Schedule schedule;
+  /// Whether a conversion that reports more than it produced fills what it reports, as far as there is room.
+  bool fillsFalseLengths = false;
 
   /// What the option lookup and the session query answer.
   std::uint32_t optionStatus = 0;
@@ -88,12 +86,12 @@ class MockHost {
   std::uint32_t queryStatus = 0;
   bool queryWrites = true;
   std::int32_t queryValue = 0;
-  /// A transcoder answers this after a conversion, unless it failed.
+  /// The status of a conversion that did not fail.
   std::uint32_t convertStatus = 0;
   /// When not null, conversions are this fixed answer instead of real ones: `produced` bytes of 0x2A.
   const std::uint64_t* fixedProduced = nullptr;
 
-  /// The record: on by default.
+  /// The record of calls: on by default.
   bool recording = true;
   std::vector<Call> calls;
   void forget();
@@ -110,7 +108,7 @@ class MockHost {
   std::uint8_t poolPattern = 0xA5;
   std::uint64_t largestBlock = std::uint64_t{1} << 30;
 
-  /// Balance: all zero after everything was ended as it should.
+  /// All zero once the library has given everything back.
   std::uint64_t livePools = 0, liveBlocks = 0, liveTranscoders = 0;
   /// Mistakes of the library: damaged canaries, blocks or objects released that are not live.
   std::uint64_t mistakes = 0;
@@ -123,13 +121,8 @@ class MockHost {
     std::uint64_t bytes;
     MockPool* pool;
   };
-  struct Fault {
-    bool active = false;
-    std::uint64_t countdown = 0;
-  };
   bool enter(Service service, std::array<std::uint64_t, 7> arguments, std::array<std::uint64_t, 3> seen = {},
              std::uint64_t digest = 0);
-  static bool due(Fault& fault);
   void endBlock(std::size_t index);
 
   Table<64> kernel_;
@@ -138,12 +131,9 @@ class MockHost {
   Table<32> journal_;
   Table<192> case_;
   Table<96> charset_;
-  std::array<std::uint64_t, static_cast<std::size_t>(Service::count)> counts_{};
-  std::array<Fault, static_cast<std::size_t>(Service::count)> faults_{};
-  Fault lieFault_;
+  std::array<std::uint64_t, static_cast<std::size_t>(Service::any)> counts_{};
   Services services_;
-  Fate fate_;  // of the call that is being answered
-  Lie lie_ = Lie::none;
+  Outcome outcome_ = Outcome::success;  // of the call that is being answered
   std::vector<Block> blocks_;
   std::vector<std::unique_ptr<MockPool>> pools_;
   std::vector<std::unique_ptr<MockTranscoder>> transcoders_;

@@ -1,4 +1,4 @@
-/* How much memory this process holds, for tests that say that nothing grows. */
+/* The memory of this process, for tests that it does not grow. */
 #ifndef RQUNI_TESTS_MODEL_RESIDENT_H
 #define RQUNI_TESTS_MODEL_RESIDENT_H
 
@@ -6,7 +6,7 @@
 
 namespace rq::test {
 
-/// Sanitizers keep freed memory: growth says nothing under them.
+/// Sanitizers keep freed memory, so growth means nothing under them.
 #if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
 inline constexpr bool sanitized = true;
 #elif defined(__has_feature)

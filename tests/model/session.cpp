@@ -2,16 +2,8 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 
 namespace rq::test {
-namespace {
-
-constexpr std::uint64_t notStored = 0x5EED5EED5EED5EED;
-constexpr std::uint64_t slack = 64;
-constexpr std::uint8_t fill = 0xCC;
-
-}  // namespace
 
 Session::Session(std::uint32_t sessionEncoding) : host(sessionEncoding), encoding(sessionEncoding) {
   const Library& library = Library::get();
@@ -25,25 +17,16 @@ Session::Session(std::uint32_t sessionEncoding) : host(sessionEncoding), encodin
 }
 
 Session::~Session() {
-  host.behave();
+  host.schedule.clear();
   if (object) object->destroy(object);
 }
 
-Outcome call(RQCodec codec, RQInterface* object, Flavour flavour, const std::vector<std::uint8_t>& units,
-             std::uint64_t capacity) {
-  const std::uint64_t size = unitBytes(flavour);
-  std::vector<std::uint8_t> output(capacity * size + slack, fill);
-  Outcome outcome{};
-  outcome.length = notStored;
-  outcome.status = codec(object, units.data(), units.size() / size, output.data(), capacity, &outcome.length);
-  outcome.stored = outcome.length != notStored;
-  outcome.reach = output.size();
-  while (outcome.reach > 0 && output[outcome.reach - 1] == fill) --outcome.reach;
-  if (outcome.stored && outcome.length <= output.size() / size) {
-    output.resize(outcome.length * size);
-    outcome.bytes = std::move(output);
-  }
-  return outcome;
+bool Session::holdsOneObject() const {
+  return host.livePools == 1 && host.liveBlocks == 1 && host.liveTranscoders == 14 && host.mistakes == 0;
+}
+
+std::uint32_t usualEncoding(Flavour flavour) {
+  return flavour == Flavour::wide ? utf32 : utf8;
 }
 
 }  // namespace rq::test

@@ -2,6 +2,8 @@
 
 #include <string_view>
 
+#include "tests/model/guarded_buffer.h"
+
 namespace rq::test {
 namespace {
 
@@ -59,8 +61,7 @@ const Slots& allSlots() {
 
 std::uint64_t Slot::inputUnit() const {
   if (!isWide()) return 1;
-  const bool unicodeInput = shape == Shape::transform && !isPut();
-  return unicodeInput ? 1 : 4;
+  return takesUnicodeForm() ? 1 : 4;
 }
 
 std::uint64_t Slot::overshoot(std::uint64_t capacity, bool pad) const {
@@ -104,9 +105,8 @@ const char* mistakeOf(const Slot& slot, const Answer& answer, const std::uint8_t
   if (answer.written == notStored) return mayLeaveLength(slot, answer.status) ? nullptr : "no length stored";
   if (answer.written > room / slot.outputUnit()) return "a length beyond the documented overshoot";
   if (std::string_view(slot.name) == "putUParen") return nullptr;
-  for (std::uint64_t i = answer.written * slot.outputUnit(); i < room; ++i)
-    if (output[i] != untouched) return "bytes behind the written units";
-  return nullptr;
+  const std::uint64_t end = answer.written * slot.outputUnit();
+  return isFilledWith(untouched, output + end, output + room) ? nullptr : "bytes behind the written units";
 }
 
 }  // namespace rq::test

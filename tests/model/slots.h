@@ -1,4 +1,4 @@
-/* All 69 slots as data: what is fuzzed, failed and raced is this list, so that no slot can be left out. */
+/* All 69 slots as data. Tests go through this list, so that no slot can be left out. */
 #ifndef RQUNI_TESTS_MODEL_SLOTS_H
 #define RQUNI_TESTS_MODEL_SLOTS_H
 
@@ -22,6 +22,9 @@ struct Slot {
   bool isWide() const { return flavour == Flavour::wide; }
   /// Puts take session text and give Unicode text; Gets the other way round.
   bool isPut() const { return name[0] == 'p'; }
+  bool isTransform() const { return shape == Shape::transform || shape == Shape::paddedTransform; }
+  /// Whether the input is text in a Unicode form rather than session text.
+  bool takesUnicodeForm() const { return isTransform() && !isPut(); }
   /// Bytes of one unit of the input's length, and of the capacity.
   std::uint64_t inputUnit() const;
   std::uint64_t outputUnit() const { return isWide() ? 4 : 1; }
@@ -37,7 +40,7 @@ const Slots& allSlots();
 
 inline constexpr std::uint64_t notStored = 0x5EED5EED5EED5EED;
 
-/// What a call gave: a status and *written, which starts as notStored, or a measure's count.
+/// The answer of a call: a status and *written, which starts as notStored, or a measure's count.
 struct Answer {
   RQStatus status = 0;
   std::uint64_t written = notStored;
@@ -49,8 +52,8 @@ struct Answer {
 Answer callSlot(const Slot& slot, const RQOperations& operations, RQInterface* object, const void* input,
                 std::uint64_t length, void* output, std::uint64_t capacity, bool pad);
 
-/// What is wrong with a call's answer whatever the host did, or null. `output` holds `room` bytes, capacity and
-/// overshoot, that were `untouched` before; putUParen alone may clobber its room behind what it reports.
+/// The promise that a call broke whatever its host did, or null. `output` is `room` bytes, capacity and overshoot,
+/// each of them `untouched` before. Only putUParen may clobber its room behind the length that it reports.
 const char* mistakeOf(const Slot& slot, const Answer& answer, const std::uint8_t* output, std::uint64_t room,
                       std::uint8_t untouched);
 

@@ -1,4 +1,4 @@
-/* Texts of test rows: code points made into the units of a flavour, and shown readably. */
+/* Flavours, and texts in their units. */
 #ifndef RQUNI_TESTS_MODEL_TEXTS_H
 #define RQUNI_TESTS_MODEL_TEXTS_H
 
@@ -24,7 +24,7 @@ const RQOperations& slotsOf(const RQInterface* object, Flavour flavour);
 /// are.
 std::vector<std::uint8_t> unitsOf(Flavour flavour, std::uint32_t session, std::u32string_view text);
 
-/// The units with everything outside printable ASCII as \x{...}.
+/// The units as printable ASCII; all others as \x{...}.
 std::string shown(const std::vector<std::uint8_t>& units, Flavour flavour);
 
 }  // namespace rq::test

@@ -17,13 +17,14 @@ std::uint64_t createAndEnd(MockHost& host) {
   const Library& library = Library::get();
   library.rqextent(host.kernel());
   RQInterface* const object = library.rquni(host.context(), host.journal());
-  const std::uint64_t asked = host.fates.count();
+  const std::uint64_t asked = host.schedule.count();
 
   bool prevented = false;
   std::vector<bool> missing;
   for (const Call& call : host.calls) {
-    if (call.service == Service::createPool || call.service == Service::allocate) prevented |= call.fate.refused;
-    if (call.service == Service::createTranscoder) missing.push_back(call.fate.refused);
+    if (call.service == Service::createPool || call.service == Service::allocate)
+      prevented |= call.outcome == Outcome::refusal;
+    if (call.service == Service::createTranscoder) missing.push_back(call.outcome == Outcome::refusal);
   }
   EXPECT_EQ(object == nullptr, prevented);
   EXPECT_EQ(host.count(Service::statusToJnl), prevented ? 1U : 0U);
@@ -44,7 +45,7 @@ std::uint64_t createAndEnd(MockHost& host) {
 std::uint64_t createInTrouble(bool optionIsKnown, std::initializer_list<std::uint64_t> refusedCalls) {
   MockHost host;
   host.optionStatus = optionIsKnown ? 0 : 1;
-  for (const std::uint64_t nth : refusedCalls) host.fates.set(nth, {true, Lie::none});
+  for (const std::uint64_t nth : refusedCalls) host.schedule.refuse(Service::any, nth);
   return createAndEnd(host);
 }
 
@@ -61,11 +62,11 @@ TEST(CreationFaults, EachTwoCallsAreRefused) {
 
 TEST(CreationFaults, AHostThatRefusesEverythingGetsNoObject) {
   MockHost host;
-  host.refuse(Service::createPool, 0);
+  host.schedule.refuse(Service::createPool, Failure::always);
   createAndEnd(host);
 }
 
-// What the host tells about the session is passed on as it is, whatever it may be.
+// The library passes any session identifier on as the host reports it.
 TEST(CreationFaults, AnySessionMakesAnObject) {
   for (const std::int64_t value : {std::int64_t{0}, std::int64_t{-1}, INT64_MIN, INT64_MAX, std::int64_t{1} << 32})
     for (const bool writes : {true, false}) {

@@ -1,4 +1,4 @@
-// The worst texts for one operation, as long as it is told; callgrind counts the instructions of the calls alone.
+// The worst texts for one operation at two lengths; callgrind counts the instructions of the calls alone.
 //
 //   rq_growth OPERATION BYTES all       every text in turn, in each flavour: n bytes, then 2n, batch by batch
 //   rq_growth OPERATION BYTES known     those that are known to be worst, each a batch of its own
@@ -11,43 +11,20 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "tests/model/calls.h"
+#include "tests/robustness/worst_texts.h"
 
 namespace rq::test {
 namespace {
 
-/// What repeats in a worst text: shortest notations, beginnings that never end, pairs that are none. The first takes
-/// the most instructions.
-struct Worst {
-  const char* operation;
-  const char32_t* pieces[4];
-};
-constexpr Worst worst[] = {
-    {"getNCR", {U"&#9;", U"&#", U"&#x;", U"&#xD83D;&#"}},
-    {"putNCR", {U"<U0041>", U"\u00E9", U"<U", U"<u00>"}},
-    {"getUEsc", {U"\\u0041", U"\\u", U"\\uD83D", U"\\uu"}},
-    {"putUEsc", {U"\u00E9", U"\\u", U"\\", U"\\uu"}},
-    {"getUParen", {U"<U>", U"<U", U"<<", U"<U0041"}},
-    {"getUParenP", {U"<U>", U"<U", U"<<", U"<U00E9>"}},
-    {"putUParen", {U"<U0041>x", U"<U", U"\u00E9", U"<"}},
-    {"getUnicodeLength", {U"\u00E9", U" ", U"a ", U"a"}},
-    {"getUnicodeWidth", {U"a\u3042", U"\u3042", U" ", U"\u00E9"}},
-};
-
 /// What notations are made of.
 constexpr std::u32string_view alphabet = U"&#x;\\uU<>09D";
 
-/// One worst text: what repeats in it, and what ends it.
-struct Text {
-  std::u32string piece;
-  std::u32string_view end;
-};
-using Batch = std::vector<Text>;
+using Batch = std::vector<WorstText>;
 
 /// The piece alone, and with the terminators that only the very end brings.
 void add(Batch& batch, const std::u32string& piece) {
   batch.push_back({piece, U""});
-  batch.push_back({piece, U";>"});
+  batch.push_back({piece, terminators});
 }
 
 /// More characters than any memory of answers holds, as themselves and in each notation, none of them twice.
@@ -69,7 +46,7 @@ std::vector<Batch> largestBatch(const Worst& which) {
 
 std::vector<Batch> knownBatches(const Worst& which) {
   std::vector<Batch> batches;
-  for (const char32_t* piece : which.pieces) batches.push_back({{piece, U""}, {piece, U";>"}});
+  for (const char32_t* piece : which.pieces) batches.push_back({{piece, U""}, {piece, terminators}});
   batches.push_back({{distinctCharacters(), U""}});
   return batches;
 }
@@ -89,16 +66,6 @@ std::vector<Batch> allBatches() {
   return batches;
 }
 
-std::vector<std::uint8_t> repeated(const Slot& slot, const Text& text, std::size_t bytes) {
-  const std::vector<std::uint8_t> once = inputOf(slot, text.piece), end = inputOf(slot, text.end);
-  std::vector<std::uint8_t> whole;
-  whole.reserve(bytes + once.size());
-  while (whole.size() < bytes) whole.insert(whole.end(), once.begin(), once.end());
-  whole.resize(bytes - end.size());
-  whole.insert(whole.end(), end.begin(), end.end());
-  return whole;
-}
-
 /// A call that is ready to be made.
 struct Prepared {
   const Slot* slot;
@@ -107,7 +74,7 @@ struct Prepared {
 
 }  // namespace
 
-/// Where callgrind writes a figure down: the sum of what the calls of slots took.
+/// callgrind writes one figure at each return: the sum of the instructions of these calls.
 __attribute__((noinline)) void countedBatch(Session& session, const std::vector<Prepared>& calls,
                                             std::vector<std::uint8_t>& output) {
   for (const Prepared& call : calls) {
@@ -121,7 +88,7 @@ __attribute__((noinline)) void countedBatch(Session& session, const std::vector<
 namespace {
 
 void printPieces(const Batch& batch) {
-  for (const Text& text : batch) {
+  for (const WorstText& text : batch) {
     if (&text != &batch.front() && !text.end.empty()) continue;
     std::putchar(' ');
     for (const char32_t c : text.piece.substr(0, 12))
@@ -131,16 +98,16 @@ void printPieces(const Batch& batch) {
 }
 
 void run(const char* operation, const std::vector<Batch>& batches, std::size_t bytes) {
-  std::vector<std::uint8_t> output(12 * 2 * bytes + 1024);  // no unit of input becomes more than 11
+  std::vector<std::uint8_t> output(outputBytes(2 * bytes));
   for (const Batch& batch : batches)
     for (const Flavour flavour : allFlavours) {
-      Session session(usualSession(flavour));
+      Session session(usualEncoding(flavour));
       session.host.recording = false;
       for (const std::size_t length : {bytes, 2 * bytes}) {
         std::vector<Prepared> calls;
         for (const Slot& slot : allSlots())
           if (slot.flavour == flavour && std::strcmp(slot.name, operation) == 0)
-            for (const Text& text : batch) calls.push_back({&slot, repeated(slot, text, length)});
+            for (const WorstText& text : batch) calls.push_back({&slot, inputOf(slot, text, length)});
         countedBatch(session, calls, output);
       }
       std::printf("%s %s", operation, nameOf(flavour));

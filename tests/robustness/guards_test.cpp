@@ -19,8 +19,8 @@ constexpr std::u32string_view texts[] = {
 
 void expectSame(const Slot& slot, Session& session, const std::vector<std::uint8_t>& input, std::uint64_t capacity,
                 bool pad) {
-  const Made atEnd = make(slot, session, input, capacity, pad, Flush::atEnd);
-  const Made atBeginning = make(slot, session, input, capacity, pad, Flush::atBeginning);
+  const SlotResult atEnd = callGuarded(slot, session, input, capacity, pad, Flush::atEnd);
+  const SlotResult atBeginning = callGuarded(slot, session, input, capacity, pad, Flush::atBeginning);
   ASSERT_EQ(atEnd.mistake, nullptr) << slot.fullName() << ", " << input.size() << " bytes, capacity " << capacity;
   ASSERT_EQ(atBeginning.mistake, nullptr)
       << slot.fullName() << ", " << input.size() << " bytes, capacity " << capacity;
@@ -50,7 +50,7 @@ TEST(Guards, EveryPrefixOfATextEndsAtAGuardPage) {
 // Around the thresholds of the working buffers, with characters of each size.
 TEST(Guards, EveryPrefixOfALongTextEndsAtAGuardPage) {
   for (const Slot& slot : allSlots()) {
-    Session session(usualSession(slot.flavour));
+    Session session(usualEncoding(slot.flavour));
     session.host.recording = false;
     const std::vector<std::uint8_t> text = richText(slot, true);
     checkPrefixes(slot, session, text, 240 * slot.inputUnit());
@@ -60,7 +60,7 @@ TEST(Guards, EveryPrefixOfALongTextEndsAtAGuardPage) {
 // Every capacity, so that the output ends within each piece of the text.
 TEST(Guards, OutputsEndAtAGuardPageAtEveryCapacity) {
   for (const Slot& slot : allSlots()) {
-    Session session(usualSession(slot.flavour));
+    Session session(usualEncoding(slot.flavour));
     session.host.recording = false;
     const std::vector<std::uint8_t> text = richText(slot, false);
     if (slot.shape == Shape::measure) continue;

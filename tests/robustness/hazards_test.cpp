@@ -1,5 +1,5 @@
-// Places where code of this kind reads or writes out of bounds, each with its own test. The others of their sort
-// stand with their operations: tests/codecs/calls_test.cpp, tests/kit, tests/unicode.
+// Places where code of this kind reads or writes out of bounds, each with its own test. tests/codecs/calls_test.cpp,
+// tests/kit and tests/unicode test others.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -13,15 +13,15 @@ namespace {
 using u64 = std::uint64_t;
 
 std::string decoded(RQCodec codec, Session& session, Flavour flavour, std::u32string_view text) {
-  const Outcome outcome = call(codec, session.object, flavour, unitsOf(flavour, session.encoding, text), 4096);
-  return shown(outcome.bytes, flavour);
+  const CodecResult result = call(codec, session.object, flavour, unitsOf(flavour, session.encoding, text), 4096);
+  return shown(result.bytes, flavour);
 }
 
-// A backslash looks at the character behind it: none is there when it is the last of a full buffer.
+// The encoder looks at the character behind a backslash. Behind the last one of a full buffer there is none.
 TEST(Hazards, ABackslashEndsAFullBuffer) {
   for (const Flavour flavour : allFlavours)
     for (const unsigned count : {254U, 255U, 256U, 257U, 258U, 300U}) {
-      Session session(usualSession(flavour));
+      Session session(usualEncoding(flavour));
       std::u32string text(count - 1, U'\u00E9');
       text += U'\\';
       std::string expected;
@@ -30,7 +30,7 @@ TEST(Hazards, ABackslashEndsAFullBuffer) {
     }
 }
 
-// A digit is taken out of an alphabet of ten: what a million and more overflow the first place by is none of them.
+// From 1,000,000 the first digit exceeds 9 and becomes a zero unit. Hosts depend on it.
 TEST(Hazards, APlaceBeyondNineIsAZeroUnit) {
   for (const Flavour flavour : allFlavours)
     for (const std::uint32_t character :
@@ -40,8 +40,8 @@ TEST(Hazards, APlaceBeyondNineIsAZeroUnit) {
       std::snprintf(expected, sizeof expected, "&#%s%05u;", character / 100000 < 10 ? "9" : "\\x{0}",
                     character % 100000);
       const auto units = unitsOf(flavour, session.encoding, std::u32string(1, static_cast<char32_t>(character)));
-      const Outcome outcome = call(slotsOf(session.object, flavour).putNCR, session.object, flavour, units, 4096);
-      EXPECT_EQ(shown(outcome.bytes, flavour), expected) << nameOf(flavour) << ' ' << character;
+      const CodecResult result = call(slotsOf(session.object, flavour).putNCR, session.object, flavour, units, 4096);
+      EXPECT_EQ(shown(result.bytes, flavour), expected) << nameOf(flavour) << ' ' << character;
     }
 }
 
@@ -69,7 +69,7 @@ TEST(Hazards, AnInputShorterThanItsNotationHasNoDigits) {
 // A field without digits must not read those of the notation before it.
 TEST(Hazards, AFieldWithoutDigitsSeesNoOldOnes) {
   for (const Flavour flavour : allFlavours) {
-    Session session(usualSession(flavour));
+    Session session(usualEncoding(flavour));
     session.host.offer({true, false, true});
     const RQOperations& slots = slotsOf(session.object, flavour);
     EXPECT_EQ(decoded(slots.getNCR, session, flavour, U"&#x0041;&#x;&#;"), "A\\x{0}\\x{0}");
@@ -83,7 +83,7 @@ TEST(Hazards, AFieldWithoutDigitsSeesNoOldOnes) {
 TEST(Hazards, AMeasureOfAnImpossibleLengthIsRefused) {
   const std::uint8_t text[8] = {};
   for (const Flavour flavour : allFlavours) {
-    Session session(usualSession(flavour));
+    Session session(usualEncoding(flavour));
     const RQOperations& slots = slotsOf(session.object, flavour);
     for (const u64 units : {u64{1} << 62, (u64{1} << 62) + 1, u64{1} << 63, (u64{3} << 62) + 100, UINT64_MAX}) {
       EXPECT_EQ(slots.getUnicodeLength(session.object, text, units), -1);
@@ -121,7 +121,7 @@ TEST(Hazards, ADigitServiceThatWritesBehindItsDigitsHarmsNothing) {
 
 TEST(Hazards, WithoutAKernelDigitsAreReadAllTheSame) {
   for (const Flavour flavour : allFlavours) {
-    Session session(usualSession(flavour));
+    Session session(usualEncoding(flavour));
     Library::get().rqextent(nullptr);
     const RQOperations& slots = slotsOf(session.object, flavour);
     EXPECT_EQ(decoded(slots.getNCR, session, flavour, U"&#x4a;&#x4\u00E9;"), "J\\x{0}");
@@ -130,7 +130,7 @@ TEST(Hazards, WithoutAKernelDigitsAreReadAllTheSame) {
   }
 }
 
-// The wide flavour gives whatever stands in the text to the host's case service, which may make digits of it.
+// The wide flavour hands any character of a field to the host's case service, which may make a digit of it.
 TEST(Hazards, TheCaseServiceMayMakeDigitsOfAnything) {
   Session session(utf32);
   session.host.offer({true, false, false});
@@ -143,7 +143,7 @@ TEST(Hazards, TheCaseServiceMayMakeDigitsOfAnything) {
 // A host must not hand out an object without its transcoders: the operations do not look.
 TEST(HazardsDeathTest, AMissingTranscoderIsNotLookedFor) {
   MockHost host(latin1);
-  host.refuse(Service::createTranscoder, 0);
+  host.schedule.refuse(Service::createTranscoder, Failure::always);
   Library::get().rqextent(host.kernel());
   RQInterface* const object = Library::get().rquni(host.context(), nullptr);
   ASSERT_NE(object, nullptr);

@@ -1,4 +1,5 @@
-/* A host that many threads may use at once: as small as can be, without record or faults, its counters atomic. */
+/* A host for many threads at once. It is not the mock host, whose record and schedule would need a lock: a lock in
+ * every call orders the threads, and hides the library's races from the thread sanitizer. */
 #ifndef RQUNI_TESTS_ROBUSTNESS_PARALLEL_HOST_H
 #define RQUNI_TESTS_ROBUSTNESS_PARALLEL_HOST_H
 

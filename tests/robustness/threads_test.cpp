@@ -12,20 +12,20 @@ namespace {
 constexpr unsigned threadCount = 16, rounds = 12;
 
 /// One call without anything that threads would share.
-Made callAlone(const Slot& slot, RQInterface* object, bool isLong) {
+SlotResult callAlone(const Slot& slot, RQInterface* object, bool isLong) {
   const std::vector<std::uint8_t> input = richText(slot, isLong);
   const std::uint64_t capacity = 12 * input.size();
   const bool pad = slot.shape == Shape::paddedTransform;
-  Made made{};
-  made.output.assign(capacity * slot.outputUnit() + RQ_OUTPUT_SLACK_BYTES, 0xC7);
-  made.answer = callSlot(slot, slotsOf(object, slot.flavour), object, input.data(), input.size() / slot.inputUnit(),
-                         made.output.data(), capacity, pad);
-  return made;
+  SlotResult result{};
+  result.output.assign(capacity * slot.outputUnit() + RQ_OUTPUT_SLACK_BYTES, untouched);
+  result.answer = callSlot(slot, slotsOf(object, slot.flavour), object, input.data(), input.size() / slot.inputUnit(),
+                           result.output.data(), capacity, pad);
+  return result;
 }
 
-std::vector<Made> callAll(RQInterface* narrow, RQInterface* wide, unsigned firstSlot) {
+std::vector<SlotResult> callAll(RQInterface* narrow, RQInterface* wide, unsigned firstSlot) {
   const Slots& slots = allSlots();
-  std::vector<Made> all(2 * slots.size());
+  std::vector<SlotResult> all(2 * slots.size());
   for (std::size_t i = 0; i < all.size(); ++i) {  // each thread begins elsewhere
     const std::size_t at = (i + firstSlot) % all.size();
     const Slot& slot = slots[at / 2];
@@ -39,11 +39,11 @@ RQInterface* create(ParallelHost& host) {
 }
 
 TEST(Threads, SixteenOnOneObjectAnswerAsOne) {
-  ParallelHost narrowHost(usualSession(Flavour::plain)), wideHost(usualSession(Flavour::wide));
+  ParallelHost narrowHost(usualEncoding(Flavour::plain)), wideHost(usualEncoding(Flavour::wide));
   Library::get().rqextent(narrowHost.kernel());
   RQInterface *const narrow = create(narrowHost), *const wide = create(wideHost);
   ASSERT_TRUE(narrow && wide);
-  const std::vector<Made> alone = callAll(narrow, wide, 0);
+  const std::vector<SlotResult> alone = callAll(narrow, wide, 0);
   std::vector<unsigned> differences(threadCount);
   std::vector<std::thread> threads;
   for (unsigned t = 0; t < threadCount; ++t)
@@ -59,7 +59,7 @@ TEST(Threads, SixteenOnOneObjectAnswerAsOne) {
 }
 
 TEST(Threads, ObjectsAreMadeUsedAndEndedSideBySide) {
-  ParallelHost narrowHost(usualSession(Flavour::plain)), wideHost(usualSession(Flavour::wide));
+  ParallelHost narrowHost(usualEncoding(Flavour::plain)), wideHost(usualEncoding(Flavour::wide));
   Library::get().rqextent(narrowHost.kernel());
   std::vector<std::thread> threads;
   std::vector<unsigned> mistakes(threadCount);
@@ -72,7 +72,7 @@ TEST(Threads, ObjectsAreMadeUsedAndEndedSideBySide) {
           continue;
         }
         const Slot& slot = allSlots()[(t + round) % allSlots().size()];
-        const Made first = callAlone(slot, slot.isWide() ? wide : narrow, true);
+        const SlotResult first = callAlone(slot, slot.isWide() ? wide : narrow, true);
         if (!(callAlone(slot, slot.isWide() ? wide : narrow, true) == first)) ++mistakes[t];
         narrow->destroy(narrow);
         wide->destroy(wide);

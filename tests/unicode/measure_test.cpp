@@ -166,7 +166,7 @@ TEST(Measures, ARefusedBufferIsMinusOne) {
     Session session(sessionFor(flavour));
     const RQOperations& slots = slotsOf(session.object, flavour);
     const auto units = unitsOf(flavour, session.encoding, std::u32string(257, U'a'));
-    session.host.refuse(Service::allocate, 0);
+    session.host.schedule.refuse(Service::allocate, Failure::always);
     for (const RQMeasure measure : {slots.getUnicodeLength, slots.getUnicodeWidth}) {
       EXPECT_EQ(measure(session.object, units.data(), 257), -1);
       EXPECT_EQ(measure(session.object, units.data(), 256), 256);
@@ -182,7 +182,7 @@ TEST(Measures, AFailedConversionCountsWhatWasProduced) {
     Session session(utf8);
     const std::vector<std::uint8_t> text = {'a', 'b', 0xFF, 'c'};
     EXPECT_EQ(lengthOf(session, flavour, text), 2);
-    session.host.refuse(Service::convert, 0);
+    session.host.schedule.refuse(Service::convert, Failure::always);
     EXPECT_EQ(lengthOf(session, flavour, text), 0);
     EXPECT_EQ(widthOf(session, flavour, text), 0);
   }
@@ -193,15 +193,17 @@ TEST(Measures, AFalseProducedLengthNeverLeadsOutOfTheBuffer) {
     Session session(sessionFor(flavour));
     for (const unsigned count : {3U, 300U}) {
       const auto units = unitsOf(flavour, session.encoding, std::u32string(count, U'a'));
-      for (const Lie lie : {Lie::notSet, Lie::zero, Lie::capacity, Lie::capacityPlusOne, Lie::odd, Lie::enormous}) {
-        session.host.lie(lie, 0);
+      for (const Outcome outcome : {Outcome::lengthNotStored, Outcome::lengthZero, Outcome::lengthCapacity,
+                                    Outcome::lengthCapacityPlusOne, Outcome::lengthOdd, Outcome::lengthNearMax}) {
+        session.host.schedule.clear();
+        session.host.schedule.add({Service::convert, Failure::always, outcome});
         const i64 room = count > 256 ? count : 256;
         EXPECT_LE(lengthOf(session, flavour, units), room);
         EXPECT_LE(widthOf(session, flavour, units), 2 * room);
-        if (lie == Lie::zero) {
+        if (outcome == Outcome::lengthZero) {
           EXPECT_EQ(lengthOf(session, flavour, units), 0);
         }
-        if (lie == Lie::odd) {
+        if (outcome == Outcome::lengthOdd) {
           EXPECT_EQ(lengthOf(session, flavour, units), count) << "whole characters only";
         }
       }

@@ -116,14 +116,14 @@ TEST_P(Transform, PassesTheStatusOnAndStoresTheLengthAllTheSame) {
 }
 
 TEST_P(Transform, ALengthThatTheTranscoderDoesNotSetIsZero) {
-  session.host.lie(Lie::notSet, 0);
+  session.host.schedule.add({Service::convert, Failure::always, Outcome::lengthNotStored});
   u64 written = 99;
   run(in, 0, out, 5, &written);
   EXPECT_EQ(written, 0U);
 }
 
 TEST_P(Transform, AnImpossibleLengthIsPassedOnNotUsed) {
-  session.host.lie(Lie::enormous, 0);
+  session.host.schedule.add({Service::convert, Failure::always, Outcome::lengthNearMax});
   u64 written = 99;
   run(in, 0, out, 5, &written);
   EXPECT_EQ(written, reported(UINT64_MAX - 6));
@@ -183,7 +183,7 @@ TEST_P(PaddedTransforms, AnyNonZeroPadFillsAndZeroDoesNot) {
 }
 
 TEST_P(PaddedTransforms, TheFillComesBeforeAFailingConversion) {
-  session.host.refuse(Service::convert, 0);
+  session.host.schedule.refuse(Service::convert, Failure::always);
   std::memset(out, 0xEE, sizeof out);
   u64 written = 99;
   EXPECT_NE(run(in, 1, out, 8, &written, 1), 0U);
@@ -215,7 +215,7 @@ TEST_P(PaddedTransforms, BlanksStayWithinTheSlackOfTheHeader) {
     std::uint8_t* at = buffer.place(capacityBytes(capacity) + RQ_OUTPUT_SLACK_BYTES);
     u64 written = 0;
     run(in, 0, at, capacity, &written, 1);
-    EXPECT_TRUE(buffer.intact());
+    EXPECT_TRUE(buffer.isIntact());
   }
 }
 

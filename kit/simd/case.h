@@ -1,0 +1,222 @@
+// Case: of ASCII bytes by arithmetic, of characters by a case map.
+#ifndef RQUNI_KIT_SIMD_CASE_H
+#define RQUNI_KIT_SIMD_CASE_H
+
+#include "kit/casemap/case_map.h"
+#include "kit/simd/copy.h"
+#include "kit/simd/find.h"
+
+namespace rq::kit::simd {
+namespace {
+
+/// Gives the 26 ASCII letters from `first` on their other case.
+template <class U, U first>
+struct FlipAscii {
+  template <class V>
+  RQ_INLINE V operator()(V v) const {
+    return v ^ V::selectOrZero(v.within(first, asciiLetters), V::splat(asciiCaseBit));
+  }
+  template <class V>
+  RQ_INLINE void four(V& a, V& b, V& c, V& d) const {
+    a = (*this)(a), b = (*this)(b), c = (*this)(c), d = (*this)(d);
+  }
+};
+
+template <class V, std::uint8_t first>
+void flipAscii(std::uint8_t* p, std::uint64_t n) {
+  map<V>(p, p, n, FlipAscii<std::uint8_t, first>{});
+}
+
+/// A case map applied to vectors. ASCII is arithmetic, and characters in the map's gap or beyond the BMP stay. The
+/// others of one vector nearly always lie in one block or two, so that only shifts have to be looked up.
+struct MapCase {
+  CaseMap map;  // a copy: no store into the text can change it, as the compiler sees
+
+  /// Is ascii() right for all characters whose bits are joined here? It is for most text.
+  template <class V>
+  RQ_INLINE bool needsNoTable(V joined) const {
+    return !V::lessEqual(V::splat(map.asciiLast + 1), joined).any();
+  }
+  /// Maps characters that need no table and leaves the others.
+  template <class V>
+  RQ_INLINE V ascii(V c) const {
+    const auto letters = V::lessEqual(c + V::splat(0 - map.asciiFirst), V::splat(asciiLetters - 1));
+    return c ^ V::selectOrZero(letters, V::splat(map.asciiFlip));
+  }
+  /// The characters that need the table: those on either side of the gap.
+  template <class V>
+  RQ_INLINE auto tabled(V c) const {
+    const RQChar first = map.asciiLast + 1, last = planeSize - 1;
+    return V::lessEqual(c + V::splat(0 - first), V::splat(map.gapFirst - first - 1)) |
+           V::lessEqual(c + V::splat(0 - map.gapEnd), V::splat(last - map.gapEnd));
+  }
+  /// The block that each character lies in, and its place there.
+  template <class V>
+  static RQ_INLINE V blockOf(V c) {
+    return c.template shiftRight<blockShift>();
+  }
+  template <class V>
+  static RQ_INLINE V placeOf(V c) {
+    return c & V::splat(blockSize - 1);
+  }
+  /// Maps all vectors. With `mayRefuse` returns false, and leaves them as they are, when they hold characters of so
+  /// many blocks that mapping one by one is faster.
+  template <bool mayRefuse, class V, std::size_t count>
+  RQ_INLINE bool mapAll(V (&c)[count]) const {
+    if constexpr (V::fastLookUp128) {
+      return mapByBlocks<mayRefuse>(c);
+    } else {
+      for (V& v : c) v = mapByGathering(v);
+      return true;
+    }
+  }
+  template <class V>
+  RQ_INLINE V mapByGathering(V c) const {
+    const auto open = tabled(c);
+    const V result = ascii(c);
+    if (!open.any()) return result;
+    const V blocks = blockOf(c), places = placeOf(c);
+    const RQChar block = c.firstSelected(open) / blockSize;
+    if ((open & ~V::equal(blocks, V::splat(block))).any()) return result + gathered(open, blocks, places);
+    const std::int32_t start = map.meta[block];
+    return start < 0 ? result : result + V::lookUp128(map.shift + start, places, open);
+  }
+  /// mapAll block by block: text keeps to few blocks, and all vectors share the loaded shifts of a block.
+  template <bool mayRefuse, class V, std::size_t count>
+  RQ_INLINE bool mapByBlocks(V (&c)[count]) const {
+    typename V::Mask open[count];
+    V mapped[count];
+    std::uint64_t left = 0;  // the bits of all open masks, one mask over the other
+    for (std::size_t i = 0; i < count; ++i) open[i] = tabled(c[i]), mapped[i] = ascii(c[i]), left |= open[i].bits();
+    for (std::uint64_t blocks = 0; left != 0; ++blocks) {
+      // Measured: after one block 4 characters of a vector may be left, after two blocks 2.
+      if (mayRefuse && blocks * countOf(open) > 4 * count) [[unlikely]]
+        return false;
+      V next = c[0];
+      typename V::Mask rest = open[0];
+      for (std::size_t i = 1; i < count; ++i)
+        if (!rest.any()) next = c[i], rest = open[i];
+      const RQChar block = next.firstSelected(rest) / blockSize;
+      const std::int32_t start = map.meta[block];
+      left = 0;
+      for (std::size_t i = 0; i < count; ++i) {
+        const auto here = open[i] & V::equal(blockOf(c[i]), V::splat(block));
+        if (start >= 0) mapped[i] = mapped[i] + V::lookUp128(map.shift + start, c[i], here);
+        open[i] = open[i] & ~here;
+        left |= open[i].bits();
+      }
+    }
+    for (std::size_t i = 0; i < count; ++i) c[i] = mapped[i];
+    return true;
+  }
+  template <class Mask, std::size_t count>
+  static RQ_INLINE std::uint64_t countOf(const Mask (&masks)[count]) {
+    std::uint64_t sum = 0;
+    for (const Mask& mask : masks) sum += mask.count();
+    return sum;
+  }
+  /// The shifts of characters in several blocks.
+  template <class V>
+  RQ_INLINE V gathered(typename V::Mask open, V blocks, V places) const {
+    const V starts = V::gather(map.meta, blocks, open, V::splat(~RQChar{0}));
+    return V::gather(map.shift, starts + places, V::lessEqual(starts, V::splat(INT32_MAX)), V::splat(0));
+  }
+  /// The lanes that differ when `count` vectors of both texts are mapped, as bits.
+  template <class V, std::size_t count>
+  RQ_INLINE std::uint64_t differences(const RQChar* a, const RQChar* b) const {
+    V both[2 * count], joined = V::splat(0);
+    for (std::size_t k = 0; k < count; ++k) {
+      both[k] = V::load(a + k * V::lanes), both[count + k] = V::load(b + k * V::lanes);
+      joined = joined | (both[k] | both[count + k]);
+    }
+    if (needsNoTable(joined))
+      for (V& v : both) v = ascii(v);
+    else
+      mapAll<false>(both);
+    std::uint64_t bits = 0;
+    for (std::size_t k = 0; k < count; ++k) bits |= (both[k] ^ both[count + k]).bits() << (k * V::lanes);
+    return bits;
+  }
+};
+
+RQ_INLINE void mapOneByOne(RQChar* p, std::uint64_t n, const CaseMap& caseMap) {
+  for (std::uint64_t i = 0; i < n; ++i) store(p + i, caseMap(load<RQChar>(p + i)));
+}
+
+/// Maps `count` vectors in place.
+template <class V, std::size_t count>
+RQ_INLINE void mapVectors(RQChar* p, const MapCase& mapped) {
+  V all[count], joined = V::splat(0);
+  for (std::size_t k = 0; k < count; ++k) all[k] = V::load(p + k * V::lanes), joined = joined | all[k];
+  if (mapped.needsNoTable(joined))
+    for (V& v : all) v = mapped.ascii(v);
+  else if (!mapped.mapAll<true>(all))
+    return mapOneByOne(p, count * V::lanes, mapped.map);
+  for (std::size_t k = 0; k < count; ++k) all[k].store(p + k * V::lanes);
+}
+
+/// Maps at most 64 bytes of characters, by vectors if they are ASCII.
+RQ_INLINE void mapFew(RQChar* p, std::uint64_t n, const MapCase& mapped) {
+  using V = Vector16<RQChar>;
+  if (n < V::lanes) return mapOneByOne(p, n, mapped.map);
+  const std::uint64_t inner = n / (2 * V::lanes) * V::lanes, last = n - V::lanes;
+  const V a = V::load(p), b = V::load(p + inner), c = V::load(p + last - inner), d = V::load(p + last);
+  if (!mapped.needsNoTable((a | b) | (c | d))) return mapOneByOne(p, n, mapped.map);
+  mapped.ascii(a).store(p);
+  mapped.ascii(b).store(p + inner);
+  mapped.ascii(c).store(p + last - inner);
+  mapped.ascii(d).store(p + last);
+}
+
+template <class V>
+void mapCase(RQChar* p, std::uint64_t n, const CaseMap& caseMap) {
+  const MapCase mapped{caseMap};
+  if (n <= maxShortBytes / sizeof *p) return mapFew(p, n, mapped);
+  V last[] = {V::load(p + n - V::lanes)};  // before a store changes lanes that it shares with the vector before it
+  std::uint64_t i = 0;
+  for (; n - i > 4 * V::lanes; i += 4 * V::lanes) mapVectors<V, 4>(p + i, mapped);
+  for (; n - i > V::lanes; i += V::lanes) mapVectors<V, 1>(p + i, mapped);
+  if (!mapped.mapAll<true>(last)) return mapOneByOne(p + i, n - i, caseMap);
+  last[0].store(p + n - V::lanes);
+}
+
+/// Do `count` vectors of both texts differ?
+template <class V, std::size_t count>
+RQ_INLINE bool anyDiffers(const RQChar* a, const RQChar* b) {
+  V different = V::load(a) ^ V::load(b);
+  for (std::size_t k = 1; k < count; ++k)
+    different = different | (V::load(a + k * V::lanes) ^ V::load(b + k * V::lanes));
+  return different.any();
+}
+
+/// The first index at which the mapped texts differ, or -1.
+template <class V>
+std::int64_t mappedMismatch(const RQChar* a, const RQChar* b, std::uint64_t n, const CaseMap& caseMap) {
+  if (n < V::lanes) {
+    if constexpr (requires { typename V::Half; }) {
+      return mappedMismatch<typename V::Half>(a, b, n, caseMap);
+    } else {
+      for (std::uint64_t i = 0; i < n; ++i)
+        if (caseMap(load<RQChar>(a + i)) != caseMap(load<RQChar>(b + i))) return static_cast<std::int64_t>(i);
+      return -1;
+    }
+  }
+  const MapCase mapped{caseMap};
+  std::uint64_t i = 0;
+  const auto found = [&](std::uint64_t bits) { return static_cast<std::int64_t>(i + firstBit(bits)); };
+  for (; n - i > 4 * V::lanes; i += 4 * V::lanes)
+    if (anyDiffers<V, 4>(a + i, b + i))
+      if (const std::uint64_t bits = mapped.differences<V, 4>(a + i, b + i)) return found(bits);
+  for (; n - i > V::lanes; i += V::lanes)
+    if (anyDiffers<V, 1>(a + i, b + i))
+      if (const std::uint64_t bits = mapped.differences<V, 1>(a + i, b + i)) return found(bits);
+  i = n - V::lanes;
+  if (!anyDiffers<V, 1>(a + i, b + i)) return -1;
+  const std::uint64_t bits = mapped.differences<V, 1>(a + i, b + i);
+  return bits ? found(bits) : -1;
+}
+
+}  // namespace
+}  // namespace rq::kit::simd
+
+#endif
