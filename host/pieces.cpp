@@ -80,12 +80,10 @@ struct Lines {
 template <std::size_t size, class UnitAt, class Begins>
 Lines countLines(std::size_t bytes, UnitAt unitAt, Begins begins, std::uint32_t lineFeed) {
   Lines lines;
-  std::size_t behind = 0;
-  for (std::size_t i = 0; i < bytes / size; ++i) {
-    if (unitAt(i * size) != lineFeed) continue;
-    ++lines.ends;
-    behind = i + 1;
-  }
+  const std::size_t units = bytes / size;
+  for (std::size_t i = 0; i < units; ++i) lines.ends += unitAt(i * size) == lineFeed ? 1U : 0U;
+  std::size_t behind = units;
+  while (behind > 0 && unitAt((behind - 1) * size) != lineFeed) --behind;
   for (std::size_t i = behind; i < bytes / size; ++i) lines.charactersBehind += begins(unitAt(i * size)) ? 1U : 0U;
   return lines;
 }
