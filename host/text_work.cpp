@@ -144,19 +144,31 @@ Done TextWork::needValid(const ConversionWatch& watch, Bytes text, Position star
                atBeginning(start, "the text has more characters than bytes, which the library cannot encode")};
 }
 
-Result<Bytes> TextWork::encode(Notation notation, Bytes text, Position start) {
+Bytes TextWork::joined(Bytes text, const Around& around) {
+  const std::size_t size = around.before.size() + text.size() + around.behind.size();
+  const MutableBytes all = joined_.atLeast(size).first(size);
+  auto end = std::ranges::copy(around.before, all.begin()).out;
+  end = std::ranges::copy(text, end).out;
+  std::ranges::copy(around.behind, end);
+  return all;
+}
+
+Result<Bytes> TextWork::encode(Notation notation, Bytes text, Position start, const Around& around) {
   if (Done whole = needWholeUnits(text, start); !whole) return whole.error();
   const RQCodec encoder = encoderOf(operations_, notation);
-  const std::uint64_t units = text.size() / unit();
+  const bool alone = around.before.empty() && around.behind.empty();
+  const Bytes input = alone ? text : joined(text, around);
+  const std::uint64_t units = input.size() / unit();
   // An encoder silently drops what does not fit, so give room for the longest notation of every character.
   const std::uint64_t capacity = longestNotation * std::max(units, fewestCharacters) + 64;
   const MutableBytes room = output_.atLeast(capacity * unit() + RQ_OUTPUT_SLACK_BYTES);
   std::uint64_t written = 0;
-  const ConversionWatch watch(text);
-  const RQStatus status = encoder(object_, text.data(), units, room.data(), capacity, &written);
+  const ConversionWatch watch(input);
+  const RQStatus status = encoder(object_, input.data(), units, room.data(), capacity, &written);
   if (status != RQ_SUCCESS) return failure(status, text, start, encoding_, encoding_);
   if (Done valid = needValid(watch, text, start); !valid) return valid.error();
-  return Bytes(room.first(written * unit()));
+  const std::uint64_t result = written - around.encodedBefore - around.encodedBehind;
+  return Bytes(room.subspan(around.encodedBefore * unit(), result * unit()));
 }
 
 Result<std::int64_t> TextWork::measure(Measure measure, Bytes text, Position start) {
