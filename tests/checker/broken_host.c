@@ -120,8 +120,9 @@ static RQStatus faultyConvert(RQTranscoder* self, const void* input, uint64_t in
       while (c == 0x2028) sched_yield();
     }
   }
-  if (transcoder->source == ISO_8859_1 && inputBytes > 0 && inputBytes < 3) {
-    if (broken("transcoder.bytes") && *(const uint8_t*)input == 0xF0 && inputBytes == 2) abort();
+  if (transcoder->source == ISO_8859_1 && inputBytes == 2) {
+    const uint8_t* const bytes = (const uint8_t*)input;
+    if (broken("transcoder.bytes") && bytes[0] == 0xF0 && bytes[1] == 'A') abort();
   }
   if (broken("transcoder.long") && inputBytes > 1024 && !toSession && status == RQ_SUCCESS) *(uint8_t*)output ^= 1;
   if (broken("transcoder.long cut") && inputBytes > 4096 && toSession && status == RQ_SUCCESS) --length;
