@@ -42,7 +42,7 @@ Finding enter(const std::string& path, RQKernel*& kernel, RQContext*& context) {
 
 std::vector<Rule> allRules() {
   std::vector<Rule> rules;
-  for (auto* list : {poolRules, sessionRules, transcoderRules, serviceRules, objectRules}) {
+  for (auto* list : {poolRules, sessionRules, transcoderRules, characterRules, serviceRules, objectRules}) {
     std::ranges::move(list(), std::back_inserter(rules));
   }
   return rules;
@@ -62,13 +62,21 @@ const Row* obstacle(const Rule& rule, const std::vector<Row>& rows) {
   return nullptr;
 }
 
-Finding tried(const Rule& rule, const std::string& path, const host::Library& library, bool threads) {
-  Finding finding = apart([&] {
-    Subject subject{nullptr, nullptr, library, threads};
-    const Finding entered = enter(path, subject.kernel, subject.context);
-    return entered.verdict == Verdict::ok ? rule.check(subject) : entered;
-  });
-  if (finding.crashed && !rule.crash.empty()) finding.seen += ": " + std::string(rule.crash);
+using std::chrono::milliseconds;
+
+/// So long all checks together may hang.
+constexpr milliseconds longestHang = std::chrono::seconds(19);
+
+Finding tried(const Rule& rule, const std::string& path, const host::Library& library, bool threads,
+              milliseconds patience) {
+  Finding finding = apart(
+      [&] {
+        Subject subject{nullptr, nullptr, library, threads};
+        const Finding entered = enter(path, subject.kernel, subject.context);
+        return entered.verdict == Verdict::ok ? rule.check(subject) : entered;
+      },
+      patience);
+  if (finding.end == Finding::End::crashed && !rule.crash.empty()) finding.seen += ": " + std::string(rule.crash);
   return finding;
 }
 
@@ -87,9 +95,14 @@ host::Result<std::vector<Row>> checkHost(const std::string& path, const host::Li
     return host::Error{host::Error::Kind::system, "cannot load the host " + path + ": " + entered.seen};
   }
   std::vector<Row> rows = {{"entry", "rquni_host stores a kernel and a context and returns 0", entered}};
+  milliseconds allowance = longestHang;
   for (const Rule& rule : allRules()) {
     const Row* obstructing = obstacle(rule, rows);
-    const Finding finding = obstructing ? blockedBy(obstructing->name) : tried(rule, path, library, threads);
+    const milliseconds patience = std::min(allowance, longestPatience);
+    const Finding finding = obstructing                        ? blockedBy(obstructing->name)
+                            : patience == milliseconds::zero() ? notChecked("other checks hung")
+                                                               : tried(rule, path, library, threads, patience);
+    if (finding.end == Finding::End::hung) allowance -= patience;
     rows.push_back({rule.name, rule.statement, finding});
   }
   return rows;

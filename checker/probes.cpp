@@ -37,6 +37,14 @@ OptionAnswer lookUp(const Subject& subject, const void* name, std::size_t length
   return {status, value.value, bytes.value, value.hit() || bytes.hit()};
 }
 
+const host::Codec& nativeUtf32() {
+  return *host::codecOf(RQ_ENCODING_UTF32_LITTLE);
+}
+
+const host::Codec& codecOf(int form) {
+  return *host::codecOf(host::formEncodings[static_cast<std::size_t>(form)]);
+}
+
 }  // namespace
 
 Fenced::Fenced(std::string_view content)
@@ -133,10 +141,11 @@ Converted convertAll(RQTranscoder* transcoder, std::string_view input) {
 
 std::string inForm(int form, std::u32string_view characters) {
   const std::string_view bytes = bytesOf(characters);
-  const auto converted = host::convertAll(*host::codecOf(RQ_ENCODING_UTF32_LITTLE),
-                                          *host::codecOf(host::formEncodings[static_cast<std::size_t>(form)]),
-                                          std::as_bytes(std::span(bytes)));
-  return converted.value_or("");
+  return host::convertAll(nativeUtf32(), codecOf(form), std::as_bytes(std::span(bytes))).value_or("");
+}
+
+std::string toUtf32(int form, std::string_view bytes) {
+  return host::convertAll(codecOf(form), nativeUtf32(), std::as_bytes(std::span(bytes))).value_or("");
 }
 
 std::optional<Sample> sampleOf(const Transcoders& transcoders) {

@@ -119,6 +119,8 @@ struct Sample {
 std::optional<Sample> sampleOf(const Transcoders& transcoders);
 /// Characters in a form, by its number.
 std::string inForm(int form, std::u32string_view characters);
+/// And back, as UTF-32 of this machine; empty when the bytes are not valid.
+std::string toUtf32(int form, std::string_view bytes);
 /// The sample as the transcoder of this number takes it, and as it should give it.
 std::string inputOf(const Sample& sample, std::size_t number);
 std::string outputOf(const Sample& sample, std::size_t number);

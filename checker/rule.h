@@ -20,20 +20,20 @@ enum class Verdict {
 
 struct Finding {
   Verdict verdict;
-  std::string seen;      // empty when there is nothing to add
-  bool crashed = false;  // a signal ended the check
+  std::string seen;  // empty when there is nothing to add
+  enum class End { returned, crashed, hung } end = End::returned;
 };
 inline Finding ok(std::string seen = "") {
-  return {Verdict::ok, std::move(seen)};
+  return {Verdict::ok, std::move(seen), {}};
 }
 inline Finding broken(std::string seen) {
-  return {Verdict::broken, std::move(seen)};
+  return {Verdict::broken, std::move(seen), {}};
 }
 inline Finding notChecked(std::string why) {
-  return {Verdict::notChecked, std::move(why)};
+  return {Verdict::notChecked, std::move(why), {}};
 }
 inline Finding blockedBy(std::string_view rule) {
-  return {Verdict::blocked, "see " + std::string(rule)};
+  return {Verdict::blocked, "see " + std::string(rule), {}};
 }
 
 /// What is checked, and with what.
@@ -56,6 +56,7 @@ struct Rule {
 std::vector<Rule> poolRules();
 std::vector<Rule> sessionRules();
 std::vector<Rule> transcoderRules();
+std::vector<Rule> characterRules();
 std::vector<Rule> serviceRules();
 std::vector<Rule> objectRules();
 

@@ -74,13 +74,14 @@ Finding apart(const std::function<Finding()>& check, std::chrono::milliseconds p
   Report report;
   const bool reported = ended && WIFEXITED(status) && ::read(ends[0], &report, sizeof report) == sizeof report;
   ::close(ends[0]);
-  if (!ended) return broken("it did not return in time");
+  if (!ended) return {Verdict::broken, "it did not return in time", Finding::End::hung};
   if (WIFSIGNALED(status)) {
     const int number = WTERMSIG(status);
-    return {Verdict::broken, "it crashed with signal " + std::to_string(number) + ", " + strsignal(number), true};
+    return {Verdict::broken, "it crashed with signal " + std::to_string(number) + ", " + strsignal(number),
+            Finding::End::crashed};
   }
   if (!reported) return broken("it ended the process with exit code " + std::to_string(WEXITSTATUS(status)));
-  return {report.verdict, std::string(report.seen.data(), report.length)};
+  return {report.verdict, std::string(report.seen.data(), report.length), Finding::End::returned};
 }
 
 }  // namespace rq::checker

@@ -9,9 +9,11 @@
 
 namespace rq::checker {
 
+inline constexpr std::chrono::milliseconds longestPatience = std::chrono::seconds(10);
+
 /// Runs `check` in a child process, whose standard output is this one's standard error. The rule is broken when the
 /// child ends without a finding, or not within `patience`.
-Finding apart(const std::function<Finding()>& check, std::chrono::milliseconds patience = std::chrono::seconds(30));
+Finding apart(const std::function<Finding()>& check, std::chrono::milliseconds patience = longestPatience);
 
 }  // namespace rq::checker
 

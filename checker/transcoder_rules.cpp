@@ -1,4 +1,6 @@
 // Rules about transcoders.
+#include <algorithm>
+
 #include "checker/probes.h"
 #include "host/encodings.h"
 
@@ -142,6 +144,13 @@ Finding status(const Subject& subject) {
         return "reports success where " + decimal(room) + " bytes cannot hold the text";
       }
     }
+    const bool fromUtf8 = number == 2 * RQ_FORM_UTF8;
+    if (fromUtf8 && convertAll(all.at(number), "A\xFF").status == 0) {
+      return std::string("reports success for bytes that are no UTF-8");
+    }
+    if (number % 2 == 0 && !fromUtf8 && convertAll(all.at(number), text.substr(1)).status == 0) {
+      return std::string("reports success for part of a character");
+    }
     return std::string();
   });
 }
@@ -168,6 +177,55 @@ Finding forms(const Subject& subject) {
     return result.bytes == outputOf(sample, number) ? std::string()
                                                     : std::string("gives other characters than UTF-32");
   });
+}
+
+/// A session may have the identifier of a form, and then it is that form to the library.
+Finding identifiers(const Subject& subject) {
+  const auto& forms = host::formEncodings;
+  const auto* form = std::ranges::find(forms, sessionEncoding(subject));
+  if (form == forms.end()) return ok();
+  const std::optional<Sample> sample = sampleOf(Transcoders(subject));
+  if (!sample) return notChecked(noSample);
+  if (sample->session == inForm(static_cast<int>(form - forms.begin()), sample->characters)) return ok();
+  return broken("the session has the identifier of " + std::string(host::findEncoding(*form)->name) +
+                " and holds other bytes");
+}
+
+/// What reads back from nothing is 0, so a decoder would take nothing for U+0000.
+Finding zero(const Subject& subject) {
+  const Transcoders all(subject);
+  const RQChar zero = 0;
+  const Converted result = convertAll(all.toSession(RQ_FORM_UTF32_NATIVE), bytesOf(zero));
+  return result.bytes.empty() ? broken("nothing is written for it: notations that name it vanish") : ok();
+}
+
+/// Bytes of all kinds: every byte, alone and before another one; surrogates and what lies about the last code point,
+/// in both orders.
+std::vector<std::string> strangeInputs() {
+  std::vector<std::string> inputs;
+  for (unsigned lead = 0; lead < 0x100; ++lead) {
+    const auto byte = static_cast<char>(lead);
+    for (const char trail : {' ', '\x80', '\xFF'}) inputs.push_back({byte, trail});
+    inputs.emplace_back(1, byte);
+  }
+  for (const RQChar value : {0xD800U, 0xDBFFU, 0xDC00U, 0xDFFFU, 0x10FFFFU, 0x110000U, 0xFFFFFFFFU}) {
+    inputs.emplace_back(bytesOf(value));
+    inputs.emplace_back(inputs.back().rbegin(), inputs.back().rend());
+  }
+  return inputs;
+}
+
+Finding returns(const Subject& subject) {
+  const Transcoders all(subject);
+  const std::vector<std::string> inputs = strangeInputs();
+  try {
+    for (std::size_t number = 0; number < Transcoders::count; ++number) {
+      for (const std::string& each : inputs) convertAll(all.at(number), each);
+    }
+  } catch (...) {
+    return broken("it throws an exception, which would jump over the library");
+  }
+  return ok();
 }
 
 Finding destroy(const Subject& subject) {
@@ -220,6 +278,16 @@ std::vector<Rule> transcoderRules() {
       {"transcoder.whole", "only whole characters are written", {"transcoder.capacity", "transcoder.forms"}, whole},
       {"transcoder.status", "status 0 means that all of the input is converted", {"transcoder.forms"}, status},
       {"transcoder.answer", "the answer depends on the input alone", {"transcoder.words"}, answer},
+      {"transcoder.zero", "something is written for U+0000, itself or a substitute", {"transcoder.length"}, zero},
+      {"transcoder.returns",
+       "returns from every input, and reports what it cannot convert",
+       {"transcoder.words"},
+       returns,
+       "an error must not leave the callback"},
+      {"nls.identifiers",
+       "a session with the identifier of a form holds that form",
+       {"transcoder.forms"},
+       identifiers},
       {"transcoder.destroy", "frees this transcoder and no other", {"transcoder.words"}, destroy},
   };
 }

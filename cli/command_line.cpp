@@ -2,11 +2,13 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <memory>
 #include <span>
 #include <sstream>
 #include <string_view>
 
 #include "cli/commands.h"
+#include "cli/suggestion.h"
 
 namespace rq::cli {
 namespace {
@@ -16,9 +18,14 @@ constexpr const char* title = "Unicode text services of librquni for files and p
 constexpr std::int64_t longestField = std::int64_t{1} << 30;
 
 constexpr const char* footer =
-    "Exit codes: 0 done, 1 a text has a problem (the message says where), 2 wrong usage, 3 files, memory or "
+    "\nExit codes: 0 done, 1 a text has a problem (the message says where), 2 wrong usage, 3 files, memory or "
     "library.\n"
     "The output is complete only with exit code 0.";
+
+constexpr const char* more = "\nrqtext --help shows commands and options.";
+
+/// What the parser gives for --in-place alone.
+constexpr const char* withoutSuffix = "true";
 
 /// The types that help lists; shells complete what they name.
 constexpr const char *fileType = "FILE", *encodingType = "ENCODING";
@@ -41,6 +48,7 @@ constexpr Named<Notation> notationNames[] = {{"ncr", Notation::ncr},
 /// There is no encoder for uparen-ascii.
 constexpr std::span encodedNotationNames = std::span(notationNames).first<3>();
 constexpr Named<Flavour> flavourNames[] = {{"plain", Flavour::plain}, {"s", Flavour::served}, {"t", Flavour::wide}};
+constexpr Named<bool> invalidNames[] = {{"error", false}, {"keep", true}};
 constexpr Named<Shell> shellNames[] = {{"bash", Shell::bash}, {"zsh", Shell::zsh}, {"fish", Shell::fish}};
 
 template <class Names>
@@ -50,57 +58,93 @@ std::vector<std::string> namesOf(const Names& all) {
   return names;
 }
 
-/// The value of a name; the parser has let no other names pass.
-template <class Names>
-auto valueOf(const Names& all, std::string_view name) {
-  const auto found = std::ranges::find_if(all, [name](const auto& each) { return each.name == name; });
-  return (found != std::end(all) ? found : std::begin(all))->value;
+std::string listed(const std::vector<std::string>& names) {
+  std::string text;
+  for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
+  return text;
+}
+
+/// Sets `value` to that of the name `word`.
+template <class Names, class T>
+Done choose(const char* what, const Names& names, const std::string& word, T& value) {
+  for (const auto& each : names) {
+    if (each.name != word) continue;
+    value = each.value;
+    return host::done();
+  }
+  const std::vector<std::string> all = namesOf(names);
+  return Error{Error::Kind::usage, std::string("unknown ") + what + " '" + word + "'" + suggestion(word, all) +
+                                       "\nChoose one of: " + listed(all)};
 }
 
 /// The words as they stand on the command line; those with a fixed set of values become a Job's by jobOf().
 struct Arguments {
   Job job;
-  std::string subject, flavour = "plain";
+  std::string subject, flavour = "plain", invalid = "error", inPlace;
 };
 
-Job jobOf(Arguments arguments) {
-  Job& job = arguments.job;
+Done chooseSubject(const std::string& word, Job& job) {
   switch (job.command->subject) {
     case Subject::form:
-      job.form = valueOf(formNames, arguments.subject);
-      break;
+      return choose("form", formNames, word, job.form);
     case Subject::decodedNotation:
+      return choose("notation", notationNames, word, job.notation);
     case Subject::encodedNotation:
-      job.notation = valueOf(notationNames, arguments.subject);
-      break;
+      return choose("notation", encodedNotationNames, word, job.notation);
     case Subject::shell:
-      job.shell = valueOf(shellNames, arguments.subject);
-      break;
+      return choose("shell", shellNames, word, job.shell);
     case Subject::host:
-      job.host = arguments.subject;
+      job.host = word;
       break;
     case Subject::none:
       break;
   }
-  job.flavour = valueOf(flavourNames, arguments.flavour);
+  return host::done();
+}
+
+Result<Job> jobOf(Arguments arguments) {
+  Job& job = arguments.job;
+  if (Done chosen = chooseSubject(arguments.subject, job); !chosen) return chosen.error();
+  if (Done chosen = choose("flavour", flavourNames, arguments.flavour, job.flavour); !chosen) return chosen.error();
+  if (Done chosen = choose("choice for --invalid", invalidNames, arguments.invalid, job.keepInvalid); !chosen) {
+    return chosen.error();
+  }
+  job.inPlace = !arguments.inPlace.empty();
+  if (job.inPlace && arguments.inPlace != withoutSuffix) job.backupSuffix = arguments.inPlace;
+  if (job.backupSuffix.find('/') != std::string::npos) {
+    return Error{Error::Kind::usage, "the suffix of --in-place must not contain a slash"};
+  }
   if (job.command->has(takes::texts) && job.files.empty()) job.files.emplace_back("-");
   return job;
 }
 
-void addChoice(CLI::App& app, const char* name, std::string& value, const std::vector<std::string>& choices) {
-  app.add_option(name, value)->required()->check(CLI::IsMember(choices));
+/// How a choice is listed: "{one,other}".
+std::string choiceType(const std::vector<std::string>& choices) {
+  std::string type;
+  for (const std::string& choice : choices) type += (type.empty() ? "{" : ",") + choice;
+  return type + "}";
 }
+
+void addChoice(CLI::App& app, const char* name, std::string& value, const std::vector<std::string>& choices,
+               const char* help) {
+  app.add_option(name, value, help)->required()->type_name(choiceType(choices));
+}
+
+constexpr const char* formHelp = "What the Unicode text is in: utf8, utf16be, utf16le, utf32be or utf32le";
+constexpr const char* decodedHelp =
+    "ncr: &#233; and &#xE9;  uesc: \\u00E9  uparen: <U00E9>  uparen-ascii: <U0041>, below U+0080 only";
+constexpr const char* encodedHelp = "ncr: &#233;  uesc: \\u00E9  uparen: <u00E9>";
 
 void addSubject(CLI::App& app, Subject subject, std::string& value) {
   switch (subject) {
     case Subject::form:
-      return addChoice(app, "form", value, namesOf(formNames));
+      return addChoice(app, "form", value, namesOf(formNames), formHelp);
     case Subject::decodedNotation:
-      return addChoice(app, "notation", value, namesOf(notationNames));
+      return addChoice(app, "notation", value, namesOf(notationNames), decodedHelp);
     case Subject::encodedNotation:
-      return addChoice(app, "notation", value, namesOf(encodedNotationNames));
+      return addChoice(app, "notation", value, namesOf(encodedNotationNames), encodedHelp);
     case Subject::shell:
-      return addChoice(app, "shell", value, namesOf(shellNames));
+      return addChoice(app, "shell", value, namesOf(shellNames), "bash, zsh or fish");
     case Subject::host:
       app.add_option("host", value, "A shared object with the entry point rquni_host")
           ->required()
@@ -116,7 +160,7 @@ void addSession(CLI::App& app, Arguments& arguments) {
       ->type_name(encodingType);
   app.add_option("--flavour", arguments.flavour,
                  "plain; s: hexadecimal digits by the host's service; t: 4-byte characters")
-      ->check(CLI::IsMember(namesOf(flavourNames)));
+      ->type_name(choiceType(namesOf(flavourNames)));
 }
 
 void addTexts(CLI::App& app, Job& job) {
@@ -141,7 +185,15 @@ void addOptions(CLI::App& app, const Command& command, Arguments& arguments) {
   if (command.has(takes::texts)) addTexts(app, job);
   CLI::Option* inPlace = nullptr;
   if (command.has(takes::inPlace)) {
-    inPlace = app.add_flag("-i,--in-place", job.inPlace, "Write each result into its own file")->excludes("--output");
+    inPlace = app.add_flag("-i,--in-place", arguments.inPlace,
+                           "Write each result into its own file; -i.bak or --in-place=.bak keeps the old one")
+                  ->type_name("SUFFIX")
+                  ->excludes("--output");
+    app.add_flag("--keep-going", job.keepGoing, "Work on the other files when one has a problem");
+  }
+  if (command.has(takes::invalid)) {
+    app.add_option("--invalid", arguments.invalid, "What becomes of bytes that are not valid in the session encoding")
+        ->type_name(choiceType(namesOf(invalidNames)));
   }
   if (command.has(takes::pad)) {
     app.add_option("--pad", job.padBytes, "Make each text a field of so many bytes, filled up with blanks")
@@ -156,22 +208,56 @@ void addOptions(CLI::App& app, const Command& command, Arguments& arguments) {
   }
 }
 
+/// Help in the user's words: an option shows its value and nothing of the parser's rules.
+class Help final : public CLI::Formatter {
+ public:
+  std::string make_option_opts(const CLI::Option* option) const override {
+    if (option->get_items_expected_max() == 0 || option->get_positional()) return "";
+    const std::string type = option->get_type_name();
+    return " " + type.substr(0, type.find(':'));
+  }
+};
+
 /// Describes the commands to `app`, which fills `arguments` when it parses.
 void describe(CLI::App& app, Arguments& arguments) {
   app.require_subcommand(1);
-  app.footer(footer);
-  app.set_version_flag("--version", "rqtext " RQ_VERSION);
+  const auto help = std::make_shared<Help>();
+  help->label("Positionals", "Operands");
+  help->label("SUBCOMMAND", "COMMAND");
+  app.formatter(help);
+  app.footer(std::string("rqtext help COMMAND shows the options of a command and examples.\n") + footer);
+  app.set_version_flag("-V,--version", "rqtext " RQ_VERSION, "Show the version");
+  app.set_help_flag("-h,--help", "Show this help");
   for (const Command& command : commands()) {
     CLI::App* sub = app.add_subcommand(command.name, command.help);
     sub->callback([&arguments, &command] { arguments.job.command = &command; });
-    sub->footer(footer);
+    sub->footer(std::string(command.examples) + footer);
     if (!command.listed) sub->group("");
     addSubject(*sub, command.subject, arguments.subject);
     addOptions(*sub, command, arguments);
+    sub->add_flag("-q,--quiet", arguments.job.quiet, "Show no messages: the exit code tells");
   }
 }
 
-/// A type is listed as a name, and where there are choices as "TEXT:{one,other}".
+std::vector<std::string> commandNames() {
+  std::vector<std::string> names;
+  for (const Command& command : commands()) names.emplace_back(command.name);
+  return names;
+}
+
+/// Says what is wrong with an argument that no option or operand takes.
+Error notExpected(const CLI::App& app) {
+  std::vector<std::string> options;
+  for (const CLI::App* command : app.get_subcommands())
+    for (const CLI::Option* option : command->get_options())
+      for (const std::string& name : option->get_lnames()) options.push_back("--" + name);
+  const std::vector<std::string> extras = app.remaining(true);
+  const std::string word = extras.empty() ? "" : extras.front();
+  if (!word.starts_with('-')) return {Error::Kind::usage, "unexpected argument '" + word + "'"};
+  return {Error::Kind::usage, "unknown option '" + word + "'" + suggestion(word, options)};
+}
+
+/// A type is a name, or the choices in braces.
 Values valuesOf(const CLI::Option& option) {
   if (option.get_items_expected_max() == 0) return {};
   const std::string type = option.get_type_name();
@@ -216,19 +302,37 @@ CommandModel modelOf(const CLI::App& app) {
 }  // namespace
 
 std::variant<Job, Answer, host::Error> parse(int argc, char** argv) {
+  std::vector<std::string> words(argv + std::min(argc, 1), argv + argc);
+  if (!words.empty() && words[0] == "help") {
+    words.erase(words.begin());
+    words.resize(std::min<std::size_t>(words.size(), 1));
+    words.emplace_back("--help");
+  }
+  // All behind -i is the suffix, as in sed and perl.
+  for (std::string& word : words)
+    if (word.starts_with("-i") && word.size() > 2) word = "--in-place=" + word.substr(2);
+  const std::vector<std::string> names = commandNames();
+  if (!words.empty() && !words[0].starts_with('-') && std::ranges::find(names, words[0]) == names.end()) {
+    return Error{Error::Kind::usage, "unknown command '" + words[0] + "'" + suggestion(words[0], names) + more};
+  }
   Arguments arguments;
   CLI::App app(title, "rqtext");
   describe(app, arguments);
   try {
-    app.parse(argc, argv);
-    return jobOf(std::move(arguments));
+    std::ranges::reverse(words);
+    app.parse(std::move(words));
+    Result<Job> job = jobOf(std::move(arguments));
+    if (job) return std::move(*job);
+    return Error{job.error().kind, job.error().text + more};
+  } catch (const CLI::ExtrasError&) {
+    const Error error = notExpected(app);
+    return Error{error.kind, error.text + more};
   } catch (const CLI::ParseError& error) {
     std::ostringstream help, problem;
     const bool wrong = app.exit(error, help, problem) != 0;
-    std::string text = (wrong ? problem : help).str();
-    if (text.ends_with('\n')) text.pop_back();
-    if (wrong) return Error{Error::Kind::usage, text};
-    return Answer{text + '\n'};
+    if (wrong) return Error{Error::Kind::usage, error.what() + std::string(more)};
+    std::string text = help.str();
+    return Answer{text.ends_with('\n') ? text : text + '\n'};
   }
 }
 

@@ -3,15 +3,20 @@
 #include "cli/command_line.h"
 #include "cli/completion.h"
 #include "cli/explain.h"
-#include "cli/measure.h"
 #include "cli/reports.h"
-#include "cli/rewrite.h"
+#include "cli/text_commands.h"
 
 namespace rq::cli {
 namespace {
 
+template <Result<TextOperation> (*open)(const Job& job)>
+Done overTexts(const Job& job, Progress& progress, Output& output) {
+  const Result<TextOperation> operation = open(job);
+  return operation ? runOverTexts(job, *operation, progress, output) : operation.error();
+}
+
 Done decodeOrExplain(const Job& job, Progress& progress, Output& output) {
-  return job.explain ? explain(job, progress, output) : decode(job, progress, output);
+  return job.explain ? explain(job, progress, output) : overTexts<decode>(job, progress, output);
 }
 
 Done printCompletion(const Job& job, Progress&, Output& output) {
@@ -19,23 +24,38 @@ Done printCompletion(const Job& job, Progress&, Output& output) {
 }
 
 constexpr Command table[] = {
-    {"from", "Turn Unicode text into session text", Subject::form, takes::rewrites, nullptr, true, fromForm},
-    {"to", "Turn session text into Unicode text", Subject::form, takes::rewrites | takes::pad, nullptr, true, toForm},
-    {"decode", "Replace a notation by its characters", Subject::decodedNotation, takes::rewrites | takes::explain,
-     "With --explain: a JSON object per notation", true, decodeOrExplain},
-    {"encode", "Replace characters by a notation", Subject::encodedNotation, takes::rewrites, nullptr, true, encode},
+    {"from", "Turn Unicode text into session text", Subject::form, takes::rewrites, nullptr, true,
+     "Examples:\n  $ rqtext from utf16le -s KOI8-R letter.utf16 -o letter.txt\n  $ rqtext from utf8 -s ISO-8859-1 "
+     "--in-place *.txt\n",
+     overTexts<fromForm>},
+    {"to", "Turn session text into Unicode text", Subject::form, takes::rewrites | takes::pad, nullptr, true,
+     "Examples:\n  $ rqtext to utf16be -s KOI8-R letter.txt -o letter.utf16\n  $ rqtext to utf16be --pad 80 --lines "
+     "names.txt\n",
+     overTexts<toForm>},
+    {"decode", "Replace a notation by its characters", Subject::decodedNotation,
+     takes::rewrites | takes::explain | takes::invalid, "With --explain: a JSON object per notation", true,
+     "Examples:\n  $ rqtext decode ncr page.txt\n  $ tail -f log | rqtext decode uesc\n", decodeOrExplain},
+    {"encode", "Replace characters by a notation", Subject::encodedNotation, takes::rewrites, nullptr, true,
+     "Examples:\n  $ rqtext encode uesc --in-place messages.txt\n  $ echo café | rqtext encode ncr\n",
+     overTexts<encode>},
     {"length", "Count characters, without blanks at the end", Subject::none, takes::measures,
-     "A JSON object per file or line", true, measureLength},
+     "A JSON object per file or line", true,
+     "Examples:\n  $ rqtext length *.txt\n  $ rqtext length --lines --json names.txt\n", overTexts<measureLength>},
     {"width", "Count columns, without blanks at the end", Subject::none, takes::measures,
-     "A JSON object per file or line", true, measureWidth},
+     "A JSON object per file or line", true,
+     "Examples:\n  $ rqtext width --lines text.txt\n  $ rqtext width -s Shift_JIS menu.txt\n",
+     overTexts<measureWidth>},
     {"info", "Show the library's versions and build", Subject::none, takes::session | takes::library | takes::output,
-     "As a JSON object", true, showInfo},
+     "As a JSON object", true, "Examples:\n  $ rqtext info\n  $ rqtext info --json --library ./librquni.so.1\n",
+     showInfo},
     {"encodings", "List the session encodings", Subject::none, takes::output, "A JSON object per encoding", true,
-     listEncodings},
+     "Examples:\n  $ rqtext encodings\n  $ rqtext encodings --json\n", listEncodings},
     {"check-host", "Say which rules of rquni/host_tables.h a host breaks", Subject::host,
-     takes::threads | takes::library | takes::output, "A JSON object per rule", true, checkHost},
+     takes::threads | takes::library | takes::output, "A JSON object per rule", true,
+     "Examples:\n  $ rqtext check-host ./myhost.so\n  $ rqtext check-host --threads --json ./myhost.so\n", checkHost},
     // For those who install.
-    {"completion", "Print a shell's completions", Subject::shell, takes::output, nullptr, false, printCompletion},
+    {"completion", "Print a shell's completions", Subject::shell, takes::output, nullptr, false,
+     "Examples:\n  $ rqtext completion bash\n  $ rqtext completion fish -o rqtext.fish\n", printCompletion},
 };
 
 }  // namespace

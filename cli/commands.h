@@ -18,10 +18,11 @@ inline constexpr unsigned output = 1;    // --output
 inline constexpr unsigned library = 2;   // --library
 inline constexpr unsigned session = 4;   // --session, --flavour
 inline constexpr unsigned texts = 8;     // files, --lines, --progress
-inline constexpr unsigned inPlace = 16;  // --in-place
+inline constexpr unsigned inPlace = 16;  // --in-place, --keep-going
 inline constexpr unsigned pad = 32;      // --pad
 inline constexpr unsigned explain = 64;  // --explain
 inline constexpr unsigned threads = 128;
+inline constexpr unsigned invalid = 256;  // --invalid
 inline constexpr unsigned measures = output | library | session | texts;
 inline constexpr unsigned rewrites = measures | inPlace;
 }  // namespace takes
@@ -33,6 +34,7 @@ struct Command {
   unsigned options;      // of `takes`
   const char* jsonHelp;  // null: no --json
   bool listed;           // by --help and the completions
+  const char* examples;  // for help
   /// Does the job. What it wrote to `output` before an error stays there.
   Done (*run)(const Job& job, Progress& progress, Output& output);
 

@@ -116,9 +116,11 @@ Done explain(const Job& job, Progress& progress, Output& output) {
   if (!job.json) {
     if (Done written = output.write(head(job.files.size() > 1)); !written) return written;
   }
-  Result<TextRun> run = TextRun::in(bench.encoding(), job.lines, progress);
+  Result<TextRun> run = TextRun::in(bench.encoding(), job.lines, {}, progress);
   if (!run) return run.error();
-  return run->each(job.files, [&](const Text& text, bool) { return explainText(bench, job, text, output); });
+  return run->each(
+      job.files, [&](const Text& text) { return explainText(bench, job, text, output); },
+      [&output] { return output.flush(); });
 }
 
 }  // namespace rq::cli

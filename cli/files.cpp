@@ -1,18 +1,19 @@
 #include "cli/files.h"
 
 #include <fcntl.h>
+#include <poll.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
+#include <cstdio>
 #include <cstring>
 #include <new>
 
 namespace rq::cli {
 namespace {
-
-constexpr std::size_t pieceBytes = std::size_t{256} << 10;
 
 Error readFailure(const std::string& name, int number) {
   return {Error::Kind::system, "cannot read " + shownName(name) + ": " + std::strerror(number)};
@@ -21,21 +22,44 @@ Error readFailure(const std::string& name, int number) {
 }  // namespace
 
 std::string shownName(const std::string& file) {
-  return file == "-" ? "standard input" : file;
+  if (file == "-") return "standard input";
+  std::string shown;
+  for (const char c : file) {
+    const auto byte = static_cast<unsigned char>(c);
+    std::array<char, 8> escape{};
+    if (byte < 0x20 || byte == 0x7F) std::snprintf(escape.data(), escape.size(), "\\x%02X", byte);
+    shown += escape[0] != '\0' ? std::string(escape.data()) : std::string(1, c);
+  }
+  return shown;
 }
 
 Descriptor::~Descriptor() {
   if (number_ > STDERR_FILENO) ::close(number_);
 }
 
-Result<Input> Input::open(const std::string& name, Progress& progress) {
-  if (name == "-") return Input(name, Descriptor(STDIN_FILENO), progress);
+Input::Input(std::string name, Descriptor descriptor, Progress& progress, Pause pause)
+    : name_(std::move(name)), descriptor_(std::move(descriptor)), progress_(&progress), pause_(std::move(pause)) {
+  struct stat status {};
+  regularFile_ = ::fstat(descriptor_.number(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
+Result<Input> Input::open(const std::string& name, Progress& progress, Pause pause) {
+  if (name == "-") return Input(name, Descriptor(STDIN_FILENO), progress, std::move(pause));
   Descriptor descriptor(::open(name.c_str(), O_RDONLY | O_CLOEXEC));
   if (descriptor.number() < 0) return readFailure(name, errno);
-  return Input(name, std::move(descriptor), progress);
+  return Input(name, std::move(descriptor), progress, std::move(pause));
+}
+
+bool Input::waits() const {
+  if (regularFile_) return false;
+  pollfd question{descriptor_.number(), POLLIN, 0};
+  return ::poll(&question, 1, 0) == 0;
 }
 
 Result<std::size_t> Input::read(MutableBytes room) {
+  if (pause_ && waits()) {
+    if (Done paused = pause_(); !paused) return paused.error();
+  }
   for (;;) {
     const ssize_t count = ::read(descriptor_.number(), room.data(), room.size());
     if (count >= 0) {
@@ -44,6 +68,12 @@ Result<std::size_t> Input::read(MutableBytes room) {
     }
     if (errno != EINTR) return readFailure(name_, errno);
   }
+}
+
+Error Input::noMemory(std::size_t bytes) const {
+  return {Error::Kind::system, "cannot read " + shownName(name_) + ": not enough memory for " +
+                                   std::to_string(bytes) +
+                                   " bytes that belong together; --lines takes each line alone"};
 }
 
 Result<Bytes> Input::readAll(Buffer& buffer) {
@@ -65,8 +95,7 @@ Result<Bytes> Input::readAll(Buffer& buffer) {
       wanted = size + pieceBytes;
     }
   } catch (const std::bad_alloc&) {
-    return Error{Error::Kind::system, "cannot read " + shownName(name_) + ": not enough memory for " +
-                                          std::to_string(std::max(expected, size)) + " bytes"};
+    return noMemory(std::max(expected, size));
   }
 }
 
@@ -118,10 +147,60 @@ Result<std::optional<LineReader::Line>> LineReader::next() {
   }
 }
 
-Error Output::failure(int number) const {
+std::optional<PieceReader::Piece> PieceReader::cutPiece() {
+  const Bytes unread = Bytes(buffer_.atLeast(0)).subspan(begin_, end_ - begin_);
+  const std::size_t length = cut_(unread);
+  if (length == 0) {
+    // A long stretch is open. Look at it again when it has grown by a part, so that the cost stays linear.
+    constexpr std::size_t shortStretch = std::size_t{1} << 20;
+    full_ = 2 * unread.size();
+    tried_ = unread.size() + (unread.size() < shortStretch ? 1 : unread.size() / 4);
+    return std::nullopt;
+  }
+  begin_ += length;
+  full_ = pieceBytes;
+  tried_ = end_ - begin_ + 1;
+  return Piece{unread.first(length), false};
+}
+
+Done PieceReader::readMore() {
+  if (begin_ > 0) {
+    const MutableBytes bytes = buffer_.atLeast(0);
+    std::memmove(bytes.data(), bytes.data() + begin_, end_ - begin_);
+    end_ -= begin_;
+    begin_ = 0;
+  }
+  try {
+    const MutableBytes bytes = buffer_.atLeast(end_ + pieceBytes, end_);
+    const Result<std::size_t> count = input_.read(bytes.subspan(end_));
+    if (!count) return count.error();
+    end_ += *count;
+    exhausted_ = *count == 0;
+    return host::done();
+  } catch (const std::bad_alloc&) {
+    return input_.noMemory(end_);
+  }
+}
+
+Result<PieceReader::Piece> PieceReader::next() {
+  while (!exhausted_) {
+    const std::size_t unread = end_ - begin_;
+    if (unread > 0 && unread >= (input_.waits() ? tried_ : full_)) {
+      if (const std::optional<Piece> piece = cutPiece()) return *piece;
+    }
+    if (Done read = readMore(); !read) return read.error();
+  }
+  const Bytes rest = Bytes(buffer_.atLeast(0)).subspan(begin_, end_ - begin_);
+  begin_ = end_;
+  return Piece{rest, true};
+}
+
+Error Output::failure(int number) {
+  failed_ = true;
   // No message for a reader that leaves early: the user knows. The exit code says that the output is not complete.
   if (number == EPIPE) return {Error::Kind::system, ""};
-  return {Error::Kind::system, "cannot write " + file_.value_or("standard output") + ": " + std::strerror(number)};
+  return {Error::Kind::system,
+          "cannot write " + (file_ ? shownName(*file_) : "standard output") + ": " + std::strerror(number)};
 }
 
 Done Output::open() {
@@ -157,14 +236,21 @@ Done Output::write(Bytes bytes) {
   return host::done();
 }
 
-Result<int> Output::flush() {
-  if (Done written = writeNow(kept_); !written) return written.error();
+Done Output::flush() {
+  if (kept_.empty()) return host::done();
+  if (Done written = writeNow(kept_); !written) return written;
   kept_.clear();
+  return host::done();
+}
+
+Result<int> Output::flushed() {
+  if (Done opened = open(); !opened) return opened.error();
+  if (Done written = flush(); !written) return written.error();
   return descriptor_->number();
 }
 
 Done Output::finish() {
-  if (const Result<int> flushed = flush(); !flushed) return flushed.error();
+  if (const Result<int> file = flushed(); !file) return file.error();
   // Some file systems report a full disk only here.
   const int number = descriptor_->release();
   if (::close(number) != 0 && errno != EINTR) return failure(errno);

@@ -3,6 +3,7 @@
 #define RQUNI_CLI_FILES_H
 
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -23,7 +24,10 @@ using host::Error;
 using host::MutableBytes;
 using host::Result;
 
-/// A file's name for messages: "-" is standard input.
+/// So much is read and written at once.
+inline constexpr std::size_t pieceBytes = std::size_t{256} << 10;
+
+/// A file's name for messages: "-" is standard input, control characters stand as \xNN.
 std::string shownName(const std::string& file);
 
 class Descriptor {
@@ -40,17 +44,23 @@ class Descriptor {
   int number_;
 };
 
+/// What is to be done before a reader waits for more input.
+using Pause = std::function<Done()>;
+
 /// A file to read, "-" being standard input.
 class Input {
  public:
-  static Result<Input> open(const std::string& name, Progress& progress);
-  /// An open file; `name` is for messages.
-  Input(std::string name, Descriptor descriptor, Progress& progress)
-      : name_(std::move(name)), descriptor_(std::move(descriptor)), progress_(&progress) {}
+  static Result<Input> open(const std::string& name, Progress& progress, Pause pause);
+  /// An open file; `name` is for messages. A regular file needs no pause.
+  Input(std::string name, Descriptor descriptor, Progress& progress, Pause pause = {});
   const std::string& name() const { return name_; }
   int descriptor() const { return descriptor_.number(); }
-  /// Reads at least one byte into `room` unless the file is at its end.
+  /// True if a read has to wait for somebody who writes.
+  bool waits() const;
+  /// Reads at least one byte into `room` unless the file is at its end. Calls the pause first if it has to wait.
   Result<std::size_t> read(MutableBytes room);
+  /// The error when the next `bytes` of the file cannot be held at once.
+  Error noMemory(std::size_t bytes) const;
   /// Reads all the rest into `buffer`.
   Result<Bytes> readAll(Buffer& buffer);
 
@@ -58,6 +68,8 @@ class Input {
   std::string name_;
   Descriptor descriptor_;
   Progress* progress_;
+  Pause pause_;
+  bool regularFile_;
 };
 
 /// Cuts a file into lines in bounded memory. A line is the text before a line end. Text after the last line end is a
@@ -88,6 +100,34 @@ class LineReader {
   bool exhausted_ = false;
 };
 
+/// Cuts a file into pieces that can be worked on one after the other. Memory is bounded by the longest stretch in
+/// which `cut` finds no place, and some hundred kilobytes.
+class PieceReader {
+ public:
+  /// `cut` gets all that is read and not handed out, and returns how many bytes of it make a piece, or 0.
+  PieceReader(Input& input, std::function<std::size_t(Bytes)> cut) : input_(input), cut_(std::move(cut)) {}
+
+  struct Piece {
+    Bytes text;  // valid until the next call
+    bool last;
+  };
+  /// The next piece. The last one may be empty.
+  Result<Piece> next();
+
+ private:
+  /// A piece of what is there, if it can be cut.
+  std::optional<Piece> cutPiece();
+  Done readMore();
+
+  Input& input_;
+  const std::function<std::size_t(Bytes)> cut_;
+  Buffer buffer_;
+  std::size_t begin_ = 0, end_ = 0;  // what is read and not handed out
+  std::size_t full_ = pieceBytes;    // so many bytes are cut while there is more to read
+  std::size_t tried_ = 0;            // fewer bytes than this have no place to cut
+  bool exhausted_ = false;
+};
+
 /// A file or standard output to write results to. It is opened at the first write: a run that fails before leaves an
 /// existing file alone.
 class Output {
@@ -98,22 +138,27 @@ class Output {
       : file_(std::move(name)), progress_(progress), descriptor_(std::move(descriptor)) {}
   Done write(Bytes bytes);
   Done write(std::string_view text) { return write(std::as_bytes(std::span(text))); }
+  /// True after an error in writing.
+  bool failed() const { return failed_; }
   /// True once something was given to write.
   bool begun() const { return descriptor_ || !kept_.empty(); }
-  /// Writes what is kept back and returns the open file, which the output still owns.
-  Result<int> flush();
+  /// Writes what is kept back.
+  Done flush();
+  /// Does the same and returns the open file, which the output still owns.
+  Result<int> flushed();
   /// Does the same and closes the file. Only then is the output complete.
   Done finish();
 
  private:
   Done open();
   Done writeNow(Bytes bytes);
-  Error failure(int number) const;
+  Error failure(int number);
 
   const std::optional<std::string> file_;
   Progress& progress_;
   std::optional<Descriptor> descriptor_;
   std::vector<std::byte> kept_;
+  bool failed_ = false;
 };
 
 /// Equal for two names of one file.

@@ -33,7 +33,9 @@ struct Job {
   std::optional<std::string> library;
   std::optional<std::uint64_t> padBytes;
   std::optional<bool> progress;
-  bool lines = false, inPlace = false, json = false, explain = false, threads = false;
+  std::string backupSuffix;  // of files edited in place; empty for no backup
+  bool keepInvalid = false, keepGoing = false;
+  bool lines = false, inPlace = false, json = false, explain = false, threads = false, quiet = false;
 };
 
 }  // namespace rq::cli

@@ -24,9 +24,9 @@ void occupyStandardDescriptors() {
   }
 }
 
-int report(const Error& error, Progress& progress) {
+int report(const Error& error, Progress& progress, bool quiet = false) {
   progress.stop();
-  if (!error.text.empty()) std::cerr << "rqtext: " << error.text << '\n';
+  if (!error.text.empty() && !quiet) std::cerr << "rqtext: " << error.text << '\n';
   switch (error.kind) {
     case Error::Kind::data:
       return exitData;
@@ -65,21 +65,21 @@ int answer(const Answer& answer) {
 
 int carryOut(const Job& job) {
   const bool readsTexts = job.command->has(takes::texts);
-  Progress progress(readsTexts ? job.progress : false);
-  if (const Done usable = checkFiles(job); !usable) return report(usable.error(), progress);
+  Progress progress(readsTexts && !job.quiet ? job.progress : false);
+  if (const Done usable = checkFiles(job); !usable) return report(usable.error(), progress, job.quiet);
   Output output(job.output, progress);
   try {
     const Done done = job.command->run(job, progress, output);
     // Output before a problem is written all the same. Without any the file stays as it is.
     const Done finished = (done && !job.inPlace) || output.begun() ? output.finish() : host::done();
-    if (!done) return report(done.error(), progress);
-    if (!finished) return report(finished.error(), progress);
+    if (!done) return report(done.error(), progress, job.quiet);
+    if (!finished) return report(finished.error(), progress, job.quiet);
     progress.stop();
     return exitDone;
   } catch (const std::bad_alloc&) {
-    return report({Error::Kind::system, "not enough memory"}, progress);
+    return report({Error::Kind::system, "not enough memory"}, progress, job.quiet);
   } catch (const std::length_error&) {
-    return report({Error::Kind::system, "not enough memory"}, progress);
+    return report({Error::Kind::system, "not enough memory"}, progress, job.quiet);
   }
 }
 

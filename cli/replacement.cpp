@@ -114,12 +114,13 @@ bool sameTime(const struct timespec& a, const struct timespec& b) {
 }  // namespace
 
 Error Replacement::failure(const std::string& what, int number) const {
-  return {Error::Kind::system, "cannot " + what + " " + input_.name() + ": " + std::strerror(number)};
+  return {Error::Kind::system, "cannot " + what + " " + shownName(input_.name()) + ": " + std::strerror(number)};
 }
 
-Result<std::unique_ptr<Replacement>> Replacement::begin(const std::string& file, Progress& progress) {
+Result<std::unique_ptr<Replacement>> Replacement::begin(const std::string& file, const std::string& backupSuffix,
+                                                        Progress& progress) {
   const auto failed = [&file](const char* reason) {
-    return Error{Error::Kind::system, "cannot edit " + file + ": " + reason};
+    return Error{Error::Kind::system, "cannot edit " + shownName(file) + ": " + reason};
   };
   const std::unique_ptr<char, decltype(&std::free)> resolved(::realpath(file.c_str(), nullptr), &std::free);
   if (!resolved) return failed(std::strerror(errno));
@@ -138,7 +139,7 @@ Result<std::unique_ptr<Replacement>> Replacement::begin(const std::string& file,
   if (old.number() < 0 || ::fstat(old.number(), &status) != 0) return failed(std::strerror(errno));
   if (!S_ISREG(status.st_mode)) return failed("not a regular file");
   std::unique_ptr<Replacement> replacement(
-      new Replacement(std::move(folder), base, Input(file, std::move(old), progress), status));
+      new Replacement(std::move(folder), base, backupSuffix, Input(file, std::move(old), progress), status));
   if (Done created = replacement->create(progress); !created) return created.error();
   return replacement;
 }
@@ -177,13 +178,25 @@ bool Replacement::oldChanged() const {
          !sameTime(now.st_mtim, status_.st_mtim) || !sameTime(now.st_ctim, status_.st_ctim);
 }
 
+/// A second name for the old file, so that it is there under one of its names at any moment.
+Done Replacement::keepBackup() const {
+  if (backupSuffix_.empty()) return host::done();
+  const int folder = folder_.descriptor.number();
+  const std::string backup = base_ + backupSuffix_;
+  if (::unlinkat(folder, backup.c_str(), 0) != 0 && errno != ENOENT) return failure("keep a backup of", errno);
+  if (::linkat(folder, base_.c_str(), folder, backup.c_str(), 0) != 0) return failure("keep a backup of", errno);
+  return host::done();
+}
+
 Done Replacement::commit() {
-  const Result<int> fresh = output_->flush();
+  const Result<int> fresh = output_->flushed();
   if (!fresh) return fresh.error();
   if (Done kept = keepAttributes(*fresh); !kept) return kept;
   if (::fsync(*fresh) != 0) return failure("write", errno);
   if (Done finished = output_->finish(); !finished) return finished;
-  if (oldChanged()) return Error{Error::Kind::system, "cannot edit " + input_.name() + ": it was changed meanwhile"};
+  if (oldChanged())
+    return Error{Error::Kind::system, "cannot edit " + shownName(input_.name()) + ": it was changed meanwhile"};
+  if (Done kept = keepBackup(); !kept) return kept;
   const SignalsBlocked blocked;
   const int folder = folder_.descriptor.number();
   if (::renameat(folder, unfinishedName.data(), folder, base_.c_str()) != 0) return failure("replace", errno);

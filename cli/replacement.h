@@ -26,7 +26,9 @@ struct Folder {
 class Replacement {
  public:
   /// Follows symbolic links, so that these stay. Fails unless `file` is a regular file that may be written.
-  static Result<std::unique_ptr<Replacement>> begin(const std::string& file, Progress& progress);
+  /// With a suffix the old text stays under the name with this suffix.
+  static Result<std::unique_ptr<Replacement>> begin(const std::string& file, const std::string& backupSuffix,
+                                                    Progress& progress);
   ~Replacement();
   Replacement(const Replacement&) = delete;
   Replacement& operator=(const Replacement&) = delete;
@@ -40,8 +42,13 @@ class Replacement {
   Done commit();
 
  private:
-  Replacement(Folder folder, std::string base, Input input, const struct stat& status)
-      : folder_(std::move(folder)), base_(std::move(base)), input_(std::move(input)), status_(status) {}
+  Replacement(Folder folder, std::string base, std::string backupSuffix, Input input, const struct stat& status)
+      : folder_(std::move(folder)),
+        base_(std::move(base)),
+        backupSuffix_(std::move(backupSuffix)),
+        input_(std::move(input)),
+        status_(status) {}
+  Done keepBackup() const;
   Done create(Progress& progress);
   Done keepAttributes(int fresh) const;
   bool oldChanged() const;
@@ -49,6 +56,7 @@ class Replacement {
 
   const Folder folder_;
   const std::string base_;  // the file's name in its folder
+  const std::string backupSuffix_;
   Input input_;
   const struct stat status_;  // of the old file when it was opened
   std::optional<Output> output_;

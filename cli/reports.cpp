@@ -1,5 +1,8 @@
 #include "cli/reports.h"
 
+#include <algorithm>
+#include <cstdlib>
+
 #include "checker/checker.h"
 #include "cli/json_line.h"
 #include "cli/workbench.h"
@@ -20,6 +23,37 @@ std::string versionFrom(RQInterface* object, decltype(RQInterface::getVersion) s
   return std::to_string(major) + "." + std::to_string(minor) + "." + std::to_string(patch);
 }
 
+/// The kernels that a library of this version chooses on this machine, by the rule of its loader.
+std::string kernels() {
+  const bool avx2 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") &&
+                    __builtin_cpu_supports("bmi2") && __builtin_cpu_supports("popcnt");
+  const bool avx512 = avx2 && __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+                      __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512dq");
+  const std::string best = avx512 ? "avx512" : avx2 ? "avx2" : "sse2";
+  const char* const variable = std::getenv("RQUNI_KERNELS");
+  if (variable == nullptr || *variable == '\0') return best;
+  const std::string wish = variable;
+  if (wish == "sse2" || (wish == "avx2" && avx2) || (wish == "avx512" && avx512)) return wish + ", by RQUNI_KERNELS";
+  const bool known = wish == "avx2" || wish == "avx512";
+  return best + "; RQUNI_KERNELS asks for " + wish +
+         (known ? ", which this processor lacks" : ", which is none of sse2, avx2 and avx512");
+}
+
+std::string table(const std::vector<JsonMember>& rows) {
+  std::string text;
+  for (const auto& [name, value] : rows) {
+    const auto* number = std::get_if<std::uint64_t>(&value);
+    text += name + ": " + (number != nullptr ? std::to_string(*number) : std::get<std::string>(value)) + "\n";
+  }
+  return text;
+}
+
+/// Names for programs have no blanks.
+std::vector<JsonMember> withJsonNames(std::vector<JsonMember> members) {
+  for (JsonMember& member : members) std::ranges::replace(member.name, ' ', '_');
+  return members;
+}
+
 }  // namespace
 
 Done showInfo(const Job& job, Progress&, Output& output) {
@@ -36,7 +70,7 @@ Done showInfo(const Job& job, Progress&, Output& output) {
       {"extension interface", "9.1"},
       {"version stamp", record.version},
       {"stream", record.stream},
-      {"build time", std::to_string(record.buildTime)},
+      {"build time", static_cast<std::uint64_t>(record.buildTime)},
       {"build date", record.buildDate},
       {"build machine", record.machine},
       {"prefix", record.prefix},
@@ -46,11 +80,9 @@ Done showInfo(const Job& job, Progress&, Output& output) {
       {"second build identifier", record.secondBuildId},
       {"hot fix", withoutBlanksAtTheEnd(record.hotFix)},
       {"image description", withoutBlanksAtTheEnd(record.imageDescription)},
+      {"kernels", kernels()},
   };
-  if (job.json) return output.write(jsonLine(rows));
-  std::string text;
-  for (const auto& [name, value] : rows) text.append(name).append(": ").append(std::get<std::string>(value)) += '\n';
-  return output.write(text);
+  return output.write(job.json ? jsonLine(withJsonNames(rows)) : table(rows));
 }
 
 Done listEncodings(const Job& job, Progress&, Output& output) {

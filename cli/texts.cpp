@@ -1,6 +1,7 @@
 #include "cli/texts.h"
 
 #include "frame/types.h"
+#include "host/pieces.h"
 
 namespace rq::cli {
 
@@ -13,25 +14,38 @@ std::string fileColumn(const Job& job, const Text& text) {
   return job.files.size() > 1 ? std::string(text.file) : "";
 }
 
-Result<std::string> lineEndIn(const host::Encoding& encoding) {
+namespace {
+
+/// An ASCII character in an encoding that can be cut; empty where there is none.
+std::string inEncoding(char character, const host::Encoding& encoding) {
   const host::Codec& codec = *host::codecOf(encoding.identifier);
-  const std::byte lineFeed{'\n'};
-  std::optional<std::string> bytes;
-  if (!codec.stateful()) bytes = host::convertAll(*host::codecOf(RQ_ENCODING_UTF8), codec, {&lineFeed, 1});
-  if (bytes) return *bytes;
+  const auto byte = static_cast<std::byte>(character);
+  if (codec.stateful()) return "";
+  return host::convertAll(*host::codecOf(RQ_ENCODING_UTF8), codec, {&byte, 1}).value_or("");
+}
+
+}  // namespace
+
+std::string carriageReturnIn(const host::Encoding& encoding) {
+  return inEncoding('\r', encoding);
+}
+
+Result<std::string> lineEndIn(const host::Encoding& encoding) {
+  const std::string bytes = inEncoding('\n', encoding);
+  if (!bytes.empty()) return bytes;
   return Error{Error::Kind::usage, "--lines cannot cut " + encoding.name + " text into lines"};
 }
 
-Result<TextRun> TextRun::in(const host::Encoding& encoding, bool lines, Progress& progress) {
-  if (!lines) return TextRun("", progress);
+Result<TextRun> TextRun::in(const host::Encoding& encoding, bool lines, Cut cut, Progress& progress) {
+  if (!lines) return TextRun(encoding, "", std::move(cut), progress);
   const Result<std::string> lineEnd = lineEndIn(encoding);
   if (!lineEnd) return lineEnd.error();
-  return TextRun(*lineEnd, progress);
+  return TextRun(encoding, *lineEnd, {}, progress);
 }
 
-Done TextRun::each(const std::vector<std::string>& files, const Take& take) {
+Done TextRun::each(const std::vector<std::string>& files, const Take& take, const Pause& pause) {
   for (const std::string& file : files) {
-    Result<Input> input = Input::open(file, *progress_);
+    Result<Input> input = Input::open(file, *progress_, pause);
     if (!input) return input.error();
     if (Done done = each(*input, take); !done) return done;
   }
@@ -39,13 +53,29 @@ Done TextRun::each(const std::vector<std::string>& files, const Take& take) {
 }
 
 Done TextRun::each(Input& input, const Take& take) {
-  return lineEnd_.empty() ? wholeFile(input, take) : eachLine(input, take);
+  if (!lineEnd_.empty()) return eachLine(input, take);
+  return cut_ ? eachPiece(input, take) : wholeFile(input, take);
 }
 
 Done TextRun::wholeFile(Input& input, const Take& take) {
   const Result<Bytes> bytes = input.readAll(buffer_);
   if (!bytes) return bytes.error();
-  return take({*bytes, {}, input.name()}, false);
+  return take({*bytes, {}, input.name()});
+}
+
+Done TextRun::eachPiece(Input& input, const Take& take) const {
+  PieceReader reader(input, cut_);
+  Text text{{}, {}, input.name(), true, false, false};
+  while (!text.last) {
+    const Result<PieceReader::Piece> piece = reader.next();
+    if (!piece) return piece.error();
+    text.bytes = piece->text;
+    text.last = piece->last;
+    if (Done done = take(text); !done) return done;
+    if (!text.last) text.start = host::positionBehind(*encoding_, text.bytes, text.start);
+    text.first = false;
+  }
+  return host::done();
 }
 
 Done TextRun::eachLine(Input& input, const Take& take) const {
@@ -57,7 +87,8 @@ Done TextRun::eachLine(Input& input, const Take& take) const {
     if (!line) return inFile(text.file, {Error::Kind::data, host::atBeginning(text.start, line.error().text)});
     if (!*line) return host::done();
     text.bytes = (*line)->text;
-    if (Done done = take(text, (*line)->ended); !done) return done;
+    text.ended = (*line)->ended;
+    if (Done done = take(text); !done) return done;
     text.start.offset += text.bytes.size() + lineEnd_.size();
     ++text.start.line;
   }

@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "cli/cuts.h"
 #include "cli/files.h"
 #include "cli/job.h"
 #include "host/encodings.h"
@@ -13,11 +14,13 @@
 
 namespace rq::cli {
 
-/// A text and where it stands.
+/// A text, or a piece of one, and where it stands.
 struct Text {
   Bytes bytes;
   host::Position start;  // in its file
   std::string_view file = "-";
+  bool first = true, last = true;  // pieces of its text
+  bool ended = false;              // a line end follows
 };
 
 /// The error with the file's name before it: "NAME: WHAT".
@@ -28,27 +31,33 @@ std::string fileColumn(const Job& job, const Text& text);
 
 /// The line feed as an encoding writes it, for --lines.
 Result<std::string> lineEndIn(const host::Encoding& encoding);
+/// The carriage return as an encoding writes it; empty where there is none.
+std::string carriageReturnIn(const host::Encoding& encoding);
 
 /// Cuts files into texts.
 class TextRun {
  public:
-  /// `ended`: a line end follows the text.
-  using Take = std::function<Done(const Text& text, bool ended)>;
+  using Take = std::function<Done(const Text& text)>;
 
-  /// Takes each line for a text if `lines`, else each file. `encoding` is that of the files.
-  static Result<TextRun> in(const host::Encoding& encoding, bool lines, Progress& progress);
+  /// Takes each line for a text if `lines`, else each file in the pieces that `cut` makes of it, or as a whole
+  /// without a cut. `encoding` is that of the files.
+  static Result<TextRun> in(const host::Encoding& encoding, bool lines, Cut cut, Progress& progress);
 
-  /// Hands every text of the files to `take`, in order, until one fails.
-  Done each(const std::vector<std::string>& files, const Take& take);
-  /// The same for one open file.
+  /// Hands every text of the files to `take`, in order, until one fails. Calls `pause` before it waits for input.
+  Done each(const std::vector<std::string>& files, const Take& take, const Pause& pause);
+  /// The same with the texts of one file that is open.
   Done each(Input& input, const Take& take);
 
  private:
-  TextRun(std::string lineEnd, Progress& progress) : lineEnd_(std::move(lineEnd)), progress_(&progress) {}
+  TextRun(const host::Encoding& encoding, std::string lineEnd, Cut cut, Progress& progress)
+      : encoding_(&encoding), lineEnd_(std::move(lineEnd)), cut_(std::move(cut)), progress_(&progress) {}
   Done wholeFile(Input& input, const Take& take);
+  Done eachPiece(Input& input, const Take& take) const;
   Done eachLine(Input& input, const Take& take) const;
 
+  const host::Encoding* encoding_;
   std::string lineEnd_;  // empty for whole files
+  Cut cut_;
   Progress* progress_;
   Buffer buffer_;
 };

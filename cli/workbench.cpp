@@ -5,6 +5,8 @@
 #include <array>
 #include <climits>
 
+#include "host/pieces.h"
+
 namespace rq::cli {
 namespace {
 
@@ -32,23 +34,31 @@ Workbench::Workbench(host::Library library, const host::Encoding& encoding, cons
     : library_(std::move(library)),
       encoding_(&encoding),
       codec_(host::codecOf(encoding.identifier)),
+      asciiCompatible_(host::isAsciiCompatible(*codec_)),
       host_(encoding.identifier),
       wide_(job.flavour == Flavour::wide) {}
 
-Result<std::unique_ptr<Workbench>> Workbench::open(const Job& job) {
+Result<const host::Encoding*> sessionEncoding(const Job& job) {
   const bool wide = job.flavour == Flavour::wide;
   const auto encoding = host::findEncoding(job.session.value_or(wide ? "UTF-32LE" : "UTF-8"));
-  if (!encoding) return encoding.error();
+  if (!encoding) return Error{encoding.error().kind, encoding.error().text + "; rqtext encodings lists all"};
   if (wide && (*encoding)->identifier != RQ_ENCODING_UTF32_LITTLE) {
     return Error{Error::Kind::usage,
                  "flavour t takes session text in units of 4 bytes: its session must be UTF-32LE"};
   }
+  if (host::codecOf((*encoding)->identifier) == nullptr) {
+    return Error{Error::Kind::system, "cannot open the encoding " + (*encoding)->name};
+  }
+  return encoding;
+}
+
+Result<std::unique_ptr<Workbench>> Workbench::open(const Job& job) {
+  const bool wide = job.flavour == Flavour::wide;
+  const auto encoding = sessionEncoding(job);
+  if (!encoding) return encoding.error();
   Result<host::Library> library = openLibrary(job);
   if (!library) return library.error();
   std::unique_ptr<Workbench> bench(new Workbench(std::move(*library), **encoding, job));
-  if (bench->codec_ == nullptr) {
-    return Error{Error::Kind::system, "cannot open the encoding " + (*encoding)->name};
-  }
   Result<host::Session> session = host::Session::open(bench->library_, bench->host_);
   if (!session) return session.error();
   bench->session_.emplace(std::move(*session));
@@ -60,10 +70,27 @@ Result<std::unique_ptr<Workbench>> Workbench::open(const Job& job) {
   return bench;
 }
 
+Result<std::unique_ptr<Workbench>> Workbench::openForCharacters(const Job& job) {
+  Job wide = job;
+  wide.session.reset();
+  wide.flavour = Flavour::wide;
+  return open(wide);
+}
+
 Result<std::unique_ptr<Workbench>> Workbench::openForNotations(const Job& job) {
   Result<std::unique_ptr<Workbench>> bench = open(job);
   if (!bench || (*bench)->wide() || host::carriesNotations((*bench)->codec())) return bench;
   return host::noNotations((*bench)->encoding());
+}
+
+Done Workbench::checkValid(const Text& text) const {
+  std::byte all{};  // no early end: this way the compiler makes vector code of it
+  for (const std::byte byte : text.bytes) all |= byte;
+  if (all < std::byte{0x80} && asciiCompatible_) return host::done();
+  if (host::readCharacters(*codec_, text.bytes, [](std::span<const char32_t>) {})) return host::done();
+  const auto problem = host::findProblem(*codec_, *codec_, text.bytes, text.start);
+  return inFile(text.file, {Error::Kind::data, problem ? describe(*problem, *encoding_, *encoding_)
+                                                       : "not valid in " + encoding_->name});
 }
 
 bool Workbench::carries(RQChar character) const {

@@ -19,6 +19,8 @@ class Workbench {
   static Result<std::unique_ptr<Workbench>> open(const Job& job);
   /// The same, for a session encoding that can carry the notations.
   static Result<std::unique_ptr<Workbench>> openForNotations(const Job& job);
+  /// The same with characters of 4 bytes for the session text, whatever session the job has.
+  static Result<std::unique_ptr<Workbench>> openForCharacters(const Job& job);
 
   const host::Library& library() const { return library_; }
   RQInterface* object() const { return session_->object(); }
@@ -36,12 +38,14 @@ class Workbench {
   Result<Bytes> decode(Notation notation, const Text& text) {
     return named(text, work_->decode(notation, text.bytes, text.start));
   }
-  Result<Bytes> encode(Notation notation, const Text& text) {
-    return named(text, work_->encode(notation, text.bytes, text.start));
+  Result<Bytes> encode(Notation notation, const Text& text, const host::TextWork::Around& around) {
+    return named(text, work_->encode(notation, text.bytes, text.start, around));
   }
   Result<std::int64_t> measure(host::TextWork::Measure measure, const Text& text) {
     return named(text, work_->measure(measure, text.bytes, text.start));
   }
+  /// An error where the text is not valid in the session encoding.
+  Done checkValid(const Text& text) const;
   /// True when the session encoding holds the character. Asks the transcoders as the decoders do.
   bool carries(RQChar character) const;
 
@@ -55,11 +59,15 @@ class Workbench {
   host::Library library_;
   const host::Encoding* encoding_;
   const host::Codec* codec_;
+  const bool asciiCompatible_;
   host::Host host_;
   std::optional<host::Session> session_;
   std::optional<host::TextWork> work_;
   const bool wide_;
 };
+
+/// The session encoding of a job.
+Result<const host::Encoding*> sessionEncoding(const Job& job);
 
 /// The library that the job names, else the one beside the tool as it is built or installed, else the dynamic
 /// loader's.

@@ -27,6 +27,7 @@ class Cursor {
   const Unit* end() const { return inEnd_; }
   std::uint64_t remaining() const { return static_cast<std::uint64_t>(inEnd_ - in_); }
   std::uint64_t written() const { return written_; }
+  std::uint64_t room() const { return capacity_ - written_; }
   /// Whether input is left and the output is not full. A doubled escape marker may overfill it by one unit.
   bool hasWork() const { return in_ != inEnd_ && written_ < capacity_; }
 
@@ -72,6 +73,25 @@ class Cursor {
     copyUnits(out_ + written_, text, count);
     in_ += consumed;
     written_ += count;
+    return true;
+  }
+
+  /// Goes to the place of another cursor over the same input and output.
+  void moveTo(const Cursor& other) {
+    in_ = other.in_;
+    written_ = other.written_;
+  }
+  /// Writes `count` units, for which there is room, and goes on to `in`.
+  void write(const Unit* text, std::uint64_t count, const Unit* in) {
+    copyUnits(out_ + written_, text, count);
+    in_ = in;
+    written_ += count;
+  }
+  /// Copies the text up to `to`. Returns false and copies nothing when it does not fit.
+  bool copyTo(const Unit* to) {
+    const auto count = static_cast<std::uint64_t>(to - in_);
+    if (count > room()) return false;
+    write(in_, count, to);
     return true;
   }
 

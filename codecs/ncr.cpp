@@ -1,7 +1,9 @@
 // Numeric character references: an ampersand, the reference character, digits or `x` and hexadecimal digits, `;`.
 #include <algorithm>
 
+#include "codecs/blocks.h"
 #include "codecs/cursor.h"
+#include "codecs/digit_words.h"
 #include "codecs/field.h"
 #include "codecs/flavour.h"
 #include "codecs/surrogates.h"
@@ -51,6 +53,49 @@ inline Decoded decodeReference(const Unit* at, Unit second, Terminators<Unit>& t
 /// The capacity in units that the host is given for a decoded character.
 constexpr std::uint64_t roundTripRoom = 20;
 
+/// References of the common shape: two to seven digits and nothing else, not a high surrogate. Where the host
+/// upper-cases digits, all hexadecimal references, so that it sees each one once.
+template <Flavour F, class Unit = typename F::Unit>
+class CommonReferences {
+ public:
+  CommonReferences(Unit second, Terminators<Unit>& terminators)
+      : second_(second), terminators_(F::hasServedDigits ? &terminators : nullptr) {}
+
+  Marks<Unit> marks() const { return {'&', second_, static_cast<Unit>(~Unit{0})}; }
+
+  Common read(const Unit* at) const {
+    if (load(at + 2) == 'x') return readHexadecimal(at);
+    if (load(at + 6) == ';') {
+      const std::uint32_t value = fourDecimalDigits.at(at + 2);
+      if (value < noFourDigits) return {value, 7};
+    }
+    const std::uint64_t text = loadText(at + 2), bits = decimalDigitBits(text);
+    if (!isWhole(at + 2, bits)) return {};
+    return reference(decimalValue(text, bits), 2 + bits / 8 + 1);
+  }
+
+ private:
+  Common readHexadecimal(const Unit* at) const {
+    if constexpr (F::hasServedDigits) {
+      const Decoded decoded = decodeReference<F>(at, second_, *terminators_);
+      return {decoded.codePoint, decoded.consumed};
+    }
+    const std::uint64_t text = loadText(at + 3), bits = hexDigitBits(text);
+    if (!isWhole(at + 3, bits)) return {};
+    return reference(hexValue(text, bits), 3 + bits / 8 + 1);
+  }
+
+  static bool isWhole(const Unit* digits, std::uint64_t bits) {
+    return bits >= 2 * 8 && bits < 64 && load(digits + bits / 8) == ';';
+  }
+  static Common reference(std::uint32_t value, std::uint64_t length) {
+    return isHighSurrogate(value) ? Common{} : Common{value, length};
+  }
+
+  const Unit second_;
+  Terminators<Unit>* const terminators_;  // of the served flavour only: others keep theirs in registers
+};
+
 template <Flavour F, class Unit = typename F::Unit>
 RQStatus getNcr(RQInterface* object, const Unit* input, std::uint64_t units, Unit* output, std::uint64_t capacity,
                 std::uint64_t* written) {
@@ -58,8 +103,15 @@ RQStatus getNcr(RQInterface* object, const Unit* input, std::uint64_t units, Uni
   Terminators<Unit> terminators(input, units, ';');
   RQ_UNINITIALIZED RoundTrips<Unit, roundTripRoom> roundTrips(object);
   const Unit second = F::reference(object);
+  RQ_UNINITIALIZED BlockDecoder<CommonReferences<F>, Unit, roundTripRoom> blocks({second, terminators});
   RQStatus status = RQ_SUCCESS;
   while (cursor.hasWork() && cursor.copyUpTo('&', second, static_cast<Unit>(~Unit{0}))) {
+    const Progress progress = blocks.decode(cursor, roundTrips);
+    if (progress == Progress::some) continue;
+    if (progress == Progress::textDoesNotFit) {
+      status = RQ_OUTPUT_TOO_SMALL;
+      break;
+    }
     const Decoded decoded = decodeReference<F>(cursor.at(), second, terminators);
     if (decoded.consumed == 0) {
       cursor.copyRest();

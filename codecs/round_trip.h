@@ -2,6 +2,8 @@
 #ifndef RQUNI_CODECS_ROUND_TRIP_H
 #define RQUNI_CODECS_ROUND_TRIP_H
 
+#include <emmintrin.h>
+
 #include <cstdint>
 
 #include "codecs/units.h"
@@ -19,6 +21,12 @@ struct Replacement {
   std::uint64_t count;
 };
 
+/// A remembered answer of 1 to 8 bytes, or no bytes.
+struct Remembered {
+  std::uint64_t text;
+  std::uint32_t bytes;
+};
+
 /// Turns code points into session text during one call of a decoder. Remembers answers, because asking the
 /// transcoders dominates the cost of decoding, and text in one script uses a few dozen characters.
 ///
@@ -28,34 +36,45 @@ class RoundTrips {
  public:
   explicit RoundTrips(RQInterface* object) : pair_(object->transcoders[RQ_FORM_UTF32_NATIVE]) {}
 
+  /// Makes `remembered` ready, and forgets. Not done for every call, because it is too slow for short texts.
+  void prepare() {
+    if (isPrepared_) return;
+    isPrepared_ = true;
+    __m128i zero = _mm_setzero_si128();
+    asm("" : "+x"(zero));  // hides the zero from the compiler, which would use `rep stos`: that is slow to start
+    for (std::uint32_t i = 0; i < slots; i += sizeof zero) store(bytes_ + i, zero);
+  }
+
+  /// What is remembered of a code point. Call prepare() first.
+  Remembered remembered(std::uint32_t codePoint) const {
+    const std::uint32_t slot = codePoint % slots, bytes = bytes_[slot];
+    if (bytes - 1 >= sizeof(std::uint64_t) || codePoints_[slot] != codePoint) return {0, 0};
+    return {texts_[slot], bytes};
+  }
+
   /// The result is valid until the next call.
   Replacement<Unit> of(std::uint32_t codePoint) {
     const std::uint32_t slot = codePoint % slots;
-    const Answer& answer = answers_[slot];
-    const bool known = (known_[slot / 64] >> slot % 64 & 1) != 0;
-    if (!known || answer.codePoint != codePoint) return learn(codePoint);
-    return {answer.bytes != unmappable ? answer.units : nullptr, answer.bytes / sizeof(Unit)};
+    const bool isFilled = (filled_[slot / 64] >> slot % 64 & 1) != 0;
+    if (!isFilled || bytes_[slot] == 0 || codePoints_[slot] != codePoint) return learn(codePoint);
+    const std::uint32_t bytes = bytes_[slot];
+    if (bytes == unmappable) return {nullptr, 0};
+    return {reinterpret_cast<const Unit*>(texts_ + slot), bytes / sizeof(Unit)};
   }
 
  private:
   static constexpr std::uint32_t slots = 256;
   static constexpr std::uint64_t unmappable = 0xFF;
-  struct Answer {
-    std::uint32_t codePoint;
-    Unit units[8 / sizeof(Unit)];
-    std::uint8_t bytes;  // or unmappable
-  };
 
   __attribute__((noinline)) Replacement<Unit> learn(std::uint32_t codePoint) {
     const std::uint64_t bytes = ask(codePoint);
     const std::uint64_t count = bytes / sizeof(Unit);
     const std::uint32_t slot = codePoint % slots;
-    Answer& answer = answers_[slot];
-    if (bytes == unmappable || bytes <= sizeof answer.units) {
-      known_[slot / 64] |= std::uint64_t{1} << slot % 64;
-      answer.codePoint = codePoint;
-      answer.bytes = static_cast<std::uint8_t>(bytes);
-      if (bytes != unmappable) copyUnits(answer.units, scratch_, count);
+    if (bytes == unmappable || bytes <= sizeof(std::uint64_t)) {
+      filled_[slot / 64] |= std::uint64_t{1} << slot % 64;
+      bytes_[slot] = static_cast<std::uint8_t>(bytes);
+      codePoints_[slot] = codePoint;
+      texts_[slot] = load<std::uint64_t>(static_cast<const void*>(scratch_));
     }
     return {bytes != unmappable ? scratch_ : nullptr, count};
   }
@@ -73,9 +92,12 @@ class RoundTrips {
   }
 
   const RQTranscoderPair pair_;
-  std::uint64_t known_[slots / 64] = {};
   Unit scratch_[room] = {};
-  Answer answers_[slots];
+  bool isPrepared_ = false;
+  std::uint64_t filled_[slots / 64] = {};  // the slots with values in the arrays below
+  std::uint8_t bytes_[slots];              // of the answer; 0 after prepare(), or unmappable
+  std::uint32_t codePoints_[slots];
+  std::uint64_t texts_[slots];
 };
 
 }  // namespace rq

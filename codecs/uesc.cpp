@@ -1,7 +1,9 @@
 // Unicode escapes: a backslash, `u` or `U`, and four or eight hexadecimal digits.
 #include <algorithm>
 
+#include "codecs/blocks.h"
 #include "codecs/cursor.h"
+#include "codecs/digit_words.h"
 #include "codecs/flavour.h"
 #include "codecs/surrogates.h"
 #include "codecs/widen.h"
@@ -49,14 +51,47 @@ Decoded decodeEscape(const Unit* at, std::uint64_t remaining, Unit escape) {
 /// The capacity in units that the host is given for a decoded character.
 constexpr std::uint64_t roundTripRoom = 20;
 
+/// Escapes of the common shape: four digits but not four zeros, not eight, not a high surrogate. Where the host
+/// upper-cases digits, all escapes but doubled markers, so that it sees each one once.
+template <Flavour F, class Unit = typename F::Unit>
+class CommonEscapes {
+ public:
+  CommonEscapes(Unit escape, const Unit* end) : escape_(escape), end_(end) {}
+
+  Marks<Unit> marks() const { return {escape_, 'U', caseless<Unit>}; }
+
+  Common read(const Unit* at) const {
+    if constexpr (F::hasServedDigits) {
+      if (withoutCase(load(at + 2)) == 'U') return {};
+      const Decoded decoded = decodeEscape<F>(at, static_cast<std::uint64_t>(end_ - at), escape_);
+      return {decoded.codePoint, decoded.consumed, !decoded.isEscape};
+    }
+    const std::uint32_t value = fourHexDigits.at(at + 2);
+    if (value == 0 || value >= noFourDigits || isHighSurrogate(value)) return {};
+    const bool isLong = hexDigit(load(at + 6)) != noDigit && fourHexDigits.at(at + 6) < noFourDigits;
+    return isLong ? Common{} : Common{value, 2 + shortEscape};
+  }
+
+ private:
+  const Unit escape_;
+  const Unit* const end_;
+};
+
 template <Flavour F, class Unit = typename F::Unit>
 RQStatus getUEsc(RQInterface* object, const Unit* input, std::uint64_t units, Unit* output, std::uint64_t capacity,
                  std::uint64_t* written) {
   Cursor<Unit> cursor(input, units, output, capacity);
   RQ_UNINITIALIZED RoundTrips<Unit, roundTripRoom> roundTrips(object);
   const Unit escape = F::escape(object);
+  RQ_UNINITIALIZED BlockDecoder<CommonEscapes<F>, Unit, roundTripRoom> blocks({escape, cursor.end()});
   RQStatus status = RQ_SUCCESS;
   while (cursor.hasWork() && cursor.copyUpTo(escape, 'U', caseless<Unit>)) {
+    const Progress progress = blocks.decode(cursor, roundTrips);
+    if (progress == Progress::some) continue;
+    if (progress == Progress::textDoesNotFit) {
+      status = RQ_REPLACEMENT_DOES_NOT_FIT;
+      break;
+    }
     if (cursor.remaining() <= 2) {
       cursor.copyRest();
       break;

@@ -33,7 +33,7 @@ inline void copyUnits(Unit* to, const Unit* from, std::uint64_t count) {
   } else if (bytes <= 16) {
     copyByTwoMoves<std::uint64_t>(to, from, bytes);
   } else {
-    std::memcpy(static_cast<void*>(to), static_cast<const void*>(from), bytes);
+    __builtin_memcpy(static_cast<void*>(to), static_cast<const void*>(from), bytes);
   }
 }
 

@@ -1,7 +1,9 @@
 // The U-paren notation: `<`, `U` or `u`, four or eight hexadecimal digits, `>`.
 #include <algorithm>
 
+#include "codecs/blocks.h"
 #include "codecs/cursor.h"
+#include "codecs/digit_words.h"
 #include "codecs/field.h"
 #include "codecs/flavour.h"
 #include "codecs/widen.h"
@@ -14,8 +16,44 @@ constexpr std::uint32_t firstNonAscii = 0x80;
 /// Which notations a decoder replaces.
 enum class Wanted { all, asciiOnly };
 
+/// Whether a notation is text for a decoder.
+template <Wanted wanted>
+constexpr bool stays(std::uint32_t value) {
+  return wanted == Wanted::asciiOnly && value >= firstNonAscii;
+}
+
+/// What a notation names; fewer than four digits count as none.
+constexpr std::uint32_t valueOf(Digits digits) {
+  return digits.count >= 4 ? digits.value : 0;
+}
+
 /// The capacity in units that the host is given for a decoded character.
 constexpr std::uint64_t roundTripRoom = 12;
+
+/// Notations of the common shape: four digits and nothing else. Where the host upper-cases digits, all notations, so
+/// that it sees each one once.
+template <Flavour F, Wanted wanted, class Unit = typename F::Unit>
+class CommonNotations {
+ public:
+  explicit CommonNotations(Terminators<Unit>& terminators)
+      : terminators_(F::hasServedDigits ? &terminators : nullptr) {}
+
+  Marks<Unit> marks() const { return {'<', 'U', caseless<Unit>}; }
+
+  Common read(const Unit* at) const {
+    if constexpr (F::hasServedDigits) {
+      const Field field = hexField<F>(at + 2, *terminators_);
+      return field.length == noTerminator ? Common{} : notation(valueOf(field.digits), field.length + 3);
+    }
+    const std::uint32_t value = fourHexDigits.at(at + 2);
+    return value < noFourDigits && load(at + 6) == '>' ? notation(value, 7) : Common{};
+  }
+
+ private:
+  static Common notation(std::uint32_t value, std::uint64_t length) { return {value, length, stays<wanted>(value)}; }
+
+  Terminators<Unit>* const terminators_;  // of the served flavour only: others keep theirs in registers
+};
 
 template <Flavour F, Wanted wanted, class Unit = typename F::Unit>
 RQStatus decodeUParen(RQInterface* object, const Unit* input, std::uint64_t units, Unit* output,
@@ -23,15 +61,20 @@ RQStatus decodeUParen(RQInterface* object, const Unit* input, std::uint64_t unit
   Cursor<Unit> cursor(input, units, output, capacity);
   Terminators<Unit> terminators(input, units, '>');
   RQ_UNINITIALIZED RoundTrips<Unit, roundTripRoom> roundTrips(object);
+  RQ_UNINITIALIZED BlockDecoder<CommonNotations<F, wanted>, Unit, roundTripRoom> blocks(
+      CommonNotations<F, wanted>{terminators});
   while (cursor.hasWork() && cursor.copyUpTo('<', 'U', caseless<Unit>)) {
+    const Progress progress = blocks.decode(cursor, roundTrips);
+    if (progress == Progress::some) continue;
+    if (progress == Progress::textDoesNotFit) return RQ_REPLACEMENT_DOES_NOT_FIT;
     const Field field = hexField<F>(cursor.at() + 2, terminators);
     if (field.length == noTerminator) {
       cursor.copyRest();
       break;
     }
-    const std::uint32_t value = field.digits.count >= 4 ? field.digits.value : 0;
-    const bool stays = wanted == Wanted::asciiOnly && value >= firstNonAscii;
-    if (!cursor.replace(field.length + 3, stays ? Replacement<Unit>{nullptr, 0} : roundTrips.of(value)))
+    const std::uint32_t value = valueOf(field.digits);
+    const auto replacement = stays<wanted>(value) ? Replacement<Unit>{nullptr, 0} : roundTrips.of(value);
+    if (!cursor.replace(field.length + 3, replacement))
       return RQ_REPLACEMENT_DOES_NOT_FIT;  // *written keeps its value: hosts depend on it
   }
   *written = cursor.written();

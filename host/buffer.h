@@ -7,6 +7,7 @@
 #include <memory>
 
 #include "host/codec.h"
+#include "host/large_pages.h"
 
 namespace rq::host {
 
@@ -19,6 +20,7 @@ class Buffer {
       // Free before allocating: both blocks at once could need too much memory.
       if (keep == 0) memory_.reset();
       auto larger = std::make_unique_for_overwrite<std::byte[]>(size);
+      preferLargePages(larger.get(), size);
       std::copy_n(memory_.get(), keep, larger.get());
       memory_ = std::move(larger);
       size_ = size;

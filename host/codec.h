@@ -40,8 +40,8 @@ class Codec {
 
   virtual ~Codec() = default;
 
-  /// Decodes as many characters as fit from the front of `input`, which is all that remains of the text. `first`
-  /// starts a text. After outputFull, call again with the rest.
+  /// Decodes characters from the front of `input`, which is all that remains of the text; `first` starts a text.
+  /// After outputFull, which comes when half of the output is filled at the earliest, call again with the rest.
   virtual Step decode(Bytes input, std::span<char32_t> output, bool first) const = 0;
   /// Decodes one character, with exact positions.
   virtual Step decodeOne(Bytes input, char32_t& output, bool first) const;

@@ -106,7 +106,12 @@ class IcuCodec final : public Codec {
     const UChar32 c =
         ucnv_getNextUChar(mine->decoder.get(), &from, begin + std::min(input.size(), longestPiece), &error);
     const auto consumed = static_cast<std::size_t>(from - begin);
-    if (error == U_INDEX_OUTOFBOUNDS_ERROR) return {consumed, 0, Outcome::done};
+    if (error == U_INDEX_OUTOFBOUNDS_ERROR) {
+      // Nothing but switches of state may be read without a character. Of some single-byte encodings with longer
+      // sequences ICU says so of a bad byte.
+      if (consumed != 0 && !stateful_) return {0, 0, Outcome::malformed, consumed};
+      return {consumed, 0, Outcome::done};
+    }
     if (U_FAILURE(error)) {
       const std::size_t bad = std::min(invalidLength(mine->decoder.get()), consumed);
       return {consumed - bad, 0, outcomeOfReading(error), bad};

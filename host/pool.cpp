@@ -3,6 +3,8 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "host/large_pages.h"
+
 namespace rq::host {
 
 Pool::Pool() : ring_{&ring_, &ring_, this} {
@@ -21,6 +23,7 @@ void* Pool::take(std::uint64_t bytes) {
   // calloc rather than malloc and memset: the system's fresh zeros cost nothing until they are touched.
   auto* header = static_cast<Header*>(std::calloc(1, sizeof(Header) + bytes));
   if (!header) return nullptr;
+  preferLargePages(header, sizeof(Header) + bytes);
   header->owner = this;
   const std::lock_guard lock(mutex_);
   header->previous = &ring_;

@@ -7,6 +7,11 @@
 namespace rq::host {
 namespace {
 
+/// The longest notation of a character, "\\U0001F600", with a unit to spare.
+constexpr std::uint64_t longestNotation = 11;
+/// The library's smallest working buffer has room for so many characters, however short the text.
+constexpr std::uint64_t fewestCharacters = 256;
+
 const Error notSupported = {Error::Kind::system, "the operation is not supported by this library"};
 
 RQCodec decoderOf(const RQOperations& operations, Notation notation) {
@@ -26,6 +31,18 @@ RQCodec decoderOf(const RQOperations& operations, Notation notation) {
 RQCodec encoderOf(const RQOperations& operations, Notation notation) {
   if (notation == Notation::ncr) return operations.putNCR;
   return notation == Notation::uesc ? operations.putUEsc : operations.putUParen;
+}
+
+/// The bytes of a form's shortest character.
+std::size_t shortestCharacter(RQForm form) {
+  if (form == RQ_FORM_UTF8) return 1;
+  return form == RQ_FORM_UTF16_BIG || form == RQ_FORM_UTF16_LITTLE ? 2 : 4;
+}
+
+/// The most bytes of a form for each byte of session text: a byte is at most one character, of the Basic Multilingual
+/// Plane where it stands alone.
+std::size_t growth(RQForm form) {
+  return form == RQ_FORM_UTF8 ? 3 : shortestCharacter(form);
 }
 
 }  // namespace
@@ -67,7 +84,9 @@ Result<Bytes> TextWork::fromForm(RQForm form, Bytes text, Position start) {
                                 : form == RQ_FORM_UTF16_LITTLE ? operations_.getUTF16L
                                 : form == RQ_FORM_UTF32_BIG    ? operations_.getUTF32B
                                                                : operations_.getUTF32L;
-  for (std::uint64_t capacity = text.size() + 64;; capacity *= 2) {
+  // Most encodings have no character of more than 4 bytes. Room that stays unused costs no memory.
+  const std::uint64_t characters = text.size() / shortestCharacter(form) + 1;
+  for (std::uint64_t capacity = characters * (4 / unit()) + 64;; capacity *= 2) {
     const MutableBytes room = output_.atLeast(capacity * unit() + RQ_OUTPUT_SLACK_BYTES);
     std::uint64_t written = 0;
     const RQStatus status = transform(object_, text.data(), text.size(), room.data(), capacity, &written);
@@ -83,7 +102,8 @@ Result<Bytes> TextWork::toForm(RQForm form, Bytes text, Position start, std::opt
                                    : form == RQ_FORM_UTF32_BIG    ? operations_.putUTF32B
                                                                   : operations_.putUTF32L;
   const std::uint64_t units = text.size() / unit();
-  for (std::uint64_t capacity = padBytes ? *padBytes / unit() : 2 * units + 64;; capacity *= 2) {
+  for (std::uint64_t capacity = padBytes ? *padBytes / unit() : units * std::max(growth(form), unit()) / unit() + 64;;
+       capacity *= 2) {
     const MutableBytes room = output_.atLeast(capacity * unit() + RQ_OUTPUT_SLACK_BYTES);
     std::uint64_t written = 0;  // of a wide operation too this counts bytes, but for padded fields
     const RQStatus status =
@@ -110,45 +130,57 @@ Result<Bytes> TextWork::decode(Notation notation, Bytes text, Position start) {
   }
 }
 
-Result<std::uint64_t> TextWork::encodedBound(Bytes text, Position start) const {
-  std::uint64_t characters = 0;
-  std::uint64_t bound = 0;
-  const bool valid = readCharacters(codec_, text, [&](std::span<const char32_t> piece) {
-    characters += piece.size();
-    for (const char32_t c : piece) bound += c < 0x7F && c != U'<' && c != U'\\' ? 7 : 11;
-  });
-  if (!valid) return failure(malformedStatus, text, start, encoding_, encoding_);
-  // The library's working buffer has room for one character per unit.
-  if (characters > std::max<std::uint64_t>(text.size() / unit(), 256)) {
-    return Error{Error::Kind::data,
-                 atBeginning(start, "the text has more characters than bytes, which the library cannot encode")};
+Done TextWork::needValid(const ConversionWatch& watch, Bytes text, Position start) const {
+  if (!watch.outcome()) {
+    const bool valid = readCharacters(codec_, text, [](std::span<const char32_t>) {});
+    return valid ? done() : failure(malformedStatus, text, start, encoding_, encoding_);
   }
-  return bound;
+  if (watch.outcome() == Outcome::done) return done();
+  if (watch.outcome() != Outcome::outputFull) {
+    return failure(statusOf(*watch.outcome()), text, start, encoding_, encoding_);
+  }
+  // The library's working buffer has room for one character per unit.
+  return Error{Error::Kind::data,
+               atBeginning(start, "the text has more characters than bytes, which the library cannot encode")};
 }
 
-Result<Bytes> TextWork::encode(Notation notation, Bytes text, Position start) {
+Bytes TextWork::joined(Bytes text, const Around& around) {
+  const std::size_t size = around.before.size() + text.size() + around.behind.size();
+  const MutableBytes all = joined_.atLeast(size).first(size);
+  auto end = std::ranges::copy(around.before, all.begin()).out;
+  end = std::ranges::copy(text, end).out;
+  std::ranges::copy(around.behind, end);
+  return all;
+}
+
+Result<Bytes> TextWork::encode(Notation notation, Bytes text, Position start, const Around& around) {
   if (Done whole = needWholeUnits(text, start); !whole) return whole.error();
   const RQCodec encoder = encoderOf(operations_, notation);
-  // An encoder may silently drop what it cannot read or write, so check the text first and give room for all of it.
-  const Result<std::uint64_t> bound = encodedBound(text, start);
-  if (!bound) return bound.error();
-  const std::uint64_t capacity = *bound + 64;
+  const bool alone = around.before.empty() && around.behind.empty();
+  const Bytes input = alone ? text : joined(text, around);
+  const std::uint64_t units = input.size() / unit();
+  // An encoder silently drops what does not fit, so give room for the longest notation of every character.
+  const std::uint64_t capacity = longestNotation * std::max(units, fewestCharacters) + 64;
   const MutableBytes room = output_.atLeast(capacity * unit() + RQ_OUTPUT_SLACK_BYTES);
   std::uint64_t written = 0;
-  const RQStatus status = encoder(object_, text.data(), text.size() / unit(), room.data(), capacity, &written);
+  const ConversionWatch watch(input);
+  const RQStatus status = encoder(object_, input.data(), units, room.data(), capacity, &written);
   if (status != RQ_SUCCESS) return failure(status, text, start, encoding_, encoding_);
-  return Bytes(room.first(written * unit()));
+  if (Done valid = needValid(watch, text, start); !valid) return valid.error();
+  const std::uint64_t result = written - around.encodedBefore - around.encodedBehind;
+  return Bytes(room.subspan(around.encodedBefore * unit(), result * unit()));
 }
 
 Result<std::int64_t> TextWork::measure(Measure measure, Bytes text, Position start) {
   if (Done whole = needWholeUnits(text, start); !whole) return whole.error();
-  if (const Result<std::uint64_t> valid = encodedBound(text, start); !valid) return valid.error();
   const RQMeasure slot = measure == Measure::length ? operations_.getUnicodeLength : operations_.getUnicodeWidth;
   const std::uint64_t units = text.size() / unit();
+  const ConversionWatch watch(text);
   const std::int64_t count = slot(object_, text.data(), units);
   if (count < 0) return failure(RQ_NO_MEMORY, text, start, encoding_, encoding_);
   // No text has more than two columns per unit: a larger count is the status of a missing operation.
   if (count == RQ_UNSUPPORTED && static_cast<std::uint64_t>(count) > 2 * units) return notSupported;
+  if (Done valid = needValid(watch, text, start); !valid) return valid.error();
   return count;
 }
 

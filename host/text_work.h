@@ -12,6 +12,7 @@
 #include "host/notation.h"
 #include "host/result.h"
 #include "host/text.h"
+#include "host/transcoder.h"
 
 namespace rq::host {
 
@@ -40,8 +41,16 @@ class TextWork {
   Result<Bytes> fromForm(RQForm form, Bytes text, Position start = {});
   Result<Bytes> toForm(RQForm form, Bytes text, Position start = {}, std::optional<std::uint64_t> padBytes = {});
   Result<Bytes> decode(Notation notation, Bytes text, Position start = {});
+  /// What stands around a text in the call, and is no part of the result: ASCII, in the units of the operations.
+  struct Around {
+    Bytes before, behind;
+    std::uint64_t encodedBefore = 0, encodedBehind = 0;  // units
+  };
   /// Notation::uparenAscii means Notation::uparen here.
-  Result<Bytes> encode(Notation notation, Bytes text, Position start = {});
+  Result<Bytes> encode(Notation notation, Bytes text, Position start, const Around& around);
+  Result<Bytes> encode(Notation notation, Bytes text, Position start = {}) {
+    return encode(notation, text, start, {});
+  }
   /// Characters or columns, without blanks at the end.
   Result<std::int64_t> measure(Measure measure, Bytes text, Position start = {});
 
@@ -49,8 +58,9 @@ class TextWork {
   std::size_t unit() const { return wide_ ? sizeof(RQChar) : 1; }
   /// The error behind a status: the text's first problem on its way from `source` to `target`, if there is one.
   Error failure(RQStatus status, Bytes text, Position start, const Encoding& source, const Encoding& target) const;
-  /// Checks that a text is valid in the session encoding. Returns the greatest length of its encoded form, in units.
-  Result<std::uint64_t> encodedBound(Bytes text, Position start) const;
+  /// Checks that a text is valid in the session encoding, by the conversion that was watched if the library made one.
+  Done needValid(const ConversionWatch& watch, Bytes text, Position start) const;
+  Bytes joined(Bytes text, const Around& around);
   Done needWholeUnits(Bytes text, Position start) const;
 
   RQInterface* object_;
@@ -58,7 +68,7 @@ class TextWork {
   const Encoding& encoding_;
   const Codec& codec_;
   const bool wide_;
-  Buffer output_;
+  Buffer output_, joined_;
 };
 
 }  // namespace rq::host

@@ -40,6 +40,8 @@ Attempt attempt(const Codec& source, const Codec& target, Bytes input, MutableBy
   }
 }
 
+thread_local constinit ConversionWatch* threadsWatch = nullptr;
+
 }  // namespace
 
 RQStatus statusOf(Outcome outcome) {
@@ -96,6 +98,14 @@ Conversion convert(const Codec& source, const Codec& target, Bytes input, Mutabl
   return {0, whole.outcome};
 }
 
+ConversionWatch::ConversionWatch(Bytes text) : text_(text) {
+  threadsWatch = this;
+}
+
+ConversionWatch::~ConversionWatch() {
+  threadsWatch = nullptr;
+}
+
 Transcoder::Transcoder(const Codec& source, const Codec& target) : source_(source), target_(target) {
   forbid<"transcoder", 0>(gap0);
   forbid<"transcoder", 3>(gap3);
@@ -114,6 +124,9 @@ RQStatus Transcoder::convertSlot(RQTranscoder* transcoder, const void* input, st
   const Bytes from(static_cast<const std::byte*>(input), inputBytes);
   const MutableBytes to(static_cast<std::byte*>(output), capacityBytes);
   const Conversion conversion = host::convert(self->source_, self->target_, from, to);
+  if (threadsWatch && from.data() == threadsWatch->text_.data() && from.size() == threadsWatch->text_.size()) {
+    threadsWatch->outcome_ = conversion.outcome;
+  }
   *producedBytes = conversion.produced;
   return statusOf(conversion.outcome);
 }

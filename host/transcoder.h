@@ -3,6 +3,7 @@
 #define RQUNI_HOST_TRANSCODER_H
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -32,6 +33,24 @@ struct Conversion {
 /// Converts the valid beginning of `input` as far as it fits. Writes whole characters only; the text of a stateful
 /// target is always complete. Any number of threads may convert at once.
 Conversion convert(const Codec& source, const Codec& target, Bytes input, MutableBytes output);
+
+/// Tells how one text converted to characters inside an operation of the library, which ignores the status. Watches
+/// the transcoders of this thread while it lives; one watch at a time.
+class ConversionWatch {
+ public:
+  explicit ConversionWatch(Bytes text);
+  ~ConversionWatch();
+  ConversionWatch(const ConversionWatch&) = delete;
+  ConversionWatch& operator=(const ConversionWatch&) = delete;
+
+  /// Nothing when the text was not converted.
+  std::optional<Outcome> outcome() const { return outcome_; }
+
+ private:
+  friend class Transcoder;
+  const Bytes text_;
+  std::optional<Outcome> outcome_;
+};
 
 /// The NLS services make it with new; its destroy slot deletes it. Holds no state: several threads may convert with
 /// it at once.

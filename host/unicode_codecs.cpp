@@ -2,12 +2,12 @@
 // byte-order mark is treated as one.
 #include <bit>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
-#include <optional>
-#include <type_traits>
 
 #include "frame/types.h"
 #include "host/codec.h"
+#include "host/utf8_blocks.h"
 
 namespace rq::host {
 
@@ -121,51 +121,148 @@ struct Utf32 {
   static void write(char32_t c, std::size_t, std::byte* to) { store<std::uint32_t, order>(c, to); }
 };
 
-/// The length of the ASCII stretch at the front of `input`, in steps of 8, copied to `output`.
-std::size_t copyAscii(Bytes input, std::span<char32_t> output) {
-  std::size_t n = 0;
-  while (input.size() - n >= 8 && output.size() - n >= 8) {
-    std::uint64_t eight;
-    std::memcpy(&eight, input.data() + n, 8);
-    if ((eight & 0x8080808080808080) != 0) break;
-    for (std::size_t i = 0; i < 8; ++i) output[n + i] = std::to_integer<char32_t>(input[n + i]);
-    n += 8;
+/// Where a conversion stands: units of input and output, from their beginnings.
+struct Cursor {
+  std::size_t in = 0, out = 0;
+};
+
+// Fast paths. Each moves the cursor over whole blocks without errors and leaves the rest to the exact loop. They are
+// written for the compiler to vectorise: fixed counts, and errors collected instead of branches.
+
+constexpr std::size_t blockUnits = 16;
+
+template <std::endian order, class Unit>
+void loadBlock(const std::byte* from, Unit (&units)[blockUnits]) {
+  for (std::size_t i = 0; i < blockUnits; ++i) units[i] = load<Unit, order>(from + i * sizeof(Unit));
+}
+
+template <std::endian order, class Unit>
+void storeBlock(const Unit (&units)[blockUnits], std::byte* to) {
+  for (std::size_t i = 0; i < blockUnits; ++i) store<Unit, order>(units[i], to + i * sizeof(Unit));
+}
+
+/// RQUNI_KERNELS is the variable that chooses lesser kernels in the library too.
+bool useAvx2() {
+  const char* wished = ::secure_getenv("RQUNI_KERNELS");
+  if (wished && std::strcmp(wished, "sse2") == 0) return false;
+  return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("popcnt");
+}
+/// Null where the exact loops must do.
+DecodeUtf8Blocks* const decodeUtf8Blocks = useAvx2() ? decodeUtf8BlocksAvx2 : nullptr;
+EncodeUtf8Blocks* const encodeUtf8Blocks = useAvx2() ? encodeUtf8BlocksAvx2 : nullptr;
+
+void decodeBlocks(Utf8, Bytes input, std::span<char32_t> output, Cursor& at) {
+  if (decodeUtf8Blocks) {
+    const auto* from = reinterpret_cast<const std::uint8_t*>(input.data()) + at.in;
+    const Blocks done = decodeUtf8Blocks(from, input.size() - at.in, output.data() + at.out, output.size() - at.out);
+    at.in += done.bytes;
+    at.out += done.characters;
   }
-  return n;
+  while (input.size() - at.in >= 8 && output.size() - at.out >= 8) {
+    std::uint64_t eight;
+    std::memcpy(&eight, input.data() + at.in, 8);
+    if ((eight & 0x8080808080808080) != 0) return;
+    for (std::size_t i = 0; i < 8; ++i) output[at.out + i] = std::to_integer<char32_t>(input[at.in + i]);
+    at.in += 8;
+    at.out += 8;
+  }
+}
+
+template <std::endian order>
+void decodeBlocks(Utf16<order>, Bytes input, std::span<char32_t> output, Cursor& at) {
+  for (; input.size() - at.in >= 2 * blockUnits && output.size() - at.out >= blockUnits;
+       at.in += 2 * blockUnits, at.out += blockUnits) {
+    std::uint16_t units[blockUnits];
+    loadBlock<order>(input.data() + at.in, units);
+    std::uint16_t surrogates = 0;
+    for (const std::uint16_t unit : units) surrogates |= (unit & 0xF800) == 0xD800 ? 1 : 0;
+    if (surrogates != 0) return;
+    for (std::size_t i = 0; i < blockUnits; ++i) output[at.out + i] = units[i];
+  }
+}
+
+template <std::endian order>
+void decodeBlocks(Utf32<order>, Bytes input, std::span<char32_t> output, Cursor& at) {
+  for (; input.size() - at.in >= 4 * blockUnits && output.size() - at.out >= blockUnits;
+       at.in += 4 * blockUnits, at.out += blockUnits) {
+    std::uint32_t units[blockUnits];
+    loadBlock<order>(input.data() + at.in, units);
+    std::uint32_t errors = 0;
+    for (const std::uint32_t unit : units) errors |= unit > 0x10FFFF || isSurrogate(unit) ? 1U : 0U;
+    if (errors != 0) return;
+    std::memcpy(output.data() + at.out, units, sizeof units);
+  }
+}
+
+void encodeBlocks(Utf8, std::span<const char32_t> input, MutableBytes output, Cursor& at) {
+  if (encodeUtf8Blocks) {
+    auto* to = reinterpret_cast<std::uint8_t*>(output.data()) + at.out;
+    const Blocks done = encodeUtf8Blocks(input.data() + at.in, input.size() - at.in, to, output.size() - at.out);
+    at.in += done.characters;
+    at.out += done.bytes;
+  }
+}
+
+template <std::endian order>
+void encodeBlocks(Utf16<order>, std::span<const char32_t> input, MutableBytes output, Cursor& at) {
+  for (; input.size() - at.in >= blockUnits && output.size() - at.out >= 2 * blockUnits;
+       at.in += blockUnits, at.out += 2 * blockUnits) {
+    const char32_t* from = input.data() + at.in;
+    char32_t all = 0;
+    for (std::size_t i = 0; i < blockUnits; ++i) all |= from[i];
+    if (all > 0xFFFF) return;
+    std::uint16_t units[blockUnits];
+    for (std::size_t i = 0; i < blockUnits; ++i) units[i] = static_cast<std::uint16_t>(from[i]);
+    storeBlock<order>(units, output.data() + at.out);
+  }
+}
+
+template <std::endian order>
+void encodeBlocks(Utf32<order>, std::span<const char32_t> input, MutableBytes output, Cursor& at) {
+  for (; input.size() - at.in >= blockUnits && output.size() - at.out >= 4 * blockUnits;
+       at.in += blockUnits, at.out += 4 * blockUnits) {
+    std::uint32_t units[blockUnits];
+    std::memcpy(units, input.data() + at.in, sizeof units);
+    storeBlock<order>(units, output.data() + at.out);
+  }
 }
 
 template <class Form>
 class UnicodeCodec final : public Codec {
  public:
   Step decode(Bytes input, std::span<char32_t> output, bool) const override {
-    std::size_t in = 0;
-    std::size_t out = 0;
-    while (in < input.size()) {
-      if constexpr (std::is_same_v<Form, Utf8>) {
-        const std::size_t ascii = copyAscii(input.subspan(in), output.subspan(out));
-        in += ascii;
-        out += ascii;
-        if (in == input.size()) break;
+    for (Cursor at;;) {
+      decodeBlocks(Form(), input, output, at);
+      // With most of the room filled, the next piece is faster than single characters.
+      const bool nearlyFull = at.out > output.size() / 2 && output.size() - at.out < exactCharacters;
+      if (nearlyFull && input.size() - at.in > 4 * exactCharacters) return {at.in, at.out, Outcome::outputFull};
+      for (std::size_t i = 0; i < exactCharacters; ++i) {
+        if (at.in == input.size()) return {at.in, at.out, Outcome::done};
+        if (at.out == output.size()) return {at.in, at.out, Outcome::outputFull};
+        const Read read = Form::read(input.subspan(at.in));
+        if (read.outcome != Outcome::done) return {at.in, at.out, read.outcome, read.bytes};
+        output[at.out++] = read.character;
+        at.in += read.bytes;
       }
-      if (out == output.size()) return {in, out, Outcome::outputFull};
-      const Read read = Form::read(input.subspan(in));
-      if (read.outcome != Outcome::done) return {in, out, read.outcome, read.bytes};
-      output[out++] = read.character;
-      in += read.bytes;
     }
-    return {in, out, Outcome::done};
   }
 
   Step encode(std::span<const char32_t> input, MutableBytes output, bool, bool) const override {
-    std::size_t out = 0;
-    for (std::size_t in = 0; in < input.size(); ++in) {
-      const std::size_t length = Form::length(input[in]);
-      if (length > output.size() - out) return {in, out, Outcome::outputFull};
-      Form::write(input[in], length, output.data() + out);
-      out += length;
+    for (Cursor at;;) {
+      encodeBlocks(Form(), input, output, at);
+      for (std::size_t i = 0; i < exactCharacters; ++i, ++at.in) {
+        if (at.in == input.size()) return {at.in, at.out, Outcome::done};
+        const std::size_t length = Form::length(input[at.in]);
+        if (length > output.size() - at.out) return {at.in, at.out, Outcome::outputFull};
+        Form::write(input[at.in], length, output.data() + at.out);
+        at.out += length;
+      }
     }
-    return {input.size(), out, Outcome::done};
   }
+
+ private:
+  /// So many characters are converted one by one before blocks are tried again.
+  static constexpr std::size_t exactCharacters = utf8DecodingMargin;
 };
 
 }  // namespace

@@ -110,6 +110,16 @@ inline std::uint64_t copyUntilPair(const U* in, std::uint64_t n, U* out, Value<U
   return kernelsOf<U>().copyUntilPair(in, n, out, first, second, keep);
 }
 
+/// listPairs may write so many numbers behind the last place.
+constexpr std::uint64_t maxPairsBehind = 12;
+/// Lists the places in p[0, n) where such a pair begins and returns their number. n is a multiple of 64; p[n] is read
+/// as well.
+template <Unit U>
+inline std::uint64_t listPairs(const U* p, std::uint64_t n, Value<U> first, Value<U> second, Value<U> keep,
+                               std::uint16_t* places) {
+  return kernelsOf<U>().listPairs(p, n, first, second, keep, places);
+}
+
 /// Copies units up to, not including, the first that is `stop` or, compared unsigned, not below `bound`. Returns the
 /// number of units copied; writes exactly those. From RQChar to bytes `bound` must not exceed 0x100.
 template <Unit U>

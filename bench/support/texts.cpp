@@ -1,7 +1,10 @@
 #include "bench/support/texts.h"
 
 #include <cstdio>
+#include <cstdlib>
+#include <fstream>
 #include <random>
+#include <vector>
 
 #include "bench/support/convert.h"
 
@@ -46,6 +49,29 @@ std::u32string text(Script script, std::size_t characters) {
       made += letter(ofWord, random);
     }
   }
+  made.resize(characters);
+  if (!made.empty() && made.back() == U' ') made.back() = U'a';
+  return made;
+}
+
+std::u32string prose(const std::string& language, std::size_t characters) {
+  std::ifstream file(RQ_CORPUS "/" + language + ".txt");
+  std::vector<std::u32string> words;
+  for (std::string word; file >> word;) {
+    std::u32string wide(word.size(), U'\0');
+    std::uint64_t bytes = 0;
+    converter(RQ_ENCODING_UTF8, RQ_ENCODING_UTF32_LITTLE)(word.data(), word.size(), wide.data(), 4 * wide.size(),
+                                                          &bytes);
+    wide.resize(bytes / 4);
+    words.push_back(wide);
+  }
+  if (words.empty()) {
+    std::fprintf(stderr, "rq_bench: no words in %s\n", (RQ_CORPUS "/" + language + ".txt").c_str());
+    std::exit(2);
+  }
+  std::mt19937 random(7);
+  std::u32string made;
+  while (made.size() < characters) (made += words[draw(random, static_cast<unsigned>(words.size()))]) += U' ';
   made.resize(characters);
   if (!made.empty() && made.back() == U' ') made.back() = U'a';
   return made;

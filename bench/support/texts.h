@@ -11,6 +11,9 @@ enum class Script { ascii, cyrillic, greek, cjk, mixed, sparse };  // sparse: on
 /// So many characters; no letter whose case mapping is not its partner at the usual distance.
 std::u32string text(Script script, std::size_t characters);
 
+/// The same of the words of a text of tests/corpus, such as "french", drawn at random.
+std::u32string prose(const std::string& language, std::size_t characters);
+
 std::string utf8(std::u32string_view text);
 
 enum class Notation { decimal, hexadecimal, uEscape, uParen };

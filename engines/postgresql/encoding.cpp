@@ -14,10 +14,20 @@ using engines::Output;
 /// of errors: copying it might raise another one.
 bool caught = false;
 
-/// Calls a conversion procedure so that it reports where it stops. Stores zero-terminated text, and returns the bytes
-/// read or -1 when the procedure raised an error. An error must not jump through the library: its working buffer
-/// would stay behind.
-int call(FmgrInfo* procedure, int source, int target, Input in, char* out) {
+/// Bytes that one call of a procedure converts.
+constexpr std::uint64_t chunkBytes = 256;
+
+/// Room for what a chunk becomes.
+struct Chunk {
+  char bytes[chunkBytes * MAX_CONVERSION_GROWTH + 1];
+  Input text() const { return {reinterpret_cast<const std::uint8_t*>(bytes), std::strlen(bytes)}; }
+};
+
+/// Calls a conversion procedure so that it reports where it stops. Stores what it gives, and returns the bytes read
+/// or -1 when the procedure raised an error. An error must not jump through the library: its working buffer would
+/// stay behind.
+int call(FmgrInfo* procedure, int source, int target, Input in, Chunk* out) {
+  out->bytes[0] = '\0';
   if (caught) return -1;
   MemoryContext const caller = CurrentMemoryContext;
   volatile int read = -1;
@@ -25,7 +35,7 @@ int call(FmgrInfo* procedure, int source, int target, Input in, char* out) {
   {
     engines::callbackRaises();
     read = DatumGetInt32(FunctionCall6(procedure, Int32GetDatum(source), Int32GetDatum(target),
-                                       PointerGetDatum(in.bytes), CStringGetDatum(out),
+                                       PointerGetDatum(in.bytes), CStringGetDatum(out->bytes),
                                        Int32GetDatum(static_cast<int>(in.length)), BoolGetDatum(true)));
   }
   PG_CATCH();
@@ -37,15 +47,6 @@ int call(FmgrInfo* procedure, int source, int target, Input in, char* out) {
   return read;
 }
 
-/// Bytes that one call of a procedure converts.
-constexpr std::uint64_t chunkBytes = 256;
-
-/// Room for what a chunk becomes.
-struct Chunk {
-  char bytes[chunkBytes * MAX_CONVERSION_GROWTH + 1];
-  Input text() const { return {reinterpret_cast<const std::uint8_t*>(bytes), std::strlen(bytes)}; }
-};
-
 /// A chunk may end inside a character: the procedure stops before it, and the next chunk begins with it.
 template <class Form>
 Moved fromMultibyte(const Multibyte& multibyte, Input in, Output out) {
@@ -54,7 +55,7 @@ Moved fromMultibyte(const Multibyte& multibyte, Input in, Output out) {
     const std::uint64_t left = in.length - moved.read;
     const Input source = {in.bytes + moved.read, left < chunkBytes ? left : chunkBytes};
     Chunk chunk;
-    const int read = call(&multibyte.toUtf8, multibyte.encoding, PG_UTF8, source, chunk.bytes);
+    const int read = call(&multibyte.toUtf8, multibyte.encoding, PG_UTF8, source, &chunk);
     if (read <= 0) {
       moved.failure = Failure::unreadable;
       break;
@@ -82,13 +83,14 @@ Input firstCharacter(Input in) {
 /// nothing.
 template <class Form>
 Moved chunkToMultibyte(const Multibyte& multibyte, Input in, Output out) {
-  const engines::WithoutZero<engines::Utf8> target{engines::Utf8{}};
+  const engines::Utf8 unicode{};
+  const engines::WithoutZero<engines::Utf8> target{unicode};
   std::uint8_t utf8[chunkBytes];
   Moved source = engines::convert(Form{}, target, in, {utf8, sizeof utf8});
   if (source.written == 0) return source;
 
   Chunk chunk;
-  const int read = call(&multibyte.fromUtf8, PG_UTF8, multibyte.encoding, {utf8, source.written}, chunk.bytes);
+  const int read = call(&multibyte.fromUtf8, PG_UTF8, multibyte.encoding, {utf8, source.written}, &chunk);
   if (read < 0) return {.failure = Failure::lacking};
   const Input result = chunk.text();
   if (result.length > out.capacity) return {.failure = Failure::outputFull};
@@ -191,7 +193,7 @@ void DatabaseEncoding::fillTable() {
   for (int byte = 0x80; byte <= 0xFF; ++byte) {
     const auto unit = static_cast<std::uint8_t>(byte);
     Chunk chunk;
-    const int read = call(&multibyte_.toUtf8, multibyte_.encoding, PG_UTF8, {&unit, 1}, chunk.bytes);
+    const int read = call(&multibyte_.toUtf8, multibyte_.encoding, PG_UTF8, {&unit, 1}, &chunk);
     raiseWhatWasCaught();
     RQChar character;
     const Input text = chunk.text();

@@ -147,7 +147,7 @@ std::int64_t measure(Bytes text, RQMeasure RQOperations::*operation) {
 
 /// An encoding form by its name.
 struct NamedForm {
-  std::string_view name;
+  const char* name;
   RQTransform RQOperations::*toSession;
   RQPaddedTransform RQOperations::*fromSession;  // null for UTF-8, whose operation has no padding
   std::uint64_t unit;                            // bytes of a code unit
@@ -166,7 +166,7 @@ constexpr std::uint64_t sessionGrowth = 2;
 
 const NamedForm& formOf(Bytes name) {
   for (const NamedForm& form : namedForms)
-    if (form.name == name.view()) return form;
+    if (name.view() == form.name) return form;
   failOnName("form", name, "utf8, utf16le, utf16be, utf32le, utf32be");
 }
 
@@ -203,14 +203,14 @@ std::uint64_t zeroUnitAt(Bytes text, std::uint64_t unit) {
   hex_encode(text.data + at, shown, digits);
   ereport(ERROR, errcode(ERRCODE_CHARACTER_NOT_IN_REPERTOIRE),
           errmsg("bytes 0x%s at offset %llu of the %s are no character of a text", digits,
-                 static_cast<unsigned long long>(at), form.name.data()));
+                 static_cast<unsigned long long>(at), form.name));
   pg_unreachable();
 }
 
 [[noreturn]] void failOnLacking(const NamedForm& form, std::uint64_t at) {
   ereport(ERROR, errcode(ERRCODE_UNTRANSLATABLE_CHARACTER),
           errmsg("the character at offset %llu of the %s has no equivalent in encoding \"%s\"",
-                 static_cast<unsigned long long>(at), form.name.data(), GetDatabaseEncodingName()));
+                 static_cast<unsigned long long>(at), form.name, GetDatabaseEncodingName()));
   pg_unreachable();
 }
 

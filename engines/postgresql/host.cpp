@@ -67,7 +67,9 @@ void makeObject(Backend* made, MemoryContext context) {
 /// Until all is made, the context is a child of the caller's and goes with it when an error is raised.
 Backend* makeBackend() {
   MemoryContext const context = AllocSetContextCreate(CurrentMemoryContext, "rquni", ALLOCSET_SMALL_SIZES);
-  auto* const made = new (MemoryContextAlloc(context, sizeof(Backend))) Backend{};
+  void* const room = MemoryContextAlloc(context, sizeof(Backend));
+  // cppcheck-suppress legacyUninitvar
+  auto* const made = new (room) Backend{};
   made->encoding.prepare(context);
   makeObject(made, context);
   MemoryContextSetParent(context, TopMemoryContext);

@@ -59,18 +59,16 @@ struct MapCase {
   static RQ_INLINE V placeOf(V c) {
     return c & V::splat(blockSize - 1);
   }
-  template <class V>
-  RQ_INLINE V operator()(V c) const {
-    V all[] = {c};
-    mapAll(all);
-    return all[0];
-  }
-  template <class V, std::size_t count>
-  RQ_INLINE void mapAll(V (&c)[count]) const {
-    if constexpr (V::fastLookUp128)
-      mapByBlocks(c);
-    else
+  /// Maps all vectors. With `mayRefuse` returns false, and leaves them as they are, when they hold characters of so
+  /// many blocks that mapping one by one is faster.
+  template <bool mayRefuse, class V, std::size_t count>
+  RQ_INLINE bool mapAll(V (&c)[count]) const {
+    if constexpr (V::fastLookUp128) {
+      return mapByBlocks<mayRefuse>(c);
+    } else {
       for (V& v : c) v = mapByGathering(v);
+      return true;
+    }
   }
   template <class V>
   RQ_INLINE V mapByGathering(V c) const {
@@ -83,18 +81,21 @@ struct MapCase {
     const std::int32_t start = map.meta[block];
     return start < 0 ? result : result + V::lookUp128(map.shift + start, places, open);
   }
-  /// Maps all vectors block by block: text keeps to few blocks, and all vectors share the loaded shifts of a block.
-  template <class V, std::size_t count>
-  RQ_INLINE void mapByBlocks(V (&c)[count]) const {
+  /// mapAll block by block: text keeps to few blocks, and all vectors share the loaded shifts of a block.
+  template <bool mayRefuse, class V, std::size_t count>
+  RQ_INLINE bool mapByBlocks(V (&c)[count]) const {
     typename V::Mask open[count];
     V mapped[count];
     for (std::size_t i = 0; i < count; ++i) open[i] = tabled(c[i]), mapped[i] = ascii(c[i]);
-    for (;;) {
+    for (std::uint64_t blocks = 0;; ++blocks) {
       V next = c[0];
       typename V::Mask rest = open[0];
       for (std::size_t i = 1; i < count; ++i)
         if (!rest.any()) next = c[i], rest = open[i];
       if (!rest.any()) break;
+      // Measured: after one block 4 characters of a vector may be left, after two blocks 2.
+      if (mayRefuse && blocks != 0 && blocks * countOf(open) > 4 * count) [[unlikely]]
+        return false;
       const RQChar block = next.firstSelected(rest) / blockSize;
       const std::int32_t start = map.meta[block];
       for (std::size_t i = 0; i < count; ++i) {
@@ -104,22 +105,19 @@ struct MapCase {
       }
     }
     for (std::size_t i = 0; i < count; ++i) c[i] = mapped[i];
+    return true;
+  }
+  template <class Mask, std::size_t count>
+  static RQ_INLINE std::uint64_t countOf(const Mask (&masks)[count]) {
+    std::uint64_t sum = 0;
+    for (const Mask& mask : masks) sum += mask.count();
+    return sum;
   }
   /// The shifts of characters in several blocks.
   template <class V>
   RQ_INLINE V gathered(typename V::Mask open, V blocks, V places) const {
     const V starts = V::gather(map.meta, blocks, open, V::splat(~RQChar{0}));
     return V::gather(map.shift, starts + places, V::lessEqual(starts, V::splat(INT32_MAX)), V::splat(0));
-  }
-  template <class V>
-  RQ_INLINE void four(V& a, V& b, V& c, V& d) const {
-    if (needsNoTable((a | b) | (c | d))) {
-      a = ascii(a), b = ascii(b), c = ascii(c), d = ascii(d);
-    } else {
-      V all[] = {a, b, c, d};
-      mapAll(all);
-      a = all[0], b = all[1], c = all[2], d = all[3];
-    }
   }
   /// The lanes that differ when `count` vectors of both texts are mapped, as bits.
   template <class V, std::size_t count>
@@ -132,16 +130,52 @@ struct MapCase {
     if (needsNoTable(joined))
       for (V& v : both) v = ascii(v);
     else
-      mapAll(both);
+      mapAll<false>(both);
     std::uint64_t bits = 0;
     for (std::size_t k = 0; k < count; ++k) bits |= (both[k] ^ both[count + k]).bits() << (k * V::lanes);
     return bits;
   }
 };
 
+RQ_INLINE void mapOneByOne(RQChar* p, std::uint64_t n, const CaseMap& caseMap) {
+  for (std::uint64_t i = 0; i < n; ++i) store(p + i, caseMap(load<RQChar>(p + i)));
+}
+
+/// Maps `count` vectors in place.
+template <class V, std::size_t count>
+RQ_INLINE void mapVectors(RQChar* p, const MapCase& mapped) {
+  V all[count], joined = V::splat(0);
+  for (std::size_t k = 0; k < count; ++k) all[k] = V::load(p + k * V::lanes), joined = joined | all[k];
+  if (mapped.needsNoTable(joined))
+    for (V& v : all) v = mapped.ascii(v);
+  else if (!mapped.mapAll<true>(all))
+    return mapOneByOne(p, count * V::lanes, mapped.map);
+  for (std::size_t k = 0; k < count; ++k) all[k].store(p + k * V::lanes);
+}
+
+/// Maps at most 64 bytes of characters, by vectors if they are ASCII.
+RQ_INLINE void mapFew(RQChar* p, std::uint64_t n, const MapCase& mapped) {
+  using V = Vector16<RQChar>;
+  if (n < V::lanes) return mapOneByOne(p, n, mapped.map);
+  const std::uint64_t inner = n / (2 * V::lanes) * V::lanes, last = n - V::lanes;
+  const V a = V::load(p), b = V::load(p + inner), c = V::load(p + last - inner), d = V::load(p + last);
+  if (!mapped.needsNoTable((a | b) | (c | d))) return mapOneByOne(p, n, mapped.map);
+  mapped.ascii(a).store(p);
+  mapped.ascii(b).store(p + inner);
+  mapped.ascii(c).store(p + last - inner);
+  mapped.ascii(d).store(p + last);
+}
+
 template <class V>
 void mapCase(RQChar* p, std::uint64_t n, const CaseMap& caseMap) {
-  map<V>(p, p, n, MapCase{caseMap});
+  const MapCase mapped{caseMap};
+  if (n <= maxShortBytes / sizeof *p) return mapFew(p, n, mapped);
+  V last[] = {V::load(p + n - V::lanes)};  // before a store changes lanes that it shares with the vector before it
+  std::uint64_t i = 0;
+  for (; n - i > 4 * V::lanes; i += 4 * V::lanes) mapVectors<V, 4>(p + i, mapped);
+  for (; n - i > V::lanes; i += V::lanes) mapVectors<V, 1>(p + i, mapped);
+  if (!mapped.mapAll<true>(last)) return mapOneByOne(p + i, n - i, caseMap);
+  last[0].store(p + n - V::lanes);
 }
 
 /// Do `count` vectors of both texts differ?

@@ -13,6 +13,9 @@ namespace {
 /// The bits of the widest mask that one word holds.
 constexpr std::uint64_t maxBits = 64;
 
+/// Beyond this the memory is the limit, and narrower loads get more out of it.
+constexpr std::uint64_t maxWideBytes = 4 << 20;
+
 template <class V>
 concept LoadsPartial = requires(const typename V::Lane* p) {
   V::loadPartial(p, 1);
@@ -52,6 +55,9 @@ RQ_INLINE std::int64_t firstMatchLong(std::uint64_t n, Args... args) {
     }
   }
   if (const std::uint64_t bits = probe.at(0).bits()) return static_cast<std::int64_t>(firstBit(bits));
+  if constexpr (V::bytes == maxShortBytes)
+    if (n > maxWideBytes / sizeof(typename V::Lane)) [[unlikely]]
+      return firstMatchLong<Probe, typename V::Half>(n, args...);
   // Continue at an aligned address, or as near behind one as the alignment of the units allows.
   std::uint64_t i = V::lanes - reinterpret_cast<std::uintptr_t>(probe.p) % V::bytes / sizeof(typename V::Lane);
   for (; n - i >= 4 * V::lanes; i += 4 * V::lanes)
@@ -103,6 +109,9 @@ RQ_INLINE bool anyMatchLong(std::uint64_t n, Args... args) {
     if (n <= four) return (two(0, one) | two(n - 2 * one, n - one)).any();
   }
   if (probe.anyOfFour(0)) return true;
+  if constexpr (V::bytes == maxShortBytes)
+    if (n > maxWideBytes / sizeof(typename V::Lane)) [[unlikely]]
+      return anyMatchLong<Probe, typename V::Half>(n, args...);
   // Continue at an aligned address, or as near behind one as the alignment of the units allows.
   for (std::uint64_t i = four - reinterpret_cast<std::uintptr_t>(probe.p) % V::bytes / sizeof(typename V::Lane);
        i < n - four; i += four)
@@ -126,6 +135,7 @@ struct EqualTo {
   RQ_INLINE auto at(std::uint64_t i) const { return V::equal(V::load(p + i), needle); }
   RQ_INLINE auto partial(std::uint64_t n) const { return V::equal(V::loadPartial(p, n), needle); }
   RQ_INLINE bool anyOfFour(std::uint64_t i) const {
+    if constexpr (V::masksAreVectors) return anyOfFourMatches<EqualTo, V>(*this, i);
     const auto difference = [this, i](std::uint64_t k) { return V::load(p + i + k * V::lanes) ^ needle; };
     return V::anyZero(difference(0), difference(1), difference(2), difference(3));
   }
@@ -311,8 +321,13 @@ RQ_READS_WHOLE_VECTORS std::uint64_t terminatedLength(const U* s) {
   }
   // Four vectors that are aligned together lie within a page as well.
   p = alignedDown(p + V::lanes, 4 * V::bytes);
-  while (!V::anyZero(V::load(p), V::load(p + V::lanes), V::load(p + 2 * V::lanes), V::load(p + 3 * V::lanes)))
+  [[maybe_unused]] const U* const wideEnd = s + maxWideBytes / sizeof(U);
+  while (!V::anyZero(V::load(p), V::load(p + V::lanes), V::load(p + 2 * V::lanes), V::load(p + 3 * V::lanes))) {
     p += 4 * V::lanes;
+    if constexpr (V::bytes == maxShortBytes)
+      if (p > wideEnd) [[unlikely]]
+        return static_cast<std::uint64_t>(p - s) + terminatedLength<typename V::Half>(p);
+  }
   while (!zeros(V::load(p))) p += V::lanes;
   return lengthTo(p, zeros(V::load(p)));
 }

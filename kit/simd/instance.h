@@ -5,6 +5,7 @@
 #include "kit/simd/case.h"
 #include "kit/simd/copy_until.h"
 #include "kit/simd/kernels.h"
+#include "kit/simd/pairs.h"
 #include "kit/simd/width.h"
 
 namespace rq::kit::simd {
@@ -26,6 +27,7 @@ struct Instance {
       .asciiPrefix = asciiPrefix<Vector<U>>,
       .copyUntilPair = copyUntilPair<Copier<U>>,
       .copyWhileBelow = copyWhileBelow<Copier<U>, U>,
+      .listPairs = listPairs<Vector<U>>,
   };
   static constexpr Kernels kernels = {
       .bytes = unitKernels<std::uint8_t>,

@@ -40,6 +40,7 @@ struct UnitKernels {
   std::uint64_t (*asciiPrefix)(const U* p, std::uint64_t n);
   std::uint64_t (*copyUntilPair)(const U* in, std::uint64_t n, U* out, U first, U second, U keep);
   std::uint64_t (*copyWhileBelow)(const U* in, std::uint64_t n, U* out, U stop, U bound);
+  std::uint64_t (*listPairs)(const U* p, std::uint64_t n, U first, U second, U keep, std::uint16_t* places);
 };
 
 struct Kernels {

@@ -11,6 +11,7 @@
 
 #include "frame/types.h"
 #include "kit/ascii.h"
+#include "kit/unaligned.h"
 
 #define RQ_INLINE __attribute__((always_inline)) inline
 
@@ -24,18 +25,8 @@
 namespace rq::kit::simd {
 namespace {
 
-/// The value at `p`, which may lie at any address.
-template <class T>
-RQ_INLINE T load(const void* p) {
-  T value;
-  __builtin_memcpy(&value, p, sizeof value);
-  return value;
-}
-
-template <class T>
-RQ_INLINE void store(void* p, T value) {
-  __builtin_memcpy(p, &value, sizeof value);
-}
+using rq::load;
+using rq::store;
 
 /// `p` moved by a number of bytes.
 template <class T>
@@ -101,6 +92,8 @@ template <class U>
 struct Vector16 {
   using Lane = U;
   static constexpr std::uint64_t bytes = 16, lanes = bytes / sizeof(U);
+  /// Is folding masks as cheap as folding vectors?
+  static constexpr bool masksAreVectors = true;
   /// Is lookUp128 cheaper than a gather?
   static constexpr bool fastLookUp128 = false;
 

@@ -15,6 +15,7 @@ struct Vector32 {
   using Lane = U;
   using Half = Vector16<U>;
   static constexpr std::uint64_t bytes = 32, lanes = bytes / sizeof(U);
+  static constexpr bool masksAreVectors = true;
   static constexpr bool fastLookUp128 = false;
 
   struct Mask {

@@ -14,6 +14,7 @@ struct Vector64 {
   using Lane = U;
   using Half = Vector32<U>;
   static constexpr std::uint64_t bytes = 64, lanes = bytes / sizeof(U);
+  static constexpr bool masksAreVectors = false;
   static constexpr bool fastLookUp128 = true;
 
   struct Mask {

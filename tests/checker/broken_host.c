@@ -11,8 +11,10 @@
 #undef main
 
 static int broken(const char* how) {
-  const char* wished = getenv("RQ_BROKEN");
-  return wished != NULL && strcmp(wished, how) == 0;
+  static const char* wished;
+  if (!wished) wished = getenv("RQ_BROKEN");
+  if (!wished) wished = "";
+  return strcmp(wished, how) == 0;
 }
 
 /* Pools. */
@@ -70,6 +72,7 @@ static RQStatus faultyLookUp(RQContext* context, const RQChar* name, uint64_t le
 static RQStatus faultyQuery(RQNlsServices* nls, int32_t* encoding) {
   const RQStatus status = querySession(nls, encoding);
   if (broken("nls.querySession nothing")) *encoding = -1;
+  if (broken("nls.identifiers")) *encoding = RQ_ENCODING_UTF8;
   return broken("nls.querySession") ? 7 : status;
 }
 
@@ -82,6 +85,12 @@ volatile uint8_t seenBeyond; /* visible, so that the reading is not dropped */
 static RQStatus faultyConvert(RQTranscoder* self, const void* input, uint64_t inputBytes, void* output,
                               uint64_t capacity, uint64_t* produced, uint64_t flags) {
   uint64_t length = 0;
+  const Transcoder* const transcoder = (const Transcoder*)self;
+  if (inputBytes == 4 && transcoder->source == RQ_ENCODING_UTF32_LITTLE) {
+    const RQChar character = readUnit(RQ_ENCODING_UTF32_LITTLE, input);
+    if (broken("transcoder.zero") && character == 0) return *produced = 0, FAILED;
+    if (broken("transcoder.returns") && character == 0xDC00) abort();
+  }
   if (broken("transcoder.input")) seenBeyond = ((const volatile uint8_t*)input)[inputBytes];
   if (broken("transcoder.destroy") && destroyed > 0) inputBytes = 0;
   const int wasStuck = stuck == self;
@@ -93,7 +102,35 @@ static RQStatus faultyConvert(RQTranscoder* self, const void* input, uint64_t in
     sched_yield();
     input = &shared;
   }
-  const RQStatus status = convert(self, input, inputBytes, output, capacity, &length, flags);
+  const int toSession = transcoder->target == ISO_8859_1 && transcoder->source != ISO_8859_1;
+  RQStatus status = convert(self, input, inputBytes, output, capacity, &length, flags);
+  if (inputBytes == 4 && transcoder->source == RQ_ENCODING_UTF32_LITTLE && toSession) {
+    RQChar c;
+    memcpy(&c, input, 4);
+    if (broken("transcoder.roundTrip") && c == 0xE0) *(uint8_t*)output = 0xE1;
+    if (broken("transcoder.roundTrip table") && c >= 0xC0 && c <= 0xDF && c != 0xC9) ++*(uint8_t*)output;
+    if (broken("transcoder.roundTrip abort") && c == 0x491) abort();
+    if (broken("transcoder.roundTrip half") && c == 0xF1) *(uint8_t*)output = 0x81, length = 1;
+    if (broken("transcoder.roundTrip substitution") && status != RQ_SUCCESS && c <= 0x10FFFF && capacity > 0) {
+      *(uint8_t*)output = '?';
+      length = 1;
+      status = RQ_SUCCESS;
+    }
+    if (broken("transcoder.roundTrip hang")) {
+      while (c == 0x2028) sched_yield();
+    }
+  }
+  if (transcoder->source == ISO_8859_1 && inputBytes == 2) {
+    const uint8_t* const bytes = (const uint8_t*)input;
+    if (broken("transcoder.bytes") && bytes[0] == 0xF0 && bytes[1] == 'A') abort();
+  }
+  if (broken("transcoder.long") && inputBytes > 1024 && !toSession && status == RQ_SUCCESS) *(uint8_t*)output ^= 1;
+  if (broken("transcoder.long cut") && inputBytes > 4096 && toSession && status == RQ_SUCCESS) --length;
+  if (broken("transcoder.status failure") && status == RQ_SUCCESS && length == 7 && inputBytes == 14) status = FAILED;
+  if (broken("transcoder.status full") && status == RQ_SUCCESS && length > 1 && length == capacity) status = FAILED;
+  if (broken("transcoder.status invalid") && inputBytes == 2 && memcmp(input, "A\xFF", 2) == 0) {
+    status = RQ_SUCCESS;
+  }
   if (status == RQ_SUCCESS || !broken("transcoder.length")) *produced = length;
   if (status == RQ_SUCCESS) return status;
   if (broken("transcoder.capacity")) ((uint8_t*)output)[capacity] = 0;
@@ -112,6 +149,12 @@ static RQStatus faultyDestroy(RQTranscoder* transcoder) {
 
 static RQTranscoder* faultyCreate(RQNlsServices* nls, uint64_t source, uint64_t target, uint64_t a, uint64_t b) {
   if (broken("nls.createTranscoder") && target == RQ_ENCODING_UTF16_BIG) return NULL;
+  if (broken("nls.identifiers")) {
+    static int leavesSession; /* where both are UTF-8, the way in is made first */
+    const int isOut = source == target ? leavesSession : source == RQ_ENCODING_UTF8;
+    if (source == target) leavesSession = !leavesSession;
+    *(isOut ? &source : &target) = ISO_8859_1;
+  }
   if (broken("transcoder.forms") && target == RQ_ENCODING_UTF16_BIG) target = RQ_ENCODING_UTF16_LITTLE;
   RQTranscoder* const transcoder = createTranscoder(nls, source, target, a, b);
   transcoder->convert = faultyConvert;

@@ -38,8 +38,16 @@ class Decode(ToolTest):
             self.assertEqual(self.succeed("decode", notation, text=plain), plain)
             self.assertEqual(self.succeed("decode", notation, text=b""), b"")
 
-    def test_bytes_that_are_no_text_pass(self):
-        self.assertEqual(self.succeed("decode", "ncr", text=b"\xff&#65;\xfe"), b"\xffA\xfe")
+    def test_bytes_that_are_no_text_are_refused_or_pass_on_wish(self):
+        self.fail_with(DATA, "invalid bytes FF at offset 0, line 1, column 1", "decode", "ncr", text=b"\xff&#65;\xfe")
+        self.assertEqual(self.succeed("decode", "ncr", "--invalid=keep", text=b"\xff&#65;\xfe"), b"\xffA\xfe")
+        self.fail_with(DATA, "ends inside a character", "decode", "uesc", text="é".encode()[:1])
+        cp1251 = self.file("cp1251", "Привет \\u0416\n".encode("cp1251"))
+        before = open(cp1251, "rb").read()
+        self.fail_with(DATA, "not valid in UTF-8", "decode", "uesc", "-i", cp1251)
+        self.assertEqual(open(cp1251, "rb").read(), before)
+        self.succeed("decode", "uesc", "-i", "-s", "windows-1251", cp1251)
+        self.assertEqual(open(cp1251, "rb").read(), "Привет Ж\n".encode("cp1251"))
 
     def test_lines_are_texts_of_their_own(self):
         text = b"&#65\n;&#66;\r\n\n&#67;"
@@ -182,6 +190,11 @@ class Measures(ToolTest):
         self.assertEqual(self.succeed("width", "--lines", text=text), b"1\t6\n2\t0\n3\t2\n4\t4\n")
         path = self.file("in", text)
         self.assertEqual(self.succeed("width", "--lines", path, path).splitlines()[4], f"{path}\t1\t6".encode())
+
+    def test_carriage_return_and_line_feed_end_a_line_together(self):
+        self.assertEqual(self.succeed("width", "--lines", text="日本\r\n\r\nab  \r\nc\r".encode()), b"1\t4\n2\t0\n3\t2\n4\t2\n")
+        self.assertEqual(self.succeed("length", "--lines", "-s", "UTF-16LE", text="ab\r\nc\n".encode("utf-16-le")), b"1\t2\n2\t1\n")
+        self.assertEqual(self.succeed("width", text=b"ab\r\n"), b"4\n")
 
     def test_json(self):
         path = self.file("in", "日本\nx".encode())

@@ -1,6 +1,7 @@
 """--in-place: the file holds the whole old text or the whole new one, whatever happens."""
 
 import os
+import pathlib
 import random
 import resource
 import signal
@@ -378,6 +379,38 @@ class Interrupted(ToolTest):
         self.assertEqual(self.ended(process),
                          (SYSTEM, f"rqtext: cannot edit {path}: it was changed meanwhile\n".encode()))
         self.assertTrue(path.read_bytes().startswith(b"SOMEBODY"))
+
+
+class Backups(ToolTest):
+    def test_the_old_text_stays_under_the_name_with_the_suffix(self):
+        for option in ("-i.bak", "--in-place=.bak"):
+            path = self.file("text", b"&#65;")
+            self.succeed("decode", "ncr", option, path)
+            self.assertEqual((pathlib.Path(path).read_bytes(), pathlib.Path(path + ".bak").read_bytes()), (b"A", b"&#65;"))
+        self.succeed("decode", "ncr", "-i.bak", path)
+        self.assertEqual(pathlib.Path(path + ".bak").read_bytes(), b"A")
+        self.assertEqual(sorted(p.name for p in self.folder.iterdir()), ["text", "text.bak"])
+
+    def test_a_problem_leaves_no_backup(self):
+        path = self.file("text", b"\xff")
+        self.fail_with(DATA, "invalid bytes", "decode", "ncr", "-i.bak", path)
+        self.assertEqual([p.name for p in self.folder.iterdir()], ["text"])
+        self.fail_with(USAGE, "must not contain a slash", "decode", "ncr", "--in-place=/x", path)
+
+
+class KeepGoing(ToolTest):
+    def test_in_place_all_but_those_with_a_problem(self):
+        paths = [self.file(name, text) for name, text in (("1", b"&#65;"), ("2", b"\xff"), ("3", b"&#66;"), ("4", b"x\xfe"))]
+        result = self.fail_with(DATA, f"{paths[1]}: invalid bytes FF", "decode", "ncr", "-i", "--keep-going", *paths)
+        self.assertIn(f"rqtext: {paths[3]}: invalid bytes FE".encode(), result.stderr)
+        self.assertEqual(result.stderr.count(b"\n"), 2)
+        self.assertEqual([pathlib.Path(path).read_bytes() for path in paths], [b"A", b"\xff", b"B", b"x\xfe"])
+
+    def test_into_one_output(self):
+        good, bad = self.file("good", b"&#65;"), self.file("bad", b"\xff")
+        result = self.fail_with(DATA, "cannot read /nonexistent", "decode", "ncr", "--keep-going", good, bad, "/nonexistent", good)
+        self.assertEqual(result.stdout, b"AA")
+        self.fail_with(SYSTEM, "cannot write", "decode", "ncr", "--keep-going", good, good, "-o", "/dev/full")
 
 
 if __name__ == "__main__":

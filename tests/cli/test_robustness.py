@@ -83,14 +83,17 @@ class Inputs(ToolTest):
     def test_more_than_memory_holds(self):
         path = self.folder / "huge"
         with open(path, "wb") as file:
+            file.write(b"&#")  # a reference that is open until its ';'
             file.truncate(1 << 40)
         limit = 1 << 30
-        self.fail_with(SYSTEM, f"cannot read {path}: not enough memory for 1099511627776 bytes", "to", "utf8", str(path),
-                       preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (limit, limit)))
+        limited = {"preexec_fn": lambda: resource.setrlimit(resource.RLIMIT_AS, (limit, limit))}
+        self.fail_with(SYSTEM, f"cannot read {path}: not enough memory for ", "decode", "ncr", str(path), **limited)
+        self.fail_with(SYSTEM, "; --lines takes each line alone", "decode", "ncr", str(path), **limited)
+        self.fail_with(SYSTEM, f"cannot read {path}: not enough memory for 1099511627776 bytes", "to", "utf16be", "--pad", "8",
+                       str(path), **limited)
         with open(path, "wb") as file:
             file.truncate(400 << 20)
-        self.fail_with(SYSTEM, "not enough memory", "encode", "uparen", str(path),
-                       preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_AS, (limit, limit)))
+        self.succeed("encode", "uparen", "-o", "/dev/null", str(path), **limited)
 
     def test_an_input_that_is_the_output(self):
         path = self.file("text", b"text\n")
@@ -179,6 +182,13 @@ class JsonRows(ToolTest):
             self.assertTrue(rows)
             keys = {tuple(json.loads(row)) for row in rows}
             self.assertEqual(len(keys), 1, "every row has the same members")
+
+    def test_control_characters_of_names_are_shown_escaped(self):
+        path = self.file("a\n\x1b[31mb", b"\xff")
+        shown = path.replace("\n", "\\x0A").replace("\x1b", "\\x1B")
+        self.fail_with(DATA, f"rqtext: {shown}: invalid bytes FF", "to", "utf8", path)
+        self.fail_with(SYSTEM, f"cannot read {shown}x: No such file", "to", "utf8", path + "x")
+        self.fail_with(SYSTEM, f"cannot edit {shown}x: No such file", "decode", "ncr", "-i", path + "x")
 
     def test_names_that_are_no_text(self):
         path = os.fsencode(self.folder) + b"/\xff\xfe"

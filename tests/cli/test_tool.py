@@ -1,9 +1,11 @@
 """What all commands share: usage, files, exit codes, information, progress."""
 
+import contextlib
 import json
 import os
 import pathlib
 import pty
+import re
 import subprocess
 import time
 import unittest
@@ -32,6 +34,36 @@ class Usage(ToolTest):
                 ("--pad", ["from", "utf16be", "--pad", "4"]), ("--explain", ["encode", "ncr", "--explain"])):
             result = self.fail_with(USAGE, message, *arguments, library=False)
             self.assertEqual(result.stdout, b"")
+
+    def test_near_words_are_suggested_and_choices_listed(self):
+        for message, arguments in (
+                ("unknown command 'decde', did you mean decode?", ["decde"]),
+                ("unknown command 'frobnicate'\n", ["frobnicate"]),
+                ("unknown option '--sesion', did you mean --session?", ["to", "utf8", "--sesion", "x"]),
+                ("unknown option '--inplace', did you mean --in-place?", ["to", "utf8", "--inplace"]),
+                ("unknown form 'utf9', did you mean utf8?\nChoose one of: utf8, utf16be, utf16le, utf32be, utf32le", ["to", "utf9"]),
+                ("unknown notation 'NCR'", ["decode", "NCR"]),
+                ("unknown notation 'uese', did you mean uesc?\nChoose one of: ncr, uesc, uparen", ["encode", "uese"]),
+                ("unknown flavour 'x'", ["to", "utf8", "--flavour", "x"]),
+                ("unexpected argument 'x'", ["encodings", "x"]),
+                ("rqtext encodings lists all", ["to", "utf8", "-s", "nonsense"])):
+            self.fail_with(USAGE, message, *arguments, library=False)
+
+    def test_help_says_what_a_user_needs(self):
+        self.assertEqual(self.succeed("help", library=False), self.succeed("--help", library=False))
+        for command in ("from", "to", "decode", "encode", "length", "width", "info", "encodings", "check-host"):
+            text = self.succeed(command, "--help", library=False).decode()
+            self.assertEqual(self.succeed("help", command, library=False).decode(), text)
+            self.assertEqual(text.count("\n  $ "), 2, command)
+            for word in ("INT", "Excludes", "Needs", "REQUIRED", "TEXT"):
+                self.assertNotIn(word, text)
+        self.assertIn("&#233;", self.succeed("help", "decode", library=False).decode())
+        self.assertEqual(self.succeed("-V"), self.succeed("--version"))
+
+    def test_quiet(self):
+        for option in ("-q", "--quiet"):
+            result = run("to", "utf8", option, text=b"\xff")
+            self.assertEqual((result.returncode, result.stdout, result.stderr), (DATA, b"", b""))
 
     def test_unknown_session_with_near_names(self):
         result = self.fail_with(USAGE, "encoding 'ISO-8858-1' is unknown; similar names: ", "to", "utf8", "-s", "ISO-8858-1")
@@ -88,8 +120,11 @@ class Files(ToolTest):
         process = subprocess.Popen([TOOL, "to", "utf32be", "--library", LIBRARY], stdin=subprocess.PIPE,
                                    stdout=subprocess.PIPE, stderr=subprocess.PIPE)
         process.stdout.close()
-        process.stdin.write(b"x" * 1_000_000)
-        process.stdin.close()
+        # The tool may leave while there is still something to write to it.
+        with contextlib.suppress(BrokenPipeError):
+            process.stdin.write(b"x" * 1_000_000)
+        with contextlib.suppress(BrokenPipeError):
+            process.stdin.close()
         self.assertEqual(process.stderr.read(), b"")
         process.stderr.close()
         self.assertEqual(process.wait(), SYSTEM)
@@ -145,7 +180,18 @@ class Information(ToolTest):
         self.assertRegex(lines["version stamp"], r"^V\.{:0>2}\.{:0>2}M{}P\d{{8}}$".format(*VERSION.split(".")))
         self.assertEqual(lines["stream"], "rqu/lib-rb{:0>2}{:0>2}{}".format(*VERSION.split(".")))
         self.assertRegex(lines["build date"], r"^\w{3} \w{3} [ \d]\d \d\d:\d\d:\d\d UTC \d{4}$")
-        self.assertEqual(json.loads(self.succeed("info", "--json")), lines)
+        facts = json.loads(self.succeed("info", "--json"))
+        self.assertIsInstance(facts["build_time"], int)
+        self.assertEqual({name.replace("_", " "): str(value) for name, value in facts.items()}, lines)
+        self.assertFalse([name for name in facts if not re.fullmatch("[a-z_]+", name)])
+
+    def test_info_names_the_kernels(self):
+        def kernels(wish):
+            lines = self.succeed("info", env={**os.environ, "RQUNI_KERNELS": wish}).decode().splitlines()
+            return next(line for line in lines if line.startswith("kernels: "))
+        self.assertRegex(kernels(""), "^kernels: (sse2|avx2|avx512)$")
+        self.assertEqual(kernels("sse2"), "kernels: sse2, by RQUNI_KERNELS")
+        self.assertIn("asks for foo, which is none of sse2, avx2 and avx512", kernels("foo"))
 
     def test_encodings(self):
         rows = [line.split("\t") for line in self.succeed("encodings").decode().splitlines()]

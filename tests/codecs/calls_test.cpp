@@ -322,7 +322,7 @@ TEST_P(Calls, InputEndsAtAGuardPageAndOutputHasExactlyItsSlack) {
           }
 }
 
-// What encoders store ahead of their place is covered by what they write next, or not stored at all.
+// Encoders may store ahead of their place only bytes that the next ones cover.
 TEST(Encoders, WriteNothingBehindTheLengthThatTheyReport) {
   constexpr std::u32string_view whole =
       U"\u0434\u0432 \u0430\u0431 \u4E00\u00E9 \\\u0433 \u0434, x\U0001F600\u0435 \u0436 \u0437\u0437 <\u0437 a";

@@ -4,6 +4,8 @@
  *   rq_differential case FAMILY NUMBER                repeats one of those cases
  *   rq_differential all LENGTH CAPACITY               all texts of up to LENGTH pieces of a small alphabet for each
  *                                                     codec and measure, with all capacities up to CAPACITY
+ *   rq_differential letters LENGTH                    all texts of up to LENGTH letters of a larger alphabet, with
+ *                                                     every capacity up to the longest output
  *   rq_differential replay FAMILY INPUT|FOLDER        one input of a fuzzer, or a folder of them
  *   rq_differential families                          the names of the families
  *   rq_differential names                             the exported names and slots that the families call
@@ -137,9 +139,19 @@ int repeatCase(const Family& family, std::uint64_t number) {
   return 0;
 }
 
+bool countCase(const Case& test) {
+  return count([&] { checkCase(test); });
+}
+
 int all(unsigned length, std::uint64_t capacity) {
   running = {"all " + std::to_string(length), capacity, true};
-  forEachShortText(length, capacity, [](const Case& test) { return count([&] { checkCase(test); }); });
+  forEachTextOfPieces(length, capacity, countCase);
+  return 0;
+}
+
+int letters(unsigned length) {
+  running = {"letters", length, true};
+  forEachTextOfLetters(length, countCase);
   return 0;
 }
 
@@ -147,7 +159,7 @@ int all(unsigned length, std::uint64_t capacity) {
 std::vector<std::uint8_t> contentsOf(const std::string& path) {
   std::vector<std::uint8_t> bytes(1 << 16);
   std::FILE* const file = std::fopen(path.c_str(), "rb");
-  if (file == nullptr) return std::perror(path.c_str()), std::exit(2), bytes;
+  if (!file) return std::perror(path.c_str()), std::exit(2), bytes;
   bytes.resize(std::fread(bytes.data(), 1, bytes.size(), file));
   std::fclose(file);
   return bytes;
@@ -189,7 +201,7 @@ int printNames() {
 int usage() {
   std::fprintf(stderr,
                "usage: rq_differential random SEED SECONDS [FAMILY...] | case FAMILY NUMBER | all LENGTH CAPACITY |\n"
-               "       replay FAMILY INPUT|FOLDER | families | names\nfamilies:");
+               "       letters LENGTH | replay FAMILY INPUT|FOLDER | families | names\nfamilies:");
   for (const Family& family : allFamilies()) std::fprintf(stderr, " %s", family.name);
   std::fputc('\n', stderr);
   return 2;
@@ -203,7 +215,7 @@ int run(const std::vector<const char*>& arguments) {
   const std::size_t begin = mode == "random" ? 3 : 1;
   const std::size_t end = mode == "random" ? count : mode == "case" || mode == "replay" ? 2 : 0;
   for (std::size_t i = begin; i < end && i < count; ++i)
-    if (families.push_back(familyNamed(arguments[i])); families.back() == nullptr) return usage();
+    if (families.push_back(familyNamed(arguments[i])); !families.back()) return usage();
 
   if (mode == "families" && count == 1) return printFamilies();
   if (mode == "names" && count == 1) return printNames();
@@ -214,6 +226,8 @@ int run(const std::vector<const char*>& arguments) {
     result = repeatCase(*families[0], number(2));
   else if (mode == "all" && count == 3)
     result = all(static_cast<unsigned>(number(1)), number(2));
+  else if (mode == "letters" && count == 2)
+    result = letters(static_cast<unsigned>(number(1)));
   else if (mode == "replay" && count == 3)
     result = replay(*families[0], arguments[2]);
   else

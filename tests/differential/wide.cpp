@@ -36,7 +36,7 @@ void checkCase(const char* name, Choices& choices) {
   const Chars text = unitsIn<RQChar>(choices, first());
   RQChar* const copy = expected.of(text);
   RQCaseService* const service = host.kernel()->caseService;
-  std::size_t questions = 0;
+  std::size_t requests = 0;
   routine(text.at, lengthOf(text));
   for (std::uint64_t i = 0; i < text.n; ++i) {
     const RQChar c = copy[i];
@@ -44,12 +44,12 @@ void checkCase(const char* name, Choices& choices) {
       copy[i] = map(c);
       continue;
     }
-    expect(questions < host.calls.size() && host.calls[questions].service == asked &&
-               host.calls[questions].arguments[1] == c && host.calls[questions].arguments[2] == 1,
-           "the questions to the case service", name);
-    ++questions;
+    expect(requests < host.calls.size() && host.calls[requests].service == asked &&
+               host.calls[requests].arguments[1] == c && host.calls[requests].arguments[2] == 1,
+           "the calls of the case service", name);
+    ++requests;
   }
-  expect(host.calls.size() == questions, "more questions to the case service", name);
+  expect(host.calls.size() == requests, "more calls of the case service", name);
   if (service)
     for (std::uint64_t i = 0; i < text.n; ++i)
       if (copy[i] >= 0x80)

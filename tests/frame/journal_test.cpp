@@ -85,7 +85,7 @@ TEST_F(Bridges, StatusToJnlWithoutFurtherArgumentsHasAnEmptyList) {
   expectCall(Service::statusToJnl, 3, u64{4}, u64{0x803FC002});
 }
 
-// What arrived at slot 12.
+// The arguments that slot 12 got.
 struct Arrival {
   RQJournal* journal;
   u64 integers[14];

@@ -28,7 +28,7 @@ TEST(Loading, WorksWithoutAnEnvironment) {
   dlclose(library);
 }
 
-// There is no kernel to ask for a pool yet: hosts must register first, and rquni does not look.
+// Without a registered kernel there is no pool. Hosts must register first: rquni does not check it.
 TEST(LoadingDeathTest, AnObjectBeforeRegistrationFaults) {
   void* library = dlopen(RQ_LIBRARY_PATH, RTLD_NOW | RTLD_LOCAL);
   ASSERT_NE(library, nullptr) << dlerror();

@@ -1,5 +1,5 @@
-/* Two copies of the library in one process, the first of them loaded for everybody (RTLD_GLOBAL): what the second one
- * refers to of its own functions must be its own. */
+/* Two copies of the library in one process, the first one loaded for everybody (RTLD_GLOBAL): each must use its own
+ * functions. */
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
@@ -7,7 +7,7 @@
 #include <filesystem>
 #include <string>
 
-#include "frame/rquni.h"
+#include "tests/model/library.h"
 #include "tests/model/mock_host.h"
 
 namespace rq::test {
@@ -16,36 +16,29 @@ namespace {
 /// The library under another file name, so that the loader takes it for another one.
 class Copy {
  public:
-  Copy(const std::string& name, int flags) : path_(testing::TempDir() + name) {
-    std::filesystem::copy_file(RQ_LIBRARY_PATH, path_, std::filesystem::copy_options::overwrite_existing);
-    handle_ = dlopen(path_.c_str(), RTLD_NOW | flags);
-    if (!handle_) ADD_FAILURE() << dlerror();
-  }
-  ~Copy() {
-    if (handle_) dlclose(handle_);
-    std::filesystem::remove(path_);
-  }
-  Copy(const Copy&) = delete;
-  Copy& operator=(const Copy&) = delete;
+  Copy(const std::string& name, int flags) : file_(testing::TempDir() + name), library_(file_.path.c_str(), flags) {}
 
-  bool isLoaded() const { return handle_ != nullptr; }
-  template <class T>
-  T symbol(const char* name) const {
-    return reinterpret_cast<T>(dlsym(handle_, name));
-  }
   RQInterface* makeObject(MockHost& host) const {
-    symbol<RQStatus (*)(RQKernel*)>("rqextent")(host.kernel());
-    return symbol<RQInterface* (*)(RQContext*, RQJournal*)>("rquni")(host.context(), host.journal());
+    library_.rqextent(host.kernel());
+    return library_.rquni(host.context(), host.journal());
   }
   /// Whether code or data at `address` belongs to this copy.
   bool holds(const void* address) const {
     Dl_info info;
-    return dladdr(address, &info) != 0 && path_ == info.dli_fname;
+    return dladdr(address, &info) != 0 && file_.path == info.dli_fname;
   }
 
  private:
-  std::string path_;
-  void* handle_;
+  struct File {
+    explicit File(const std::string& name) : path(name) {
+      std::filesystem::copy_file(RQ_LIBRARY_PATH, path, std::filesystem::copy_options::overwrite_existing);
+    }
+    ~File() { std::filesystem::remove(path); }
+    const std::string path;
+  };
+
+  const File file_;
+  const Library library_;
 };
 
 /// The function in word `index` of an object.
@@ -56,8 +49,7 @@ const void* wordOf(const RQInterface* object, std::size_t index) {
 }
 
 TEST(TwoCopies, EverySlotLeadsIntoTheCopyThatMadeTheObject) {
-  const Copy first("rquni_first.so", RTLD_GLOBAL), second("rquni_second.so", RTLD_LOCAL);
-  ASSERT_TRUE(first.isLoaded() && second.isLoaded());
+  const Copy first("rquni_first.so", RTLD_NOW | RTLD_GLOBAL), second("rquni_second.so", RTLD_NOW | RTLD_LOCAL);
   for (const Copy* copy : {&first, &second}) {
     MockHost host;
     RQInterface* const object = copy->makeObject(host);

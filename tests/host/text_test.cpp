@@ -1,5 +1,7 @@
 #include "host/text.h"
 
+#include <random>
+
 #include "tests/host/support.h"
 
 namespace rq::test {
@@ -29,6 +31,10 @@ TEST(TextTest, SaysWhereAndWhyATextIsInvalid) {
             "character U+1F600 at offset 5, line 3, column 2 does not exist in ISO-8859-1");
   EXPECT_EQ(problemOf("Shift_JIS", "UTF-8", "\x93\xFA\x93\x01"),
             "invalid bytes 93 at offset 2, line 1, column 2: not valid in ibm-943_P15A-2003");
+  EXPECT_EQ(problemOf("gsm-03.38-2009", "UTF-8", "ab\x80z"),
+            "invalid bytes 80 at offset 2, line 1, column 3: not valid in gsm-03.38-2009");
+  EXPECT_EQ(problemOf("gsm-03.38-2009", "UTF-8", "a\x1B\x99"),
+            "invalid bytes 99 at offset 2, line 1, column 3: not valid in gsm-03.38-2009");
   EXPECT_EQ(problemOf("ISO-2022-JP", "ISO-8859-1", "a\x1B$BF|\x1B(B").substr(0, 16), "character U+65E5");
 }
 
@@ -39,6 +45,27 @@ TEST(TextTest, FindsProblemsBehindManyPieces) {
   for (const char* target : {"UTF-8", "GB18030"}) {
     EXPECT_EQ(problemOf("UTF-8", target, text),
               "invalid bytes C0 at offset 20001, line 5001, column 2: not valid in UTF-8");
+  }
+}
+
+/// Whatever does not convert has a place, in every encoding.
+TEST(TextTest, FindsAProblemWhereAConversionFails) {
+  std::mt19937 random(1);
+  const host::Codec& utf8 = codecNamed("UTF-8");
+  for (const host::Encoding& encoding : host::encodings()) {
+    const host::Codec& codec = *host::codecOf(encoding.identifier);
+    for (int round = 0; round < 300; ++round) {
+      std::string text = "ab";
+      for (auto length = random() % 6; length > 0; --length) {
+        text += static_cast<char>(random() % (round % 2 == 0 ? 256 : 128));
+      }
+      const bool converts = host::convertAll(codec, utf8, bytesOf(text)).has_value();
+      const auto problem = host::findProblem(codec, utf8, bytesOf(text));
+      ASSERT_EQ(problem.has_value(), !converts) << encoding.name << ", round " << round;
+      if (!problem) continue;
+      EXPECT_LT(problem->position.offset, text.size()) << encoding.name;
+      EXPECT_FALSE(problem->bytes.empty()) << encoding.name;
+    }
   }
 }
 

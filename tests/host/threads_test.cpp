@@ -1,5 +1,8 @@
+#include <barrier>
+#include <functional>
 #include <thread>
 
+#include "host/text_session.h"
 #include "tests/host/support.h"
 #include "tests/host/wrapping_host.h"
 
@@ -37,6 +40,43 @@ TEST_P(SharedObject, ServesThreadsAtOnce) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Sessions, SharedObject, testing::Values("UTF-8", "Shift_JIS", "ISO-2022-JP", "UTF-7"));
+
+/// Runs `work` in eight threads that begin at the same time.
+void inThreads(const std::function<void(std::size_t number)>& work) {
+  constexpr std::size_t count = 8;
+  std::barrier start(count);
+  std::vector<std::thread> threads;
+  for (std::size_t number = 0; number < count; ++number) {
+    threads.emplace_back([&, number] {
+      start.arrive_and_wait();
+      work(number);
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+}
+
+TEST(ThreadsTest, MakeEachCodecOnce) {
+  const std::vector<host::Encoding>& all = host::encodings();
+  std::vector<std::array<const host::Codec*, 8>> made(all.size());
+  inThreads([&](std::size_t number) {
+    for (std::size_t i = 0; i < all.size(); ++i) made[i][number] = host::codecOf(all[i].identifier);
+  });
+  for (std::size_t i = 0; i < all.size(); ++i) {
+    ASSERT_NE(made[i][0], nullptr) << all[i].name;
+    for (const host::Codec* codec : made[i]) EXPECT_EQ(codec, made[i][0]) << all[i].name;
+  }
+}
+
+/// The library does not lock: registration and making an object are the host's to keep apart.
+TEST(ThreadsTest, RegisterOneAfterTheOther) {
+  const auto library = host::Library::open(RQ_WATCHFUL_LIBRARY);
+  ASSERT_TRUE(library) << library.error().text;
+  inThreads([](std::size_t) {
+    for (int round = 0; round < 3; ++round) EXPECT_FALSE(host::TextSession::open("UTF-8", RQ_WATCHFUL_LIBRARY));
+  });
+  EXPECT_EQ((*(*library).symbol<int()>("overlaps"))(), 0);
+  EXPECT_EQ((*(*library).symbol<int()>("calls"))(), 8 * 3 * 2);
+}
 
 TEST(ThreadsTest, SessionsAndRecordsAtOnce) {
   const host::Library library = loadLibrary();

@@ -170,6 +170,41 @@ TEST(Transcoder, ConvertsTextsLongerThanAPiece) {
   }
 }
 
+class Pieces : public testing::TestWithParam<const char*> {};
+
+/// A text that ends, or whose character beyond U+FFFF begins, just before, at and behind the end of a piece.
+TEST_P(Pieces, MeetAtEveryCharacter) {
+  constexpr std::size_t piece = host::Codec::pieceCharacters;
+  for (std::size_t before = piece - 3; before <= piece + 1; ++before) {
+    for (const char* end : {"", "\U0001F600", "\U0001F600\U00010000z"}) {
+      const std::string text = std::string(before, 'x') + end;
+      const Converted there = convert("UTF-8", GetParam(), text, 8 * text.size());
+      ASSERT_EQ(there.outcome, Outcome::done) << before << end;
+      EXPECT_EQ(convert(GetParam(), "UTF-8", there.bytes, text.size()).outcome, Outcome::done) << before << end;
+      EXPECT_TRUE(convert(GetParam(), "UTF-8", there.bytes, text.size()).bytes == text) << before << end;
+      const Converted exact = convert("UTF-8", GetParam(), text, there.bytes.size());
+      EXPECT_EQ(exact.outcome, Outcome::done) << before << end;
+      EXPECT_TRUE(exact.bytes == there.bytes) << before << end;
+    }
+  }
+}
+
+/// A piece that is exactly full at the end of the text ends the text.
+TEST_P(Pieces, EndWithTheTextWhenExactlyFull) {
+  for (const std::size_t length : {std::size_t{1}, std::size_t{2}, std::size_t{15}, host::Codec::pieceCharacters}) {
+    const std::string text = convert("UTF-8", GetParam(), std::string(length, 'x'), 8 * length + 8).bytes;
+    std::vector<char32_t> room(length);
+    const host::Step step = codecNamed(GetParam()).decode(bytesOf(text), room, true);
+    EXPECT_EQ(step.outcome, Outcome::done) << length;
+    EXPECT_EQ(step.produced, length);
+    EXPECT_EQ(step.consumed, text.size());
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(Encodings, Pieces,
+                         testing::Values("UTF-8", "UTF-16BE", "UTF-16LE", "UTF-32BE", "UTF-32LE", "GB18030", "UTF-7",
+                                         "SCSU", "BOCU-1", "CESU-8"));
+
 TEST(Transcoder, EverySingleByteEncodingRoundTripsItsBytes) {
   int checked = 0;
   for (const host::Encoding& encoding : host::encodings()) {

@@ -57,7 +57,7 @@ using BothUnits = testing::Types<Byte, RQChar>;
 TYPED_TEST_SUITE(Units, BothUnits);
 
 // Each length at each place, one hit or none; the units outside hold hits, which must not be seen.
-TYPED_TEST(Units, scanFindsTheFirstInEveryShape) {
+TYPED_TEST(Units, ScanFindsTheFirstInEveryShape) {
   using U = TypeParam;
   forEachShape<U>(this->pages, [&](std::size_t n, std::size_t offset) {
     std::memset(this->pages.begin(), 0, this->pages.size());
@@ -73,7 +73,7 @@ TYPED_TEST(Units, scanFindsTheFirstInEveryShape) {
   });
 }
 
-TYPED_TEST(Units, scanFindsEveryPosition) {
+TYPED_TEST(Units, ScanFindsEveryPosition) {
   using U = TypeParam;
   for (const std::size_t offset : Sizes{0, 1, 3, 4, 17, 60}) {
     U* const p = this->at(offset);
@@ -88,7 +88,7 @@ TYPED_TEST(Units, scanFindsEveryPosition) {
   }
 }
 
-TYPED_TEST(Units, notScanAndAllEqualFindTheFirstDifferenceInEveryShape) {
+TYPED_TEST(Units, NotScanAndAllEqualFindTheFirstDifferenceInEveryShape) {
   using U = TypeParam;
   forEachShape<U>(this->pages, [&](std::size_t n, std::size_t offset) {
     std::memset(this->pages.begin(), 0xA5, this->pages.size());
@@ -107,7 +107,7 @@ TYPED_TEST(Units, notScanAndAllEqualFindTheFirstDifferenceInEveryShape) {
   });
 }
 
-TYPED_TEST(Units, notScanFindsEveryPosition) {
+TYPED_TEST(Units, NotScanFindsEveryPosition) {
   using U = TypeParam;
   for (const std::size_t offset : Sizes{0, 2, 5, 33}) {
     U* const p = this->at(offset);
@@ -122,7 +122,7 @@ TYPED_TEST(Units, notScanFindsEveryPosition) {
   }
 }
 
-TYPED_TEST(Units, compareDecidesByTheFirstDifferenceInEveryShape) {
+TYPED_TEST(Units, CompareDecidesByTheFirstDifferenceInEveryShape) {
   using U = TypeParam;
   for (std::size_t i = 0; i < this->pages.size(); ++i) this->pages.begin()[i] = static_cast<Byte>(this->random());
   forEachShape<U>(this->pages, [&](std::size_t n, std::size_t offset) {
@@ -141,7 +141,7 @@ TYPED_TEST(Units, compareDecidesByTheFirstDifferenceInEveryShape) {
   });
 }
 
-TYPED_TEST(Units, fillWritesExactlyItsUnitsInEveryShape) {
+TYPED_TEST(Units, FillWritesExactlyItsUnitsInEveryShape) {
   using U = TypeParam;
   forEachShape<U>(this->pages, [&](std::size_t n, std::size_t offset) {
     std::memset(this->pages.begin(), 0x5A, this->pages.size());
@@ -152,7 +152,7 @@ TYPED_TEST(Units, fillWritesExactlyItsUnitsInEveryShape) {
   });
 }
 
-TYPED_TEST(Units, fillOfLongBuffers) {
+TYPED_TEST(Units, FillOfLongBuffers) {
   using U = TypeParam;
   for (const std::size_t n : Sizes{4095, 4096, 8191, 16383, 16384, 16385, 70001}) {
     GuardedBuffer longer((n + 8) * sizeof(U));
@@ -163,7 +163,7 @@ TYPED_TEST(Units, fillOfLongBuffers) {
   }
 }
 
-TYPED_TEST(Units, lengthStopsAtTheTerminatorInEveryShape) {
+TYPED_TEST(Units, LengthStopsAtTheTerminatorInEveryShape) {
   using U = TypeParam;
   std::memset(this->pages.begin(), 0x11, this->pages.size());
   for (std::size_t n = 0; n <= maxUnits; ++n) {
@@ -178,7 +178,7 @@ TYPED_TEST(Units, lengthStopsAtTheTerminatorInEveryShape) {
   }
 }
 
-TYPED_TEST(Units, lengthIsNotMisledByZerosBeforeTheString) {
+TYPED_TEST(Units, LengthIsNotMisledByZerosBeforeTheString) {
   using U = TypeParam;
   std::memset(this->pages.begin(), 0, this->pages.size());
   for (std::size_t offset = 0; offset < alignments; ++offset) {
@@ -188,11 +188,11 @@ TYPED_TEST(Units, lengthIsNotMisledByZerosBeforeTheString) {
   }
 }
 
-TEST(skUnsup, isAlwaysUnsupported) {
+TEST(skUnsup, IsAlwaysUnsupported) {
   EXPECT_EQ(skUnsup(), 0x803fc004U);
 }
 
-TEST(skStrLen, ofNullAndOfAnEmptyStringIsZero) {
+TEST(skStrLen, OfNullAndOfAnEmptyStringIsZero) {
   EXPECT_EQ(skStrLen(nullptr), 0U);
   EXPECT_EQ(skStrLen(""), 0U);
   const RQChar empty = 0;
@@ -200,40 +200,40 @@ TEST(skStrLen, ofNullAndOfAnEmptyStringIsZero) {
   EXPECT_EQ(skStrTLen(&empty), 0U);
 }
 
-TEST(skMemNot, ofNothingIsOne) {
+TEST(skMemNot, OfNothingIsOne) {
   EXPECT_EQ(skMemNot(0x20, "x", 0), 1);
   const RQChar x = 'x';
   EXPECT_EQ(skMemTNot(0x20, &x, 0), 1);
 }
 
-TEST(skMemNot, seesTheDifferenceAtTheEnd) {
+TEST(skMemNot, SeesTheDifferenceAtTheEnd) {
   EXPECT_EQ(skMemNot(0x20, "  x", 3), 0);
   EXPECT_EQ(skMemNot(0x20, "  x", 2), 1);
 }
 
-TEST(skMemTNot, ofBlanksIsOne) {
+TEST(skMemTNot, OfBlanksIsOne) {
   const RQChar blanks[] = {0x20, 0x20, 0x20, 0x20, 0x20, 0x20, 0x20};
   for (std::uint64_t n = 0; n <= 7; ++n) EXPECT_EQ(skMemTNot(0x20, blanks, n), 1);
 }
 
-TEST(skMemScan, findsNothingInNothing) {
+TEST(skMemScan, FindsNothingInNothing) {
   EXPECT_EQ(skMemScan("c", 0, 'c'), -1);
   EXPECT_EQ(skMemScan(nullptr, 5, 'c'), -1);
   EXPECT_EQ(skMemScan(nullptr, 0, 'c'), -1);
 }
 
-TEST(skMemScan, findsTheLastByte) {
+TEST(skMemScan, FindsTheLastByte) {
   EXPECT_EQ(skMemScan("aaaac", 5, 'c'), 4);
 }
 
-TEST(skMemNScan, findsTheFirstOtherByte) {
+TEST(skMemNScan, FindsTheFirstOtherByte) {
   EXPECT_EQ(skMemNScan("aaaa", 4, 'a'), -1);
   EXPECT_EQ(skMemNScan("aab", 3, 'a'), 2);
   EXPECT_EQ(skMemNScan("b", 0, 'a'), -1);
   EXPECT_EQ(skMemNScan(nullptr, 3, 'a'), -1);
 }
 
-TEST(skMemTNScan, findsTheFirstOtherUnit) {
+TEST(skMemTNScan, FindsTheFirstOtherUnit) {
   const RQChar units[] = {'a', 'a', 'b'};
   EXPECT_EQ(skMemTNScan(units, 2, 'a'), -1);
   EXPECT_EQ(skMemTNScan(units, 3, 'a'), 2);
@@ -241,7 +241,7 @@ TEST(skMemTNScan, findsTheFirstOtherUnit) {
   EXPECT_EQ(skMemTNScan(nullptr, 3, 'a'), -1);
 }
 
-TEST(byteValues, useTheirLowEightBits) {
+TEST(byteValues, UseTheirLowEightBits) {
   Byte bytes[] = {0x41, 0x41, 0x41};
   EXPECT_EQ(skMemScan(bytes, 3, 0xFFFFFF41), 0);
   EXPECT_EQ(skMemNScan(bytes, 3, 0xFFFFFF41), -1);
@@ -252,7 +252,7 @@ TEST(byteValues, useTheirLowEightBits) {
   EXPECT_EQ(bytes[2], 0x41);
 }
 
-TEST(skMemCmp, comparesBytesUnsigned) {
+TEST(skMemCmp, ComparesBytesUnsigned) {
   EXPECT_EQ(skMemCmp("\x80", "\x7F", 1), 1);
   EXPECT_EQ(skMemCmp("\x7F", "\x80", 1), -1);
   EXPECT_EQ(skMemCmp("\x7F", "\x80", 0), 0);
@@ -263,7 +263,7 @@ std::int32_t compareUnits(RQChar a, RQChar b) {
   return skWMemCmp(&a, &b, 1);
 }
 
-TEST(skWMemCmp, decidesByTheSignOfTheDifference) {
+TEST(skWMemCmp, DecidesByTheSignOfTheDifference) {
   EXPECT_EQ(compareUnits(0x90000000, 0x00000001), -1);
   EXPECT_EQ(compareUnits(0x7FFFFFFF, 0xFFFFFFFF), -1);
   EXPECT_EQ(compareUnits(0x80000000, 0), -1);
@@ -273,7 +273,7 @@ TEST(skWMemCmp, decidesByTheSignOfTheDifference) {
   EXPECT_EQ(skWMemCmp(nullptr, nullptr, 0), 0);
 }
 
-TEST(AsciiCase, changesTheLettersOfEveryByteValueOnly) {
+TEST(AsciiCase, ChangesTheLettersOfEveryByteValueOnly) {
   for (unsigned value = 0; value < 256; ++value) {
     for (const std::size_t n : Sizes{1, 2, 3, 4, 7, 8, 15, 16, 31, 32, 33, 64, 65, 200}) {
       std::string text(n, static_cast<char>(value)), up = text, low = text;
@@ -287,7 +287,7 @@ TEST(AsciiCase, changesTheLettersOfEveryByteValueOnly) {
   }
 }
 
-TEST(AsciiCase, changesExactlyItsBytesInEveryShape) {
+TEST(AsciiCase, ChangesExactlyItsBytesInEveryShape) {
   GuardedBuffer pages(maxUnits + alignments), expected(maxUnits + alignments);
   Random random(7);
   for (const bool up : {true, false}) {
@@ -302,7 +302,7 @@ TEST(AsciiCase, changesExactlyItsBytesInEveryShape) {
   }
 }
 
-TEST(skStrUp, leavesBytesAboveAscii) {
+TEST(skStrUp, LeavesBytesAboveAscii) {
   for (unsigned value = 0xE0; value <= 0xFE; ++value) {
     Byte byte = static_cast<Byte>(value);
     skStrUp(&byte, 1);
@@ -310,27 +310,27 @@ TEST(skStrUp, leavesBytesAboveAscii) {
   }
 }
 
-TEST(skStrLow, leavesTheBracketBehindZ) {
+TEST(skStrLow, LeavesTheBracketBehindZ) {
   char text[] = "ABC[";
   skStrLow(text, 4);
   EXPECT_STREQ(text, "abc[");
 }
 
-TEST(skStrUp, doesNotStopAtZero) {
+TEST(skStrUp, DoesNotStopAtZero) {
   char text[] = {'a', '\0', 'b'};
   skStrUp(text, 3);
   EXPECT_EQ(text[0], 'A');
   EXPECT_EQ(text[2], 'B');
 }
 
-TEST(skMissArray, findsANaNInTheLastElement) {
+TEST(skMissArray, FindsANaNInTheLastElement) {
   double array[] = {1, 2, 3, 4, std::numeric_limits<double>::quiet_NaN()};
   EXPECT_EQ(skMissArray(array, 5), 1);
   EXPECT_EQ(skMissArray(array, 4), 0);
   EXPECT_EQ(skMissArray(array, 0), 0);
 }
 
-TEST(skMissArray, doesNotTakeInfinitiesForMissing) {
+TEST(skMissArray, DoesNotTakeInfinitiesForMissing) {
   constexpr double infinity = std::numeric_limits<double>::infinity();
   const double array[] = {infinity, -infinity, infinity, -infinity, 0.0, -0.0, std::numeric_limits<double>::max()};
   EXPECT_EQ(skMissArray(array, 7), 0);
@@ -342,7 +342,7 @@ constexpr std::uint64_t doubles[] = {0x7FF0000000000000, 0xFFF0000000000000, 0x7
                                      0xFFFFFFFFFFFFFFFF, 0x7FEFFFFFFFFFFFFF, 0xFFEFFFFFFFFFFFFF, 0x00000000FFFFFFFF,
                                      0x7FF00000FFFFFFFF, 0x7FF7FFFFFFFFFFFF, 0x0000000000000001, 0x8000000000000000};
 
-TEST(skMissArray, recognisesMissingByItsBits) {
+TEST(skMissArray, RecognisesMissingByItsBits) {
   for (const std::uint64_t bits : doubles) {
     for (std::size_t n = 1; n <= 70; ++n) {
       std::vector<double> array(n, 1.5);
@@ -352,7 +352,7 @@ TEST(skMissArray, recognisesMissingByItsBits) {
   }
 }
 
-TEST(skMissArray, findsTheOnlyOneInEveryShape) {
+TEST(skMissArray, FindsTheOnlyOneInEveryShape) {
   GuardedBuffer pages((maxUnits + alignments) * 8);
   Random random(11);
   std::memset(pages.begin(), 0x7F, pages.size());  // NaNs all around: 0x7F7F... itself is a number

@@ -37,16 +37,16 @@ void expectMaps(void (*map)(RQChar*, std::int64_t), const std::vector<RQChar>& e
   EXPECT_EQ(all, expected);
 }
 
-TEST(CasePairs, rqzstlo) {
+TEST(CasePairs, LowerCase) {
   expectMaps(rqzstlo, planeOf(lowerPairs));
 }
-TEST(CasePairs, rqzstup) {
+TEST(CasePairs, UpperCase) {
   expectMaps(rqzstup, planeOf(upperPairs));
 }
-TEST(CasePairs, rqzstmin) {
+TEST(CasePairs, SmallestOfTheClass) {
   expectMaps(rqzstmin, planeOf(smallestPairs));
 }
-TEST(CasePairs, rqzstmax) {
+TEST(CasePairs, LargestOfTheClass) {
   expectMaps(rqzstmax, planeOf(largestPairs));
 }
 
@@ -61,7 +61,7 @@ RQChar lookUp(const std::int8_t* shifts, const RQChar* exceptions, RQChar c) {
   return c;
 }
 
-TEST(CasePairs, exportedTables) {
+TEST(CasePairs, ExportedTables) {
   const std::vector<RQChar> lower = planeOf(lowerPairs), upper = planeOf(upperPairs);
   for (RQChar c = 0; c < planeSize; ++c) {
     ASSERT_EQ(lookUp(skz_downshift, skz_downaux, c), lower[c]) << std::hex << c;

@@ -33,7 +33,7 @@ constexpr Row tellingRows[] = {
     {0x24B6, 0x24D0, 0x24B6, 0x24B6, 0x24D0}, {0xFF21, 0xFF41, 0xFF21, 0xFF21, 0xFF41},
 };
 
-TEST(CaseMaps, tellingRows) {
+TEST(CaseMaps, TellingRows) {
   for (const Row& row : tellingRows) {
     EXPECT_EQ(one(rqzstlo, row.c), row.lower) << std::hex << row.c;
     EXPECT_EQ(one(rqzstup, row.c), row.upper) << std::hex << row.c;
@@ -42,7 +42,7 @@ TEST(CaseMaps, tellingRows) {
   }
 }
 
-TEST(CaseMaps, differFromUnicodeWhereTheyAlwaysDid) {
+TEST(CaseMaps, DifferFromUnicodeWhereTheyAlwaysDid) {
   for (RQChar c = 0x10D0; c <= 0x10F5; ++c) EXPECT_EQ(one(rqzstup, c), c);  // Georgian has no upper case
   EXPECT_EQ(one(rqzstlo, 0x018E), 0x0258U);
   EXPECT_EQ(one(rqzstup, 0x0258), 0x018EU);
@@ -64,7 +64,7 @@ TEST(CaseMaps, differFromUnicodeWhereTheyAlwaysDid) {
   for (const auto& [c, capital] : upper) EXPECT_EQ(one(rqzstup, c), capital);
 }
 
-TEST(CaseMaps, lowerAndUpperOfEveryCharacterFollowThePairs) {
+TEST(CaseMaps, LowerAndUpperOfEveryCharacterFollowThePairs) {
   for (RQChar c = 0; c < 0x20000; ++c) {
     ASSERT_EQ(one(rqzstlo, c), twin::lower(c)) << std::hex << c;
     ASSERT_EQ(one(rqzstup, c), twin::upper(c)) << std::hex << c;
@@ -81,14 +81,14 @@ RQChar lookUp(const std::int8_t* shifts, const RQChar* exceptions, RQChar c) {
   return c;
 }
 
-TEST(ExportedTables, sayOfEveryCharacterWhatTheRoutinesDo) {
+TEST(ExportedTables, SayOfEveryCharacterWhatTheRoutinesDo) {
   for (RQChar c = 0; c < 0x10000; ++c) {
     ASSERT_EQ(lookUp(skz_downshift, skz_downaux, c), one(rqzstlo, c)) << std::hex << c;
     ASSERT_EQ(lookUp(skz_upshift, skz_upaux, c), one(rqzstup, c)) << std::hex << c;
   }
 }
 
-TEST(ExportedTables, haveTheirBlocksInOrder) {
+TEST(ExportedTables, HaveTheirBlocksInOrder) {
   constexpr int blocks[] = {0, 1, 2, 3, 4, 5, 7, 8, 9, 10, 11, 33, 60, 61, 62, 63, 66, 73, 510};
   std::vector<std::int16_t> expected(512, -1);
   std::int16_t start = 0;
@@ -100,7 +100,7 @@ TEST(ExportedTables, haveTheirBlocksInOrder) {
   EXPECT_EQ(std::vector<std::int16_t>(skz_metatable, skz_metatable + 512), expected);
 }
 
-TEST(ExportedTables, haveTheirExceptionsInOrder) {
+TEST(ExportedTables, HaveTheirExceptionsInOrder) {
   constexpr RQChar from[] = {0x0181, 0x0186, 0x018A, 0x018E, 0x018F, 0x0190, 0x0193, 0x0194, 0x0196, 0x0197,
                              0x019C, 0x019D, 0x01A9, 0x01AE, 0x01B1, 0x01B2, 0x01B7, 0x1FF8, 0x1FF9};
   std::vector<RQChar> down, up = {0x017F, 0x0053};
@@ -148,7 +148,7 @@ struct Classes {
   }
 };
 
-TEST(CaseClasses, smallestAndLargestOfEveryCharacterAreThoseOfUnicode9) {
+TEST(CaseClasses, SmallestAndLargestOfEveryCharacterAreThoseOfUnicode9) {
   const Classes classes;
   for (RQChar c = 0; c < 0x10000; ++c) {
     ASSERT_EQ(one(rqzstmin, c), classes.smallest[c]) << std::hex << c;

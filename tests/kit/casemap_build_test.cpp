@@ -54,7 +54,7 @@ static_assert(Orders<firstAndThird> && !Orders<descending>);
 static_assert(!blocksAreUsed(shiftsOf<2>(Runs(List{{single(0x41, 1)}}.runs), firstAndThird),
                              shiftsOf<2>(Runs(List{{single(0x42, 1)}}.runs), firstAndThird)));
 
-TEST(CaseMapBuild, expandsRunsInTheOrderOfTheBlocks) {
+TEST(CaseMapBuild, ExpandsRunsInTheOrderOfTheBlocks) {
   static constexpr casemap::Run runs[] = {each(0x41, 0x43, 32), everyOther(0x100, 0x104, -1)};
   constexpr auto shifts = shiftsOf<2>(runs, firstAndThird);
   for (std::size_t i = 0; i < shifts.size(); ++i) {
@@ -66,7 +66,7 @@ TEST(CaseMapBuild, expandsRunsInTheOrderOfTheBlocks) {
     EXPECT_EQ(meta[block], block == 0 ? 0 : block == 2 ? 128 : -1);
 }
 
-TEST(CaseClassTables, haveTheirBlocksInOrder) {
+TEST(CaseClassTables, HaveTheirBlocksInOrder) {
   constexpr std::uint16_t smallest[] = {0,  1,  2,  3,  4,  5,  6,  7,  8,   9,   10,  11,  39,  57,  60, 61,
                                         62, 63, 66, 67, 73, 88, 89, 90, 332, 333, 334, 335, 342, 343, 510};
   constexpr std::uint16_t largest[] = {0,  1,  2,  3,  4,  5,  6,  7,  8,  9,   10,  33,  39,  57, 58,

@@ -44,7 +44,7 @@ class Copies : public testing::Test {
 using Kinds = testing::Types<Forward, Safe>;
 TYPED_TEST_SUITE(Copies, Kinds);
 
-TYPED_TEST(Copies, copyExactlyTheirBytesInEveryShape) {
+TYPED_TEST(Copies, CopyExactlyTheirBytesInEveryShape) {
   GuardedBuffer source(maxUnits + alignments), pages(maxUnits + alignments), expected(maxUnits + alignments);
   fillRandomly(source, this->random);
   forEachShape<Byte>(pages, [&](std::size_t n, std::size_t offset) {
@@ -57,7 +57,7 @@ TYPED_TEST(Copies, copyExactlyTheirBytesInEveryShape) {
   });
 }
 
-TYPED_TEST(Copies, overlapAtEveryDistanceBothWays) {
+TYPED_TEST(Copies, OverlapAtEveryDistanceBothWays) {
   GuardedBuffer pages(1500), expected(1500);
   fillRandomly(pages, this->random);
   for (std::size_t distance = 0; distance <= 300; ++distance) {
@@ -78,7 +78,7 @@ TYPED_TEST(Copies, overlapAtEveryDistanceBothWays) {
   }
 }
 
-TYPED_TEST(Copies, longOnesOverlapAtAnyDistance) {
+TYPED_TEST(Copies, LongOnesOverlapAtAnyDistance) {
   GuardedBuffer pages(120'000), expected(120'000);
   fillRandomly(pages, this->random);
   for (int i = 0; i < 300; ++i) {
@@ -90,37 +90,37 @@ TYPED_TEST(Copies, longOnesOverlapAtAnyDistance) {
   }
 }
 
-TEST(skMemCpy, propagatesForwards) {
+TEST(skMemCpy, PropagatesForwards) {
   char text[] = "abcde";
   EXPECT_EQ(skMemCpy(text, text + 1, 4), text + 1);
   EXPECT_STREQ(text, "aaaaa");
 }
 
-TEST(skMemCpy, ofNothingReturnsTheDestination) {
+TEST(skMemCpy, OfNothingReturnsTheDestination) {
   char text[] = "ab";
   EXPECT_EQ(skMemCpy(text, text + 1, 0), text + 1);
   EXPECT_STREQ(text, "ab");
 }
 
-TEST(skMemSCpy, doesNotPropagate) {
+TEST(skMemSCpy, DoesNotPropagate) {
   char text[] = "abcde";
   skMemSCpy(text, text + 1, 4);
   EXPECT_STREQ(text, "aabcd");
 }
 
-TEST(skMemSCpy, ofALongDistance) {  // the distance is no less than the overlap
+TEST(skMemSCpy, OfALongDistance) {  // the distance is no less than the overlap
   char text[] = "abcdefg";
   skMemSCpy(text, text + 3, 4);
   EXPECT_STREQ(text, "abcabcd");
 }
 
-TEST(skMemSCpy, ofAShortDistance) {
+TEST(skMemSCpy, OfAShortDistance) {
   char text[] = "0123456789ab";
   skMemSCpy(text, text + 2, 10);
   EXPECT_STREQ(text, "010123456789");
 }
 
-TEST(skStrCpy, ofNullIsAnEmptyString) {
+TEST(skStrCpy, OfNullIsAnEmptyString) {
   char text[] = "xy";
   skStrCpy(nullptr, text);
   EXPECT_EQ(text[0], '\0');
@@ -131,7 +131,7 @@ TEST(skStrCpy, ofNullIsAnEmptyString) {
   EXPECT_EQ(units[1], RQChar{'y'});
 }
 
-TEST(skStrCpy, toNullDoesNothing) {
+TEST(skStrCpy, ToNullDoesNothing) {
   const RQChar units[] = {'a', 0};
   skStrCpy("a", nullptr);
   skStrTCpy(units, nullptr);
@@ -157,14 +157,14 @@ void checkStringCopies(void (*copy)(const U*, U*)) {
   }
 }
 
-TEST(skStrCpy, copiesExactlyTheStringAndItsTerminator) {
+TEST(skStrCpy, CopiesExactlyTheStringAndItsTerminator) {
   checkStringCopies<char>(skStrCpy);
 }
-TEST(skStrTCpy, copiesExactlyTheStringAndItsTerminator) {
+TEST(skStrTCpy, CopiesExactlyTheStringAndItsTerminator) {
   checkStringCopies<RQChar>(skStrTCpy);
 }
 
-TEST(skStrTCpy, takesUnitsAtAnyAddress) {
+TEST(skStrTCpy, TakesUnitsAtAnyAddress) {
   Byte source[256] = {}, copied[256];
   for (std::size_t from = 0; from < sizeof(RQChar); ++from)
     for (std::size_t n = 0; n < 40; ++n) {
@@ -193,10 +193,10 @@ void checkHeapStrings(std::uint64_t (*length)(const U*), void (*copy)(const U*, 
   }
 }
 
-TEST(skStrCpy, fitsTheHeap) {
+TEST(skStrCpy, FitsTheHeap) {
   checkHeapStrings<char>(skStrLen, skStrCpy);
 }
-TEST(skStrTCpy, fitsTheHeap) {
+TEST(skStrTCpy, FitsTheHeap) {
   checkHeapStrings<RQChar>(skStrTLen, skStrTCpy);
 }
 
@@ -218,7 +218,7 @@ struct OneBlockPool : RQPool {
   }
 };
 
-TEST(skMemDup, copiesIntoABlockOfThePool) {
+TEST(skMemDup, CopiesIntoABlockOfThePool) {
   OneBlockPool pool;
   const std::string text = "The copy belongs to the pool.";
   EXPECT_EQ(skMemDup(text.data(), text.size(), &pool), pool.block.data());
@@ -229,7 +229,7 @@ TEST(skMemDup, copiesIntoABlockOfThePool) {
   EXPECT_EQ(pool.block[text.size()], 0x5A);
 }
 
-TEST(skMemDup, ofNothingAsksForNothing) {
+TEST(skMemDup, OfNothingAsksForNothing) {
   OneBlockPool pool;
   EXPECT_EQ(skMemDup("x", 0, &pool), pool.block.data());
   EXPECT_EQ(pool.calls, 1);
@@ -237,14 +237,14 @@ TEST(skMemDup, ofNothingAsksForNothing) {
   EXPECT_EQ(pool.block[0], 0x5A);
 }
 
-TEST(skMemDup, withoutSourceOrPoolAllocatesNothing) {
+TEST(skMemDup, WithoutSourceOrPoolAllocatesNothing) {
   OneBlockPool pool;
   EXPECT_EQ(skMemDup(nullptr, 5, &pool), nullptr);
   EXPECT_EQ(skMemDup("x", 1, nullptr), nullptr);
   EXPECT_EQ(pool.calls, 0);
 }
 
-TEST(skMemDup, isNullWhenThePoolRefuses) {
+TEST(skMemDup, IsNullWhenThePoolRefuses) {
   OneBlockPool pool;
   pool.refuses = true;
   EXPECT_EQ(skMemDup("x", 1, &pool), nullptr);

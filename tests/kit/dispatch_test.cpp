@@ -18,7 +18,7 @@ bool inUse(const Kernels& kernels) {
   return std::memcmp(&active, &kernels, sizeof kernels) == 0;
 }
 
-TEST(Dispatch, usesTheKernelsThatWereAskedFor) {
+TEST(Dispatch, UsesTheKernelsThatWereAskedFor) {
   const char* const asked = std::getenv("RQUNI_KERNELS");
   const std::string_view name = asked ? asked : "";
   EXPECT_TRUE(name != "sse2" || inUse(sse2Kernels));
@@ -29,7 +29,7 @@ TEST(Dispatch, usesTheKernelsThatWereAskedFor) {
   RecordProperty("kernels", inUse(sse2Kernels) ? "sse2" : inUse(avx2Kernels) ? "avx2" : "avx512");
 }
 
-TEST(Dispatch, sealsTheKernelsInUse) {
+TEST(Dispatch, SealsTheKernelsInUse) {
   static_assert(sizeof active % pageBytes == 0 && alignof(SealedKernels) == pageBytes);
   const auto table = reinterpret_cast<std::uintptr_t>(&active);
   std::size_t found = 0;
@@ -50,13 +50,13 @@ constexpr Processor skylakeServer = {haswell.basic,
                                      haswell.extended | bit_AVX512F | bit_AVX512BW | bit_AVX512VL | bit_AVX512DQ,
                                      haswell.further, haswell.states | maskState | zmmLowState | zmmHighState};
 
-TEST(Dispatch, takesTheWidestKernelsThatAreOffered) {
+TEST(Dispatch, TakesTheWidestKernelsThatAreOffered) {
   EXPECT_EQ(&kernelsFor({}, ""), &sse2Kernels);
   EXPECT_EQ(&kernelsFor(haswell, ""), &avx2Kernels);
   EXPECT_EQ(&kernelsFor(skylakeServer, ""), &avx512Kernels);
 }
 
-TEST(Dispatch, takesLesserKernelsByName) {
+TEST(Dispatch, TakesLesserKernelsByName) {
   EXPECT_EQ(&kernelsFor(skylakeServer, "sse2"), &sse2Kernels);
   EXPECT_EQ(&kernelsFor(skylakeServer, "avx2"), &avx2Kernels);
   EXPECT_EQ(&kernelsFor(skylakeServer, "avx512"), &avx512Kernels);
@@ -64,12 +64,12 @@ TEST(Dispatch, takesLesserKernelsByName) {
     EXPECT_EQ(&kernelsFor(skylakeServer, other), &avx512Kernels) << other;
 }
 
-TEST(Dispatch, neverTakesKernelsThatAreNotOffered) {
+TEST(Dispatch, NeverTakesKernelsThatAreNotOffered) {
   for (const char* wanted : {"avx2", "avx512"}) EXPECT_EQ(&kernelsFor({}, wanted), &sse2Kernels) << wanted;
   EXPECT_EQ(&kernelsFor(haswell, "avx512"), &avx2Kernels);
 }
 
-TEST(Dispatch, needsEveryFeatureOfASet) {
+TEST(Dispatch, NeedsEveryFeatureOfASet) {
   const auto without = [](Processor processor, unsigned Processor::*member, unsigned bit) {
     processor.*member &= ~bit;
     return &kernelsFor(processor, "");
@@ -87,7 +87,7 @@ TEST(Dispatch, needsEveryFeatureOfASet) {
     EXPECT_EQ(without(skylakeServer, &Processor::states, bit), &avx2Kernels) << std::hex << bit;
 }
 
-TEST(Dispatch, tablesAreComplete) {
+TEST(Dispatch, TablesAreComplete) {
   for (const Kernels* const kernels : {&sse2Kernels, &avx2Kernels, &avx512Kernels}) {
     void* functions[sizeof(Kernels) / sizeof(void*)];
     std::memcpy(functions, kernels, sizeof functions);

@@ -59,7 +59,7 @@ void checkPairs(U first, U second, U keep, unsigned oneIn) {
       [=](const U* in, std::uint64_t n, U* out) { return twin::copyUntilPair(in, n, out, first, second, keep); });
 }
 
-TEST(copyUntilPair, ofBytesInEveryShape) {
+TEST(copyUntilPair, OfBytesInEveryShape) {
   checkPairs<Byte>('&', '#', 0xFF, 8);
   checkPairs<Byte>('&', '#', 0xFF, 40);
   checkPairs<Byte>('\\', 'U', 0xDF, 60);
@@ -67,14 +67,14 @@ TEST(copyUntilPair, ofBytesInEveryShape) {
   checkPairs<Byte>('&', 0, 0xFF, 20);  // zero is no terminator
   checkPairs<Byte>('&', '&', 0xFF, 30);
 }
-TEST(copyUntilPair, ofUnitsInEveryShape) {
+TEST(copyUntilPair, OfUnitsInEveryShape) {
   checkPairs<RQChar>('&', '#', 0xFFFFFFFF, 8);
   checkPairs<RQChar>('\\', 'U', 0xFFFFFFDF, 40);
   checkPairs<RQChar>('<', 'U', 0xFFFFFFFF, 1000);
   checkPairs<RQChar>('&', 0, 0xFFFFFFFF, 20);
 }
 
-TEST(copyUntilPair, findsEveryPosition) {
+TEST(copyUntilPair, FindsEveryPosition) {
   for (std::size_t n = 0; n <= 300; ++n) {
     std::vector<Byte> in(n, 'x'), out(n + 1);
     for (std::size_t i = 0; i < n; ++i) {
@@ -107,7 +107,7 @@ void checkStops(In stop, In bound, unsigned oneIn) {
       [=](const In* in, std::uint64_t n, Out* out) { return twin::copyWhileBelow(in, n, out, stop, bound); });
 }
 
-TEST(copyWhileBelow, inEveryShape) {
+TEST(copyWhileBelow, InEveryShape) {
   checkStops<Byte, Byte>('\\', 0x7F, 30);
   checkStops<Byte, Byte>('&', 0x81, 500);
   checkStops<Byte, Byte>(0, 0xFF, 4000);
@@ -118,7 +118,7 @@ TEST(copyWhileBelow, inEveryShape) {
   checkStops<RQChar, Byte>(0xFFFFFFFF, 0x100, 4000);
 }
 
-TEST(copyMembers, inEveryShape) {
+TEST(copyMembers, InEveryShape) {
   kit::AsciiSet letters;
   for (std::uint32_t c = 'a'; c <= 'z'; ++c) letters.add(c);
   letters.add(0);
@@ -139,7 +139,7 @@ TEST(copyMembers, inEveryShape) {
       });
 }
 
-TEST(AsciiSet, holdsWhatWasAddedForEveryByte) {
+TEST(AsciiSet, HoldsWhatWasAddedForEveryByte) {
   for (std::uint32_t c = 0; c < 0x80; ++c) {
     kit::AsciiSet one;
     one.add(c);
@@ -177,12 +177,50 @@ void checkAsciiPrefix() {
       },
       [](const U* p, std::size_t n) { return kit::asciiPrefix(p, n); }, twin::asciiPrefix<U>);
 }
-TEST(asciiPrefix, inEveryShape) {
+TEST(asciiPrefix, InEveryShape) {
   checkAsciiPrefix<Byte>();
   checkAsciiPrefix<RQChar>();
 }
 
-TEST(trimBlanks, inEveryShape) {
+/// Searches of more bytes than the widest vectors are used for, with the only hit at `hit`; at n there is none.
+template <class U>
+void checkLongSearches(std::uint64_t n, std::uint64_t hit) {
+  std::vector<U> text(n + 1, U{'a'}), other(n + 1, U{'a'});
+  if (hit < n) text[hit] = U{';'};
+  text[n] = 0;  // ends the string
+  const std::int64_t expected = hit < n ? static_cast<std::int64_t>(hit) : -1;
+  EXPECT_EQ(kit::findFirst(text.data(), n, ';'), expected);
+  EXPECT_EQ(kit::findNot(text.data(), n, 'a'), expected);
+  EXPECT_EQ(kit::mismatch(text.data(), other.data(), n), expected);
+  EXPECT_EQ(kit::compare(text.data(), other.data(), n), hit < n ? -1 : 0);
+  EXPECT_EQ(kit::allEqual('a', text.data(), n), hit >= n);
+  EXPECT_EQ(kit::length(text.data()), n);
+  if (hit < n) text[hit] = 0;
+  EXPECT_EQ(kit::length(text.data()), hit);
+}
+TEST(LongSearches, FindEveryPlace) {
+  for (const std::uint64_t bytes :
+       {std::uint64_t{4} << 20, (std::uint64_t{4} << 20) + 4, (std::uint64_t{5} << 20) + 300})
+    for (const std::uint64_t distance : {0U, 1U, 2U, 63U, 64U, 65U, 300U}) {
+      checkLongSearches<Byte>(bytes, distance);
+      checkLongSearches<Byte>(bytes, bytes - distance);
+      checkLongSearches<RQChar>(bytes / 4, distance);
+      checkLongSearches<RQChar>(bytes / 4, bytes / 4 - distance);
+    }
+}
+TEST(LongSearches, FindEveryNaN) {
+  constexpr std::uint64_t n = (std::uint64_t{5} << 17) + 3, nan = 0x7FF0000000000001, infinity = 0x7FF0000000000000;
+  std::vector<std::uint64_t> array(n, infinity);
+  EXPECT_EQ(kit::anyNaN(array.data(), n), 0);
+  for (const std::uint64_t place : {std::uint64_t{0}, n / 2, n - 1}) {
+    array[place] = nan;
+    EXPECT_EQ(kit::anyNaN(array.data(), n), 1);
+    EXPECT_EQ(kit::anyNaN(array.data(), place), 0);
+    array[place] = infinity;
+  }
+}
+
+TEST(trimBlanks, InEveryShape) {
   checkSearch<RQChar>(
       [](RQChar* p, std::size_t n, Random& random) {
         twin::fill(p, RQChar{0x20}, n);
@@ -191,7 +229,7 @@ TEST(trimBlanks, inEveryShape) {
       kit::trimBlanks, twin::trimBlanks);
 }
 
-TEST(countWide, inEveryShape) {
+TEST(countWide, InEveryShape) {
   checkSearch<RQChar>(
       [](RQChar* p, std::size_t n, Random& random) {
         constexpr RQChar starts[] = {0x20,   0x20,   0x400,  0x1100,  0x2FF0, 0x30F0,
@@ -206,10 +244,10 @@ TEST(countWide, inEveryShape) {
       kit::countWide, twin::countWide);
 }
 
-TEST(countWide, knowsEveryCharacterAlone) {
+TEST(countWide, KnowsEveryCharacterAlone) {
   for (RQChar c = 0; c < 0x110000; ++c) ASSERT_EQ(kit::countWide(&c, 1), twin::isWide(c)) << std::hex << c;
 }
-TEST(countWide, knowsEveryCharacterInABlock) {
+TEST(countWide, KnowsEveryCharacterInABlock) {
   std::vector<RQChar> block(128);
   for (RQChar start = 0; start < 0x110000; start += 128) {
     for (RQChar i = 0; i < 128; ++i) block[i] = start + i;
@@ -220,7 +258,7 @@ TEST(countWide, knowsEveryCharacterInABlock) {
     ASSERT_EQ(kit::countWide(block.data(), 128), twin::countWide(block.data(), 128)) << std::hex << start;
   }
 }
-TEST(countWide, takesAnyThirtyTwoBits) {
+TEST(countWide, TakesAnyThirtyTwoBits) {
   Random random(31);
   std::vector<RQChar> text(64);
   for (int round = 0; round < 20000; ++round) {

@@ -40,7 +40,7 @@ std::int32_t compare(std::u32string_view a, std::u32string_view b) {
   return rqzsncmp(x.data(), sizeOf(x), y.data(), sizeOf(y));
 }
 
-TEST(rqzspos, findsNothingInNothing) {
+TEST(rqzspos, FindsNothingInNothing) {
   const RQChar c = 'c';
   EXPECT_EQ(rqzspos(&c, 0, 'c'), -1);
   EXPECT_EQ(rqzspos(&c, -1, 'c'), -1);
@@ -48,25 +48,25 @@ TEST(rqzspos, findsNothingInNothing) {
   EXPECT_EQ(rqzspos(nullptr, 5, 'c'), -1);
 }
 
-TEST(rqzspos, findsTheLastAndTheFirstOfSeveral) {
+TEST(rqzspos, FindsTheLastAndTheFirstOfSeveral) {
   EXPECT_EQ(find(U"aaaac", 'c'), 4);
   EXPECT_EQ(find(U"abcabc", 'c'), 2);
   EXPECT_EQ(find(U"abc", 'd'), -1);
 }
 
-TEST(rqzstlo, mapsByTheBuiltInTable) {
+TEST(rqzstlo, MapsByTheBuiltInTable) {
   EXPECT_EQ(mapped(rqzstlo, units(U"ABZ")), units(U"abz"));
   EXPECT_EQ(mapped(rqzstlo, {0x1FF8}), String{0x1F78});  // through the exceptions
   EXPECT_EQ(mapped(rqzstlo, {0x0130}), String{0x0130});
   EXPECT_EQ(mapped(rqzstlo, {0x10400}), String{0x10400});
 }
 
-TEST(rqzstup, mapsByTheBuiltInTable) {
+TEST(rqzstup, MapsByTheBuiltInTable) {
   EXPECT_EQ(mapped(rqzstup, {0x017F}), String{0x0053});  // through the exceptions
   EXPECT_EQ(mapped(rqzstup, {0x00DF}), String{0x00DF});
 }
 
-TEST(caseMaps, leaveNothingAndNegativeLengthsAlone) {
+TEST(CaseRoutines, LeaveNothingAndNegativeLengthsAlone) {
   for (const auto map : {rqzstlo, rqzstup, rqzstmin, rqzstmax}) {
     String text = units(U"aA\u0412");
     for (const std::int64_t n : {std::int64_t{0}, std::int64_t{-1}, INT64_MIN}) map(text.data(), n);
@@ -75,7 +75,7 @@ TEST(caseMaps, leaveNothingAndNegativeLengthsAlone) {
   }
 }
 
-TEST(caseMaps, leaveTheGreekBlockOfArchaicLettersExceptMinAndMax) {
+TEST(CaseRoutines, LeaveTheGreekBlockOfArchaicLettersExceptMinAndMax) {
   for (RQChar c = 0x370; c <= 0x37F; ++c) {
     EXPECT_EQ(mapped(rqzstlo, {c}), String{c});
     EXPECT_EQ(mapped(rqzstup, {c}), String{c});
@@ -85,13 +85,13 @@ TEST(caseMaps, leaveTheGreekBlockOfArchaicLettersExceptMinAndMax) {
   EXPECT_EQ(mapped(rqzstmax, {0x370}), String{0x371});
 }
 
-TEST(rqzstmin, givesTheSmallestOfTheClass) {
+TEST(rqzstmin, GivesTheSmallestOfTheClass) {
   EXPECT_EQ(mapped(rqzstmin, {'k'}), String{'K'});
   EXPECT_EQ(mapped(rqzstmin, {0x1E9E}), String{0x00DF});
   EXPECT_EQ(mapped(rqzstmin, {0x13F8}), String{0x13F0});
 }
 
-TEST(rqzstmax, givesTheLargestOfTheClass) {
+TEST(rqzstmax, GivesTheLargestOfTheClass) {
   EXPECT_EQ(mapped(rqzstmax, {'k'}), String{0x212A});
   EXPECT_EQ(mapped(rqzstmax, {0x00DF}), String{0x00DF});
   EXPECT_EQ(mapped(rqzstmax, {0x0412}), String{0x1C80});
@@ -146,20 +146,20 @@ auto oneByOne(Map map) {
   return [table](RQChar c) { return c < 0x10000 ? (*table)[c] : c; };
 }
 
-TEST_F(Shapes, rqzstlo) {
+TEST_F(Shapes, Rqzstlo) {
   check(rqzstlo, oneByOne(rqzstlo));
 }
-TEST_F(Shapes, rqzstup) {
+TEST_F(Shapes, Rqzstup) {
   check(rqzstup, oneByOne(rqzstup));
 }
-TEST_F(Shapes, rqzstmin) {
+TEST_F(Shapes, Rqzstmin) {
   check(rqzstmin, oneByOne(rqzstmin));
 }
-TEST_F(Shapes, rqzstmax) {
+TEST_F(Shapes, Rqzstmax) {
   check(rqzstmax, oneByOne(rqzstmax));
 }
 
-TEST_F(Shapes, comparisonsIgnoringCase) {
+TEST_F(Shapes, ComparisonsIgnoringCase) {
   // The twin walks the runs for every character: precomputed, it is fast enough for every shape.
   const auto lower = oneByOne(rqzstlo), upper = oneByOne(rqzstup);
   forEachShape<RQChar>(pages, [&](std::size_t n, std::size_t offset) {
@@ -196,21 +196,21 @@ TEST_F(Shapes, comparisonsIgnoringCase) {
   });
 }
 
-TEST(rqzseqn, ignoresCaseButNotLength) {
+TEST(rqzseqn, IgnoresCaseButNotLength) {
   EXPECT_EQ(equal(U"ABZ", U"abz"), 1);
   EXPECT_EQ(equal(U"abc", U"abc "), 0);
   EXPECT_EQ(equal(U"", U""), 1);
   EXPECT_EQ(equal(U"abc", U"abd"), 0);
 }
 
-TEST(rqzseqn, knowsNoCaseBeyondTheFirstPlane) {
+TEST(rqzseqn, KnowsNoCaseBeyondTheFirstPlane) {
   constexpr RQChar characters[] = {0x41, 0x61, 0xFFFF, 0x10000, 0x10041, 0x10061, 0x20041, 0xFFFFFFFF};
   for (const RQChar& a : characters)
     for (const RQChar& b : characters)
       EXPECT_EQ(rqzseqn(&a, 1, &b, 1), a == b || (a | b) == 0x61) << std::hex << a << ' ' << b;
 }
 
-TEST(rqzseqn, seesADifferenceInEitherTextAnywhere) {
+TEST(rqzseqn, SeesADifferenceInEitherTextAnywhere) {
   const std::vector<RQChar> letters(300, 'a');
   for (std::size_t i = 0; i < letters.size(); ++i) {
     std::vector<RQChar> other = letters;
@@ -221,45 +221,45 @@ TEST(rqzseqn, seesADifferenceInEitherTextAnywhere) {
   }
 }
 
-TEST(rqzseqn, ofEqualNegativeLengthsIsOne) {
+TEST(rqzseqn, OfEqualNegativeLengthsIsOne) {
   EXPECT_EQ(rqzseqn(nullptr, -3, nullptr, -3), 1);
   EXPECT_EQ(rqzseqn(nullptr, -3, nullptr, -2), 0);
   EXPECT_EQ(rqzseqn(nullptr, -3, nullptr, 0), 0);
 }
 
-TEST(rqzsncmp, caseDecidesATieByTheSignOfTheFirstDifference) {
+TEST(rqzsncmp, CaseDecidesATieByTheSignOfTheFirstDifference) {
   EXPECT_EQ(compare(U"abc", U"ABC"), 1);
   EXPECT_EQ(compare(U"ABC", U"abc"), -1);
   EXPECT_EQ(compare(U"aBc", U"Abc"), 1);
 }
-TEST(rqzsncmp, lettersDecideBeforeCase) {
+TEST(rqzsncmp, LettersDecideBeforeCase) {
   EXPECT_EQ(compare(U"ABC", U"abd"), -2);
   EXPECT_EQ(compare(U"Abc", U"aBD"), -2);
   EXPECT_EQ(compare(U"abd", U"ABC"), 2);
 }
-TEST(rqzsncmp, trailingBlanksMakeNoDifference) {
+TEST(rqzsncmp, TrailingBlanksMakeNoDifference) {
   EXPECT_EQ(compare(U"abc", U"abc  "), 0);
   EXPECT_EQ(compare(U"abc  ", U"abc"), 0);
   EXPECT_EQ(compare(U"ABC", U"abc  "), -1);
   EXPECT_EQ(compare(U"", U"   "), 0);
 }
-TEST(rqzsncmp, anyOtherTailIsGreater) {
+TEST(rqzsncmp, AnyOtherTailIsGreater) {
   EXPECT_EQ(compare(U"abc", U"abc x"), -2);
   EXPECT_EQ(compare(U"abc x", U"abc"), 2);
   EXPECT_EQ(compare(U"abc", U"abc\t"), -2);
   EXPECT_EQ(compare(U"abc\t", U"abc"), 2);
 }
-TEST(rqzsncmp, emptyStringsAreEqual) {
+TEST(rqzsncmp, EmptyStringsAreEqual) {
   EXPECT_EQ(compare(U"", U""), 0);
 }
-TEST(rqzsncmp, takesANegativeLengthForAnEmptyString) {
+TEST(rqzsncmp, TakesANegativeLengthForAnEmptyString) {
   const String text = units(U"  x");
   EXPECT_EQ(rqzsncmp(nullptr, -5, nullptr, -7), 0);
   EXPECT_EQ(rqzsncmp(nullptr, -5, text.data(), 2), 0);
   EXPECT_EQ(rqzsncmp(nullptr, INT64_MIN, text.data(), 3), -2);
   EXPECT_EQ(rqzsncmp(text.data(), 3, nullptr, -1), 2);
 }
-TEST(rqzsncmp, comparesCharactersSigned) {
+TEST(rqzsncmp, ComparesCharactersSigned) {
   const String large = {0x80000000}, small = {0x41};
   EXPECT_EQ(rqzsncmp(large.data(), 1, small.data(), 1), -2);
   EXPECT_EQ(rqzsncmp(small.data(), 1, large.data(), 1), 2);
@@ -294,7 +294,7 @@ class ServiceTest : public testing::Test {
   void TearDown() override { Library::get().rqextent(nullptr); }
 };
 
-TEST_F(ServiceTest, getsEveryCharacterButAscii) {
+TEST_F(ServiceTest, GetsEveryCharacterButAscii) {
   const String text = {'a', 0x7F, 0x80, 'Z', 0xE9, 0xFFFF, 0x10000, 0x80000000, 0xFFFFFFFF, 'k'};
   const String others = {0x80, 0xE9, 0xFFFF, 0x10000, 0x80000000, 0xFFFFFFFF};
   String upper = text, lower = text;
@@ -307,7 +307,7 @@ TEST_F(ServiceTest, getsEveryCharacterButAscii) {
   EXPECT_TRUE(service.oneEachTime);
 }
 
-TEST_F(ServiceTest, isAskedInOrderInEveryShape) {
+TEST_F(ServiceTest, IsAskedInOrderInEveryShape) {
   GuardedBuffer pages((maxUnits + alignments) * 4), expected(pages.size());
   Random random(99);
   forEachShape<RQChar>(pages, [&](std::size_t n, std::size_t offset) {
@@ -329,7 +329,7 @@ TEST_F(ServiceTest, isAskedInOrderInEveryShape) {
   });
 }
 
-TEST_F(ServiceTest, isReadAfreshByEachCall) {
+TEST_F(ServiceTest, IsReadAfreshByEachCall) {
   const String e = {0xE9};
   EXPECT_EQ(mapped(rqzstup, e), String{0xE9 ^ 0x55000000});
   kernel.caseService = nullptr;
@@ -338,7 +338,7 @@ TEST_F(ServiceTest, isReadAfreshByEachCall) {
   EXPECT_EQ(mapped(rqzstup, e), String{0xE9 ^ 0x55000000});
 }
 
-TEST_F(ServiceTest, isNotAskedByTheOthers) {
+TEST_F(ServiceTest, IsNotAskedByTheOthers) {
   const String text = {0xC9, 0xE9};
   mapped(rqzstmin, text);
   mapped(rqzstmax, text);

@@ -157,7 +157,7 @@ class WorkBuffer {
   WorkBuffer(const RQInterface* object, u64 units, bool large) : pool_(object->pool) {
     if (!large) return;
     if (units <= u64{1} << 61) block_ = static_cast<u32*>(pool_->allocate(pool_, 4 * units, 0));
-    failed = block_ == nullptr;
+    failed = !block_;
     capacity = 4 * units;
   }
   ~WorkBuffer() {

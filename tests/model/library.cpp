@@ -8,11 +8,12 @@
 namespace rq::test {
 
 const Library& Library::get() {
-  static const Library library;
+  // Never unloaded: objects in static storage end later.
+  static const Library& library = *new Library(RQ_LIBRARY_PATH, RTLD_NOW | RTLD_LOCAL);
   return library;
 }
 
-Library::Library() : handle_(dlopen(RQ_LIBRARY_PATH, RTLD_NOW | RTLD_LOCAL)) {
+Library::Library(const char* path, int flags) : handle_(dlopen(path, flags)) {
   if (!handle_) {
     std::fprintf(stderr, "%s\n", dlerror());
     std::exit(2);
@@ -20,6 +21,10 @@ Library::Library() : handle_(dlopen(RQ_LIBRARY_PATH, RTLD_NOW | RTLD_LOCAL)) {
   rquni = symbol<RQInterface* (*)(RQContext*, RQJournal*)>("rquni");
   rqextent = symbol<RQStatus (*)(RQKernel*)>("rqextent");
   exportedHandle = symbol<RQKernel**>("Exported_RQHandle");
+}
+
+Library::~Library() {
+  dlclose(handle_);
 }
 
 void* Library::find(const char* name) const {

@@ -8,8 +8,13 @@ namespace rq::test {
 
 class Library {
  public:
-  /// Loads it once; ends the process with a message when that fails.
+  /// The library of this build, loaded once.
   static const Library& get();
+  /// Loads the library at `path` with the flags of dlopen; ends the process with a message when that fails.
+  Library(const char* path, int flags);
+  ~Library();
+  Library(const Library&) = delete;
+  Library& operator=(const Library&) = delete;
 
   /// The symbol's address, or null.
   void* find(const char* name) const;
@@ -24,7 +29,6 @@ class Library {
   RQKernel** exportedHandle;
 
  private:
-  Library();
   void* require(const char* name) const;
   void* handle_;
 };

@@ -66,7 +66,7 @@ TEST(CreationFaults, AHostThatRefusesEverythingGetsNoObject) {
   createAndEnd(host);
 }
 
-// What the host tells about the session is passed on as it is, whatever it may be.
+// The library passes any session identifier on as the host reports it.
 TEST(CreationFaults, AnySessionMakesAnObject) {
   for (const std::int64_t value : {std::int64_t{0}, std::int64_t{-1}, INT64_MIN, INT64_MAX, std::int64_t{1} << 32})
     for (const bool writes : {true, false}) {

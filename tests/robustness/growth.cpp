@@ -74,7 +74,7 @@ struct Prepared {
 
 }  // namespace
 
-/// Where callgrind writes a figure down: the sum of what the calls of slots took.
+/// callgrind writes one figure at each return: the sum of the instructions of these calls.
 __attribute__((noinline)) void countedBatch(Session& session, const std::vector<Prepared>& calls,
                                             std::vector<std::uint8_t>& output) {
   for (const Prepared& call : calls) {

@@ -1,5 +1,5 @@
-// Places where code of this kind reads or writes out of bounds, each with its own test. The others of their sort
-// stand with their operations: tests/codecs/calls_test.cpp, tests/kit, tests/unicode.
+// Places where code of this kind reads or writes out of bounds, each with its own test. tests/codecs/calls_test.cpp,
+// tests/kit and tests/unicode test others.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -17,7 +17,7 @@ std::string decoded(RQCodec codec, Session& session, Flavour flavour, std::u32st
   return shown(result.bytes, flavour);
 }
 
-// A backslash looks at the character behind it: none is there when it is the last of a full buffer.
+// The encoder looks at the character behind a backslash. Behind the last one of a full buffer there is none.
 TEST(Hazards, ABackslashEndsAFullBuffer) {
   for (const Flavour flavour : allFlavours)
     for (const unsigned count : {254U, 255U, 256U, 257U, 258U, 300U}) {
@@ -30,7 +30,7 @@ TEST(Hazards, ABackslashEndsAFullBuffer) {
     }
 }
 
-// A digit is taken out of an alphabet of ten: what a million and more overflow the first place by is none of them.
+// From 1,000,000 the first digit exceeds 9 and becomes a zero unit. Hosts depend on it.
 TEST(Hazards, APlaceBeyondNineIsAZeroUnit) {
   for (const Flavour flavour : allFlavours)
     for (const std::uint32_t character :
@@ -130,7 +130,7 @@ TEST(Hazards, WithoutAKernelDigitsAreReadAllTheSame) {
   }
 }
 
-// The wide flavour gives whatever stands in the text to the host's case service, which may make digits of it.
+// The wide flavour hands any character of a field to the host's case service, which may make a digit of it.
 TEST(Hazards, TheCaseServiceMayMakeDigitsOfAnything) {
   Session session(utf32);
   session.host.offer({true, false, false});

@@ -1,4 +1,4 @@
-// Many threads on one object, and objects result and ended side by side: every answer as if there were one thread.
+// Many threads on one object, and objects made and ended side by side: every answer as if there were one thread.
 #include <gtest/gtest.h>
 
 #include <thread>

@@ -1,4 +1,4 @@
-/* The texts that cost an operation most: what repeats in them. */
+/* The pieces that make the most expensive texts of each operation when they repeat. */
 #ifndef RQUNI_TESTS_ROBUSTNESS_WORST_TEXTS_H
 #define RQUNI_TESTS_ROBUSTNESS_WORST_TEXTS_H
 

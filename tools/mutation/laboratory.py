@@ -42,6 +42,7 @@ class Laboratory:
             path = pathlib.Path(entry["file"])
             if path.is_relative_to(root) and (name := str(path.relative_to(root))).split("/")[0] in mutants.ROOMS:
                 self.commands[name] = self.command(shlex.split(entry["command"]), root, name)
+        self.link_options = self.options_of_the_library(build)
         self.users = includers(texts, self.commands)
         self.cost = dict.fromkeys(self.commands, 0.0)  # seconds of compilation
         for name, text in texts.items():
@@ -53,6 +54,16 @@ class Laboratory:
         words = [w for w in words if not w.startswith(("-Werror", "-D_FORTIFY", "-ffile-prefix-map"))]
         words = ["-Itree" if w == f"-I{root}" else w for w in words]
         return words + ["-O1", "-g0", "-w", "-o", self.object(name), "-c", f"tree/{name}"]
+
+    @staticmethod
+    def options_of_the_library(build):
+        """The options of the linker: tests look at what they make of the library."""
+        commands = subprocess.run(["ninja", "-C", str(build), "-t", "commands", "rquni"], check=True,
+                                  capture_output=True, text=True).stdout
+        (link,) = (line for line in commands.splitlines() if " -shared " in line)
+        words = shlex.split(link)
+        return [word for before, word in zip(words, words[1:])
+                if word.startswith("-Wl,") or "-Xlinker" in (before, word)]
 
     @staticmethod
     def object(name):
@@ -81,10 +92,10 @@ class Laboratory:
         """The library, and the test program that holds the kit's objects itself."""
         objects = [self.object(name) for name in self.commands] + list(more)
         kit = [self.object(name) for name in self.commands if name.startswith("kit/")] + list(more)
-        tests = [str(path) for path in self.build.glob("tests/kit/CMakeFiles/kit_internal_tests.dir/*.o")]
-        library = ["cc", "-shared", "-o", "librquni.so", f"-Wl,--version-script={self.build}/exports.map"] + objects
+        tests = [str(path) for path in self.build.glob("tests/kit/CMakeFiles/rq_test_kit_internal.dir/*.o")]
+        library = ["cc", "-shared", "-o", "librquni.so"] + self.link_options + objects
         model = str(self.build / "tests/model/librq_test_model.a")
-        program = ["c++", "-o", "kit_internal_tests"] + tests + kit + [model, "-lgtest", "-lpthread"]
+        program = ["c++", "-o", "rq_test_kit_internal"] + tests + kit + [model, "-lgtest", "-lpthread"]
         return all(subprocess.run(command, cwd=self.folder, stderr=subprocess.DEVNULL, check=False).returncode == 0
                    for command in (library, program))
 

@@ -15,12 +15,15 @@ TOKEN = re.compile(r"""//[^\n]*|/\*.*?\*/|"(?:\\.|[^"\\])*"|(?m:^[ ]*\#(?:[^\n]*
     |(?P<character>'(?:\\.|[^'\\])')|(?P<number>\b(?:0x[0-9A-Fa-f]+|\d+)[uUlL]*\b)|(?P<flag>\b(?:true|false)\b)
     |[A-Za-z_]\w*|->|::|(?P<operator><<|>>|<=|>=|==|!=|&&|\|\||\+=|-=|\+\+|--|[-+*/%<>&|^~!])|\S""",
                    re.S | re.X)
+OPENING = re.compile(r"[^(\[{=]*?\b(\w+|operator\S+?)\s*(?:<[^(]*>)?[(\[{=]")
+CONTROL = ("if", "for", "while", "switch", "do", "else", "return", "constexpr", "namespace")
+COMMENT = re.compile(r"\s*//.*")
 ESCAPES = {"0": 0, "n": 10, "t": 9, "r": 13}
 
 
 @dataclasses.dataclass(eq=False)
 class Mutant:
-    """A stretch of a file, what stands there instead, and a name that does not change when lines above it do."""
+    """A stretch of a file, what stands there instead, and a name that edits of other functions do not change."""
     file: str
     begin: int
     end: int
@@ -62,9 +65,27 @@ def slots(text):
         yield match.start(1), match.end(1), next(later)
 
 
+def surroundings(text, begin):
+    """The function or table that a place stands in: the name before the first bracket of the nearest line that is
+    indented less and opens no control statement."""
+    lines = text[:text.find("\n", begin)].split("\n")
+    indent = len(lines[-1]) - len(lines[-1].lstrip())
+    for line in reversed(lines[:-1]):
+        found = OPENING.match(line)
+        depth = len(line) - len(line.lstrip())
+        if not line.strip() or depth >= indent:
+            continue
+        indent = depth
+        if found and found.group(1) not in CONTROL:
+            return found.group(1) + ": "
+    return ""
+
+
 def label(name, text, begin, end, other):
+    """The file, what the place stands in, and its line without blanks at the ends and without a comment."""
     first, last = text.rfind("\n", 0, begin) + 1, text.find("\n", end)
-    return f"{name}: {text[first:begin].lstrip()}[{text[begin:end]}=>{other}]{text[end:last]}"
+    before, after = text[first:begin].lstrip(), COMMENT.sub("", text[end:last])
+    return f"{name}: {surroundings(text, begin)}{before}[{text[begin:end]}=>{other}]{after}"
 
 
 def of_text(name, text):

@@ -7,7 +7,7 @@ import subprocess
 HERE = pathlib.Path(__file__).resolve().parent
 REFUSED = 86  # switch.c: the compiler would have refused this mutant
 PASSED = (0, 77)
-KIT = ("kit_tests", "kit_internal_tests")  # run with each set of kernels
+KIT = ("rq_test_kit", "rq_test_kit_internal")  # run with each set of kernels
 PROGRAMS = ("rq_test_codecs", "rq_test_frame", "rq_test_unicode", "rq_test_loading", "rq_test_robustness")
 KERNELS = ("sse2", "avx2", "avx512")
 KERNEL_FAMILIES = ("kit", "wide")  # of the differential program
@@ -55,7 +55,7 @@ class Suite:
 
     def run(self, test, folder, mutant=0, reached=None):
         """Runs a test with the library of `folder`: (exit status, seconds of processor time)."""
-        program = folder / test.program if test.program == "kit_internal_tests" else self.build / "bin" / test.program
+        program = folder / test.program if test.program == "rq_test_kit_internal" else self.build / "bin" / test.program
         environment = dict(os.environ, LD_PRELOAD=str(self.folder / "load.so"),
                            RQ_LOADED=str(folder / "librquni.so"), RQ_MUTANT=str(mutant))
         if test.kernels:

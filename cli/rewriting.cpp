@@ -1,0 +1,162 @@
+// The operations that make text of text.
+#include <cctype>
+#include <cstring>
+#include <memory>
+
+#include "cli/session_pieces.h"
+#include "cli/text_operation.h"
+#include "cli/workbench.h"
+#include "host/pieces.h"
+
+namespace rq::cli {
+namespace {
+
+/// Pieces of text into an encoding that joins characters or shifts between sets: one converter writes all pieces.
+class JoinedFromForm {
+ public:
+  JoinedFromForm(std::shared_ptr<Workbench> bench, RQForm form, const host::Encoding& session)
+      : bench_(std::move(bench)), form_(form), session_(session) {}
+
+  Result<Bytes> operator()(const Text& text) {
+    if (text.first) {
+      Result<host::CharacterWriter> writer = host::CharacterWriter::open(session_);
+      if (!writer) return writer.error();
+      writer_.emplace(std::move(*writer));
+    }
+    const Result<Bytes> characters = bench_->fromForm(form_, text);
+    if (!characters) return characters;
+    if (const std::optional<Bytes> bytes = writer_->write(*characters, text.last)) return *bytes;
+    const host::Encoding& form = host::encodingOf(form_);
+    const auto problem = host::findProblem(*host::codecOf(form.identifier), *host::codecOf(session_.identifier),
+                                           text.bytes, text.start);
+    return inFile(text.file, {Error::Kind::data, problem ? describe(*problem, form, session_)
+                                                         : "a character does not exist in " + session_.name});
+  }
+
+ private:
+  std::shared_ptr<Workbench> bench_;
+  const RQForm form_;
+  const host::Encoding& session_;
+  std::optional<host::CharacterWriter> writer_;
+};
+
+/// Pieces of an encoded text, each with what the encoder has to see around it. `encode ncr` takes the digits of every
+/// `<U....>` from the beginning of the whole text. `encode uesc` and `encode uparen` look at whether more text
+/// follows.
+class JoinedEncoding {
+ public:
+  JoinedEncoding(std::shared_ptr<Workbench> bench, Notation notation)
+      : bench_(std::move(bench)), notation_(notation), unit_(bench_->wide() ? sizeof(RQChar) : 1) {}
+
+  Result<Bytes> operator()(const Text& text) {
+    if (text.first) beginning_.clear();
+    const Bytes more = text.bytes.first(std::min(digitsEnd * unit_ - beginning_.size(), text.bytes.size()));
+    beginning_.insert(beginning_.end(), more.begin(), more.end());
+    host::TextWork::Around around;
+    if (!text.first && notation_ == Notation::ncr) {
+      around = {before_ = units(beginningDigits()), {}, digitsEnd, 0};
+    } else if (!text.last && notation_ == Notation::uesc) {
+      around = {{}, behind_ = units("xxxxx"), 0, 5};
+    } else if (!text.last && notation_ != Notation::ncr) {
+      around = {{}, behind_ = units("x"), 0, 7};
+    }
+    return bench_->encode(notation_, text, around);
+  }
+
+ private:
+  static constexpr std::size_t digitsEnd = 6;
+
+  /// The first units of the text, with blanks for those that are no digits.
+  std::string beginningDigits() const {
+    std::string digits(digitsEnd, ' ');
+    for (std::size_t i = 0; i < beginning_.size() / unit_; ++i) {
+      std::uint32_t value = 0;
+      std::memcpy(&value, &beginning_[i * unit_], unit_);
+      if (value < 0x80 && std::isxdigit(static_cast<int>(value)) != 0) digits[i] = static_cast<char>(value);
+    }
+    return digits;
+  }
+
+  /// ASCII in the units of the session.
+  std::vector<std::byte> units(std::string_view ascii) const {
+    std::vector<std::byte> result(ascii.size() * unit_);
+    for (std::size_t i = 0; i < ascii.size(); ++i) result[i * unit_] = static_cast<std::byte>(ascii[i]);
+    return result;
+  }
+
+  std::shared_ptr<Workbench> bench_;
+  const Notation notation_;
+  const std::size_t unit_;
+  std::vector<std::byte> beginning_, before_, behind_;
+};
+
+Done checkPad(const Job& job) {
+  if (!job.padBytes) return host::done();
+  if (job.form == RQ_FORM_UTF8) return Error{Error::Kind::usage, "there is no padding for utf8"};
+  const bool utf16 = job.form == RQ_FORM_UTF16_BIG || job.form == RQ_FORM_UTF16_LITTLE;
+  const std::uint64_t step = utf16 && job.flavour != Flavour::wide ? 2 : 4;
+  if (*job.padBytes % step == 0) return host::done();
+  return Error{Error::Kind::usage, "--pad must be a multiple of " + std::to_string(step) + " bytes here"};
+}
+
+}  // namespace
+
+Result<TextOperation> fromForm(const Job& job) {
+  const Result<const host::Encoding*> session = sessionEncoding(job);
+  if (!session) return session.error();
+  const bool joined = !job.lines && !host::codecOf((*session)->identifier)->cutsCleanly();
+  auto opened = joined ? Workbench::openForCharacters(job) : Workbench::open(job);
+  if (!opened) return opened.error();
+  const std::shared_ptr<Workbench> bench = std::move(*opened);
+  const host::Encoding& form = host::encodingOf(job.form);
+  TextOperation operation{&form, *session, cutForTarget(form, **session), {}};
+  if (joined) {
+    const auto writer = std::make_shared<JoinedFromForm>(bench, job.form, **session);
+    operation.result = [writer](const Text& text) { return (*writer)(text); };
+  } else {
+    operation.result = [bench, form = job.form](const Text& text) { return bench->fromForm(form, text); };
+  }
+  return operation;
+}
+
+Result<TextOperation> toForm(const Job& job) {
+  Result<SessionPieces> opened = SessionPieces::open(job);
+  if (!opened) return opened.error();
+  if (Done possible = checkPad(job); !possible) return possible.error();
+  const auto session = std::make_shared<SessionPieces>(std::move(*opened));
+  const auto result = [session, form = job.form, pad = job.padBytes](const Text& text) -> Result<Bytes> {
+    const Result<Text> taken = session->taken(text);
+    if (!taken) return taken.error();
+    return session->bench().toForm(form, *taken, pad);
+  };
+  return TextOperation{&session->encoding(), &host::encodingOf(job.form), job.padBytes ? Cut() : session->cut(),
+                       result};
+}
+
+Result<TextOperation> decode(const Job& job) {
+  auto opened = Workbench::openForNotations(job);
+  if (!opened) return opened.error();
+  const std::shared_ptr<Workbench> bench = std::move(*opened);
+  const host::Encoding& session = bench->encoding();
+  const Cut cut = cutForDecoding(job.notation, bench->wide());
+  if (job.keepInvalid) {
+    return TextOperation{&session, &session, cut, [bench, notation = job.notation](const Text& text) {
+                           return bench->decode(notation, text);
+                         }};
+  }
+  const auto result = [bench, notation = job.notation](const Text& text) -> Result<Bytes> {
+    if (Done valid = bench->checkValid(text); !valid) return valid.error();
+    return bench->decode(notation, text);
+  };
+  return TextOperation{&session, &session, cutBetween(cut, session), result};
+}
+
+Result<TextOperation> encode(const Job& job) {
+  auto opened = Workbench::openForNotations(job);
+  if (!opened) return opened.error();
+  const std::shared_ptr<Workbench> bench = std::move(*opened);
+  return TextOperation{&bench->encoding(), &bench->encoding(), cutForEncoding(job.notation, bench->encoding()),
+                       JoinedEncoding(bench, job.notation)};
+}
+
+}  // namespace rq::cli

@@ -1,0 +1,207 @@
+// Decoding by blocks. A decoder that searches for each notation behind the last one waits for every single one. Here
+// a kernel lists all notations of a block first; then they are decoded with nothing to wait for.
+//
+// Only notations of the common shape are decoded here. All others, texts with few notations, and the ends of input
+// and output are left to the loop that calls this.
+#ifndef RQUNI_CODECS_BLOCKS_H
+#define RQUNI_CODECS_BLOCKS_H
+
+#include <emmintrin.h>
+
+#include <algorithm>
+#include <cstdint>
+
+#include "codecs/cursor.h"
+#include "codecs/round_trip.h"
+#include "codecs/units.h"
+#include "frame/internal/work_buffer.h"
+#include "kit/kit.h"
+
+namespace rq {
+
+/// The two characters that begin a notation.
+template <class Unit>
+struct Marks {
+  Unit first, second;
+  Unit kept;  // the bits of the second one that count
+};
+
+/// A notation of the common shape. It has no length when the notation is of another shape.
+struct Common {
+  std::uint32_t codePoint = 0;
+  std::uint64_t length = 0;
+  bool stays = false;  // as text
+};
+
+/// How far a call came: not at all, so that the notation at the cursor is left to the caller; somewhere; up to a
+/// notation that stays as text, for which the output has no room.
+enum class Progress { none, some, textDoesNotFit };
+
+/// Decodes notations of one kind by blocks. `Notation` has marks(), the characters that begin it, and read(at), which
+/// returns the notation at `at` as Common and reads up to 16 units for that.
+template <class Notation, class Unit, std::uint64_t roundTripRoom>
+class BlockDecoder {
+ public:
+  explicit BlockDecoder(const Notation& notation) : notation_(notation) {}
+
+  /// Decodes from the notation at the cursor on.
+  Progress decode(Cursor<Unit>& cursor, RoundTrips<Unit, roundTripRoom>& roundTrips) {
+    if (cursor.remaining() < minInput || cursor.room() < maxStep || cursor.at() < restsUntil_) return Progress::none;
+    Cursor<Unit> moved = cursor;  // a copy, so that the caller can keep its cursor in registers
+    const Progress progress = decodeBlocks(moved, roundTrips);
+    cursor.moveTo(moved);
+    return progress;
+  }
+
+ private:
+  enum class Stop { endOfBlock, notation, textDoesNotFit };
+
+  static constexpr std::uint64_t listedUnits = 64;  // blocks are a multiple of these
+  static constexpr std::uint64_t maxBlock = 1024;   // units
+  static constexpr std::uint64_t lookAhead = 32;    // units behind a block that may be read
+  static constexpr std::uint64_t minInput = listedUnits + lookAhead;
+  static constexpr std::uint64_t maxGap = 64;  // units between two notations; longer text is not staged
+  static constexpr std::uint64_t maxStep = maxGap + roundTripRoom;  // units that one notation and its gap become
+  static constexpr std::uint64_t maxStaged = 1024;                  // units
+  static constexpr std::uint64_t vectorUnits = 16 / sizeof(Unit);
+
+  /// Up to this distance of notations, blocks are faster than a kernel that copies the text between them.
+  static constexpr std::uint64_t maxDistance = 100;
+  /// After so many calls in a row that decoded nothing, some input is left to the caller: more each time, from
+  /// minRest to maxRest units. Where notations are rare, maxRest at once.
+  static constexpr std::uint64_t minRest = 256, maxRest = 32 * maxBlock;
+  static constexpr std::uint32_t maxMisses = 3;
+
+  [[gnu::noinline]] Progress decodeBlocks(Cursor<Unit>& cursor, RoundTrips<Unit, roundTripRoom>& roundTrips) {
+    const Unit* const begin = cursor.at();
+    while (next_ < count_ && block_ + places_[next_] < begin) ++next_;
+    if (next_ == count_ && !list(cursor)) return Progress::none;
+    roundTrips.prepare();
+    Stop stop;
+    while ((stop = decodeListed(cursor, roundTrips)) == Stop::endOfBlock && list(cursor)) {
+    }
+    if (stop == Stop::textDoesNotFit) return Progress::textDoesNotFit;
+    if (cursor.at() != begin) {
+      misses_ = 0;
+      restAfterMisses_ = minRest;
+      return Progress::some;
+    }
+    if (++misses_ == maxMisses) {
+      misses_ = 0;
+      rest(cursor, restAfterMisses_);
+      restAfterMisses_ = std::min(2 * restAfterMisses_, maxRest);
+    }
+    return Progress::none;
+  }
+
+  /// Lists the notations of the block at the cursor. Returns false when it has too few, or too little input is left.
+  bool list(const Cursor<Unit>& cursor) {
+    next_ = count_ = 0;
+    if (cursor.remaining() < minInput) return false;
+    block_ = cursor.at();
+    const std::uint64_t units = std::min(maxBlock, (cursor.remaining() - lookAhead) / listedUnits * listedUnits);
+    const Marks<Unit> marks = notation_.marks();
+    const std::uint64_t count = kit::listPairs(block_, units, marks.first, marks.second, marks.kept, places_);
+    if (count * maxDistance >= units) {
+      count_ = count;
+      return true;
+    }
+    rest(cursor, maxRest);
+    return false;
+  }
+
+  /// Leaves the next `units` units to the caller.
+  void rest(const Cursor<Unit>& cursor, std::uint64_t units) {
+    restsUntil_ = cursor.at() + std::min(units, cursor.remaining());
+  }
+
+  /// Decodes the listed notations; one that is left to the caller is at the cursor.
+  ///
+  /// The output is staged, because stores of a fixed size write too many units, and the output must keep all behind
+  /// the last one.
+  Stop decodeListed(Cursor<Unit>& cursor, RoundTrips<Unit, roundTripRoom>& roundTrips) {
+    RQ_UNINITIALIZED Unit staging[maxStaged + vectorUnits];
+    const Unit* const block = block_;
+    const Unit* from = cursor.at();  // text that is not yet copied
+    const Unit* end = from;          // of the last notation
+    Unit* out = staging;
+    const Unit* limit = limitOf(staging, cursor);
+    const auto moveStaged = [&] {  // and the notations that stay as text
+      cursor.write(staging, static_cast<std::uint64_t>(out - staging), from);
+      cursor.copyTo(end);
+      from = end;
+      out = staging;
+    };
+    for (; next_ != count_; ++next_) {
+      const Unit* const at = block + places_[next_];
+      if (at < end) continue;  // inside the last notation
+      if (at > from + maxGap || out > limit) [[unlikely]] {
+        moveStaged();
+        if (!cursor.copyTo(at) || cursor.room() < maxStep) return Stop::notation;
+        from = end = at;
+        limit = limitOf(staging, cursor);
+      }
+      const Common common = notation_.read(at);
+      if (common.length == 0) [[unlikely]] {
+        moveStaged();
+        cursor.copyTo(at);
+        return Stop::notation;
+      }
+      const Remembered remembered = common.stays ? Remembered{} : roundTrips.remembered(common.codePoint);
+      Replacement<Unit> asked = {nullptr, 0};
+      if (remembered.bytes == 0) [[unlikely]] {
+        if (!common.stays) asked = roundTrips.of(common.codePoint);
+        if (!asked.units && common.length <= maxGap - static_cast<std::uint64_t>(at - from)) {
+          end = at + common.length;
+          continue;
+        }
+        if (!asked.units) {
+          moveStaged();
+          cursor.copyTo(at);
+          if (!cursor.replace(common.length, asked)) return Stop::textDoesNotFit;
+          if (cursor.room() < maxStep) return Stop::notation;
+          from = end = cursor.at();
+          limit = limitOf(staging, cursor);
+          continue;
+        }
+      }
+      out = copyGap(out, from, at);
+      if (remembered.bytes != 0) {
+        store(out, remembered.text);
+        out += remembered.bytes / sizeof(Unit);
+      } else {
+        copyUnits(out, asked.units, asked.count);
+        out += asked.count;
+      }
+      from = end = at + common.length;
+    }
+    moveStaged();
+    return Stop::endOfBlock;
+  }
+
+  /// Where the staged output may no more be followed by a notation and its gap.
+  static const Unit* limitOf(const Unit* staging, const Cursor<Unit>& cursor) {
+    return staging + std::min(maxStaged, cursor.room()) - maxStep;
+  }
+
+  /// Copies the text between two notations; most of it is shorter than a vector. Returns the end of the copy.
+  static Unit* copyGap(Unit* out, const Unit* from, const Unit* to) {
+    const auto gap = static_cast<std::uint64_t>(to - from);
+    copyVector(out, from);
+    for (std::uint64_t i = vectorUnits; i < gap; i += vectorUnits) copyVector(out + i, from + i);
+    return out + gap;
+  }
+  static void copyVector(Unit* to, const Unit* from) { store(to, load<__m128i>(static_cast<const void*>(from))); }
+
+  const Notation notation_;
+  const Unit* block_;
+  const Unit* restsUntil_ = nullptr;
+  std::uint64_t restAfterMisses_ = minRest;
+  std::uint32_t misses_ = 0;
+  std::uint64_t next_ = 0, count_ = 0;  // of places_
+  std::uint16_t places_[maxBlock / 2 + kit::maxPairsBehind];
+};
+
+}  // namespace rq
+
+#endif

@@ -1,0 +1,348 @@
+// Texts in pieces against the same texts in one call of the library: all notations, forms, measures and encodings,
+// with input that arrives cut at every place.
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <fstream>
+#include <random>
+
+#include "cli/text_operation.h"
+#include "host/host.h"
+#include "host/text_work.h"
+
+namespace rq::cli {
+namespace {
+
+using host::Encoding;
+using host::TextWork;
+
+Bytes bytesOf(const std::string& text) {
+  return std::as_bytes(std::span(text));
+}
+
+std::string stringOf(Bytes bytes) {
+  return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+const host::Library& library() {
+  static const auto library = host::Library::open(RQ_LIBRARY_PATH);
+  return *library;
+}
+
+/// A session of its own, and one call of the library for each text.
+class Whole {
+ public:
+  explicit Whole(const Job& job)
+      : encoding_(**host::findEncoding(*job.session)),
+        host_(encoding_.identifier),
+        session_(std::move(*host::Session::open(library(), host_))),
+        work_(session_.object(),
+              job.flavour == Flavour::wide     ? session_->wide
+              : job.flavour == Flavour::served ? session_->served
+                                               : session_->plain,
+              encoding_, job.flavour == Flavour::wide) {}
+  TextWork* operator->() { return &work_; }
+
+ private:
+  const Encoding& encoding_;
+  host::Host host_;
+  host::Session session_;
+  TextWork work_;
+};
+
+Job jobFor(const std::string& session, Flavour flavour = Flavour::plain) {
+  Job job;
+  job.session = session;
+  job.flavour = flavour;
+  job.library = RQ_LIBRARY_PATH;
+  job.files = {"-"};
+  return job;
+}
+
+std::string outcome(const Result<Bytes>& result) {
+  return result ? "result: " + stringOf(*result) : "error: " + result.error().text;
+}
+
+/// What an operation makes of a file that is read in pieces; an error without the file's name.
+std::string outcomeOf(const TextOperation& operation, const std::string& file, const Pause& pause) {
+  Progress silent(false);
+  Result<TextRun> run = TextRun::in(*operation.texts, false, operation.cut, silent);
+  std::string result;
+  const auto take = [&](const Text& text) -> Done {
+    const Result<Bytes> bytes = operation.result(text);
+    if (!bytes) return bytes.error();
+    result += stringOf(*bytes);
+    return host::done();
+  };
+  const Done done = run->each({file}, take, pause);
+  return done ? "result: " + result : "error: " + done.error().text.substr(file.size() + 2);
+}
+
+/// The same for a text that arrives in parts of these lengths. All that has arrived is worked on before the next
+/// part.
+std::string outcomeInParts(const TextOperation& operation, const std::string& text,
+                           const std::vector<std::size_t>& lengths) {
+  std::array<int, 2> ends{};
+  if (::pipe(ends.data()) != 0) return "no pipe";
+  std::size_t at = 0;
+  std::size_t part = 0;
+  const auto arrive = [&]() -> Done {
+    if (at == text.size()) {
+      ::close(std::exchange(ends[1], -1));
+      return host::done();
+    }
+    const std::size_t length = std::min(text.size() - at, part < lengths.size() ? lengths[part] : text.size());
+    EXPECT_EQ(::write(ends[1], text.data() + at, length), static_cast<ssize_t>(length));
+    at += length;
+    ++part;
+    return host::done();
+  };
+  std::string result = outcomeOf(operation, "/proc/self/fd/" + std::to_string(ends[0]), arrive);
+  ::close(ends[0]);
+  if (ends[1] >= 0) ::close(ends[1]);
+  return result;
+}
+
+/// Where two long outcomes differ.
+testing::AssertionResult same(const std::string& whole, const std::string& pieces) {
+  if (whole == pieces) return testing::AssertionSuccess();
+  const auto differ = std::ranges::mismatch(whole, pieces);
+  const std::size_t at = static_cast<std::size_t>(differ.in1 - whole.begin());
+  const std::size_t from = at - std::min<std::size_t>(at, 40);
+  return testing::AssertionFailure() << whole.size() << " and " << pieces.size() << " bytes, different from " << at
+                                     << ":\n"
+                                     << whole.substr(from, 100) << "\n"
+                                     << pieces.substr(from, 100);
+}
+
+/// A short text is cut once at each place and into single bytes, a longer one at random.
+void compare(const TextOperation& operation, const std::string& text, const std::string& whole,
+             std::mt19937& random) {
+  if (text.size() <= 40) {
+    ASSERT_TRUE(same(whole, outcomeInParts(operation, text, std::vector<std::size_t>(text.size(), 1)))) << text;
+    for (std::size_t cut = 1; cut < text.size(); ++cut)
+      ASSERT_TRUE(same(whole, outcomeInParts(operation, text, {cut}))) << text << " cut at " << cut;
+    return;
+  }
+  std::vector<std::size_t> lengths;
+  for (std::size_t sum = 0; sum < text.size(); sum += lengths.back())
+    lengths.push_back(1 + random() % (random() % 8 == 0 ? 2000 : 20));
+  ASSERT_TRUE(same(whole, outcomeInParts(operation, text, lengths))) << text;
+}
+
+using Parts = std::vector<std::string>;
+
+std::string textOf(const Parts& parts, std::size_t count, std::mt19937& random) {
+  std::string text;
+  for (std::size_t i = 0; i < count; ++i) text += parts[random() % parts.size()];
+  return text;
+}
+
+const Parts& partsOf(Notation notation) {
+  static const Parts references = {"&#",       "&#x",       "&",       "#",      ";",       "65",   "233;",
+                                   "x41",      "D83D;",     "\n",      "xDE00;", "&#;",     "&#a;", "&#xD83D;",
+                                   "&#xDE00;", "8364",      "0",       "é",      " ",       "日",   "&#7;",
+                                   "&#55357;", "&#x1D83D;", "&#x41 ;", "&#233;", "12345678"};
+  static const Parts escapes = {"\\",   "u",        "U",      "\\u",     "\\U", "0041",    "00e9",
+                                "D83D", "DE00",     "3",      "é",       "\n",  "\\uD83D", "\\uDE00",
+                                "\\uu", "\\u00E9",  " ",      "日",      "00",  "\\\\",    "\\U0001F600",
+                                "20AC", "\\uD83D0", "\\u004", "0001F600"};
+  static const Parts parens = {"<",  "<U", "<u", ">",        "0041",   "00E9",        "D83D", "<U0041>", "é",
+                               "\n", "0",  "zz", "0001F600", "<U00>x", "<U0001F600>", " ",    "日",      "<uzzzz>"};
+  return notation == Notation::ncr ? references : notation == Notation::uesc ? escapes : parens;
+}
+
+/// A session encoding and a flavour, with texts of parts that are UTF-8.
+struct Session {
+  const char* encoding;
+  Flavour flavour;
+};
+constexpr Session sessions[] = {
+    {"UTF-8", Flavour::plain},        {"UTF-8", Flavour::served},     {"ISO-8859-1", Flavour::plain},
+    {"windows-1251", Flavour::plain}, {"GB18030", Flavour::plain},    {"Shift_JIS", Flavour::plain},
+    {"EUC-JP", Flavour::served},      {"Big5-HKSCS", Flavour::plain}, {"UTF-32LE", Flavour::wide}};
+
+/// Each part in the session encoding; those that it lacks are left out.
+Parts encoded(const Parts& parts, Whole& whole) {
+  Parts result;
+  for (const std::string& part : parts)
+    if (const Result<Bytes> bytes = whole->fromForm(RQ_FORM_UTF8, bytesOf(part))) result.push_back(stringOf(*bytes));
+  return result;
+}
+
+constexpr Notation notations[] = {Notation::ncr, Notation::uesc, Notation::uparen, Notation::uparenAscii};
+
+using Open = Result<TextOperation> (*)(const Job&);
+using Call = std::function<Result<Bytes>(Whole&, const Job&, Bytes)>;
+
+void compareNotations(Open open, const Call& call) {
+  std::mt19937 random(7);
+  for (const Session& session : sessions) {
+    for (const Notation notation : notations) {
+      Job job = jobFor(session.encoding, session.flavour);
+      job.notation = notation;
+      SCOPED_TRACE(std::string(session.encoding) + " " + std::to_string(static_cast<int>(notation)));
+      Whole whole(job);
+      const Result<TextOperation> operation = open(job);
+      ASSERT_TRUE(operation) << operation.error().text;
+      const Parts parts = encoded(partsOf(notation), whole);
+      for (int i = 0; i < 60; ++i) {
+        const std::string text = textOf(parts, random() % 9, random);
+        compare(*operation, text, outcome(call(whole, job, bytesOf(text))), random);
+        if (testing::Test::HasFailure()) return;
+      }
+      for (int i = 0; i < 5; ++i) {
+        const std::string text = textOf(parts, random() % 3000, random);
+        compare(*operation, text, outcome(call(whole, job, bytesOf(text))), random);
+        if (testing::Test::HasFailure()) return;
+      }
+    }
+  }
+}
+
+TEST(Pieces, DecodeAsTheWhole) {
+  compareNotations(decode,
+                   [](Whole& whole, const Job& job, Bytes text) { return whole->decode(job.notation, text); });
+}
+
+TEST(Pieces, EncodeAsTheWhole) {
+  compareNotations(encode,
+                   [](Whole& whole, const Job& job, Bytes text) { return whole->encode(job.notation, text); });
+}
+
+/// Characters of many scripts, with sequences that some encodings write as one, and blanks and line ends.
+const Parts characters = {"a",
+                          "Z",
+                          " ",
+                          "\n",
+                          "<",
+                          "é",
+                          "Ж",
+                          "я",
+                          "日",
+                          "本",
+                          "語",
+                          "か",
+                          "か\u309A",
+                          "ア",
+                          "ｱ",
+                          "가",
+                          "힣",
+                          "😀",
+                          "\u00CA\u0304",
+                          "\u00EA\u030C",
+                          "Å",
+                          "~",
+                          "{",
+                          "\\",
+                          "¥",
+                          "€",
+                          "α",
+                          "ع",
+                          "ü",
+                          "中",
+                          "國",
+                          "龍",
+                          "   ",
+                          "\r\n",
+                          "\t"};
+
+TEST(Pieces, EveryEncodingFromFormsToFormsAndMeasuredAsTheWhole) {
+  std::mt19937 random(11);
+  constexpr RQForm forms[] = {RQ_FORM_UTF8, RQ_FORM_UTF16_BIG, RQ_FORM_UTF16_LITTLE, RQ_FORM_UTF32_BIG,
+                              RQ_FORM_UTF32_LITTLE};
+  for (const Encoding& encoding : host::encodings()) {
+    SCOPED_TRACE(encoding.name);
+    if (encoding.name == "x11-compound-text") continue;  // ICU does not reset it: bytes depend on earlier texts
+    Job job = jobFor(encoding.name);
+    job.form = forms[random() % std::size(forms)];
+    Whole whole(job);
+    const Result<TextOperation> from = fromForm(job), to = toForm(job), length = measureLength(job),
+                                width = measureWidth(job);
+    ASSERT_TRUE(from && to && length && width);
+    Parts available;
+    for (const std::string& part : characters)
+      if (whole->fromForm(RQ_FORM_UTF8, bytesOf(part))) available.push_back(part);
+    for (const std::size_t count : std::initializer_list<std::size_t>{1, 5, 9, 100, 1500}) {
+      const std::string text = textOf(available, count, random);
+      const std::string source = *host::convertAll(*host::codecOf(RQ_ENCODING_UTF8),
+                                                   *host::codecOf(host::formEncodings[job.form]), bytesOf(text));
+      const std::string session = stringOf(*whole->fromForm(job.form, bytesOf(source)));
+      compare(*from, source, "result: " + session, random);
+      compare(*to, session, outcome(whole->toForm(job.form, bytesOf(session))), random);
+      for (const auto& [operation, measure] :
+           {std::pair(&length, TextWork::Measure::length), std::pair(&width, TextWork::Measure::width)}) {
+        // The library measures nothing with more characters than units.
+        const Result<std::int64_t> number = whole->measure(measure, bytesOf(session));
+        if (number) compare(**operation, session, "result: " + std::to_string(*number) + "\n", random);
+      }
+      ASSERT_FALSE(HasFailure()) << text;
+    }
+  }
+}
+
+TEST(Pieces, ProblemsAreNamedAsInTheWhole) {
+  std::mt19937 random(13);
+  const std::string tail = "ab\nc é 日本\n";
+  for (const char* bad : {"\xFF", "\xE2\x82", "\xC3", "\xED\xA0\x80", "\xF4\x90\x80\x80"}) {
+    Job job = jobFor("UTF-8");
+    Whole whole(job);
+    for (const std::string& text : {tail + bad, tail + tail + bad + "xyz", bad + tail}) {
+      compare(*toForm(job), text, outcome(whole->toForm(job.form, bytesOf(text))), random);
+      compare(*fromForm(job), text, outcome(whole->fromForm(job.form, bytesOf(text))), random);
+      compare(*encode(job), text, outcome(whole->encode(job.notation, bytesOf(text))), random);
+      const std::string measured = "error: " + whole->measure(TextWork::Measure::width, bytesOf(text)).error().text;
+      compare(*measureWidth(job), text, measured, random);
+    }
+  }
+  for (const char* session : {"ISO-8859-1", "Shift_JIS", "ISO-2022-JP", "ISO-2022-KR", "ibm-930"}) {
+    Job job = jobFor(session);
+    Whole whole(job);
+    const std::string text = "ab\nc de\nf\n\u0E01 x";
+    compare(*fromForm(job), text, outcome(whole->fromForm(job.form, bytesOf(text))), random);
+  }
+  for (const auto& [session, text] :
+       {std::pair("Shift_JIS", "ab\n\x83\x41x\n\x83\xFFy"), std::pair("GB18030", "ab\n\x81\x30\x81"),
+        std::pair("ISO-2022-JP", "ab\n\x1B$BF|\x1B(B\n\xFFx"),
+        std::pair("ISO-2022-JP", "ab\n\x1B$BF|\x1B(B\nx\x1B$BF")}) {
+    Job job = jobFor(session);
+    Whole whole(job);
+    compare(*toForm(job), text, outcome(whole->toForm(job.form, bytesOf(text))), random);
+  }
+}
+
+TEST(Pieces, LongFilesAsTheWhole) {
+  std::mt19937 random(17);
+  const std::string file = testing::TempDir() + "rq_pieces_" + std::to_string(::getpid());
+  const auto check = [&](const TextOperation& operation, const std::string& text, const std::string& whole) {
+    std::ofstream(file, std::ios::binary | std::ios::trunc) << text;
+    EXPECT_TRUE(same(whole, outcomeOf(operation, file, host::done)));
+    std::vector<std::size_t> lengths;
+    for (std::size_t sum = 0; sum < text.size(); sum += lengths.back()) lengths.push_back(1 + random() % 60'000);
+    EXPECT_TRUE(same(whole, outcomeInParts(operation, text, lengths)));
+  };
+  for (const Session& session : sessions) {
+    SCOPED_TRACE(session.encoding);
+    for (const Notation notation : notations) {
+      Job job = jobFor(session.encoding, session.flavour);
+      job.notation = notation;
+      Whole whole(job);
+      const std::string text = textOf(encoded(partsOf(notation), whole), 300'000, random);
+      check(*decode(job), text, outcome(whole->decode(notation, bytesOf(text))));
+      check(*encode(job), text, outcome(whole->encode(notation, bytesOf(text))));
+    }
+  }
+  std::string blanks(700'000, ' ');
+  for (const std::string& text : {blanks, blanks + "日", "日" + blanks, blanks + "a" + blanks + "é" + blanks}) {
+    const Job job = jobFor("UTF-8");
+    Whole whole(job);
+    check(*measureWidth(job), text,
+          "result: " + std::to_string(*whole->measure(TextWork::Measure::width, bytesOf(text))) + "\n");
+  }
+  ::unlink(file.c_str());
+}
+
+}  // namespace
+}  // namespace rq::cli

@@ -1,0 +1,191 @@
+/* Texts long enough to be decoded by blocks, beside the naive twin: each shape of notation at each place of a block,
+ * inputs that end inside a notation, outputs that end anywhere. Input and output end at a guard page. */
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "tests/model/codec_twin.h"
+#include "tests/model/guarded_buffer.h"
+#include "tests/model/session.h"
+
+namespace rq::test {
+namespace {
+
+constexpr std::size_t maxUnits = 12000;
+constexpr std::uint8_t untouched = 0xC7;
+
+struct Decoder {
+  const char* name;
+  RQCodec RQOperations::*slot;
+  std::vector<std::u32string> shapes;  // of notations, common ones first
+};
+
+const Decoder decoders[] = {
+    {"getNCR",
+     &RQOperations::getNCR,
+     {U"&#233;",
+      U"&#1078;",
+      U"&#20013;",
+      U"&#xE9;",
+      U"&#x436;",
+      U"&#x4e2D;",
+      U"&#xD83D;&#xDE00;",
+      U"&#55357;&#56832;",
+      U"&#128512;",
+      U"&#x1F600;",
+      U"&#65;",
+      U"&#12;4;",
+      U"&#7;",
+      U"&#;",
+      U"&#x;",
+      U"&#x4$;",
+      U"&#12345678;",
+      U"&#123456789;",
+      U"&#x0000041;",
+      U"&#x00000041;",
+      U"&#xD800;",
+      U"&#65 &#66;",
+      U"&#x41 and much more text;",
+      U"&#",
+      U"&",
+      U";",
+      U"&#\u0416;",
+      U"&#\uFF11\uFF12;"}},
+    {"getUEsc",
+     &RQOperations::getUEsc,
+     {U"\\u00e9",     U"\\U0436",     U"\\u4E2D",        U"\\u00e9f",  U"\\u0001F600",
+      U"\\U0010FFFF", U"\\u00030000", U"\\uD83D\\uDE00", U"\\uD83D",   U"\\u0000",
+      U"\\u000000",   U"\\uu0041",    U"\\uU",           U"\\u12",     U"\\u",
+      U"\\",          U"\\u004$",     U"\\u00\\u0041",   U"\\u004100", U"\\u\u0416\u0416\u0416\u0416"}},
+    {"getUParen",
+     &RQOperations::getUParen,
+     {U"<U00E9>", U"<u0436>", U"<U4e2d>", U"<U0041>", U"<U0001F600>", U"<U41>", U"<U>", U"<Uxyz>", U"<U0041zz>",
+      U"<U000000041>", U"<U00$1>", U"<UD83D>", U"<U", U"<", U">", U"<u<u0041>", U"<U0041", U"<U004\uFF11>"}},
+    {"getUParenP", &RQOperations::getUParenP, {U"<U0041>", U"<u00E9>", U"<U0436>", U"<U41>", U"<U", U"<U0041zz>"}},
+};
+
+/// What a call did: its status, *written, all bytes of the output's room and the calls of the digits' service.
+struct Outcome {
+  RQStatus status;
+  std::uint64_t written;
+  std::vector<std::uint8_t> room;
+  std::uint64_t upperCases;
+};
+
+class Comparison {
+ public:
+  Comparison(const Decoder& decoder, Flavour flavour, std::uint32_t encoding)
+      : decoder_(decoder), flavour_(flavour), session_(encoding), input_(4 * maxUnits), output_(4 * maxUnits) {
+    session_.host.recording = false;
+    session_.host.offer({true, true, false});
+    twin::setKernel(session_.host.kernel());
+  }
+
+  void expectSame(std::u32string text, std::uint64_t capacity) {
+    if (session_.encoding == latin1)
+      std::replace_if(
+          text.begin(), text.end(), [](char32_t c) { return c > 0xFF; }, U'?');
+    const std::vector<std::uint8_t> units = unitsOf(flavour_, session_.encoding, text);
+    const RQCodec library = slotsOf(session_.object, flavour_).*decoder_.slot;
+    const RQCodec twin = twin::operations(flavour_).*decoder_.slot;
+    const Outcome expected = call(twin, units, capacity), made = call(library, units, capacity);
+    // The library does not ask for an empty run of digits.
+    ASSERT_TRUE(made.status == expected.status && made.written == expected.written && made.room == expected.room &&
+                made.upperCases <= expected.upperCases)
+        << decoder_.name << ", " << nameOf(flavour_) << ", session " << session_.encoding << ", capacity " << capacity
+        << ": " << made.status << ", " << made.written << ", " << made.upperCases << " instead of " << expected.status
+        << ", " << expected.written << ", " << expected.upperCases << " of " << shown(units, flavour_);
+  }
+
+ private:
+  Outcome call(RQCodec codec, const std::vector<std::uint8_t>& units, std::uint64_t capacity) {
+    const std::uint64_t unit = unitBytes(flavour_), room = (capacity + 1) * unit;  // one more for a doubled marker
+    const std::uint8_t* const in = input_.place(units.data(), units.size());
+    std::uint8_t* const out = output_.place(room);
+    std::memset(out, untouched, room);
+    Outcome outcome = {0, 0x5EED, {}, session_.host.count(Service::upperCase)};
+    outcome.status = codec(session_.object, in, units.size() / unit, out, capacity, &outcome.written);
+    outcome.room.assign(out, out + room);
+    outcome.upperCases = session_.host.count(Service::upperCase) - outcome.upperCases;
+    return outcome;
+  }
+
+  const Decoder& decoder_;
+  const Flavour flavour_;
+  Session session_;
+  GuardedBuffer input_, output_;
+};
+
+template <class Check>
+void forAll(Check check) {
+  for (const Decoder& decoder : decoders)
+    for (const Flavour flavour : {Flavour::plain, Flavour::served, Flavour::wide})
+      for (const std::uint32_t encoding : {utf8, latin1, utf32}) {
+        if ((flavour == Flavour::wide) != (encoding == utf32)) continue;
+        Comparison comparison(decoder, flavour, encoding);
+        check(decoder, comparison);
+        if (testing::Test::HasFatalFailure()) return;
+      }
+}
+
+std::u32string repeated(const std::u32string& unit, std::size_t length) {
+  std::u32string made;
+  while (made.size() < length) made += unit;
+  return made;
+}
+
+// Common notations before and behind, so that the place lies in the middle of a block that is decoded.
+TEST(Blocks, EveryShapeAtEveryPlace) {
+  forAll([](const Decoder& decoder, Comparison& comparison) {
+    const std::u32string before = repeated(decoder.shapes[0], 8), behind = repeated(decoder.shapes[1], 100);
+    for (const std::u32string& shape : decoder.shapes)
+      for (std::size_t place = 0; place < 70; ++place) {
+        const std::u32string text = before + std::u32string(place, U'x') + shape + behind;
+        ASSERT_NO_FATAL_FAILURE(comparison.expectSame(text, 1000));
+      }
+  });
+}
+
+TEST(Blocks, InputsThatEndAnywhere) {
+  forAll([](const Decoder& decoder, Comparison& comparison) {
+    std::u32string text = repeated(decoder.shapes[0] + U" x" + decoder.shapes[1], 100);
+    for (const std::u32string& shape : decoder.shapes) text += shape + decoder.shapes[0];
+    for (; text.size() > 60; text.pop_back()) ASSERT_NO_FATAL_FAILURE(comparison.expectSame(text, 1000));
+  });
+}
+
+TEST(Blocks, OutputsThatEndAnywhere) {
+  forAll([](const Decoder& decoder, Comparison& comparison) {
+    std::u32string text = repeated(decoder.shapes[0] + U"abc" + decoder.shapes[1], 200) + std::u32string(150, U'y');
+    for (const std::u32string& shape : decoder.shapes) text += shape + decoder.shapes[0];
+    for (std::uint64_t capacity = 0; capacity < text.size() + 20; ++capacity)
+      ASSERT_NO_FATAL_FAILURE(comparison.expectSame(text, capacity));
+  });
+}
+
+// Several blocks, and parts with few notations between parts with many.
+TEST(Blocks, LongTextsAtRandom) {
+  std::mt19937 random(11);
+  const auto below = [&](std::size_t end) { return random() % end; };
+  forAll([&](const Decoder& decoder, Comparison& comparison) {
+    for (int i = 0; i < 25; ++i) {
+      std::u32string text;
+      const std::size_t length = 200 + below(4000);
+      while (text.size() < length) {
+        const std::size_t maxGap = std::size_t{1} << below(9), pieces = 1 + below(60), common = 1 + below(30);
+        for (std::size_t k = 0; k < pieces; ++k) {
+          text += decoder.shapes[below(below(common) ? 3 : decoder.shapes.size())];
+          text.append(below(maxGap), U'a' + static_cast<char32_t>(below(26)));
+        }
+      }
+      ASSERT_NO_FATAL_FAILURE(comparison.expectSame(text, below(4) ? text.size() : below(text.size())));
+    }
+  });
+}
+
+}  // namespace
+}  // namespace rq::test
