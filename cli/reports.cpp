@@ -29,7 +29,7 @@ std::string kernels() {
                     __builtin_cpu_supports("bmi2") && __builtin_cpu_supports("popcnt");
   const bool avx512 = avx2 && __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
                       __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512dq");
-  const std::string best = avx512 ? "avx512" : avx2 ? "avx2" : "sse2";
+  std::string best = avx512 ? "avx512" : avx2 ? "avx2" : "sse2";
   const char* const variable = std::getenv("RQUNI_KERNELS");
   if (variable == nullptr || *variable == '\0') return best;
   const std::string wish = variable;

@@ -23,7 +23,7 @@ class JoinedFromForm {
       if (!writer) return writer.error();
       writer_.emplace(std::move(*writer));
     }
-    const Result<Bytes> characters = bench_->fromForm(form_, text);
+    Result<Bytes> characters = bench_->fromForm(form_, text);
     if (!characters) return characters;
     if (const std::optional<Bytes> bytes = writer_->write(*characters, text.last)) return *bytes;
     const host::Encoding& form = host::encodingOf(form_);

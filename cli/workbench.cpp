@@ -40,7 +40,7 @@ Workbench::Workbench(host::Library library, const host::Encoding& encoding, cons
 
 Result<const host::Encoding*> sessionEncoding(const Job& job) {
   const bool wide = job.flavour == Flavour::wide;
-  const auto encoding = host::findEncoding(job.session.value_or(wide ? "UTF-32LE" : "UTF-8"));
+  auto encoding = host::findEncoding(job.session.value_or(wide ? "UTF-32LE" : "UTF-8"));
   if (!encoding) return Error{encoding.error().kind, encoding.error().text + "; rqtext encodings lists all"};
   if (wide && (*encoding)->identifier != RQ_ENCODING_UTF32_LITTLE) {
     return Error{Error::Kind::usage,

@@ -119,6 +119,7 @@ class BlockDecoder {
   ///
   /// The output is staged, because stores of a fixed size write too many units, and the output must keep all behind
   /// the last one.
+  // NOLINTNEXTLINE(readability-function-cognitive-complexity): one loop, whose state stays in registers
   Stop decodeListed(Cursor<Unit>& cursor, RoundTrips<Unit, roundTripRoom>& roundTrips) {
     RQ_UNINITIALIZED Unit staging[maxStaged + vectorUnits];
     const Unit* const block = block_;
@@ -194,7 +195,7 @@ class BlockDecoder {
   static void copyVector(Unit* to, const Unit* from) { store(to, load<__m128i>(static_cast<const void*>(from))); }
 
   const Notation notation_;
-  const Unit* block_;
+  const Unit* block_ = nullptr;
   const Unit* restsUntil_ = nullptr;
   std::uint64_t restAfterMisses_ = minRest;
   std::uint32_t misses_ = 0;

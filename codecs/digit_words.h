@@ -48,7 +48,7 @@ inline std::uint64_t loadText(const std::uint8_t* at) {
   return load<std::uint64_t>(static_cast<const void*>(at));
 }
 inline std::uint64_t loadText(const RQChar* at) {
-  const auto four = [=](int i) { return load<__m128i>(static_cast<const void*>(at + 4 * i)); };
+  const auto four = [=](std::uint64_t i) { return load<__m128i>(static_cast<const void*>(at + 4 * i)); };
   const __m128i words = _mm_packs_epi32(four(0), four(1));
   return static_cast<std::uint64_t>(_mm_cvtsi128_si64(_mm_packus_epi16(words, words)));
 }

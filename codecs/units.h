@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <limits>
 
 #include "frame/types.h"
 #include "kit/unaligned.h"
@@ -54,7 +55,7 @@ inline void storeText(RQChar* to, std::uint64_t text) {
 
 /// All bits but the one that separates upper and lower case ASCII letters.
 template <class Unit>
-inline constexpr Unit caseless = static_cast<Unit>(~Unit{0x20});
+inline constexpr Unit caseless = std::numeric_limits<Unit>::max() - 0x20;
 
 /// `unit` with that bit cleared: 'U' for 'U' and 'u'.
 template <class Unit>
