@@ -30,7 +30,7 @@ std::string kernels() {
   const bool avx512 = avx2 && __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
                       __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512dq");
   std::string best = avx512 ? "avx512" : avx2 ? "avx2" : "sse2";
-  const char* const variable = std::getenv("RQUNI_KERNELS");
+  const char* const variable = ::secure_getenv("RQUNI_KERNELS");  // as the library asks for it
   if (variable == nullptr || *variable == '\0') return best;
   const std::string wish = variable;
   if (wish == "sse2" || (wish == "avx2" && avx2) || (wish == "avx512" && avx512)) return wish + ", by RQUNI_KERNELS";
