@@ -1,8 +1,10 @@
-"""Builds the Debian packages twice in different places: they must be alike to the bit, and lintian must not complain."""
+"""Builds the Debian packages twice, from trees and into folders of other names and in other time zones: they must be
+alike to the bit, and lintian must not complain."""
 import hashlib
 import os
 import pathlib
 import re
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -31,9 +33,14 @@ class Packages(unittest.TestCase):
     def setUpClass(cls):
         cls.directory = tempfile.TemporaryDirectory(prefix="rquni-packages-")
         cls.addClassCleanup(cls.directory.cleanup)
-        cls.builds = [pathlib.Path(cls.directory.name) / name for name in ("one", "two")]
-        for build in cls.builds:
-            run(ROOT / "packaging" / "build_packages", build, LC_ALL="C.UTF-8", SOURCE_DATE_EPOCH="1760000000")
+        folder = pathlib.Path(cls.directory.name)
+        elsewhere = folder / "a longer name" / "and deeper" / "tree"
+        shutil.copytree(ROOT, elsewhere, ignore=shutil.ignore_patterns("build"))
+        cls.builds = []
+        for source, build, zone in (ROOT, "one", "UTC"), (elsewhere, "two", "Asia/Tokyo"):
+            cls.builds.append(folder / build)
+            run(source / "packaging" / "build_packages", folder / build, LC_ALL="C.UTF-8", TZ=zone,
+                SOURCE_DATE_EPOCH="1760000000")
         cls.packages = sorted(cls.builds[0].glob("*.deb"))
 
     def test_there_are_five(self):
