@@ -1,11 +1,11 @@
 #include "cli/reports.h"
 
 #include <algorithm>
-#include <cstdlib>
 
 #include "checker/checker.h"
 #include "cli/json_line.h"
 #include "cli/workbench.h"
+#include "host/kernels.h"
 
 namespace rq::cli {
 namespace {
@@ -23,19 +23,15 @@ std::string versionFrom(RQInterface* object, decltype(RQInterface::getVersion) s
   return std::to_string(major) + "." + std::to_string(minor) + "." + std::to_string(patch);
 }
 
-/// The kernels that a library of this version chooses on this machine, by the rule of its loader.
+/// The kernels that a library of this version chooses on this machine.
 std::string kernels() {
-  const bool avx2 = __builtin_cpu_supports("avx2") && __builtin_cpu_supports("bmi") &&
-                    __builtin_cpu_supports("bmi2") && __builtin_cpu_supports("popcnt");
-  const bool avx512 = avx2 && __builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-                      __builtin_cpu_supports("avx512vl") && __builtin_cpu_supports("avx512dq");
-  std::string best = avx512 ? "avx512" : avx2 ? "avx2" : "sse2";
-  const char* const variable = ::secure_getenv("RQUNI_KERNELS");  // as the library asks for it
-  if (variable == nullptr || *variable == '\0') return best;
-  const std::string wish = variable;
-  if (wish == "sse2" || (wish == "avx2" && avx2) || (wish == "avx512" && avx512)) return wish + ", by RQUNI_KERNELS";
-  const bool known = wish == "avx2" || wish == "avx512";
-  return best + "; RQUNI_KERNELS asks for " + wish +
+  const host::KernelChoice& choice = host::kernelChoice();
+  const std::string inUse(nameOf(choice.inUse));
+  if (choice.wanted.empty()) return inUse;
+  if (choice.wanted == inUse) return inUse + ", by RQUNI_KERNELS";
+  const bool known =
+      choice.wanted == nameOf(host::KernelSet::avx2) || choice.wanted == nameOf(host::KernelSet::avx512);
+  return inUse + "; RQUNI_KERNELS asks for " + choice.wanted +
          (known ? ", which this processor lacks" : ", which is none of sse2, avx2 and avx512");
 }
 

@@ -2,10 +2,12 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <cstring>
 #include <vector>
 
 #include "host/codec.h"
 #include "host/icu.h"
+#include "host/vectors.h"
 
 namespace rq::host {
 namespace {
@@ -33,6 +35,8 @@ class SingleByteCodec final : public Codec {
       const std::int32_t bytes = ucnv_fromUChars(converter, back.data(), back.size(), text.data(), 1, &error);
       if (U_SUCCESS(error) && bytes == 1) bytes_[text[0]] = static_cast<std::uint8_t>(back[0]);
     }
+    for (const unsigned count : {0x80U, 0x100U})
+      if (isSame(count)) same_ = count;
     return true;
   }
 
@@ -67,34 +71,69 @@ class SingleByteCodec final : public Codec {
 
   std::size_t decodeBlocks(Bytes input, std::span<char32_t> output) const {
     std::size_t at = 0;
-    for (; input.size() - at >= blockUnits; at += blockUnits) {
-      char32_t all = 0;
-      for (std::size_t i = at; i < at + blockUnits; ++i) {
-        output[i] = characters_[std::to_integer<std::size_t>(input[i])];
-        all |= output[i];
-      }
-      if (all == noCharacter) break;
-    }
+    for (; input.size() - at >= blockUnits; at += blockUnits)
+      if (!widen(&input[at], &output[at]) && !decodeBlock(&input[at], &output[at])) break;
     return at;
+  }
+  bool decodeBlock(const std::byte* from, char32_t* to) const {
+    char32_t all = 0;
+    for (std::size_t i = 0; i < blockUnits; ++i) {
+      to[i] = characters_[std::to_integer<std::size_t>(from[i])];
+      all |= to[i];
+    }
+    return all != noCharacter;
   }
 
   std::size_t encodeBlocks(std::span<const char32_t> input, MutableBytes output) const {
     std::size_t at = 0;
-    for (; input.size() - at >= blockUnits; at += blockUnits) {
-      std::array<std::uint16_t, blockUnits> bytes;
-      std::uint16_t all = 0;
-      for (std::size_t i = 0; i < blockUnits; ++i) {
-        bytes[i] = byteOf(input[at + i]);
-        all |= bytes[i];
-      }
-      if (all > 0xFF) break;
-      for (std::size_t i = 0; i < blockUnits; ++i) output[at + i] = static_cast<std::byte>(bytes[i]);
-    }
+    for (; input.size() - at >= blockUnits; at += blockUnits)
+      if (!narrow(&input[at], &output[at]) && !encodeBlock(&input[at], &output[at])) break;
     return at;
+  }
+  bool encodeBlock(const char32_t* from, std::byte* to) const {
+    return encodeHalf(from, to) && encodeHalf(from + blockUnits / 2, to + blockUnits / 2);
+  }
+  bool encodeHalf(const char32_t* from, std::byte* to) const {
+    std::uint64_t bytes = 0;
+    std::uint32_t joined = 0;
+    for (unsigned i = 0; i < blockUnits / 2; ++i) {
+      const std::uint32_t byte = byteOf(from[i]);
+      bytes |= std::uint64_t{byte} << (8 * i);
+      joined |= byte;
+    }
+    if (joined > 0xFF) return false;
+    std::memcpy(to, &bytes, sizeof bytes);
+    return true;
+  }
+
+  // Blocks of which every unit is below same_; false for others.
+
+  bool widen(const std::byte* from, char32_t* to) const {
+    const Vector bytes = loadVector(from), zero = _mm_setzero_si128();
+    if (same_ < 0x100 && (same_ == 0 || any(bytes))) return false;
+    storeWidened(_mm_unpacklo_epi8(bytes, zero), to);
+    storeWidened(_mm_unpackhi_epi8(bytes, zero), to + 8);
+    return true;
+  }
+  bool narrow(const char32_t* from, std::byte* to) const {
+    const Vector a = loadVector(from), b = loadVector(from + 4), c = loadVector(from + 8), d = loadVector(from + 12);
+    const Vector joined = _mm_or_si128(_mm_or_si128(a, b), _mm_or_si128(c, d));
+    const Vector foreign = _mm_andnot_si128(_mm_set1_epi32(static_cast<int>(same_ - 1)), joined);
+    if (same_ == 0 || !all(_mm_cmpeq_epi32(foreign, _mm_setzero_si128()))) return false;
+    storeVector(_mm_packus_epi16(narrowed(a, b), narrowed(c, d)), to);
+    return true;
+  }
+
+  /// Are the first `count` characters the bytes of the same value?
+  bool isSame(unsigned count) const {
+    for (unsigned value = 0; value < count; ++value)
+      if (characters_[value] != value || bytes_[value] != value) return false;
+    return true;
   }
 
   std::uint16_t byteOf(char32_t character) const { return bytes_[std::min<char32_t>(character, 0xFFFF)]; }
 
+  char32_t same_ = 0;  // characters below are the bytes of the same value: 0, 0x80 or 0x100
   std::array<char32_t, 256> characters_;
   std::vector<std::uint16_t> bytes_;  // of each character up to U+FFFF, which no encoding has
 };

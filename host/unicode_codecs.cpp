@@ -2,12 +2,13 @@
 // byte-order mark is treated as one.
 #include <bit>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 
 #include "frame/types.h"
 #include "host/codec.h"
+#include "host/kernels.h"
 #include "host/utf8_blocks.h"
+#include "host/vectors.h"
 
 namespace rq::host {
 
@@ -51,7 +52,10 @@ void store(Unit unit, std::byte* to) {
   std::memcpy(to, &swapped, sizeof swapped);
 }
 
+/// Each form reads and writes one character. So many are converted one by one before blocks are tried again.
 struct Utf8 {
+  static constexpr std::size_t exactCharacters = utf8DecodingMargin;
+
   static Read read(Bytes input) {
     const auto at = [input](std::size_t i) { return std::to_integer<std::uint32_t>(input[i]); };
     const std::uint32_t lead = at(0);
@@ -85,6 +89,8 @@ struct Utf8 {
 
 template <std::endian order>
 struct Utf16 {
+  static constexpr std::size_t exactCharacters = 8;
+
   static Read read(Bytes input) {
     if (input.size() < 2) return {0, input.size(), Outcome::truncated};
     const char32_t first = load<std::uint16_t, order>(input.data());
@@ -110,6 +116,8 @@ struct Utf16 {
 
 template <std::endian order>
 struct Utf32 {
+  static constexpr std::size_t exactCharacters = 4;
+
   static Read read(Bytes input) {
     if (input.size() < 4) return {0, input.size(), Outcome::truncated};
     const char32_t c = load<std::uint32_t, order>(input.data());
@@ -126,30 +134,25 @@ struct Cursor {
   std::size_t in = 0, out = 0;
 };
 
-// Fast paths. Each moves the cursor over whole blocks without errors and leaves the rest to the exact loop. They are
-// written for the compiler to vectorise: fixed counts, and errors collected instead of branches.
+// Fast paths. Each moves the cursor over whole blocks without errors and leaves the rest to the exact loop.
 
-constexpr std::size_t blockUnits = 16;
-
-template <std::endian order, class Unit>
-void loadBlock(const std::byte* from, Unit (&units)[blockUnits]) {
-  for (std::size_t i = 0; i < blockUnits; ++i) units[i] = load<Unit, order>(from + i * sizeof(Unit));
+/// Units of an order as the machine's, and back.
+template <std::endian order>
+Vector swapped16(Vector units) {
+  if constexpr (order == std::endian::native) return units;
+  return _mm_or_si128(_mm_slli_epi16(units, 8), _mm_srli_epi16(units, 8));
+}
+template <std::endian order>
+Vector swapped32(Vector units) {
+  if constexpr (order == std::endian::native) return units;
+  const Vector halves = swapped16<order>(units);
+  return _mm_or_si128(_mm_slli_epi32(halves, 16), _mm_srli_epi32(halves, 16));
 }
 
-template <std::endian order, class Unit>
-void storeBlock(const Unit (&units)[blockUnits], std::byte* to) {
-  for (std::size_t i = 0; i < blockUnits; ++i) store<Unit, order>(units[i], to + i * sizeof(Unit));
-}
-
-/// RQUNI_KERNELS is the variable that chooses lesser kernels in the library too.
-bool useAvx2() {
-  const char* wished = ::secure_getenv("RQUNI_KERNELS");
-  if (wished && std::strcmp(wished, "sse2") == 0) return false;
-  return __builtin_cpu_supports("avx2") && __builtin_cpu_supports("popcnt");
-}
 /// Null where the exact loops must do.
-DecodeUtf8Blocks* const decodeUtf8Blocks = useAvx2() ? decodeUtf8BlocksAvx2 : nullptr;
-EncodeUtf8Blocks* const encodeUtf8Blocks = useAvx2() ? encodeUtf8BlocksAvx2 : nullptr;
+const bool useAvx2 = kernelChoice().inUse != KernelSet::sse2;
+DecodeUtf8Blocks* const decodeUtf8Blocks = useAvx2 ? decodeUtf8BlocksAvx2 : nullptr;
+EncodeUtf8Blocks* const encodeUtf8Blocks = useAvx2 ? encodeUtf8BlocksAvx2 : nullptr;
 
 void decodeBlocks(Utf8, Bytes input, std::span<char32_t> output, Cursor& at) {
   if (decodeUtf8Blocks) {
@@ -170,27 +173,22 @@ void decodeBlocks(Utf8, Bytes input, std::span<char32_t> output, Cursor& at) {
 
 template <std::endian order>
 void decodeBlocks(Utf16<order>, Bytes input, std::span<char32_t> output, Cursor& at) {
-  for (; input.size() - at.in >= 2 * blockUnits && output.size() - at.out >= blockUnits;
-       at.in += 2 * blockUnits, at.out += blockUnits) {
-    std::uint16_t units[blockUnits];
-    loadBlock<order>(input.data() + at.in, units);
-    std::uint16_t surrogates = 0;
-    for (const std::uint16_t unit : units) surrogates |= (unit & 0xF800) == 0xD800 ? 1 : 0;
-    if (surrogates != 0) return;
-    for (std::size_t i = 0; i < blockUnits; ++i) output[at.out + i] = units[i];
+  for (; input.size() - at.in >= 16 && output.size() - at.out >= 8; at.in += 16, at.out += 8) {
+    const Vector units = swapped16<order>(loadVector(&input[at.in]));
+    const Vector kinds = _mm_and_si128(units, _mm_set1_epi16(static_cast<short>(0xF800)));
+    if (any(_mm_cmpeq_epi16(kinds, _mm_set1_epi16(static_cast<short>(0xD800))))) return;  // surrogates
+    storeWidened(units, &output[at.out]);
   }
 }
 
 template <std::endian order>
 void decodeBlocks(Utf32<order>, Bytes input, std::span<char32_t> output, Cursor& at) {
-  for (; input.size() - at.in >= 4 * blockUnits && output.size() - at.out >= blockUnits;
-       at.in += 4 * blockUnits, at.out += blockUnits) {
-    std::uint32_t units[blockUnits];
-    loadBlock<order>(input.data() + at.in, units);
-    std::uint32_t errors = 0;
-    for (const std::uint32_t unit : units) errors |= unit > 0x10FFFF || isSurrogate(unit) ? 1U : 0U;
-    if (errors != 0) return;
-    std::memcpy(output.data() + at.out, units, sizeof units);
+  for (; input.size() - at.in >= 16 && output.size() - at.out >= 4; at.in += 16, at.out += 4) {
+    const Vector units = swapped32<order>(loadVector(&input[at.in]));
+    const Vector tooLarge = _mm_cmpgt_epi32(_mm_srli_epi32(units, 16), _mm_set1_epi32(0x10));
+    const Vector surrogate = _mm_cmpeq_epi32(_mm_srli_epi32(units, 11), _mm_set1_epi32(0xD800 >> 11));
+    if (any(_mm_or_si128(tooLarge, surrogate))) return;
+    storeVector(units, &output[at.out]);
   }
 }
 
@@ -205,26 +203,18 @@ void encodeBlocks(Utf8, std::span<const char32_t> input, MutableBytes output, Cu
 
 template <std::endian order>
 void encodeBlocks(Utf16<order>, std::span<const char32_t> input, MutableBytes output, Cursor& at) {
-  for (; input.size() - at.in >= blockUnits && output.size() - at.out >= 2 * blockUnits;
-       at.in += blockUnits, at.out += 2 * blockUnits) {
-    const char32_t* from = input.data() + at.in;
-    char32_t all = 0;
-    for (std::size_t i = 0; i < blockUnits; ++i) all |= from[i];
-    if (all > 0xFFFF) return;
-    std::uint16_t units[blockUnits];
-    for (std::size_t i = 0; i < blockUnits; ++i) units[i] = static_cast<std::uint16_t>(from[i]);
-    storeBlock<order>(units, output.data() + at.out);
+  for (; input.size() - at.in >= 8 && output.size() - at.out >= 16; at.in += 8, at.out += 16) {
+    const Vector low = loadVector(&input[at.in]), high = loadVector(&input[at.in + 4]);
+    const Vector planes = _mm_srli_epi32(_mm_or_si128(low, high), 16);
+    if (any(_mm_cmpgt_epi32(planes, _mm_setzero_si128()))) return;
+    storeVector(swapped16<order>(narrowed(low, high)), &output[at.out]);
   }
 }
 
 template <std::endian order>
 void encodeBlocks(Utf32<order>, std::span<const char32_t> input, MutableBytes output, Cursor& at) {
-  for (; input.size() - at.in >= blockUnits && output.size() - at.out >= 4 * blockUnits;
-       at.in += blockUnits, at.out += 4 * blockUnits) {
-    std::uint32_t units[blockUnits];
-    std::memcpy(units, input.data() + at.in, sizeof units);
-    storeBlock<order>(units, output.data() + at.out);
-  }
+  for (; input.size() - at.in >= 4 && output.size() - at.out >= 16; at.in += 4, at.out += 16)
+    storeVector(swapped32<order>(loadVector(&input[at.in])), &output[at.out]);
 }
 
 template <class Form>
@@ -234,9 +224,9 @@ class UnicodeCodec final : public Codec {
     for (Cursor at;;) {
       decodeBlocks(Form(), input, output, at);
       // With most of the room filled, the next piece is faster than single characters.
-      const bool nearlyFull = at.out > output.size() / 2 && output.size() - at.out < exactCharacters;
-      if (nearlyFull && input.size() - at.in > 4 * exactCharacters) return {at.in, at.out, Outcome::outputFull};
-      for (std::size_t i = 0; i < exactCharacters; ++i) {
+      const bool nearlyFull = at.out > output.size() / 2 && output.size() - at.out < Form::exactCharacters;
+      if (nearlyFull && input.size() - at.in > 4 * Form::exactCharacters) return {at.in, at.out, Outcome::outputFull};
+      for (std::size_t i = 0; i < Form::exactCharacters; ++i) {
         if (at.in == input.size()) return {at.in, at.out, Outcome::done};
         if (at.out == output.size()) return {at.in, at.out, Outcome::outputFull};
         const Read read = Form::read(input.subspan(at.in));
@@ -250,7 +240,7 @@ class UnicodeCodec final : public Codec {
   Step encode(std::span<const char32_t> input, MutableBytes output, bool, bool) const override {
     for (Cursor at;;) {
       encodeBlocks(Form(), input, output, at);
-      for (std::size_t i = 0; i < exactCharacters; ++i, ++at.in) {
+      for (std::size_t i = 0; i < Form::exactCharacters; ++i, ++at.in) {
         if (at.in == input.size()) return {at.in, at.out, Outcome::done};
         const std::size_t length = Form::length(input[at.in]);
         if (length > output.size() - at.out) return {at.in, at.out, Outcome::outputFull};
@@ -259,10 +249,6 @@ class UnicodeCodec final : public Codec {
       }
     }
   }
-
- private:
-  /// So many characters are converted one by one before blocks are tried again.
-  static constexpr std::size_t exactCharacters = utf8DecodingMargin;
 };
 
 }  // namespace

@@ -118,6 +118,54 @@ char32_t* decodeStarts(const std::uint8_t* block, std::uint64_t starts, char32_t
   return _mm256_testz_si256(bad, bad) != 0 ? to : nullptr;
 }
 
+/// For each set of eight bits: the bytes of the lanes of two bytes whose bits are set, in order. The rest is
+/// anything.
+struct SetLanes {
+  alignas(64) std::uint8_t of[256][16];
+};
+consteval SetLanes listSetLanes() {
+  SetLanes table{};
+  for (unsigned bits = 0; bits < 256; ++bits) {
+    unsigned at = 0;
+    for (unsigned i = 0; i < 8; ++i) {
+      if ((bits >> i & 1) == 0) continue;
+      table.of[bits][at++] = static_cast<std::uint8_t>(2 * i);
+      table.of[bits][at++] = static_cast<std::uint8_t>(2 * i + 1);
+    }
+  }
+  return table;
+}
+constexpr SetLanes setLanes = listSetLanes();
+
+/// Stores the lanes of two bytes at the bits of `positions` as characters; returns the end of the output.
+char32_t* storeLanes(__m128i lanes, unsigned positions, char32_t* to) {
+  const __m128i order = _mm_load_si128(reinterpret_cast<const __m128i*>(setLanes.of[positions]));
+  const __m256i characters = _mm256_cvtepu16_epi32(_mm_shuffle_epi8(lanes, order));
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), characters);
+  return to + _mm_popcnt_u32(positions);
+}
+
+/// decodeStarts for characters of one or two bytes. Takes every byte with the next one as a character of two bytes;
+/// the starts choose those that are.
+char32_t* decodeUpTo2(const std::uint8_t* block, std::uint64_t starts, char32_t* to) {
+  constexpr std::size_t twoWindows = 2 * windowBytes;
+  __m256i bad = _mm256_setzero_si256();
+  for (const std::uint8_t* from = block; from != block + blockBytes; from += twoWindows, starts >>= twoWindows) {
+    const __m256i first = _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(from)));
+    const __m256i second = _mm256_cvtepu8_epi16(_mm_loadu_si128(reinterpret_cast<const __m128i*>(from + 1)));
+    const __m256i isLead = _mm256_cmpgt_epi16(first, _mm256_set1_epi16(0x7F));
+    const __m256i high = _mm256_slli_epi16(_mm256_and_si256(first, _mm256_set1_epi16(0x1F)), 6);
+    const __m256i two = _mm256_or_si256(high, _mm256_and_si256(second, _mm256_set1_epi16(0x3F)));
+    const __m256i characters = _mm256_blendv_epi8(first, two, isLead);
+    const __m256i overlong =
+        _mm256_cmpeq_epi16(_mm256_and_si256(first, _mm256_set1_epi16(0xFE)), _mm256_set1_epi16(0xC0));
+    bad = _mm256_or_si256(bad, overlong);
+    to = storeLanes(_mm256_castsi256_si128(characters), static_cast<unsigned>(starts & 0xFF), to);
+    to = storeLanes(_mm256_extracti128_si256(characters, 1), static_cast<unsigned>(starts >> 8 & 0xFF), to);
+  }
+  return _mm256_testz_si256(bad, bad) != 0 ? to : nullptr;
+}
+
 constexpr std::size_t blockCharacters = 16;
 
 /// How the bytes of four lanes become a text, by the number of continuations of each: two bits a lane, from the
@@ -177,11 +225,63 @@ std::uint8_t* encode(__m256i characters, std::uint8_t* to) {
   return join(_mm256_extracti128_si256(lanes, 1), _mm_cvtsi128_si32(_mm256_extracti128_si256(counts, 1)), to);
 }
 
+/// The low halves of 16 lanes below 0x10000, in order.
+__m256i narrowed(__m256i low, __m256i high) {
+  return _mm256_permute4x64_epi64(_mm256_packus_epi32(low, high), 0b11011000);
+}
+
+/// For each set of eight bits: the bytes of lanes of two bytes, both where the bit is set, else the first.
+struct Lengths {
+  alignas(64) std::uint8_t order[256][16];
+};
+consteval Lengths listLengths() {
+  Lengths table{};
+  for (unsigned bits = 0; bits < 256; ++bits) {
+    unsigned at = 0;
+    for (unsigned i = 0; i < 8; ++i) {
+      table.order[bits][at++] = static_cast<std::uint8_t>(2 * i);
+      if ((bits >> i & 1) != 0) table.order[bits][at++] = static_cast<std::uint8_t>(2 * i + 1);
+    }
+  }
+  return table;
+}
+constexpr Lengths lengths = listLengths();
+
+std::uint8_t* joinUpTo2(__m128i lanes, unsigned two, std::uint8_t* to) {
+  const __m128i order = _mm_load_si128(reinterpret_cast<const __m128i*>(lengths.order[two]));
+  _mm_storeu_si128(reinterpret_cast<__m128i*>(to), _mm_shuffle_epi8(lanes, order));
+  return to + 8 + _mm_popcnt_u32(two);
+}
+
+/// Encodes 16 characters below U+0800; returns the end of the output.
+std::uint8_t* encodeUpTo2(__m256i low, __m256i high, std::uint8_t* to) {
+  const __m256i characters = narrowed(low, high);
+  const __m256i isTwo = _mm256_cmpgt_epi16(characters, _mm256_set1_epi16(0x7F));
+  const __m256i leads = _mm256_or_si256(_mm256_srli_epi16(characters, 6), _mm256_set1_epi16(0xC0));
+  const __m256i rests = _mm256_and_si256(_mm256_slli_epi16(characters, 8), _mm256_set1_epi16(0x3F00));
+  const __m256i pairs = _mm256_or_si256(leads, _mm256_or_si256(rests, _mm256_set1_epi16(static_cast<short>(0x8000))));
+  const __m256i lanes = _mm256_blendv_epi8(characters, pairs, isTwo);
+  const __m128i marks = _mm_packs_epi16(_mm256_castsi256_si128(isTwo), _mm256_extracti128_si256(isTwo, 1));
+  const auto two = static_cast<unsigned>(_mm_movemask_epi8(marks));
+  to = joinUpTo2(_mm256_castsi256_si128(lanes), two & 0xFF, to);
+  return joinUpTo2(_mm256_extracti128_si256(lanes, 1), two >> 8, to);
+}
+
 void narrowAscii(__m256i low, __m256i high, std::uint8_t* to) {
-  const __m256i interleaved = _mm256_packus_epi32(low, high);
-  const __m256i words = _mm256_permute4x64_epi64(interleaved, 0b11011000);
+  const __m256i words = narrowed(low, high);
   const __m128i bytes = _mm_packus_epi16(_mm256_castsi256_si128(words), _mm256_extracti128_si256(words, 1));
   _mm_storeu_si128(reinterpret_cast<__m128i*>(to), bytes);
+}
+
+/// Encodes 16 characters; returns the end of the output.
+std::uint8_t* encodeBlock(const char32_t* from, std::uint8_t* to) {
+  const __m256i low = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from));
+  const __m256i high = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from + 8));
+  const __m256i all = _mm256_or_si256(low, high);
+  if (_mm256_testz_si256(all, broadcast(0xFFFFF800)) == 0) return encode(high, encode(low, to));
+  if (_mm256_testz_si256(all, broadcast(0xFFFFFF80)) == 0) return encodeUpTo2(low, high, to);
+  narrowAscii(low, high, to);
+  return to + blockCharacters;
 }
 
 }  // namespace
@@ -209,7 +309,8 @@ Blocks decodeUtf8BlocksAvx2(const std::uint8_t* input, std::size_t bytes, char32
                               (classes.leadOf3Or4 & std::uint64_t{3} << 62) |
                               (classes.leadOf4 & std::uint64_t{7} << 61);
     const std::uint64_t whole = cut == 0 ? ~std::uint64_t{0} : cut - 1;
-    char32_t* const end = decodeStarts(from, ~classes.continuation & whole, to);
+    const auto decodeBlock = classes.leadOf3Or4 == 0 ? decodeUpTo2 : decodeStarts;
+    char32_t* const end = decodeBlock(from, ~classes.continuation & whole, to);
     if (!end) break;
     from += _mm_popcnt_u64(whole);
     to = end;
@@ -223,15 +324,18 @@ Blocks encodeUtf8BlocksAvx2(const char32_t* input, std::size_t characters, std::
   std::uint8_t* to = output;
   const char32_t* const lastBlock = input + characters - utf8EncodingMargin;
   const std::uint8_t* const lastRoom = output + room - utf8EncodingRoom;
-  for (; from <= lastBlock && to <= lastRoom; from += blockCharacters) {
-    const __m256i low = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from));
-    const __m256i high = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(from + 8));
-    if (_mm256_testz_si256(_mm256_or_si256(low, high), broadcast(0xFFFFFF80)) != 0) {
-      narrowAscii(low, high, to);
-      to += blockCharacters;
-    } else {
-      to = encode(high, encode(low, to));
-    }
+  for (; from <= lastBlock && to <= lastRoom; from += blockCharacters) to = encodeBlock(from, to);
+  // The last characters by way of a buffer, for nothing behind them may change. Zeros fill it up, a byte each.
+  for (const char32_t* const end = input + characters; from != end;) {
+    const auto left = static_cast<std::size_t>(end - from), count = left < blockCharacters ? left : blockCharacters;
+    char32_t padded[blockCharacters] = {};
+    std::uint8_t encoded[utf8EncodingRoom];
+    __builtin_memcpy(padded, from, count * sizeof *from);
+    const auto bytes = static_cast<std::size_t>(encodeBlock(padded, encoded) - encoded) - (blockCharacters - count);
+    if (bytes > room - static_cast<std::size_t>(to - output)) break;
+    __builtin_memcpy(to, encoded, bytes);
+    from += count;
+    to += bytes;
   }
   return {static_cast<std::size_t>(to - output), static_cast<std::size_t>(from - input)};
 }
