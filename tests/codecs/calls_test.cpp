@@ -398,7 +398,7 @@ TEST(CharsetService, IsLookedUpAfreshUnlessTheCaseServiceHoldsIt) {
     }
 }
 
-TEST(CharsetService, IsAskedOnceForTheFourDigitsOfAnAngleNotation) {
+TEST(CharsetService, IsAskedOnceForTheFourDigitsOfAUParenNotation) {
   Session session(latin1);
   session.host.offer({true, true, true});
   const auto result = call(session.object->served.putNCR, session.object, Flavour::served,

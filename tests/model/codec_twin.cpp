@@ -245,7 +245,7 @@ RQStatus getNCR(RQInterface* object, const void* input, u64 remaining, void* out
 
 // The four digits at units 2 to 5 of the text; what is no digit, or missing, counts -1.
 template <class F, class Unit = typename F::Unit>
-u32 angleValue(const Unit* text, u64 units) {
+u32 uparenValue(const Unit* text, u64 units) {
   Unit scratch[4] = {};
   const u64 there = units <= 2 ? 0 : least(units - 2, 4);
   for (u64 i = 0; i < there; ++i) scratch[i] = text[2 + i];
@@ -276,7 +276,7 @@ RQStatus putNCR(RQInterface* object, const void* input, u64 units, void* output,
       u64 produced = 0;
       outbound(object)->convert(outbound(object), text + i, 28, scratch, scratchBytes, &produced, 0);
       if (produced == 7 * size) {
-        c = angleValue<F>(in, units);
+        c = uparenValue<F>(in, units);
         used = 7;
       }
     }

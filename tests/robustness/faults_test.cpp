@@ -149,7 +149,7 @@ TEST(Faults, ServedDigitsAreReadWithoutTheirServiceToo) {
       EXPECT_TRUE(subject.callWith({Service::lookUpCharset, nth, Outcome::refusal}) == subject.usual)
           << slot.fullName() << ": ASCII upper case needs no service";
   }
-  EXPECT_EQ(slotsThatAsk, 5U);  // the decoders, and the encoder of references for its angle notation
+  EXPECT_EQ(slotsThatAsk, 5U);  // the decoders, and the encoder of references for its U-paren notation
 }
 
 // Each call of each slot, and each two calls of one, of the same service or of different ones.

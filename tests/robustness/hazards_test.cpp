@@ -45,7 +45,7 @@ TEST(Hazards, APlaceBeyondNineIsAZeroUnit) {
     }
 }
 
-// The digits of an angle notation are bytes 2 to 5 of the input, which may have fewer than the notation characters.
+// The digits of a U-paren notation are bytes 2 to 5 of the input, which may have fewer than the notation characters.
 TEST(Hazards, AnInputShorterThanItsNotationHasNoDigits) {
   GuardedBuffer in(64);
   Session session(expanding);  // 0xFE is seven characters in one byte
