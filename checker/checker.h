@@ -2,8 +2,8 @@
 #ifndef RQUNI_CHECKER_CHECKER_H
 #define RQUNI_CHECKER_CHECKER_H
 
+#include <functional>
 #include <string>
-#include <vector>
 
 #include "checker/rule.h"
 #include "host/library.h"
@@ -17,9 +17,11 @@ struct Row {
   Finding finding;
 };
 
-/// For each rule, loads the shared object at `path` in a child process and enters it by rquni_host. Returns a row per
-/// rule, in a fixed order, or an error when the file is no such host. `threads`: see Subject.
-host::Result<std::vector<Row>> checkHost(const std::string& path, const host::Library& library, bool threads);
+/// For each rule, loads the shared object at `path` in a child process and enters it by rquni_host. Hands each row to
+/// `report` as soon as it is found, in a fixed order, and stops at an error of it. An error as well when the file is
+/// no such host. `threads`: see Subject.
+host::Done checkHost(const std::string& path, const host::Library& library, bool threads,
+                     const std::function<host::Done(const Row&)>& report);
 
 /// "ok", "broken" or "not checked", which blocked rules are too.
 std::string_view nameOf(Verdict verdict);

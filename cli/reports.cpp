@@ -1,6 +1,7 @@
 #include "cli/reports.h"
 
 #include <algorithm>
+#include <map>
 
 #include "checker/checker.h"
 #include "cli/json_line.h"
@@ -49,6 +50,53 @@ std::vector<JsonMember> withJsonNames(std::vector<JsonMember> members) {
   for (JsonMember& member : members) std::ranges::replace(member.name, ' ', '_');
   return members;
 }
+
+/// The rows of a checked host as they come, each complete before the next rule is tried, and their number.
+class HostReport {
+ public:
+  HostReport(const Job& job, Output& output) : job_(job), output_(output) {}
+
+  Done add(const checker::Row& row) {
+    const std::string_view verdict = checker::nameOf(row.finding.verdict);
+    ++counts_[verdict];
+    if (row.finding.verdict == checker::Verdict::broken)
+      brokenRules_ += (brokenRules_.empty() ? "" : ", ") + std::string(row.name);
+    if (job_.json) {
+      return writeNow(jsonLine({{"rule", std::string(row.name)},
+                                {"verdict", std::string(verdict)},
+                                {"statement", std::string(row.statement)},
+                                {"seen", row.finding.seen}}));
+    }
+    std::string text = output_.begun() ? "" : "rule\tverdict\twhat it says\twhat was seen\n";
+    for (const std::string_view part : {row.name, verdict, row.statement}) text += std::string(part) + "\t";
+    return writeNow(text + row.finding.seen + "\n");
+  }
+
+  /// A report without its closing line is cut off.
+  Done close() {
+    const std::uint64_t kept = counts_["ok"], broken = counts_["broken"], notChecked = counts_["not checked"];
+    const std::uint64_t rules = kept + broken + notChecked;
+    const Done written =
+        job_.json ? output_.write(
+                        jsonLine({{"rules", rules}, {"kept", kept}, {"broken", broken}, {"not_checked", notChecked}}))
+                  : output_.write(decimal(rules) + " rules: " + decimal(kept) + " kept, " + decimal(broken) +
+                                  " broken, " + decimal(notChecked) + " not checked\n");
+    if (!written || brokenRules_.empty()) return written;
+    return Error{Error::Kind::data, job_.host + " breaks " + brokenRules_};
+  }
+
+ private:
+  Done writeNow(const std::string& text) {
+    if (Done written = output_.write(text); !written) return written;
+    return output_.flush();
+  }
+  static std::string decimal(std::uint64_t number) { return std::to_string(number); }
+
+  const Job& job_;
+  Output& output_;
+  std::map<std::string_view, std::uint64_t> counts_;
+  std::string brokenRules_;
+};
 
 }  // namespace
 
@@ -101,27 +149,12 @@ Done listEncodings(const Job& job, Progress&, Output& output) {
 Done checkHost(const Job& job, Progress&, Output& output) {
   const Result<host::Library> library = openLibrary(job);
   if (!library) return library.error();
-  const auto rows = checker::checkHost(job.host, *library, job.threads);
-  if (!rows) return rows.error();
-  std::string text = job.json ? "" : "rule\tverdict\twhat it says\twhat was seen\n";
-  std::string brokenRules;
-  for (const auto& [name, statement, finding] : *rows) {
-    const std::string_view verdict = checker::nameOf(finding.verdict);
-    if (finding.verdict == checker::Verdict::broken)
-      brokenRules += (brokenRules.empty() ? "" : ", ") + std::string(name);
-    if (job.json) {
-      text += jsonLine({{"rule", std::string(name)},
-                        {"verdict", std::string(verdict)},
-                        {"statement", std::string(statement)},
-                        {"seen", finding.seen}});
-    } else {
-      for (const std::string_view part : {name, verdict, statement}) text += std::string(part) + "\t";
-      text += finding.seen + "\n";
-    }
-  }
-  if (Done written = output.write(text); !written) return written;
-  if (brokenRules.empty()) return host::done();
-  return Error{Error::Kind::data, job.host + " breaks " + brokenRules};
+  HostReport report(job, output);
+  if (Done checked =
+          checker::checkHost(job.host, *library, job.threads, [&](const auto& row) { return report.add(row); });
+      !checked)
+    return checked;
+  return report.close();
 }
 
 }  // namespace rq::cli

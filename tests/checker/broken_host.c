@@ -1,6 +1,7 @@
 /* The smallest host with a case service, and with the one fault that the environment variable RQ_BROKEN names; sound
  * without. `rqtext check-host` must find each fault and blame no other rule. */
 #include <sched.h>
+#include <unistd.h>
 
 /* The example, under other names for what it shares with this file. */
 #include "rquni/host_entry.h"
@@ -91,6 +92,7 @@ static RQStatus faultyConvert(RQTranscoder* self, const void* input, uint64_t in
     if (broken("transcoder.zero") && character == 0) return *produced = 0, FAILED;
     if (broken("transcoder.returns") && character == 0xDC00) abort();
   }
+  while (broken("hang")) pause();
   if (broken("transcoder.input")) seenBeyond = ((const volatile uint8_t*)input)[inputBytes];
   if (broken("transcoder.destroy") && destroyed > 0) inputBytes = 0;
   const int wasStuck = stuck == self;

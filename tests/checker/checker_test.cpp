@@ -48,9 +48,10 @@ TEST(SandboxTest, DoesNotWaitForEver) {
 }
 
 TEST(CheckTest, NeedsAHostThatCanBeLoaded) {
-  const auto rows = checker::checkHost(RQ_LIBRARY_PATH, loadLibrary(), false);
-  ASSERT_FALSE(rows);
-  EXPECT_NE(rows.error().text.find("undefined symbol: rquni_host"), std::string::npos) << rows.error().text;
+  const auto noRow = [](const checker::Row&) -> host::Done { throw std::logic_error("nothing is found"); };
+  const host::Done checked = checker::checkHost(RQ_LIBRARY_PATH, loadLibrary(), false, noRow);
+  ASSERT_FALSE(checked);
+  EXPECT_NE(checked.error().text.find("undefined symbol: rquni_host"), std::string::npos) << checked.error().text;
 }
 
 }  // namespace

@@ -4,9 +4,11 @@ import concurrent.futures
 import json
 import os
 import re
+import subprocess
+import time
 import unittest
 
-from tool import DATA, DONE, LIBRARY, PROJECT, SANITIZED, SYSTEM, USAGE, ToolTest, run
+from tool import DATA, DONE, LIBRARY, PROJECT, SANITIZED, SYSTEM, TOOL, USAGE, ToolTest, run
 
 MINIMAL, BROKEN, DEVELOPMENT = (os.environ[f"RQ_{name}_HOST"] for name in ("MINIMAL", "BROKEN", "DEVELOPMENT"))
 # A crash is to be the host's own, and freed memory is to be gone.
@@ -64,9 +66,17 @@ class CheckHost(ToolTest):
         """Exit code as expected; the rows by their rule, and standard error."""
         result = run("check-host", "--json", *arguments, env={**ENVIRONMENT, **environment})
         self.assertEqual(result.returncode, code, result.stderr)
-        rows = {row["rule"]: row for row in map(json.loads, result.stdout.splitlines())}
+        *lines, closing = map(json.loads, result.stdout.splitlines())
+        rows = {row["rule"]: row for row in lines}
         self.assertEqual({tuple(row) for row in rows.values()}, {("rule", "verdict", "statement", "seen")})
+        self.assertEqual(closing, self.counted(rows))
         return rows, result.stderr.decode()
+
+    def counted(self, rows):
+        """The closing line that these rows need."""
+        counts = {name: len(self.with_verdict(rows, verdict))
+                  for name, verdict in (("kept", "ok"), ("broken", "broken"), ("not_checked", "not checked"))}
+        return {"rules": len(rows), **counts}
 
     def with_verdict(self, rows, verdict):
         return {name for name, row in rows.items() if row["verdict"] == verdict}
@@ -115,7 +125,35 @@ class CheckHost(ToolTest):
         lines = result.stdout.decode().splitlines()
         self.assertEqual(lines[0].split("\t"), ["rule", "verdict", "what it says", "what was seen"])
         self.assertEqual(lines[1].split("\t"), ["entry", "ok", "rquni_host stores a kernel and a context and returns 0", ""])
-        self.assertEqual({line.count("\t") for line in lines}, {3})
+        self.assertEqual({line.count("\t") for line in lines[:-1]}, {3})
+        verdicts = [line.split("\t")[1] for line in lines[1:-1]]
+        self.assertEqual(lines[-1], f"{len(verdicts)} rules: {verdicts.count('ok')} kept, 0 broken, "
+                         f"{verdicts.count('not checked')} not checked")
+
+    def hanging(self):
+        return subprocess.Popen([TOOL, "check-host", "--json", BROKEN, "--library", LIBRARY], stdout=subprocess.PIPE,
+                                stderr=subprocess.PIPE, env={**ENVIRONMENT, "RQ_BROKEN": "hang"})
+
+    def test_a_hanging_host_ends_the_run(self):
+        begin = time.monotonic()
+        with self.hanging() as process:
+            first = json.loads(process.stdout.readline())
+            self.assertLess(time.monotonic() - begin, 5, "the first row waits for the rules that hang")
+            self.assertEqual((first["rule"], first["verdict"]), ("entry", "ok"))
+            *rows, closing = map(json.loads, process.stdout)
+            self.assertEqual(process.wait(), DATA)
+        self.assertLess(time.monotonic() - begin, 20)
+        rows = {row["rule"]: row for row in (first, *rows)}
+        self.assertEqual(closing, self.counted(rows))
+        self.assertEqual(self.with_verdict(rows, "broken"), {"transcoder.length", "transcoder.capacity"})
+        self.assertEqual({row["seen"] for row in rows.values() if row["verdict"] == "broken"}, {"it did not return in time"})
+        self.assertEqual(rows["transcoder.forms"]["seen"], "other checks hung")
+
+    def test_a_reader_that_leaves_ends_the_run(self):
+        with self.hanging() as process:
+            process.stdout.readline()
+            process.stdout.close()
+            self.assertEqual(process.wait(timeout=5), SYSTEM)  # at the next row, before a rule hangs
 
     def test_what_is_no_host(self):
         self.fail_with(SYSTEM, "cannot load the host /nonexistent.so: ", "check-host", "/nonexistent.so")
