@@ -57,6 +57,11 @@ bool Input::waits() const {
 }
 
 Result<std::size_t> Input::read(MutableBytes room) {
+  if (!marked_) return readBytes(room);
+  return marked_->read(room, [this](MutableBytes rest) { return readBytes(rest); });
+}
+
+Result<std::size_t> Input::readBytes(MutableBytes room) {
   if (pause_ && waits()) {
     if (Done paused = pause_(); !paused) return paused.error();
   }
@@ -86,7 +91,7 @@ Result<Bytes> Input::readAll(Buffer& buffer) {
   std::size_t wanted = expected + pieceBytes;
   try {
     for (MutableBytes room = buffer.atLeast(wanted);; room = buffer.atLeast(wanted, size)) {
-      while (size < room.size()) {
+      while (room.size() - size >= MarkedReader::leastRoom) {
         const Result<std::size_t> count = read(room.subspan(size));
         if (!count) return count.error();
         if (*count == 0) return Bytes(room.first(size));
@@ -225,6 +230,9 @@ Done Output::writeNow(Bytes bytes) {
 }
 
 Done Output::write(Bytes bytes) {
+  if (!start_.empty() && !bytes.empty()) {
+    if (Done written = write(std::exchange(start_, {})); !written) return written;
+  }
   if (kept_.size() + bytes.size() <= pieceBytes) {
     kept_.insert(kept_.end(), bytes.begin(), bytes.end());
     return host::done();

@@ -5,25 +5,59 @@
 
 #include "cli/session_pieces.h"
 #include "cli/text_operation.h"
+#include "cli/unmappable.h"
 #include "cli/workbench.h"
 #include "host/pieces.h"
 
 namespace rq::cli {
 namespace {
 
-/// Pieces of text into an encoding that joins characters or shifts between sets: one converter writes all pieces.
+bool isUtf16(RQForm form) {
+  return form == RQ_FORM_UTF16_NATIVE || form == RQ_FORM_UTF16_BIG || form == RQ_FORM_UTF16_LITTLE;
+}
+
+/// True for forms whose byte order is that of a mark.
+bool isMarked(RQForm form) {
+  return form == RQ_FORM_UTF16_NATIVE || form == RQ_FORM_UTF32_NATIVE;
+}
+
+/// The form in which marked text is read: without a mark it is big-endian.
+RQForm readForm(RQForm form) {
+  if (!isMarked(form)) return form;
+  return isUtf16(form) ? RQ_FORM_UTF16_BIG : RQ_FORM_UTF32_BIG;
+}
+
+/// The form in which marked text is written.
+RQForm writtenForm(RQForm form) {
+  if (!isMarked(form)) return form;
+  return isUtf16(form) ? RQ_FORM_UTF16_LITTLE : RQ_FORM_UTF32_LITTLE;
+}
+
+/// An error shows the bytes of a little-endian file as they stand there.
+Result<Bytes> fromReadForm(Workbench& bench, RQForm form, const Text& text) {
+  Result<Bytes> result = bench.fromForm(form, text);
+  if (result || !text.reversed) return result;
+  std::vector<std::byte> bytes(text.bytes.begin(), text.bytes.end());
+  reverseBytes(bytes, isUtf16(form) ? 2 : 4);
+  Text asItStands = text;
+  asItStands.bytes = bytes;
+  return bench.fromForm(isUtf16(form) ? RQ_FORM_UTF16_LITTLE : RQ_FORM_UTF32_LITTLE, asItStands);
+}
+
+/// Pieces of text whose result is not that of each piece for itself: one converter writes all of them. So it is with
+/// encodings that join characters or shift between sets, and where characters are replaced.
 class JoinedFromForm {
  public:
-  JoinedFromForm(std::shared_ptr<Workbench> bench, RQForm form, const host::Encoding& session)
-      : bench_(std::move(bench)), form_(form), session_(session) {}
+  JoinedFromForm(std::shared_ptr<Workbench> bench, RQForm form, const host::Encoding& session, Unmappable unmappable)
+      : bench_(std::move(bench)), form_(form), session_(session), unmappable_(unmappable) {}
 
   Result<Bytes> operator()(const Text& text) {
     if (text.first) {
-      Result<host::CharacterWriter> writer = host::CharacterWriter::open(session_);
+      Result<host::CharacterWriter> writer = host::CharacterWriter::open(session_, unmappable_);
       if (!writer) return writer.error();
       writer_.emplace(std::move(*writer));
     }
-    Result<Bytes> characters = bench_->fromForm(form_, text);
+    Result<Bytes> characters = fromReadForm(*bench_, form_, text);
     if (!characters) return characters;
     if (const std::optional<Bytes> bytes = writer_->write(*characters, text.last)) return *bytes;
     const host::Encoding& form = host::encodingOf(form_);
@@ -37,6 +71,7 @@ class JoinedFromForm {
   std::shared_ptr<Workbench> bench_;
   const RQForm form_;
   const host::Encoding& session_;
+  const Unmappable unmappable_;
   std::optional<host::CharacterWriter> writer_;
 };
 
@@ -93,8 +128,10 @@ class JoinedEncoding {
 Done checkPad(const Job& job) {
   if (!job.padBytes) return host::done();
   if (job.form == RQ_FORM_UTF8) return Error{Error::Kind::usage, "there is no padding for utf8"};
-  const bool utf16 = job.form == RQ_FORM_UTF16_BIG || job.form == RQ_FORM_UTF16_LITTLE;
-  const std::uint64_t step = utf16 && job.flavour != Flavour::wide ? 2 : 4;
+  if (isMarked(job.form) || job.byteOrderMark) {
+    return Error{Error::Kind::usage, "a field of --pad has no byte order mark: name a form with its byte order"};
+  }
+  const std::uint64_t step = isUtf16(job.form) && job.flavour != Flavour::wide ? 2 : 4;
   if (*job.padBytes % step == 0) return host::done();
   return Error{Error::Kind::usage, "--pad must be a multiple of " + std::to_string(step) + " bytes here"};
 }
@@ -104,18 +141,24 @@ Done checkPad(const Job& job) {
 Result<TextOperation> fromForm(const Job& job) {
   const Result<const host::Encoding*> session = sessionEncoding(job);
   if (!session) return session.error();
-  const bool joined = !job.lines && !host::codecOf((*session)->identifier)->cutsCleanly();
+  const Unmappable unmappable = job.unmappable.value_or(Unmappable::error);
+  const bool ownHost = job.host.empty();
+  const bool joins = !job.lines && !host::codecOf((*session)->identifier)->cutsCleanly();
+  const bool joined = unmappable != Unmappable::error || (joins && ownHost);
   auto opened = joined ? Workbench::openForCharacters(job) : Workbench::open(job);
   if (!opened) return opened.error();
   const std::shared_ptr<Workbench> bench = std::move(*opened);
-  const host::Encoding& form = host::encodingOf(job.form);
-  TextOperation operation{&form, *session, cutForTarget(form, **session), {}};
+  const RQForm form = readForm(job.form);
+  const host::Encoding& encoding = host::encodingOf(form);
+  const Cut cut = joins && !joined ? Cut() : cutForTarget(encoding, **session);
+  TextOperation operation{&encoding, *session, cut, {}};
   if (joined) {
-    const auto writer = std::make_shared<JoinedFromForm>(bench, job.form, **session);
+    const auto writer = std::make_shared<JoinedFromForm>(bench, form, **session, unmappable);
     operation.result = [writer](const Text& text) { return (*writer)(text); };
   } else {
-    operation.result = [bench, form = job.form](const Text& text) { return bench->fromForm(form, text); };
+    operation.result = [bench, form](const Text& text) { return fromReadForm(*bench, form, text); };
   }
+  if (isMarked(job.form) || job.byteOrderMark) operation.mark = {byteOrderMark(form), isMarked(job.form)};
   return operation;
 }
 
@@ -124,13 +167,16 @@ Result<TextOperation> toForm(const Job& job) {
   if (!opened) return opened.error();
   if (Done possible = checkPad(job); !possible) return possible.error();
   const auto session = std::make_shared<SessionPieces>(std::move(*opened));
-  const auto result = [session, form = job.form, pad = job.padBytes](const Text& text) -> Result<Bytes> {
+  const RQForm form = writtenForm(job.form);
+  const auto result = [session, form, pad = job.padBytes](const Text& text) -> Result<Bytes> {
     const Result<Text> taken = session->taken(text);
     if (!taken) return taken.error();
     return session->bench().toForm(form, *taken, pad);
   };
-  return TextOperation{&session->encoding(), &host::encodingOf(job.form), job.padBytes ? Cut() : session->cut(),
-                       result};
+  TextOperation operation{&session->encoding(), &host::encodingOf(form), job.padBytes ? Cut() : session->cut(),
+                          result};
+  if (isMarked(job.form) || job.byteOrderMark) operation.outputMark = byteOrderMark(form);
+  return operation;
 }
 
 Result<TextOperation> decode(const Job& job) {
@@ -139,14 +185,19 @@ Result<TextOperation> decode(const Job& job) {
   const std::shared_ptr<Workbench> bench = std::move(*opened);
   const host::Encoding& session = bench->encoding();
   const Cut cut = cutForDecoding(job.notation, bench->wide());
-  if (job.keepInvalid) {
-    return TextOperation{&session, &session, cut, [bench, notation = job.notation](const Text& text) {
-                           return bench->decode(notation, text);
-                         }};
-  }
-  const auto result = [bench, notation = job.notation](const Text& text) -> Result<Bytes> {
-    if (Done valid = bench->checkValid(text); !valid) return valid.error();
+  std::function<Result<Bytes>(const Text&)> decoder = [bench, notation = job.notation](const Text& text) {
     return bench->decode(notation, text);
+  };
+  // Characters of 4 bytes lack none.
+  if (job.unmappable.value_or(Unmappable::keep) != Unmappable::keep && !bench->wide()) {
+    Result<StrictDecoder> strict = StrictDecoder::open(bench, job.notation, *job.unmappable);
+    if (!strict) return strict.error();
+    decoder = std::move(*strict);
+  }
+  if (job.keepInvalid) return TextOperation{&session, &session, cut, decoder};
+  const auto result = [bench, decoder](const Text& text) -> Result<Bytes> {
+    if (Done valid = bench->checkValid(text); !valid) return valid.error();
+    return decoder(text);
   };
   return TextOperation{&session, &session, cutBetween(cut, session), result};
 }

@@ -5,7 +5,8 @@ namespace rq::cli {
 Result<SessionPieces> SessionPieces::open(const Job& job) {
   const Result<const host::Encoding*> encoding = sessionEncoding(job);
   if (!encoding) return encoding.error();
-  const bool inPieces = !job.lines && !job.padBytes;
+  // Somebody else's host is to read its session text itself.
+  const bool inPieces = !job.lines && !job.padBytes && job.host.empty();
   const bool shifts = inPieces && host::codecOf((*encoding)->identifier)->stateful();
   auto bench = shifts ? Workbench::openForCharacters(job) : Workbench::open(job);
   if (!bench) return bench.error();
@@ -13,6 +14,7 @@ Result<SessionPieces> SessionPieces::open(const Job& job) {
 }
 
 Cut SessionPieces::cut() const {
+  if (!shifts_ && host::codecOf(encoding_->identifier)->stateful()) return {};
   if (!shifts_) return cutAtCharacters(*encoding_);
   return [](Bytes text) { return text.size(); };
 }

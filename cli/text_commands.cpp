@@ -32,12 +32,13 @@ Done runFiles(const Job& job, const Output& output, const RunFile& runFile) {
 }  // namespace
 
 Done runOverTexts(const Job& job, const TextOperation& operation, Progress& progress, Output& output) {
-  Result<TextRun> run = TextRun::in(*operation.texts, job.lines, operation.cut, progress);
+  Result<TextRun> run = TextRun::in(*operation.texts, job.lines, operation.cut, progress, operation.mark);
   if (!run) return run.error();
   const bool writesLineEnds = job.lines && operation.lineEnds != nullptr;
   const Result<std::string> lineEnd = writesLineEnds ? lineEndIn(*operation.lineEnds) : std::string();
   if (!lineEnd) return lineEnd.error();
   if (!job.inPlace) {
+    output.startWith(operation.outputMark);
     return runFiles(job, output, [&, take = writeInto(output, *lineEnd, operation)](const std::string& file) {
       return run->each({file}, take, [&output] { return output.flush(); });
     });
@@ -46,6 +47,7 @@ Done runOverTexts(const Job& job, const TextOperation& operation, Progress& prog
     Result<std::unique_ptr<Replacement>> replacement = Replacement::begin(file, job.backupSuffix, progress);
     if (!replacement) return replacement.error();
     Replacement& edited = **replacement;
+    edited.output().startWith(operation.outputMark);
     const TextRun::Take take = writeInto(edited.output(), *lineEnd, operation);
     if (Done done = run->each(edited.input(), take); !done) return done;
     return edited.commit();

@@ -16,6 +16,8 @@ struct TextOperation {
   Cut cut;
   /// The result for a text or a piece of it, valid until the next call. Pieces come in order.
   std::function<Result<Bytes>(const Text&)> result;
+  ExpectedMark mark = {};       // in front of each file
+  std::string outputMark = {};  // before the results
 };
 
 Result<TextOperation> fromForm(const Job& job);

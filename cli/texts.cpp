@@ -24,6 +24,12 @@ std::string inEncoding(char character, const host::Encoding& encoding) {
   return host::convertAll(*host::codecOf(RQ_ENCODING_UTF8), codec, {&byte, 1}).value_or("");
 }
 
+/// The first text of a file begins behind its mark.
+void placeBehindMark(const Input& input, Text& text) {
+  text.start.offset = input.markBytes();
+  text.reversed = input.reversed();
+}
+
 }  // namespace
 
 std::string carriageReturnIn(const host::Encoding& encoding) {
@@ -36,11 +42,12 @@ Result<std::string> lineEndIn(const host::Encoding& encoding) {
   return Error{Error::Kind::usage, "--lines cannot cut " + encoding.name + " text into lines"};
 }
 
-Result<TextRun> TextRun::in(const host::Encoding& encoding, bool lines, Cut cut, Progress& progress) {
-  if (!lines) return TextRun(encoding, "", std::move(cut), progress);
+Result<TextRun> TextRun::in(const host::Encoding& encoding, bool lines, Cut cut, Progress& progress,
+                            ExpectedMark mark) {
+  if (!lines) return TextRun(encoding, "", std::move(cut), progress, std::move(mark));
   const Result<std::string> lineEnd = lineEndIn(encoding);
   if (!lineEnd) return lineEnd.error();
-  return TextRun(encoding, *lineEnd, {}, progress);
+  return TextRun(encoding, *lineEnd, {}, progress, std::move(mark));
 }
 
 Done TextRun::each(const std::vector<std::string>& files, const Take& take, const Pause& pause) {
@@ -53,6 +60,7 @@ Done TextRun::each(const std::vector<std::string>& files, const Take& take, cons
 }
 
 Done TextRun::each(Input& input, const Take& take) {
+  if (!mark_.bytes.empty()) input.expectMark(mark_);
   if (!lineEnd_.empty()) return eachLine(input, take);
   return cut_ ? eachPiece(input, take) : wholeFile(input, take);
 }
@@ -60,7 +68,9 @@ Done TextRun::each(Input& input, const Take& take) {
 Done TextRun::wholeFile(Input& input, const Take& take) {
   const Result<Bytes> bytes = input.readAll(buffer_);
   if (!bytes) return bytes.error();
-  return take({*bytes, {}, input.name()});
+  Text text{*bytes, {}, input.name()};
+  placeBehindMark(input, text);
+  return take(text);
 }
 
 Done TextRun::eachPiece(Input& input, const Take& take) const {
@@ -69,6 +79,7 @@ Done TextRun::eachPiece(Input& input, const Take& take) const {
   while (!text.last) {
     const Result<PieceReader::Piece> piece = reader.next();
     if (!piece) return piece.error();
+    if (text.first) placeBehindMark(input, text);
     text.bytes = piece->text;
     text.last = piece->last;
     if (Done done = take(text); !done) return done;
@@ -86,6 +97,7 @@ Done TextRun::eachLine(Input& input, const Take& take) const {
     if (!line && line.error().kind != Error::Kind::data) return line.error();
     if (!line) return inFile(text.file, {Error::Kind::data, host::atBeginning(text.start, line.error().text)});
     if (!*line) return host::done();
+    if (text.start.offset == 0) placeBehindMark(input, text);
     text.bytes = (*line)->text;
     text.ended = (*line)->ended;
     if (Done done = take(text); !done) return done;

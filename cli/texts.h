@@ -21,6 +21,7 @@ struct Text {
   std::string_view file = "-";
   bool first = true, last = true;  // pieces of its text
   bool ended = false;              // a line end follows
+  bool reversed = false;           // its file is little-endian, these bytes are big-endian
 };
 
 /// The error with the file's name before it: "NAME: WHAT".
@@ -41,7 +42,8 @@ class TextRun {
 
   /// Takes each line for a text if `lines`, else each file in the pieces that `cut` makes of it, or as a whole
   /// without a cut. `encoding` is that of the files.
-  static Result<TextRun> in(const host::Encoding& encoding, bool lines, Cut cut, Progress& progress);
+  static Result<TextRun> in(const host::Encoding& encoding, bool lines, Cut cut, Progress& progress,
+                            ExpectedMark mark = {});
 
   /// Hands every text of the files to `take`, in order, until one fails. Calls `pause` before it waits for input.
   Done each(const std::vector<std::string>& files, const Take& take, const Pause& pause);
@@ -49,8 +51,12 @@ class TextRun {
   Done each(Input& input, const Take& take);
 
  private:
-  TextRun(const host::Encoding& encoding, std::string lineEnd, Cut cut, Progress& progress)
-      : encoding_(&encoding), lineEnd_(std::move(lineEnd)), cut_(std::move(cut)), progress_(&progress) {}
+  TextRun(const host::Encoding& encoding, std::string lineEnd, Cut cut, Progress& progress, ExpectedMark mark)
+      : encoding_(&encoding),
+        lineEnd_(std::move(lineEnd)),
+        cut_(std::move(cut)),
+        progress_(&progress),
+        mark_(std::move(mark)) {}
   Done wholeFile(Input& input, const Take& take);
   Done eachPiece(Input& input, const Take& take) const;
   Done eachLine(Input& input, const Take& take) const;
@@ -59,6 +65,7 @@ class TextRun {
   std::string lineEnd_;  // empty for whole files
   Cut cut_;
   Progress* progress_;
+  ExpectedMark mark_;
   Buffer buffer_;
 };
 

@@ -2,9 +2,11 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <climits>
 
+#include "host/host_file.h"
 #include "host/pieces.h"
 
 namespace rq::cli {
@@ -16,6 +18,22 @@ std::string executableFolder() {
   if (length <= 0) return ".";
   const std::string file(path.data(), static_cast<std::size_t>(length));
   return file.substr(0, file.rfind('/'));
+}
+
+/// The session encoding of somebody else's host must be the one that the tool goes by.
+Done checkSession(const Job& job, const host::Encoding& encoding, std::int64_t identifier) {
+  const auto number = static_cast<std::uint32_t>(identifier);
+  if (number == encoding.identifier) return host::done();
+  const auto isForm = [](std::uint32_t each) {
+    return std::ranges::find(host::formEncodings, each) != host::formEncodings.end();
+  };
+  if (isForm(number)) {
+    return Error{Error::Kind::usage, "the session of the host " + job.host + " is in " +
+                                         host::findEncoding(number)->name + ": name it with --session"};
+  }
+  if (job.session && !isForm(encoding.identifier)) return host::done();
+  return Error{Error::Kind::usage, "the session encoding of the host " + job.host + " has the number " +
+                                       std::to_string(number) + ", which is its own: name it with --session"};
 }
 
 }  // namespace
@@ -59,15 +77,30 @@ Result<std::unique_ptr<Workbench>> Workbench::open(const Job& job) {
   Result<host::Library> library = openLibrary(job);
   if (!library) return library.error();
   std::unique_ptr<Workbench> bench(new Workbench(std::move(*library), **encoding, job));
-  Result<host::Session> session = host::Session::open(bench->library_, bench->host_);
+  Result<host::Session> session = bench->openSession(job);
   if (!session) return session.error();
   bench->session_.emplace(std::move(*session));
   RQInterface* object = bench->object();
   const RQOperations& operations = wide                             ? object->wide
                                    : job.flavour == Flavour::served ? object->served
                                                                     : object->plain;
-  bench->work_.emplace(object, operations, **encoding, wide);
+  bench->work_.emplace(object, operations, **encoding, wide, job.host.empty());
   return bench;
+}
+
+Result<host::Session> Workbench::openSession(const Job& job) {
+  if (job.host.empty()) return host::Session::open(library_, host_);
+  const auto failed = [&job](const Error& error) {
+    return Error{error.kind, "cannot work with the host " + job.host + ": " + error.text};
+  };
+  const Result<host::HostEntry> entry = host::loadHost(job.host);
+  if (!entry) return failed(entry.error());
+  const Result<host::HostTables> tables = host::enterHost(*entry);
+  if (!tables) return failed(tables.error());
+  Result<host::Session> session = host::Session::open(library_, *tables->kernel, *tables->context, host_.journal);
+  if (!session) return failed(session.error());
+  const Done fits = checkSession(job, *encoding_, session->object()->sessionEncoding);
+  return fits ? std::move(session) : fits.error();
 }
 
 Result<std::unique_ptr<Workbench>> Workbench::openForCharacters(const Job& job) {
@@ -93,14 +126,19 @@ Done Workbench::checkValid(const Text& text) const {
                                                        : "not valid in " + encoding_->name});
 }
 
-bool Workbench::carries(RQChar character) const {
-  const RQTranscoderPair& pair = object()->transcoders[RQ_FORM_UTF32_NATIVE];
-  std::array<std::byte, 80> bytes;
+Bytes Workbench::inSession(RQChar character) const {
+  RQTranscoder* const outbound = object()->transcoders[RQ_FORM_UTF32_NATIVE].toSession;
   std::uint64_t length = 0;
-  pair.toSession->convert(pair.toSession, &character, sizeof character, bytes.data(), bytes.size(), &length, 0);
+  outbound->convert(outbound, &character, sizeof character, character_.data(), character_.size(), &length, 0);
+  return Bytes(character_).first(std::min<std::uint64_t>(length, character_.size()));
+}
+
+bool Workbench::carries(RQChar character) const {
+  const Bytes bytes = inSession(character);
+  RQTranscoder* const inbound = object()->transcoders[RQ_FORM_UTF32_NATIVE].fromSession;
   RQChar back = 0;
-  std::uint64_t backLength = 0;
-  pair.fromSession->convert(pair.fromSession, bytes.data(), length, &back, sizeof back, &backLength, 0);
+  std::uint64_t length = 0;
+  inbound->convert(inbound, bytes.data(), bytes.size(), &back, sizeof back, &length, 0);
   return back == character;
 }
 

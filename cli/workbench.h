@@ -2,6 +2,7 @@
 #ifndef RQUNI_CLI_WORKBENCH_H
 #define RQUNI_CLI_WORKBENCH_H
 
+#include <array>
 #include <memory>
 #include <string>
 
@@ -46,11 +47,14 @@ class Workbench {
   }
   /// An error where the text is not valid in the session encoding.
   Done checkValid(const Text& text) const;
+  /// The character as the host writes it in the session encoding, as far as it does. Valid until the next call.
+  Bytes inSession(RQChar character) const;
   /// True when the session encoding holds the character. Asks the transcoders as the decoders do.
   bool carries(RQChar character) const;
 
  private:
   Workbench(host::Library library, const host::Encoding& encoding, const Job& job);
+  Result<host::Session> openSession(const Job& job);
   template <class T>
   static Result<T> named(const Text& text, Result<T> result) {
     return result ? std::move(result) : inFile(text.file, result.error());
@@ -61,8 +65,9 @@ class Workbench {
   const host::Codec* codec_;
   const bool asciiCompatible_;
   host::Host host_;
-  std::optional<host::Session> session_;
+  std::optional<host::Session> session_;  // of host_ or of the host that the job names
   std::optional<host::TextWork> work_;
+  mutable std::array<std::byte, 80> character_;
   const bool wide_;
 };
 
