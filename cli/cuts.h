@@ -11,7 +11,7 @@
 namespace rq::cli {
 
 /// The length of the longest beginning of a text that can be worked on while the rest is not known, 0 if there is
-/// none. An empty function: the text must not be cut.
+/// none.
 using Cut = std::function<std::size_t(Bytes text)>;
 
 /// Between two characters.

@@ -33,7 +33,8 @@ struct Job {
   std::optional<std::string> library;
   std::optional<std::uint64_t> padBytes;
   std::optional<bool> progress;
-  std::string backupSuffix;  // of files edited in place; empty for no backup
+  std::optional<unsigned> jobs;  // threads that work on texts; the processors there are if not said
+  std::string backupSuffix;      // of files edited in place; empty for no backup
   bool keepInvalid = false, keepGoing = false;
   bool lines = false, inPlace = false, json = false, explain = false, threads = false, quiet = false;
 };

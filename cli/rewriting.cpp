@@ -49,12 +49,9 @@ class JoinedEncoding {
       : bench_(std::move(bench)), notation_(notation), unit_(bench_->wide() ? sizeof(RQChar) : 1) {}
 
   Result<Bytes> operator()(const Text& text) {
-    if (text.first) beginning_.clear();
-    const Bytes more = text.bytes.first(std::min(digitsEnd * unit_ - beginning_.size(), text.bytes.size()));
-    beginning_.insert(beginning_.end(), more.begin(), more.end());
     host::TextWork::Around around;
     if (!text.first && notation_ == Notation::ncr) {
-      around = {before_ = units(beginningDigits()), {}, digitsEnd, 0};
+      around = {before_ = units(digitsOf(text.beginning)), {}, digitsEnd, 0};
     } else if (!text.last && notation_ == Notation::uesc) {
       around = {{}, behind_ = units("xxxxx"), 0, 5};
     } else if (!text.last && notation_ != Notation::ncr) {
@@ -66,12 +63,12 @@ class JoinedEncoding {
  private:
   static constexpr std::size_t digitsEnd = 6;
 
-  /// The first units of the text, with blanks for those that are no digits.
-  std::string beginningDigits() const {
+  /// The first units of a text, with blanks for those that are no digits.
+  std::string digitsOf(Bytes beginning) const {
     std::string digits(digitsEnd, ' ');
-    for (std::size_t i = 0; i < beginning_.size() / unit_; ++i) {
+    for (std::size_t i = 0; i < std::min(digitsEnd, beginning.size() / unit_); ++i) {
       std::uint32_t value = 0;
-      std::memcpy(&value, &beginning_[i * unit_], unit_);
+      std::memcpy(&value, &beginning[i * unit_], unit_);
       if (value < 0x80 && std::isxdigit(static_cast<int>(value)) != 0) digits[i] = static_cast<char>(value);
     }
     return digits;
@@ -87,7 +84,43 @@ class JoinedEncoding {
   std::shared_ptr<Workbench> bench_;
   const Notation notation_;
   const std::size_t unit_;
-  std::vector<std::byte> beginning_, before_, behind_;
+  std::vector<std::byte> before_, behind_;
+};
+
+/// A field made of the pieces of one text, filled up with blanks.
+class Field {
+ public:
+  Field(RQForm form, std::uint64_t bytes) : bytes_(bytes) {
+    const host::Codec& codec = *host::codecOf(host::encodingOf(form).identifier);
+    const std::vector<char32_t> characters(host::Codec::pieceCharacters, U' ');
+    blanks_.resize(4 * characters.size());
+    blanks_.resize(codec.encode(characters, blanks_, true, true).produced);
+  }
+
+  Done operator()(const Text& text, Bytes result, const Write& write) {
+    if (text.first) used_ = 0;
+    used_ += result.size();
+    // A problem in the rest of the text is named first.
+    if (used_ > bytes_ && !text.last) return host::done();
+    if (used_ > bytes_)
+      return inFile(text.file, {Error::Kind::data, host::atBeginning({}, "the text does not fit into the field")});
+    Done written = write(result);
+    return written && text.last ? fill(write) : written;
+  }
+
+ private:
+  Done fill(const Write& write) {
+    while (used_ < bytes_) {
+      const Bytes blanks = Bytes(blanks_).first(std::min<std::uint64_t>(blanks_.size(), bytes_ - used_));
+      if (Done written = write(blanks); !written) return written;
+      used_ += blanks.size();
+    }
+    return host::done();
+  }
+
+  const std::uint64_t bytes_;
+  std::vector<std::byte> blanks_;
+  std::uint64_t used_ = 0;
 };
 
 Done checkPad(const Job& job) {
@@ -109,28 +142,29 @@ Result<TextOperation> fromForm(const Job& job) {
   if (!opened) return opened.error();
   const std::shared_ptr<Workbench> bench = std::move(*opened);
   const host::Encoding& form = host::encodingOf(job.form);
-  TextOperation operation{&form, *session, cutForTarget(form, **session), {}};
+  TextOperation operation{&form, *session, cutForTarget(form, **session)};
   if (joined) {
     const auto writer = std::make_shared<JoinedFromForm>(bench, job.form, **session);
-    operation.result = [writer](const Text& text) { return (*writer)(text); };
-  } else {
-    operation.result = [bench, form = job.form](const Text& text) { return bench->fromForm(form, text); };
+    operation.work = [writer](const Text& text) { return (*writer)(text); };
+    return operation;
   }
+  workSideBySide(operation, bench, [form = job.form](const std::shared_ptr<Workbench>& own) -> Work {
+    return [own, form](const Text& text) { return own->fromForm(form, text); };
+  });
   return operation;
 }
 
 Result<TextOperation> toForm(const Job& job) {
-  Result<SessionPieces> opened = SessionPieces::open(job);
-  if (!opened) return opened.error();
+  // The library fills the fields of lines. A long text comes in pieces.
+  const auto pad = job.lines ? job.padBytes : std::nullopt;
+  auto operation = overSessionText(job, [form = job.form, pad](const std::shared_ptr<Workbench>& bench) -> Work {
+    return [bench, form, pad](const Text& text) { return bench->toForm(form, text, pad); };
+  });
+  if (!operation) return operation;
   if (Done possible = checkPad(job); !possible) return possible.error();
-  const auto session = std::make_shared<SessionPieces>(std::move(*opened));
-  const auto result = [session, form = job.form, pad = job.padBytes](const Text& text) -> Result<Bytes> {
-    const Result<Text> taken = session->taken(text);
-    if (!taken) return taken.error();
-    return session->bench().toForm(form, *taken, pad);
-  };
-  return TextOperation{&session->encoding(), &host::encodingOf(job.form), job.padBytes ? Cut() : session->cut(),
-                       result};
+  operation->lineEnds = &host::encodingOf(job.form);
+  if (job.padBytes && !job.lines) operation->gather = Field(job.form, *job.padBytes);
+  return operation;
 }
 
 Result<TextOperation> decode(const Job& job) {
@@ -139,24 +173,28 @@ Result<TextOperation> decode(const Job& job) {
   const std::shared_ptr<Workbench> bench = std::move(*opened);
   const host::Encoding& session = bench->encoding();
   const Cut cut = cutForDecoding(job.notation, bench->wide());
-  if (job.keepInvalid) {
-    return TextOperation{&session, &session, cut, [bench, notation = job.notation](const Text& text) {
-                           return bench->decode(notation, text);
-                         }};
-  }
-  const auto result = [bench, notation = job.notation](const Text& text) -> Result<Bytes> {
-    if (Done valid = bench->checkValid(text); !valid) return valid.error();
-    return bench->decode(notation, text);
+  TextOperation operation{&session, &session, job.keepInvalid ? cut : cutBetween(cut, session)};
+  const auto make = [notation = job.notation, keep = job.keepInvalid](const std::shared_ptr<Workbench>& own) -> Work {
+    return [own, notation, keep](const Text& text) -> Result<Bytes> {
+      if (keep) return own->decode(notation, text);
+      if (Done valid = own->checkValid(text); !valid) return valid.error();
+      return own->decode(notation, text);
+    };
   };
-  return TextOperation{&session, &session, cutBetween(cut, session), result};
+  workSideBySide(operation, bench, make);
+  return operation;
 }
 
 Result<TextOperation> encode(const Job& job) {
   auto opened = Workbench::openForNotations(job);
   if (!opened) return opened.error();
   const std::shared_ptr<Workbench> bench = std::move(*opened);
-  return TextOperation{&bench->encoding(), &bench->encoding(), cutForEncoding(job.notation, bench->encoding()),
-                       JoinedEncoding(bench, job.notation)};
+  const host::Encoding& session = bench->encoding();
+  TextOperation operation{&session, &session, cutForEncoding(job.notation, session)};
+  workSideBySide(operation, bench, [notation = job.notation](const std::shared_ptr<Workbench>& own) -> Work {
+    return JoinedEncoding(own, notation);
+  });
+  return operation;
 }
 
 }  // namespace rq::cli
