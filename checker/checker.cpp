@@ -1,42 +1,21 @@
 #include "checker/checker.h"
 
-#include <dlfcn.h>
-
 #include <algorithm>
 #include <iterator>
 
 #include "checker/sandbox.h"
+#include "host/host_file.h"
 
 namespace rq::checker {
 namespace {
 
-using Entry = RQStatus (*)(RQKernel** kernel, RQContext** context);
-constexpr const char* entryName = "rquni_host";
-
-std::string loaderMessage() {
-  const char* message = ::dlerror();
-  return message ? message : "no reason given";
-}
-
-/// The entry point, or null and why.
-Entry load(const std::string& path, std::string& why) {
-  const std::string file = path.find('/') == std::string::npos ? "./" + path : path;
-  void* handle = ::dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
-  void* address = handle ? ::dlsym(handle, entryName) : nullptr;
-  if (!address) why = loaderMessage();
-  return reinterpret_cast<Entry>(address);
-}
-
 Finding enter(const std::string& path, RQKernel*& kernel, RQContext*& context) {
-  std::string why;
-  const Entry entry = load(path, why);
-  if (!entry) return notChecked(why);
-  kernel = nullptr;
-  context = nullptr;
-  const RQStatus status = entry(&kernel, &context);
-  if (status != RQ_SUCCESS) return broken("it returns status " + std::to_string(status));
-  if (!kernel) return broken("no kernel is stored");
-  if (!context) return broken("no context is stored");
+  const host::Result<host::HostEntry> entry = host::loadHost(path);
+  if (!entry) return notChecked(entry.error().text);
+  const host::Result<host::HostTables> tables = host::enterHost(*entry);
+  if (!tables) return broken(tables.error().text);
+  kernel = tables->kernel;
+  context = tables->context;
   return ok();
 }
 

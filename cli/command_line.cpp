@@ -2,6 +2,7 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
+#include <charconv>
 #include <memory>
 #include <span>
 #include <sstream>
@@ -9,13 +10,14 @@
 
 #include "cli/commands.h"
 #include "cli/suggestion.h"
+#include "cli/usage_errors.h"
 
 namespace rq::cli {
 namespace {
 
 constexpr const char* title = "Unicode text services of librquni for files and pipes";
 
-constexpr std::int64_t longestField = std::int64_t{1} << 30;
+constexpr std::uint64_t longestField = std::uint64_t{1} << 30;
 constexpr unsigned mostJobs = 64;
 
 constexpr const char* footer =
@@ -37,10 +39,10 @@ struct Named {
   T value;
 };
 
-constexpr Named<RQForm> formNames[] = {{"utf8", RQ_FORM_UTF8},
-                                       {"utf16be", RQ_FORM_UTF16_BIG},
-                                       {"utf16le", RQ_FORM_UTF16_LITTLE},
-                                       {"utf32be", RQ_FORM_UTF32_BIG},
+/// A native form stands for either order: a byte order mark says which.
+constexpr Named<RQForm> formNames[] = {{"utf8", RQ_FORM_UTF8},           {"utf16", RQ_FORM_UTF16_NATIVE},
+                                       {"utf16be", RQ_FORM_UTF16_BIG},   {"utf16le", RQ_FORM_UTF16_LITTLE},
+                                       {"utf32", RQ_FORM_UTF32_NATIVE},  {"utf32be", RQ_FORM_UTF32_BIG},
                                        {"utf32le", RQ_FORM_UTF32_LITTLE}};
 constexpr Named<Notation> notationNames[] = {{"ncr", Notation::ncr},
                                              {"uesc", Notation::uesc},
@@ -50,6 +52,8 @@ constexpr Named<Notation> notationNames[] = {{"ncr", Notation::ncr},
 constexpr std::span encodedNotationNames = std::span(notationNames).first<3>();
 constexpr Named<Flavour> flavourNames[] = {{"plain", Flavour::plain}, {"s", Flavour::served}, {"t", Flavour::wide}};
 constexpr Named<bool> invalidNames[] = {{"error", false}, {"keep", true}};
+constexpr Named<Unmappable> unmappableNames[] = {
+    {"error", Unmappable::error}, {"keep", Unmappable::keep}, {"substitute", Unmappable::substitute}};
 constexpr Named<Shell> shellNames[] = {{"bash", Shell::bash}, {"zsh", Shell::zsh}, {"fish", Shell::fish}};
 
 template <class Names>
@@ -57,12 +61,6 @@ std::vector<std::string> namesOf(const Names& all) {
   std::vector<std::string> names;
   for (const auto& each : all) names.emplace_back(each.name);
   return names;
-}
-
-std::string listed(const std::vector<std::string>& names) {
-  std::string text;
-  for (const std::string& name : names) text += (text.empty() ? "" : ", ") + name;
-  return text;
 }
 
 /// Sets `value` to that of the name `word`.
@@ -74,14 +72,15 @@ Done choose(const char* what, const Names& names, const std::string& word, T& va
     return host::done();
   }
   const std::vector<std::string> all = namesOf(names);
-  return Error{Error::Kind::usage, std::string("unknown ") + what + " '" + word + "'" + suggestion(word, all) +
-                                       "\nChoose one of: " + listed(all)};
+  return Error{Error::Kind::usage,
+               std::string("unknown ") + what + " '" + word + "'" + suggestion(word, all) + choicesLine(all)};
 }
 
 /// The words as they stand on the command line; those with a fixed set of values become a Job's by jobOf().
 struct Arguments {
   Job job;
   std::string subject, flavour = "plain", invalid = "error", inPlace;
+  std::optional<std::string> unmappable, padBytes;
 };
 
 Done chooseSubject(const std::string& word, Job& job) {
@@ -103,6 +102,26 @@ Done chooseSubject(const std::string& word, Job& job) {
   return host::done();
 }
 
+Done chooseUnmappable(const std::optional<std::string>& word, Job& job) {
+  if (!word) return host::done();
+  if (Done chosen = choose("choice for --unmappable", unmappableNames, *word, job.unmappable); !chosen) return chosen;
+  if (job.host.empty() || job.command->subject != Subject::form) return host::done();
+  return Error{Error::Kind::usage, "--host and --unmappable cannot go together here: the host decides"};
+}
+
+Done choosePad(const std::optional<std::string>& word, Job& job) {
+  if (!word) return host::done();
+  std::uint64_t bytes = 0;
+  const char* const end = word->data() + word->size();
+  const auto [read, error] = std::from_chars(word->data(), end, bytes);
+  if (error != std::errc() || read != end || bytes > longestField) {
+    return Error{Error::Kind::usage,
+                 "--pad needs a number of bytes from 0 to " + std::to_string(longestField) + ", not '" + *word + "'"};
+  }
+  job.padBytes = bytes;
+  return host::done();
+}
+
 Result<Job> jobOf(Arguments arguments) {
   Job& job = arguments.job;
   if (Done chosen = chooseSubject(arguments.subject, job); !chosen) return chosen.error();
@@ -110,6 +129,8 @@ Result<Job> jobOf(Arguments arguments) {
   if (Done chosen = choose("choice for --invalid", invalidNames, arguments.invalid, job.keepInvalid); !chosen) {
     return chosen.error();
   }
+  if (Done chosen = chooseUnmappable(arguments.unmappable, job); !chosen) return chosen.error();
+  if (Done chosen = choosePad(arguments.padBytes, job); !chosen) return chosen.error();
   job.inPlace = !arguments.inPlace.empty();
   if (job.inPlace && arguments.inPlace != withoutSuffix) job.backupSuffix = arguments.inPlace;
   if (job.backupSuffix.find('/') != std::string::npos) {
@@ -131,7 +152,7 @@ void addChoice(CLI::App& app, const char* name, std::string& value, const std::v
   app.add_option(name, value, help)->required()->type_name(choiceType(choices));
 }
 
-constexpr const char* formHelp = "What the Unicode text is in: utf8, utf16be, utf16le, utf32be or utf32le";
+constexpr const char* formHelp = "What the Unicode text is in; utf16 and utf32: its byte order mark says the order";
 constexpr const char* decodedHelp =
     "ncr: &#233; and &#xE9;  uesc: \\u00E9  uparen: <U00E9>  uparen-ascii: <U0041>, below U+0080 only";
 constexpr const char* encodedHelp = "ncr: &#233;  uesc: \\u00E9  uparen: <u00E9>";
@@ -195,20 +216,34 @@ void addOptions(CLI::App& app, const Command& command, Arguments& arguments) {
                   ->excludes("--output");
     app.add_flag("--keep-going", job.keepGoing, "Work on the other files when one has a problem");
   }
+  if (command.has(takes::host)) {
+    CLI::Option* guest =
+        app.add_option("--host", job.host, "Work with this host, a shared object, instead of the tool's own")
+            ->type_name(fileType);
+    if (inPlace != nullptr) inPlace->excludes(guest);
+  }
   if (command.has(takes::invalid)) {
     app.add_option("--invalid", arguments.invalid, "What becomes of bytes that are not valid in the session encoding")
         ->type_name(choiceType(namesOf(invalidNames)));
   }
+  CLI::Option* unmappable = nullptr;
+  if (command.unmappableHelp != nullptr) {
+    unmappable = app.add_option("--unmappable", arguments.unmappable, command.unmappableHelp)
+                     ->type_name(choiceType(namesOf(unmappableNames)));
+  }
+  if (command.has(takes::mark)) {
+    app.add_flag("--bom", job.byteOrderMark, "A byte order mark stands before the Unicode text, not in it");
+  }
   if (command.has(takes::pad)) {
-    app.add_option("--pad", job.padBytes, "Make each text a field of so many bytes, filled up with blanks")
-        ->type_name("BYTES")
-        ->check(CLI::Range(std::int64_t{0}, longestField));
+    app.add_option("--pad", arguments.padBytes, "Make each text a field of so many bytes, filled up with blanks")
+        ->type_name("BYTES");
   }
   CLI::Option* json = nullptr;
   if (command.jsonHelp != nullptr) json = app.add_flag("--json", job.json, command.jsonHelp);
   if (command.has(takes::explain)) {
     json->needs(app.add_flag("--explain", job.explain, "List the notations and what becomes of them instead")
-                    ->excludes(inPlace));
+                    ->excludes(inPlace)
+                    ->excludes(unmappable));
   }
 }
 
@@ -236,7 +271,7 @@ void describe(CLI::App& app, Arguments& arguments) {
     CLI::App* sub = app.add_subcommand(command.name, command.help);
     sub->callback([&arguments, &command] { arguments.job.command = &command; });
     sub->footer(std::string(command.examples) + footer);
-    if (!command.listed) sub->group("");
+    sub->group(command.listed ? "Commands" : "");
     addSubject(*sub, command.subject, arguments.subject);
     addOptions(*sub, command, arguments);
     sub->add_flag("-q,--quiet", arguments.job.quiet, "Show no messages: the exit code tells");
@@ -249,16 +284,8 @@ std::vector<std::string> commandNames() {
   return names;
 }
 
-/// Says what is wrong with an argument that no option or operand takes.
-Error notExpected(const CLI::App& app) {
-  std::vector<std::string> options;
-  for (const CLI::App* command : app.get_subcommands())
-    for (const CLI::Option* option : command->get_options())
-      for (const std::string& name : option->get_lnames()) options.push_back("--" + name);
-  const std::vector<std::string> extras = app.remaining(true);
-  const std::string word = extras.empty() ? "" : extras.front();
-  if (!word.starts_with('-')) return {Error::Kind::usage, "unexpected argument '" + word + "'"};
-  return {Error::Kind::usage, "unknown option '" + word + "'" + suggestion(word, options)};
+Error withMore(const Error& error) {
+  return {error.kind, error.text + more};
 }
 
 /// A type is a name, or the choices in braces.
@@ -317,7 +344,7 @@ std::variant<Job, Answer, host::Error> parse(int argc, char** argv) {
     if (word.starts_with("-i") && word.size() > 2) word = "--in-place=" + word.substr(2);
   const std::vector<std::string> names = commandNames();
   if (!words.empty() && !words[0].starts_with('-') && std::ranges::find(names, words[0]) == names.end()) {
-    return Error{Error::Kind::usage, "unknown command '" + words[0] + "'" + suggestion(words[0], names) + more};
+    return withMore(unknownCommand(words[0], names));
   }
   Arguments arguments;
   CLI::App app(title, "rqtext");
@@ -327,14 +354,11 @@ std::variant<Job, Answer, host::Error> parse(int argc, char** argv) {
     app.parse(std::move(words));
     Result<Job> job = jobOf(std::move(arguments));
     if (job) return std::move(*job);
-    return Error{job.error().kind, job.error().text + more};
-  } catch (const CLI::ExtrasError&) {
-    const Error error = notExpected(app);
-    return Error{error.kind, error.text + more};
+    return withMore(job.error());
   } catch (const CLI::ParseError& error) {
     std::ostringstream help, problem;
     const bool wrong = app.exit(error, help, problem) != 0;
-    if (wrong) return Error{Error::Kind::usage, error.what() + std::string(more)};
+    if (wrong) return withMore(usageError(app, error));
     std::string text = help.str();
     return Answer{text.ends_with('\n') ? text : text + '\n'};
   }

@@ -23,7 +23,9 @@ inline constexpr unsigned pad = 32;      // --pad
 inline constexpr unsigned explain = 64;  // --explain
 inline constexpr unsigned threads = 128;
 inline constexpr unsigned invalid = 256;  // --invalid
-inline constexpr unsigned measures = output | library | session | texts;
+inline constexpr unsigned host = 512;     // --host
+inline constexpr unsigned mark = 1024;    // --bom
+inline constexpr unsigned measures = output | library | session | texts | host;
 inline constexpr unsigned rewrites = measures | inPlace;
 }  // namespace takes
 
@@ -31,10 +33,11 @@ struct Command {
   const char* name;
   const char* help;
   Subject subject;
-  unsigned options;      // of `takes`
-  const char* jsonHelp;  // null: no --json
-  bool listed;           // by --help and the completions
-  const char* examples;  // for help
+  unsigned options;            // of `takes`
+  const char* jsonHelp;        // null: no --json
+  const char* unmappableHelp;  // null: no --unmappable
+  bool listed;                 // by --help and the completions
+  const char* examples;        // for help
   /// Does the job. What it wrote to `output` before an error stays there.
   Done (*run)(const Job& job, Progress& progress, Output& output);
 

@@ -14,6 +14,8 @@ namespace rq::cli {
 /// none.
 using Cut = std::function<std::size_t(Bytes text)>;
 
+/// Not before the end.
+Cut cutNowhere();
 /// Between two characters.
 Cut cutAtCharacters(const host::Encoding& encoding);
 /// Between two characters, where the results in `target` are the same.

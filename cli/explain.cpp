@@ -234,11 +234,10 @@ Result<TextOperation> explanation(const Job& job) {
     text.bytes = piece;
     return Places(*bench, text).advanceTo(piece.size());
   };
-  workSideBySide(operation, bench, [job](const std::shared_ptr<Workbench>& own) -> Work {
+  return sideBySide(std::move(operation), bench, [job](const std::shared_ptr<Workbench>& own) -> Work {
     const auto explainer = std::make_shared<Explainer>(job, own);
     return [explainer](const Text& text) { return (*explainer)(text); };
   });
-  return operation;
 }
 
 }  // namespace

@@ -57,6 +57,11 @@ bool Input::waits() const {
 }
 
 Result<std::size_t> Input::read(MutableBytes room) {
+  if (!marked_) return readBytes(room);
+  return marked_->read(room, [this](MutableBytes rest) { return readBytes(rest); });
+}
+
+Result<std::size_t> Input::readBytes(MutableBytes room) {
   if (pause_ && waits()) {
     if (Done paused = pause_(); !paused) return paused.error();
   }
@@ -154,6 +159,9 @@ Done Output::writeNow(Bytes bytes) {
 }
 
 Done Output::write(Bytes bytes) {
+  if (!start_.empty() && !bytes.empty()) {
+    if (Done written = write(std::exchange(start_, {})); !written) return written;
+  }
   if (kept_.size() + bytes.size() <= pieceBytes) {
     kept_.insert(kept_.end(), bytes.begin(), bytes.end());
     return host::done();

@@ -10,6 +10,7 @@
 #include <string_view>
 #include <vector>
 
+#include "cli/byte_order.h"
 #include "cli/progress.h"
 #include "host/buffer.h"
 #include "host/codec.h"
@@ -57,17 +58,26 @@ class Input {
   int descriptor() const { return descriptor_.number(); }
   /// True if a read has to wait for somebody who writes.
   bool waits() const;
-  /// Reads at least one byte into `room` unless the file is at its end. Calls the pause first if it has to wait.
+  /// Hands out only what follows the mark. Call it before the first read.
+  void expectMark(const ExpectedMark& mark) { marked_.emplace(mark); }
+  /// The file's mark, as it is known after the first read.
+  std::size_t markBytes() const { return marked_ ? marked_->markBytes() : 0; }
+  bool reversed() const { return marked_ && marked_->reversed(); }
+  /// Reads at least one byte into `room`, which has MarkedReader::leastRoom or more, unless the file is at its end.
+  /// Calls the pause first if it has to wait.
   Result<std::size_t> read(MutableBytes room);
   /// The error when the next `bytes` of the file cannot be held at once.
   Error noMemory(std::size_t bytes) const;
 
  private:
+  Result<std::size_t> readBytes(MutableBytes room);
+
   std::string name_;
   Descriptor descriptor_;
   Progress* progress_;
   Pause pause_;
   bool regularFile_;
+  std::optional<MarkedReader> marked_;
 };
 
 /// Cuts a file into pieces. Memory is bounded by the longest stretch in which `cut` finds no place, and some hundred
@@ -108,6 +118,8 @@ class Output {
   /// An open file; `name` is for messages.
   Output(Descriptor descriptor, std::string name, Progress& progress)
       : file_(std::move(name)), progress_(progress), descriptor_(std::move(descriptor)) {}
+  /// Writes these bytes before the first others. Without others they are not written.
+  void startWith(std::string bytes) { start_ = std::move(bytes); }
   Done write(Bytes bytes);
   Done write(std::string_view text) { return write(std::as_bytes(std::span(text))); }
   /// True after an error in writing.
@@ -129,6 +141,7 @@ class Output {
   const std::optional<std::string> file_;
   Progress& progress_;
   std::optional<Descriptor> descriptor_;
+  std::string start_;
   std::vector<std::byte> kept_;
   bool failed_ = false;
 };

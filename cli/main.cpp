@@ -8,6 +8,7 @@
 #include <set>
 #include <stdexcept>
 
+#include "cli/apart.h"
 #include "cli/command_line.h"
 #include "cli/commands.h"
 
@@ -55,6 +56,10 @@ Done checkFiles(const Job& job) {
   return host::done();
 }
 
+std::optional<bool> wishedProgress(const Job& job) {
+  return job.command->has(takes::texts) && !job.quiet ? job.progress : false;
+}
+
 int answer(const Answer& answer) {
   Progress silent(false);
   Output output(std::nullopt, silent);
@@ -63,11 +68,7 @@ int answer(const Answer& answer) {
   return finished ? exitDone : report(finished.error(), silent);
 }
 
-int carryOut(const Job& job) {
-  const bool readsTexts = job.command->has(takes::texts);
-  Progress progress(readsTexts && !job.quiet ? job.progress : false);
-  if (const Done usable = checkFiles(job); !usable) return report(usable.error(), progress, job.quiet);
-  Output output(job.output, progress);
+int carryOut(const Job& job, Progress& progress, Output& output) {
   try {
     const Done done = job.command->run(job, progress, output);
     // Output before a problem is written all the same. Without any the file stays as it is.
@@ -81,6 +82,31 @@ int carryOut(const Job& job) {
   } catch (const std::length_error&) {
     return report({Error::Kind::system, "not enough memory"}, progress, job.quiet);
   }
+}
+
+/// Somebody else's host may crash: it works in a process of its own.
+int carryOutApart(const Job& job) {
+  const Result<int> code = workApart([&job](Descriptor standardOutput) {
+    Progress progress(wishedProgress(job));
+    if (job.output) {
+      Output output(job.output, progress);
+      return carryOut(job, progress, output);
+    }
+    Output output(std::move(standardOutput), "standard output", progress);
+    return carryOut(job, progress, output);
+  });
+  if (code) return *code;
+  Progress silent(false);
+  return report(code.error(), silent, job.quiet);
+}
+
+int carryOut(const Job& job) {
+  Progress silent(false);
+  if (const Done usable = checkFiles(job); !usable) return report(usable.error(), silent, job.quiet);
+  if (job.command->has(takes::host) && !job.host.empty()) return carryOutApart(job);
+  Progress progress(wishedProgress(job));
+  Output output(job.output, progress);
+  return carryOut(job, progress, output);
 }
 
 int start(int argc, char** argv) {

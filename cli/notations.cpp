@@ -99,10 +99,9 @@ template <class Unit>
 Finding Finder<Unit>::read(std::size_t at, std::size_t length, RQChar character, std::string_view whyDecoded) const {
   if (carries_(character)) return {at, length, character, true, whyDecoded};
   const bool surrogate = character >= 0xD800 && character <= 0xDFFF;
-  return {at, length, character, false,
-          character > 0x10FFFF ? "above U+10FFFF"
-          : surrogate          ? "a lone surrogate"
-                               : "the session encoding lacks it"};
+  if (character > 0x10FFFF) return {at, length, character, false, "above U+10FFFF"};
+  if (surrogate) return {at, length, character, false, "a lone surrogate"};
+  return {at, length, character, false, "the session encoding lacks it", true};
 }
 
 template <class Unit>

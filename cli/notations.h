@@ -21,6 +21,7 @@ struct Finding {
   std::optional<RQChar> character;  // nothing if it names none
   bool decoded;                     // false: its own text stays
   std::string_view why;             // empty if there is nothing to explain
+  bool lacking = false;             // kept because the session encoding lacks the character
 };
 
 /// Hands each notation to `take`. `carries` is true for characters that the session encoding holds. The cost is

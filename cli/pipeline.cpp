@@ -95,6 +95,7 @@ Done Pipeline::finish() {
 }
 
 Done Pipeline::add(const std::shared_ptr<FileRun>& file, Input& input) {
+  if (!operation_.mark.bytes.empty()) input.expectMark(operation_.mark);
   PieceReader reader(input, cut_, operation_.pieceBytes);
   Beginning beginning;
   for (bool first = true, last = false; !last; first = false) {
@@ -108,7 +109,8 @@ Done Pipeline::add(const std::shared_ptr<FileRun>& file, Input& input) {
     last = piece->last;
     beginning.add(piece->text);
     block.file = file;
-    block.piece = {piece->text, {}, file->name, first, last};
+    // The first text of a file begins behind its mark.
+    block.piece = {piece->text, {input.markBytes()}, file->name, first, last, false, input.reversed()};
     block.beginning = beginning;
     block.problem = host::done();
     if (Done done = submit(); !done) return done;
@@ -195,7 +197,7 @@ void Pipeline::place(std::size_t number, const host::Position& length) {
   std::unique_lock lock(mutex_);
   workedMore_.wait(lock, [this, number] { return placed_ == number; });
   Block& placed = block(number);
-  placed.piece.start = placed.piece.first ? host::Position() : position_;
+  if (!placed.piece.first) placed.piece.start = position_;
   position_ = moved(placed.piece.start, length);
   ++placed_;
   workedMore_.notify_all();

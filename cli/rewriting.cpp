@@ -5,25 +5,59 @@
 
 #include "cli/session_pieces.h"
 #include "cli/text_operation.h"
+#include "cli/unmappable.h"
 #include "cli/workbench.h"
 #include "host/pieces.h"
 
 namespace rq::cli {
 namespace {
 
-/// Pieces of text into an encoding that joins characters or shifts between sets: one converter writes all pieces.
+bool isUtf16(RQForm form) {
+  return form == RQ_FORM_UTF16_NATIVE || form == RQ_FORM_UTF16_BIG || form == RQ_FORM_UTF16_LITTLE;
+}
+
+/// True for forms whose byte order is that of a mark.
+bool isMarked(RQForm form) {
+  return form == RQ_FORM_UTF16_NATIVE || form == RQ_FORM_UTF32_NATIVE;
+}
+
+/// The form in which marked text is read: without a mark it is big-endian.
+RQForm readForm(RQForm form) {
+  if (!isMarked(form)) return form;
+  return isUtf16(form) ? RQ_FORM_UTF16_BIG : RQ_FORM_UTF32_BIG;
+}
+
+/// The form in which marked text is written.
+RQForm writtenForm(RQForm form) {
+  if (!isMarked(form)) return form;
+  return isUtf16(form) ? RQ_FORM_UTF16_LITTLE : RQ_FORM_UTF32_LITTLE;
+}
+
+/// An error shows the bytes of a little-endian file as they stand there.
+Result<Bytes> fromReadForm(Workbench& bench, RQForm form, const Text& text) {
+  Result<Bytes> result = bench.fromForm(form, text);
+  if (result || !text.reversed) return result;
+  std::vector<std::byte> bytes(text.bytes.begin(), text.bytes.end());
+  reverseBytes(bytes, isUtf16(form) ? 2 : 4);
+  Text asItStands = text;
+  asItStands.bytes = bytes;
+  return bench.fromForm(isUtf16(form) ? RQ_FORM_UTF16_LITTLE : RQ_FORM_UTF32_LITTLE, asItStands);
+}
+
+/// Pieces of text whose result is not that of each piece for itself: one converter writes all of them. So it is with
+/// encodings that join characters or shift between sets, and where characters are replaced.
 class JoinedFromForm {
  public:
-  JoinedFromForm(std::shared_ptr<Workbench> bench, RQForm form, const host::Encoding& session)
-      : bench_(std::move(bench)), form_(form), session_(session) {}
+  JoinedFromForm(std::shared_ptr<Workbench> bench, RQForm form, const host::Encoding& session, Unmappable unmappable)
+      : bench_(std::move(bench)), form_(form), session_(session), unmappable_(unmappable) {}
 
   Result<Bytes> operator()(const Text& text) {
     if (text.first) {
-      Result<host::CharacterWriter> writer = host::CharacterWriter::open(session_);
+      Result<host::CharacterWriter> writer = host::CharacterWriter::open(session_, unmappable_);
       if (!writer) return writer.error();
       writer_.emplace(std::move(*writer));
     }
-    Result<Bytes> characters = bench_->fromForm(form_, text);
+    Result<Bytes> characters = fromReadForm(*bench_, form_, text);
     if (!characters) return characters;
     if (const std::optional<Bytes> bytes = writer_->write(*characters, text.last)) return *bytes;
     const host::Encoding& form = host::encodingOf(form_);
@@ -37,6 +71,7 @@ class JoinedFromForm {
   std::shared_ptr<Workbench> bench_;
   const RQForm form_;
   const host::Encoding& session_;
+  const Unmappable unmappable_;
   std::optional<host::CharacterWriter> writer_;
 };
 
@@ -126,10 +161,23 @@ class Field {
 Done checkPad(const Job& job) {
   if (!job.padBytes) return host::done();
   if (job.form == RQ_FORM_UTF8) return Error{Error::Kind::usage, "there is no padding for utf8"};
-  const bool utf16 = job.form == RQ_FORM_UTF16_BIG || job.form == RQ_FORM_UTF16_LITTLE;
-  const std::uint64_t step = utf16 && job.flavour != Flavour::wide ? 2 : 4;
+  if (isMarked(job.form) || job.byteOrderMark) {
+    return Error{Error::Kind::usage, "a field of --pad has no byte order mark: name a form with its byte order"};
+  }
+  const std::uint64_t step = isUtf16(job.form) && job.flavour != Flavour::wide ? 2 : 4;
   if (*job.padBytes % step == 0) return host::done();
   return Error{Error::Kind::usage, "--pad must be a multiple of " + std::to_string(step) + " bytes here"};
+}
+
+/// The decoder of one thread, without a check of the text.
+Result<Work> makeDecoder(const Job& job, const std::shared_ptr<Workbench>& bench) {
+  // Characters of 4 bytes lack none.
+  if (job.unmappable.value_or(Unmappable::keep) == Unmappable::keep || bench->wide()) {
+    return Work([bench, notation = job.notation](const Text& text) { return bench->decode(notation, text); });
+  }
+  Result<StrictDecoder> strict = StrictDecoder::open(bench, job.notation, *job.unmappable);
+  if (!strict) return strict.error();
+  return Work(std::move(*strict));
 }
 
 }  // namespace
@@ -137,33 +185,39 @@ Done checkPad(const Job& job) {
 Result<TextOperation> fromForm(const Job& job) {
   const Result<const host::Encoding*> session = sessionEncoding(job);
   if (!session) return session.error();
-  const bool joined = !job.lines && !host::codecOf((*session)->identifier)->cutsCleanly();
+  const Unmappable unmappable = job.unmappable.value_or(Unmappable::error);
+  const bool ownHost = job.host.empty();
+  const bool joins = !job.lines && !host::codecOf((*session)->identifier)->cutsCleanly();
+  const bool joined = unmappable != Unmappable::error || (joins && ownHost);
   auto opened = joined ? Workbench::openForCharacters(job) : Workbench::open(job);
   if (!opened) return opened.error();
   const std::shared_ptr<Workbench> bench = std::move(*opened);
-  const host::Encoding& form = host::encodingOf(job.form);
-  TextOperation operation{&form, *session, cutForTarget(form, **session)};
+  const RQForm form = readForm(job.form);
+  const host::Encoding& encoding = host::encodingOf(form);
+  TextOperation operation{&encoding, *session, joins && !joined ? cutNowhere() : cutForTarget(encoding, **session)};
+  if (isMarked(job.form) || job.byteOrderMark) operation.mark = {byteOrderMark(form), isMarked(job.form)};
   if (joined) {
-    const auto writer = std::make_shared<JoinedFromForm>(bench, job.form, **session);
+    const auto writer = std::make_shared<JoinedFromForm>(bench, form, **session, unmappable);
     operation.work = [writer](const Text& text) { return (*writer)(text); };
     return operation;
   }
-  workSideBySide(operation, bench, [form = job.form](const std::shared_ptr<Workbench>& own) -> Work {
-    return [own, form](const Text& text) { return own->fromForm(form, text); };
+  return sideBySide(std::move(operation), bench, [form](const std::shared_ptr<Workbench>& own) -> Work {
+    return [own, form](const Text& text) { return fromReadForm(*own, form, text); };
   });
-  return operation;
 }
 
 Result<TextOperation> toForm(const Job& job) {
   // The library fills the fields of lines. A long text comes in pieces.
   const auto pad = job.lines ? job.padBytes : std::nullopt;
-  auto operation = overSessionText(job, [form = job.form, pad](const std::shared_ptr<Workbench>& bench) -> Work {
-    return [bench, form, pad](const Text& text) { return bench->toForm(form, text, pad); };
+  const RQForm form = writtenForm(job.form);
+  auto operation = overSessionText(job, [form, pad](const std::shared_ptr<Workbench>& own) -> Work {
+    return [own, form, pad](const Text& text) { return own->toForm(form, text, pad); };
   });
   if (!operation) return operation;
   if (Done possible = checkPad(job); !possible) return possible.error();
-  operation->lineEnds = &host::encodingOf(job.form);
-  if (job.padBytes && !job.lines) operation->gather = Field(job.form, *job.padBytes);
+  operation->lineEnds = &host::encodingOf(form);
+  if (job.padBytes && !job.lines) operation->gather = Field(form, *job.padBytes);
+  if (isMarked(job.form) || job.byteOrderMark) operation->outputMark = byteOrderMark(form);
   return operation;
 }
 
@@ -174,15 +228,14 @@ Result<TextOperation> decode(const Job& job) {
   const host::Encoding& session = bench->encoding();
   const Cut cut = cutForDecoding(job.notation, bench->wide());
   TextOperation operation{&session, &session, job.keepInvalid ? cut : cutBetween(cut, session)};
-  const auto make = [notation = job.notation, keep = job.keepInvalid](const std::shared_ptr<Workbench>& own) -> Work {
-    return [own, notation, keep](const Text& text) -> Result<Bytes> {
-      if (keep) return own->decode(notation, text);
-      if (Done valid = own->checkValid(text); !valid) return valid.error();
-      return own->decode(notation, text);
-    };
-  };
-  workSideBySide(operation, bench, make);
-  return operation;
+  return sideBySide(std::move(operation), bench, [job](const std::shared_ptr<Workbench>& own) -> Result<Work> {
+    Result<Work> decoder = makeDecoder(job, own);
+    if (!decoder || job.keepInvalid) return decoder;
+    return Work([own, decode = std::move(*decoder)](const Text& text) {
+      const Done valid = own->checkValid(text);
+      return valid ? decode(text) : Result<Bytes>(valid.error());
+    });
+  });
 }
 
 Result<TextOperation> encode(const Job& job) {
@@ -191,10 +244,11 @@ Result<TextOperation> encode(const Job& job) {
   const std::shared_ptr<Workbench> bench = std::move(*opened);
   const host::Encoding& session = bench->encoding();
   TextOperation operation{&session, &session, cutForEncoding(job.notation, session)};
-  workSideBySide(operation, bench, [notation = job.notation](const std::shared_ptr<Workbench>& own) -> Work {
-    return JoinedEncoding(own, notation);
-  });
-  return operation;
+  operation.pieceBytes /= 2;  // the results are up to eight times as long
+  return sideBySide(std::move(operation), bench,
+                    [notation = job.notation](const std::shared_ptr<Workbench>& own) -> Work {
+                      return JoinedEncoding(own, notation);
+                    });
 }
 
 }  // namespace rq::cli

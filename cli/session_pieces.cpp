@@ -33,32 +33,37 @@ class ShiftedText {
 
 }  // namespace
 
-void workSideBySide(TextOperation& operation, const std::shared_ptr<Workbench>& bench, MakeWork make) {
-  operation.work = make(bench);
+Result<TextOperation> sideBySide(TextOperation operation, const std::shared_ptr<Workbench>& bench, MakeWork make) {
+  Result<Work> work = make(bench);
+  if (!work) return work.error();
+  operation.work = std::move(*work);
+  if (!bench->ownHost()) return operation;  // another's may know only one session
   operation.another = [bench, make = std::move(make)]() -> Result<Work> {
     Result<std::unique_ptr<Workbench>> other = bench->another();
     if (!other) return other.error();
     return make(std::move(*other));
   };
+  return operation;
 }
 
 Result<TextOperation> overSessionText(const Job& job, const MakeWork& make) {
   const Result<const host::Encoding*> found = sessionEncoding(job);
   if (!found) return found.error();
   const host::Encoding& encoding = **found;
-  const bool shifts = !job.lines && host::codecOf(encoding.identifier)->stateful();
+  const bool stateful = host::codecOf(encoding.identifier)->stateful();
+  // Somebody else's host is to read its session text itself.
+  const bool shifts = !job.lines && stateful && job.host.empty();
   auto opened = shifts ? Workbench::openForCharacters(job) : Workbench::open(job);
   if (!opened) return opened.error();
   const std::shared_ptr<Workbench> bench = std::move(*opened);
-  TextOperation operation{&encoding, nullptr, cutAtCharacters(encoding)};
   if (!shifts) {
-    workSideBySide(operation, bench, make);
-    return operation;
+    return sideBySide({&encoding, nullptr, stateful ? cutNowhere() : cutAtCharacters(encoding)}, bench, make);
   }
-  operation.cut = [](Bytes text) { return text.size(); };
-  const auto shifted = std::make_shared<ShiftedText>(encoding, make(bench));
-  operation.work = [shifted](const Text& text) { return (*shifted)(text); };
-  return operation;
+  Result<Work> work = make(bench);
+  if (!work) return work.error();
+  const auto shifted = std::make_shared<ShiftedText>(encoding, std::move(*work));
+  return TextOperation{&encoding, nullptr, [](Bytes text) { return text.size(); },
+                       [shifted](const Text& text) { return (*shifted)(text); }};
 }
 
 }  // namespace rq::cli

@@ -12,10 +12,10 @@
 namespace rq::cli {
 
 /// Makes the work of one thread.
-using MakeWork = std::function<Work(const std::shared_ptr<Workbench>&)>;
+using MakeWork = std::function<Result<Work>(const std::shared_ptr<Workbench>&)>;
 
-/// Pieces that can be worked on side by side, on a workbench for each thread.
-void workSideBySide(TextOperation& operation, const std::shared_ptr<Workbench>& bench, MakeWork make);
+/// The operation with its work: pieces can be worked on side by side, on a workbench for each thread.
+Result<TextOperation> sideBySide(TextOperation operation, const std::shared_ptr<Workbench>& bench, MakeWork make);
 
 /// An operation that reads session text. An encoding with shift sequences can only be read from the beginning of its
 /// text: one converter reads such a text into characters, which the library then takes in place of session text. All

@@ -26,10 +26,12 @@ class Run {
       : job_(job),
         progress_(progress),
         output_(output),
+        outputMark_(operation.outputMark),
         pipeline_(operation, std::move(lineEnds), lineEndOfResults, job.jobs.value_or(usualJobs()), worthwhile,
                   [this](FileRun& file, const Error& error) { return problem(file, error); }) {}
 
   Done all() {
+    output_.startWith(outputMark_);
     for (const std::string& file : job_.files)
       if (Done done = job_.inPlace ? edit(file) : read(file); !done) return done;
     if (Done done = pipeline_.finish(); !done) return done;
@@ -53,6 +55,7 @@ class Run {
     Result<std::unique_ptr<Replacement>> begun = Replacement::begin(name, job_.backupSuffix, progress_);
     if (!begun) return pipeline_.addProblem(std::make_shared<FileRun>(FileRun{name, {}, {}}), begun.error());
     const std::shared_ptr<Replacement> edited = std::move(*begun);
+    edited->output().startWith(outputMark_);
     const auto file =
         std::make_shared<FileRun>(FileRun{name, [edited](Bytes bytes) { return edited->output().write(bytes); },
                                           [edited] { return edited->commit(); }});
@@ -71,6 +74,7 @@ class Run {
   const Job& job_;
   Progress& progress_;
   Output& output_;
+  const std::string outputMark_;
   std::string problems_;
   Pipeline pipeline_;
 };

@@ -36,6 +36,7 @@ struct Text {
   std::string_view file = "-";
   bool first = true, last = true;  // pieces of its text
   bool ended = false;              // a line end follows
+  bool reversed = false;           // its file is little-endian, these bytes are big-endian
   Bytes beginning = {};            // of its text, up to the end of this piece
 };
 

@@ -2,9 +2,11 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <climits>
 
+#include "host/host_file.h"
 #include "host/pieces.h"
 
 namespace rq::cli {
@@ -16,6 +18,22 @@ std::string executableFolder() {
   if (length <= 0) return ".";
   const std::string file(path.data(), static_cast<std::size_t>(length));
   return file.substr(0, file.rfind('/'));
+}
+
+/// The session encoding of somebody else's host must be the one that the tool goes by.
+Done checkSession(const Job& job, const host::Encoding& encoding, std::int64_t identifier) {
+  const auto number = static_cast<std::uint32_t>(identifier);
+  if (number == encoding.identifier) return host::done();
+  const auto isForm = [](std::uint32_t each) {
+    return std::ranges::find(host::formEncodings, each) != host::formEncodings.end();
+  };
+  if (isForm(number)) {
+    return Error{Error::Kind::usage, "the session of the host " + job.host + " is in " +
+                                         host::findEncoding(number)->name + ": name it with --session"};
+  }
+  if (job.session && !isForm(encoding.identifier)) return host::done();
+  return Error{Error::Kind::usage, "the session encoding of the host " + job.host + " has the number " +
+                                       std::to_string(number) + ", which is its own: name it with --session"};
 }
 
 }  // namespace
@@ -30,12 +48,13 @@ Result<host::Library> openLibrary(const Job& job) {
   return host::Library::open(file);
 }
 
-Workbench::Place::Place(host::Library loaded, const host::Encoding& session, Flavour chosen)
+Workbench::Place::Place(host::Library loaded, const host::Encoding& session, const Job& job)
     : library(std::move(loaded)),
       encoding(session),
       codec(*host::codecOf(session.identifier)),
       asciiCompatible(host::isAsciiCompatible(codec)),
-      flavour(chosen),
+      flavour(job.flavour),
+      ownHost(job.host.empty()),
       host(session.identifier) {}
 
 Workbench::Workbench(std::shared_ptr<Place> place, host::Session session)
@@ -45,7 +64,7 @@ Workbench::Workbench(std::shared_ptr<Place> place, host::Session session)
             wide()                               ? object()->wide
             : place_->flavour == Flavour::served ? object()->served
                                                  : object()->plain,
-            encoding(), wide()) {}
+            encoding(), wide(), place_->ownHost) {}
 
 Result<const host::Encoding*> sessionEncoding(const Job& job) {
   const bool wide = job.flavour == Flavour::wide;
@@ -66,13 +85,32 @@ Result<std::unique_ptr<Workbench>> Workbench::open(const Job& job) {
   if (!encoding) return encoding.error();
   Result<host::Library> library = openLibrary(job);
   if (!library) return library.error();
-  return open(std::make_shared<Place>(std::move(*library), **encoding, job.flavour));
+  const auto place = std::make_shared<Place>(std::move(*library), **encoding, job);
+  Result<host::Session> session =
+      place->ownHost ? host::Session::open(place->library, place->host) : openNamedHost(*place, job);
+  if (!session) return session.error();
+  return std::unique_ptr<Workbench>(new Workbench(place, std::move(*session)));
 }
 
-Result<std::unique_ptr<Workbench>> Workbench::open(std::shared_ptr<Place> place) {
-  Result<host::Session> session = host::Session::open(place->library, place->host);
+Result<std::unique_ptr<Workbench>> Workbench::another() const {
+  Result<host::Session> session = host::Session::open(place_->library, place_->host);
   if (!session) return session.error();
-  return std::unique_ptr<Workbench>(new Workbench(std::move(place), std::move(*session)));
+  return std::unique_ptr<Workbench>(new Workbench(place_, std::move(*session)));
+}
+
+Result<host::Session> Workbench::openNamedHost(const Place& place, const Job& job) {
+  const auto failed = [&job](const Error& error) {
+    return Error{error.kind, "cannot work with the host " + job.host + ": " + error.text};
+  };
+  const Result<host::HostEntry> entry = host::loadHost(job.host);
+  if (!entry) return failed(entry.error());
+  const Result<host::HostTables> tables = host::enterHost(*entry);
+  if (!tables) return failed(tables.error());
+  Result<host::Session> session =
+      host::Session::open(place.library, *tables->kernel, *tables->context, place.host.journal);
+  if (!session) return failed(session.error());
+  const Done fits = checkSession(job, place.encoding, session->object()->sessionEncoding);
+  return fits ? std::move(session) : fits.error();
 }
 
 Result<std::unique_ptr<Workbench>> Workbench::openForCharacters(const Job& job) {
@@ -98,14 +136,19 @@ Done Workbench::checkValid(const Text& text) const {
                                                        : "not valid in " + encoding().name});
 }
 
-bool Workbench::carries(RQChar character) const {
-  const RQTranscoderPair& pair = object()->transcoders[RQ_FORM_UTF32_NATIVE];
-  std::array<std::byte, 80> bytes;
+Bytes Workbench::inSession(RQChar character) const {
+  RQTranscoder* const outbound = object()->transcoders[RQ_FORM_UTF32_NATIVE].toSession;
   std::uint64_t length = 0;
-  pair.toSession->convert(pair.toSession, &character, sizeof character, bytes.data(), bytes.size(), &length, 0);
+  outbound->convert(outbound, &character, sizeof character, character_.data(), character_.size(), &length, 0);
+  return Bytes(character_).first(std::min<std::uint64_t>(length, character_.size()));
+}
+
+bool Workbench::carries(RQChar character) const {
+  const Bytes bytes = inSession(character);
+  RQTranscoder* const inbound = object()->transcoders[RQ_FORM_UTF32_NATIVE].fromSession;
   RQChar back = 0;
-  std::uint64_t backLength = 0;
-  pair.fromSession->convert(pair.fromSession, bytes.data(), length, &back, sizeof back, &backLength, 0);
+  std::uint64_t length = 0;
+  inbound->convert(inbound, bytes.data(), bytes.size(), &back, sizeof back, &length, 0);
   return back == character;
 }
 

@@ -2,6 +2,7 @@
 #ifndef RQUNI_CLI_WORKBENCH_H
 #define RQUNI_CLI_WORKBENCH_H
 
+#include <array>
 #include <memory>
 #include <string>
 
@@ -21,13 +22,16 @@ class Workbench {
   static Result<std::unique_ptr<Workbench>> openForNotations(const Job& job);
   /// The same with characters of 4 bytes for the session text, whatever session the job has.
   static Result<std::unique_ptr<Workbench>> openForCharacters(const Job& job);
-  /// Another one with the same library and host, for another thread. Call it while no thread uses the library.
-  Result<std::unique_ptr<Workbench>> another() const { return open(place_); }
+  /// Another one with the same library and the tool's own host, for another thread. Call it while no thread uses the
+  /// library.
+  Result<std::unique_ptr<Workbench>> another() const;
 
   const host::Library& library() const { return place_->library; }
   RQInterface* object() const { return session_.object(); }
   const host::Encoding& encoding() const { return place_->encoding; }
   const host::Codec& codec() const { return place_->codec; }
+  /// False for the host that the job names.
+  bool ownHost() const { return place_->ownHost; }
   bool wide() const { return place_->flavour == Flavour::wide; }
 
   /// The operations on one text; errors name its file. Results lie in a buffer that the next call reuses.
@@ -48,23 +52,27 @@ class Workbench {
   }
   /// An error where the text is not valid in the session encoding.
   Done checkValid(const Text& text) const;
+  /// The character as the host writes it in the session encoding, as far as it does. Valid until the next call.
+  Bytes inSession(RQChar character) const;
   /// True when the session encoding holds the character. Asks the transcoders as the decoders do.
   bool carries(RQChar character) const;
 
  private:
   /// What all workbenches of a job share.
   struct Place {
-    Place(host::Library loaded, const host::Encoding& session, Flavour chosen);
+    Place(host::Library loaded, const host::Encoding& session, const Job& job);
 
     host::Library library;
     const host::Encoding& encoding;
     const host::Codec& codec;
     const bool asciiCompatible;
     const Flavour flavour;
+    const bool ownHost;  // the job names no other
     host::Host host;
   };
   Workbench(std::shared_ptr<Place> place, host::Session session);
-  static Result<std::unique_ptr<Workbench>> open(std::shared_ptr<Place> place);
+  /// A session of the host that the job names.
+  static Result<host::Session> openNamedHost(const Place& place, const Job& job);
   template <class T>
   static Result<T> named(const Text& text, Result<T> result) {
     return result ? std::move(result) : inFile(text.file, result.error());
@@ -73,6 +81,7 @@ class Workbench {
   std::shared_ptr<Place> place_;
   host::Session session_;
   host::TextWork work_;
+  mutable std::array<std::byte, 80> character_;
 };
 
 /// The session encoding of a job.

@@ -23,6 +23,10 @@ enum class Outcome {
   unavailable,  // the converter could not be opened in this thread
 };
 
+/// What becomes of a character that an encoding lacks: an error, its reference `&#8364;`, or the encoding's own
+/// substitution character.
+enum class Unmappable { error, keep, substitute };
+
 /// The result of one piece. Counts bytes on the encoded side, characters on the other.
 struct Step {
   std::size_t consumed;  // after an error: up to the character that caused it

@@ -1,4 +1,4 @@
-// ICU converters that stop at whatever they cannot convert and never substitute.
+// ICU converters that stop at whatever they cannot convert, unless asked to replace what their encoding lacks.
 #ifndef RQUNI_HOST_ICU_H
 #define RQUNI_HOST_ICU_H
 
@@ -6,6 +6,8 @@
 
 #include <memory>
 #include <string>
+
+#include "host/codec.h"
 
 namespace rq::host {
 
@@ -16,6 +18,9 @@ using Converter = std::unique_ptr<UConverter, CloseConverter>;
 
 /// A converter, or null when ICU cannot open one.
 Converter openConverter(const std::string& icuName);
+
+/// The same, of a converter that does so with characters that the encoding lacks.
+Converter openConverter(const std::string& icuName, Unmappable unmappable);
 
 }  // namespace rq::host
 

@@ -251,8 +251,8 @@ Result<Bytes> CharacterReader::read(Bytes piece, bool last) {
   return std::as_bytes(std::span(characters_));
 }
 
-Result<CharacterWriter> CharacterWriter::open(const Encoding& encoding) {
-  Converter converter = openConverter(encoding.name);
+Result<CharacterWriter> CharacterWriter::open(const Encoding& encoding, Unmappable unmappable) {
+  Converter converter = openConverter(encoding.name, unmappable);
   if (!converter) return cannotOpen(encoding);
   return CharacterWriter(std::move(converter));
 }

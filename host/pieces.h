@@ -57,9 +57,9 @@ class CharacterReader {
 /// Writes one text in an encoding of ICU, piece by piece.
 class CharacterWriter {
  public:
-  static Result<CharacterWriter> open(const Encoding& encoding);
-  /// The bytes of the next characters, UTF-32 of this machine, or nothing when the encoding lacks one of them. They
-  /// stay valid until the next call. `last` ends the text.
+  static Result<CharacterWriter> open(const Encoding& encoding, Unmappable unmappable = Unmappable::error);
+  /// The bytes of the next characters, UTF-32 of this machine, or nothing when the encoding lacks one of them and it
+  /// is not to be replaced. They stay valid until the next call. `last` ends the text.
   std::optional<Bytes> write(Bytes characters, bool last);
 
  private:

@@ -13,6 +13,7 @@ constexpr std::uint64_t longestNotation = 11;
 constexpr std::uint64_t fewestCharacters = 256;
 
 const Error notSupported = {Error::Kind::system, "the operation is not supported by this library"};
+const Error falseLength = {Error::Kind::system, "the host says that it wrote more than it had room for"};
 
 RQCodec decoderOf(const RQOperations& operations, Notation notation) {
   switch (notation) {
@@ -78,6 +79,29 @@ Done TextWork::needWholeUnits(Bytes text, Position start) const {
   return failure(truncatedStatus, text, start, encoding_, encoding_);
 }
 
+bool TextWork::wantsRoom(RQStatus status, std::uint64_t written, std::optional<std::uint64_t>& before) const {
+  if (ownHost_) return status == outputFullStatus;
+  // Another's statuses are its own: more room helps as long as more is written.
+  const bool more = !before || written > *before;
+  before = written;
+  return more;
+}
+
+Done TextWork::needReadByHost(Bytes text, Position start) {
+  if (ownHost_) return done();
+  std::uint64_t count = 0;
+  readCharacters(codec_, text, [&count](std::span<const char32_t> piece) { count += piece.size(); });
+  const MutableBytes room = characters_.atLeast((count + 1) * sizeof(RQChar));
+  RQTranscoder* const inbound = object_->transcoders[RQ_FORM_UTF32_NATIVE].fromSession;
+  std::uint64_t produced = 0;
+  const RQStatus status =
+      inbound->convert(inbound, text.data(), text.size(), room.data(), (count + 1) * sizeof(RQChar), &produced, 0);
+  if (status == RQ_SUCCESS && produced == count * sizeof(RQChar)) return done();
+  return Error{Error::Kind::system,
+               atBeginning(start, "the host reads " + std::to_string(produced / sizeof(RQChar)) + " of the text's " +
+                                      std::to_string(count) + " characters, with status " + hexadecimal(status))};
+}
+
 Result<Bytes> TextWork::fromForm(RQForm form, Bytes text, Position start) {
   const RQTransform transform = form == RQ_FORM_UTF8           ? operations_.getUTF8
                                 : form == RQ_FORM_UTF16_BIG    ? operations_.getUTF16B
@@ -86,12 +110,14 @@ Result<Bytes> TextWork::fromForm(RQForm form, Bytes text, Position start) {
                                                                : operations_.getUTF32L;
   // Most encodings have no character of more than 4 bytes. Room that stays unused costs no memory.
   const std::uint64_t characters = text.size() / shortestCharacter(form) + 1;
+  std::optional<std::uint64_t> before;
   for (std::uint64_t capacity = characters * (4 / unit()) + 64;; capacity *= 2) {
     const MutableBytes room = output_.atLeast(capacity * unit() + RQ_OUTPUT_SLACK_BYTES);
     std::uint64_t written = 0;
     const RQStatus status = transform(object_, text.data(), text.size(), room.data(), capacity, &written);
+    if (written > capacity) return falseLength;
     if (status == RQ_SUCCESS) return Bytes(room.first(written * unit()));
-    if (status != outputFullStatus) return failure(status, text, start, encodingOf(form), encoding_);
+    if (!wantsRoom(status, written, before)) return failure(status, text, start, encodingOf(form), encoding_);
   }
 }
 
@@ -102,6 +128,7 @@ Result<Bytes> TextWork::toForm(RQForm form, Bytes text, Position start, std::opt
                                    : form == RQ_FORM_UTF32_BIG    ? operations_.putUTF32B
                                                                   : operations_.putUTF32L;
   const std::uint64_t units = text.size() / unit();
+  std::optional<std::uint64_t> before;
   for (std::uint64_t capacity = padBytes ? *padBytes / unit() : units * std::max(growth(form), unit()) / unit() + 64;;
        capacity *= 2) {
     const MutableBytes room = output_.atLeast(capacity * unit() + RQ_OUTPUT_SLACK_BYTES);
@@ -109,8 +136,12 @@ Result<Bytes> TextWork::toForm(RQForm form, Bytes text, Position start, std::opt
     const RQStatus status =
         form == RQ_FORM_UTF8 ? operations_.putUTF8(object_, text.data(), units, room.data(), capacity, &written)
                              : padded(object_, text.data(), units, room.data(), capacity, &written, padBytes ? 1 : 0);
-    if (status == RQ_SUCCESS) return Bytes(room.first(padBytes ? written * unit() : written));
-    if (status != outputFullStatus || padBytes) return failure(status, text, start, encoding_, encodingOf(form));
+    const std::uint64_t writtenBytes = padBytes ? written * unit() : written;
+    if (writtenBytes > room.size()) return falseLength;
+    if (status == RQ_SUCCESS) return Bytes(room.first(writtenBytes));
+    if (padBytes || !wantsRoom(status, written, before)) {
+      return failure(status, text, start, encoding_, encodingOf(form));
+    }
   }
 }
 
@@ -167,6 +198,8 @@ Result<Bytes> TextWork::encode(Notation notation, Bytes text, Position start, co
   const RQStatus status = encoder(object_, input.data(), units, room.data(), capacity, &written);
   if (status != RQ_SUCCESS) return failure(status, text, start, encoding_, encoding_);
   if (Done valid = needValid(watch, text, start); !valid) return valid.error();
+  if (Done read = needReadByHost(text, start); !read) return read.error();
+  if (written > capacity || written < around.encodedBefore + around.encodedBehind) return falseLength;
   const std::uint64_t result = written - around.encodedBefore - around.encodedBehind;
   return Bytes(room.subspan(around.encodedBefore * unit(), result * unit()));
 }
@@ -181,6 +214,7 @@ Result<std::int64_t> TextWork::measure(Measure measure, Bytes text, Position sta
   // No text has more than two columns per unit: a larger count is the status of a missing operation.
   if (count == RQ_UNSUPPORTED && static_cast<std::uint64_t>(count) > 2 * units) return notSupported;
   if (Done valid = needValid(watch, text, start); !valid) return valid.error();
+  if (Done read = needReadByHost(text, start); !read) return read.error();
   return count;
 }
 

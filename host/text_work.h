@@ -29,13 +29,15 @@ class TextWork {
   enum class Measure { length, width };
 
   /// `encoding` is the object's session encoding, and must have a codec. `wide`: the operations take units of 4
-  /// bytes.
-  TextWork(RQInterface* object, const RQOperations& operations, const Encoding& encoding, bool wide)
+  /// bytes. `ownHost`: the object's host is that of this library; another's transcoders are not believed.
+  TextWork(RQInterface* object, const RQOperations& operations, const Encoding& encoding, bool wide,
+           bool ownHost = true)
       : object_(object),
         operations_(operations),
         encoding_(encoding),
         codec_(*codecOf(encoding.identifier)),
-        wide_(wide) {}
+        wide_(wide),
+        ownHost_(ownHost) {}
 
   /// Converts between a Unicode form and the session encoding. `padBytes` makes the result a field of that size.
   Result<Bytes> fromForm(RQForm form, Bytes text, Position start = {});
@@ -62,13 +64,18 @@ class TextWork {
   Done needValid(const ConversionWatch& watch, Bytes text, Position start) const;
   Bytes joined(Bytes text, const Around& around);
   Done needWholeUnits(Bytes text, Position start) const;
+  /// True when a transform that failed may succeed with more room. `before`: what it wrote with less room.
+  bool wantsRoom(RQStatus status, std::uint64_t written, std::optional<std::uint64_t>& before) const;
+  /// Another's host must read all characters of the text: the library goes on with those that it gets.
+  Done needReadByHost(Bytes text, Position start);
 
   RQInterface* object_;
   const RQOperations& operations_;
   const Encoding& encoding_;
   const Codec& codec_;
   const bool wide_;
-  Buffer output_, joined_;
+  const bool ownHost_;
+  Buffer output_, joined_, characters_;
 };
 
 }  // namespace rq::host

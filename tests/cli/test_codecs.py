@@ -25,6 +25,31 @@ class Decode(ToolTest):
     def test_what_the_session_lacks_stays(self):
         self.assertEqual(self.succeed("decode", "ncr", "-s", "ISO-8859-1", text=b"&#8364; &#233;"), b"&#8364; \xe9")
 
+    def test_what_the_session_lacks_is_refused_or_replaced_on_wish(self):
+        text = b"&#233;&#8364; x &#xD83D; &#7;\n&#x65E5;&#&#66 y;"
+        kept = self.succeed("decode", "ncr", "-s", "latin1", text=text)
+        self.assertEqual(self.succeed("decode", "ncr", "-s", "latin1", "--unmappable=keep", text=text), kept)
+        self.assertEqual(self.succeed("decode", "ncr", "-s", "latin1", "--unmappable=substitute", text=text),
+                         kept.replace(b"&#8364;", b"\x1a").replace(b"&#x65E5;", b"\x1a"))
+        self.fail_with(DATA, "character U+20AC at offset 6, line 1, column 7 does not exist in ISO-8859-1", "decode", "ncr",
+                       "-s", "latin1", "--unmappable=error", text=text)
+        escapes = b"\\uu20AC \\u20AC \\u12 \\u00e9"
+        self.assertEqual(self.succeed("decode", "uesc", "-s", "latin1", "--unmappable=substitute", text=escapes),
+                         b"\\u20AC \x1a \\u12 \xe9")
+        self.assertEqual(self.succeed("decode", "uparen-ascii", "-s", "latin1", "--unmappable=error", text=b"<U20AC><U0041>"),
+                         b"<U20AC>A")
+        self.assertEqual(self.succeed("decode", "ncr", "-s", "latin1", "--unmappable=error", "--invalid=keep",
+                                      text=b"&#65;\xff"), b"A\xff")
+
+    def test_replacing_agrees_with_the_decoder_where_nothing_is_replaced(self):
+        parts = ["&#", "&#x", ";", "65", "233", "x41", "xD83D;", "xDE00;", "é", "\\u", "\\uu", "0041", "00E9", "D83D", "\\uDE00",
+                 "<U", ">", "zz", "\n"]
+        source = random.Random(21)
+        for notation in NOTATIONS:
+            text = "".join(source.choices(parts, k=2000)).encode()
+            self.assertEqual(self.succeed("decode", notation, "--unmappable=error", text=text),
+                             self.succeed("decode", notation, text=text))
+
     def test_pairs(self):
         self.assertEqual(self.succeed("decode", "ncr", text=b"&#xD83D;&#xDE00;"), "😀".encode())
         self.assertEqual(self.succeed("decode", "uesc", text=b"\\uD83D\\uDE00"), "😀".encode())

@@ -194,7 +194,7 @@ class Bash(ToolTest):
 
     def test_files_after_the_subject(self):
         pathlib.Path(self.folder / "one").touch()
-        self.assertEqual(self.offered("to", ""), {"utf8", "utf16be", "utf16le", "utf32be", "utf32le"})
+        self.assertEqual(self.offered("to", ""), {"utf8", "utf16", "utf16be", "utf16le", "utf32", "utf32be", "utf32le"})
         self.assertEqual(self.offered("to", "utf8", ""), {"one"})
         self.assertEqual(self.offered("to", "--lines", "utf8", ""), {"one"})
         self.assertEqual(self.offered("to", "--pad", ""), set())

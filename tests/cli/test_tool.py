@@ -28,7 +28,7 @@ class Usage(ToolTest):
 
     def test_wrong_usage(self):
         for message, arguments in (
-                ("subcommand is required", []), ("required", ["from"]), ("utf9", ["from", "utf9"]),
+                ("a command is required", []), ("required", ["from"]), ("utf9", ["from", "utf9"]),
                 ("--nothing", ["to", "utf8", "--nothing"]), ("uparen-ascii", ["encode", "uparen-ascii"]),
                 ("--json requires --explain", ["decode", "ncr", "--json"]), ("x", ["to", "utf8", "--flavour", "x"]),
                 ("--pad", ["from", "utf16be", "--pad", "4"]), ("--explain", ["encode", "ncr", "--explain"])):
@@ -41,11 +41,18 @@ class Usage(ToolTest):
                 ("unknown command 'frobnicate'\n", ["frobnicate"]),
                 ("unknown option '--sesion', did you mean --session?", ["to", "utf8", "--sesion", "x"]),
                 ("unknown option '--inplace', did you mean --in-place?", ["to", "utf8", "--inplace"]),
-                ("unknown form 'utf9', did you mean utf8?\nChoose one of: utf8, utf16be, utf16le, utf32be, utf32le", ["to", "utf9"]),
+                ("unknown form 'utf9', did you mean utf8?\nChoose one of: utf8, utf16, utf16be, utf16le, utf32, utf32be, utf32le", ["to", "utf9"]),
                 ("unknown notation 'NCR'", ["decode", "NCR"]),
                 ("unknown notation 'uese', did you mean uesc?\nChoose one of: ncr, uesc, uparen", ["encode", "uese"]),
                 ("unknown flavour 'x'", ["to", "utf8", "--flavour", "x"]),
                 ("unexpected argument 'x'", ["encodings", "x"]),
+                ("--session needs a value", ["to", "utf8", "--session"]),
+                ("--session is given more than once", ["to", "utf8", "-s", "a", "-s", "b"]),
+                ("--lines takes no value", ["to", "utf8", "--lines=perhaps"]),
+                ("--pad needs a number of bytes from 0 to 1073741824, not 'x'", ["to", "utf16be", "--pad", "x"]),
+                ("--in-place and --host cannot go together", ["to", "utf8", "-i", "--host", "x", "y"]),
+                ("--in-place and --explain cannot go together", ["decode", "ncr", "--explain", "--json", "-i", "x"]),
+                ("--host and --unmappable cannot go together", ["from", "utf8", "--host", "x", "--unmappable=keep"]),
                 ("rqtext encodings lists all", ["to", "utf8", "-s", "nonsense"])):
             self.fail_with(USAGE, message, *arguments, library=False)
 

@@ -1,9 +1,10 @@
 """The commands from and to."""
 
+import pathlib
 import subprocess
 import unittest
 
-from tool import CORPUS, DATA, LIBRARY, SANITIZED, TOOL, USAGE, ToolTest, peak_memory
+from tool import CORPUS, DATA, DONE, LIBRARY, SANITIZED, TOOL, USAGE, ToolTest, peak_memory, run
 
 FORMS = {"utf8": "utf-8", "utf16be": "utf-16-be", "utf16le": "utf-16-le", "utf32be": "utf-32-be", "utf32le": "utf-32-le"}
 
@@ -59,6 +60,68 @@ class Transforms(ToolTest):
         self.assertEqual(self.succeed("from", "utf16be", text=b"\xfe\xff\0A"), "\ufeffA".encode())
         self.assertEqual(self.succeed("to", "utf16be", "-s", "UTF-16", text=b"\0A"), b"\0A")
 
+    def test_a_mark_says_the_order(self):
+        text = "aé\n日😀\n\n"
+        for form, unit in (("utf16", 2), ("utf32", 4)):
+            for order in ("le", "be"):
+                encoded = ("\ufeff" + text).encode(f"utf-{8 * unit}-{order}")
+                for options in ([], ["--lines"], ["--bom"], ["-s", "UTF-7"]):
+                    expected = text if "UTF-7" not in options else self.succeed(
+                        "from", "utf8", "-s", "UTF-7", text=text.encode()).decode()
+                    self.assertEqual(self.succeed("from", form, *options, text=encoded).decode(), expected)
+            without = text.encode(f"utf-{8 * unit}-be")
+            self.assertEqual(self.succeed("from", form, text=without).decode(), text)
+            for short in (b"", b"\xff", b"\xff\xfe"[:unit - 1]):
+                result = run("from", form, text=short)
+                self.assertEqual(result.returncode, DATA if short else DONE)
+
+    def test_marks_are_written_as_iconv_writes_them(self):
+        for form, iconv in (("utf16", "UTF-16"), ("utf32", "UTF-32")):
+            for text in (b"", "aé日😀\nb".encode()):
+                expected = subprocess.run(["iconv", "-f", "UTF-8", "-t", iconv], input=text, stdout=subprocess.PIPE, check=True)
+                for options in ([], ["--lines"], ["--bom"]):
+                    self.assertEqual(self.succeed("to", form, *options, text=text), expected.stdout)
+
+    def test_a_mark_on_wish(self):
+        for form, python in FORMS.items():
+            marked = "\ufeffé\nz".encode(python)
+            self.assertEqual(self.succeed("to", form, "--bom", text="é\nz".encode()), marked)
+            self.assertEqual(self.succeed("from", form, "--bom", text=marked), "é\nz".encode())
+            self.assertEqual(self.succeed("from", form, "--bom", text="é\nz".encode(python)), "é\nz".encode())
+            self.assertEqual(self.succeed("from", form, "--bom", text=marked + marked), "é\nz\ufeffé\nz".encode())
+
+    def test_each_file_has_its_mark_and_the_output_one(self):
+        little, big = self.file("little", b"\xff\xfea\0"), self.file("big", b"\xfe\xff\0b")
+        plain = self.file("plain", b"\0c")
+        self.assertEqual(self.succeed("from", "utf16", little, big, plain, little), b"abca")
+        self.assertEqual(self.succeed("to", "utf16", self.file("a", b"a"), self.file("b", b"b")), b"\xff\xfea\0b\0")
+        self.succeed("from", "utf16", "-i", little, big)
+        self.assertEqual((pathlib.Path(little).read_bytes(), pathlib.Path(big).read_bytes()), (b"a", b"b"))
+        self.succeed("to", "utf32", "-i", little, big)
+        self.assertEqual(pathlib.Path(big).read_bytes(), b"\xff\xfe\0\0b\0\0\0")
+
+    def test_marked_text_arrives_in_any_pieces(self):
+        text = "aé日😀\n" * 40
+        encoded = ("\ufeff" + text).encode("utf-16-le")
+        for step in (1, 3, 7):
+            process = subprocess.Popen([TOOL, "from", "utf16", "--library", LIBRARY], stdin=subprocess.PIPE,
+                                       stdout=subprocess.PIPE, bufsize=0)
+            for at in range(0, len(encoded), step):
+                process.stdin.write(encoded[at:at + step])
+            process.stdin.close()
+            self.assertEqual(process.stdout.read().decode(), text)
+            process.stdout.close()
+            self.assertEqual(process.wait(), DONE)
+
+    def test_problems_behind_a_mark_are_shown_as_they_stand(self):
+        self.fail_with(DATA, "invalid bytes 00 D8 at offset 6, line 2, column 1: not valid in UTF-16LE", "from", "utf16",
+                       text=b"\xff\xfea\0\n\0\x00\xd8b\0")
+        self.fail_with(DATA, "bytes 78 at offset 4, line 1, column 2", "from", "utf16", text=b"\xff\xfea\0x")
+        self.fail_with(DATA, "U+20AC at offset 4, line 1, column 2 does not exist", "from", "utf16", "-s", "latin1",
+                       text=b"\xff\xfea\0\xac\x20")
+        self.fail_with(USAGE, "a field of --pad has no byte order mark", "to", "utf16", "--pad", "4")
+        self.fail_with(USAGE, "a field of --pad has no byte order mark", "to", "utf16be", "--bom", "--pad", "4")
+
     def test_several_files_and_standard_input_in_order(self):
         one, two = self.file("one", b"1\xe9"), self.file("two", b"2")
         self.assertEqual(self.succeed("to", "utf8", "-s", "latin1", one, "-", two, text=b"-"), "1é-2".encode())
@@ -76,6 +139,30 @@ class Transforms(ToolTest):
     def test_unmappable_character_names_the_place(self):
         self.fail_with(DATA, "character U+20AC at offset 4, line 2, column 1 does not exist in ISO-8859-1",
                        "from", "utf8", "-s", "ISO-8859-1", text="é \n€".encode())
+
+    def test_unmappable_characters_are_replaced_on_wish(self):
+        text = "aé€ Ж\u200b\U0001F600 z\n".encode() * 3
+        def replaced(action, session, *options):
+            return self.succeed("from", "utf8", f"--unmappable={action}", "-s", session, *options, text=text)
+        kept = "aé&#8364; &#1046;&#8203;&#128512; z\n" * 3
+        self.assertEqual(replaced("keep", "latin1"), kept.encode("latin1"))
+        self.assertEqual(self.succeed("to", "utf8", "-s", "ibm-1047", text=replaced("keep", "ibm-1047")).decode(), kept)
+        self.assertEqual(replaced("substitute", "latin1"), "aé\x1a \x1a\x1a\x1a z\n".encode("latin1") * 3)
+        self.assertEqual(replaced("keep", "Shift_JIS"), "a&#233;&#8364; Ж&#8203;&#128512; z\n".encode("shift_jis") * 3)
+        shifted = self.succeed("to", "utf8", "-s", "ISO-2022-JP", text=replaced("keep", "ISO-2022-JP")).decode()
+        self.assertEqual(shifted, "a&#233;&#8364; Ж&#8203;&#128512; z\n" * 3)
+        self.assertEqual(replaced("keep", "UTF-8"), text)
+        for session in ("latin1", "Shift_JIS"):
+            self.assertEqual(replaced("keep", session, "--lines"), replaced("keep", session))
+            self.fail_with(DATA, "does not exist in", "from", "utf8", "--unmappable", "error", "-s", session, text=text)
+        long = "€" * 400_000
+        self.assertEqual(self.succeed("from", "utf8", "--unmappable=keep", "-s", "latin1", text=long.encode()),
+                         b"&#8364;" * 400_000)
+        # Invalid text stays an error, and so does an encoding without the characters of a reference.
+        self.fail_with(DATA, "invalid bytes FF", "from", "utf8", "--unmappable=keep", "-s", "latin1", text=b"a\xff")
+        self.fail_with(DATA, "does not exist in", "from", "utf8", "--unmappable=keep", "-s", "ibm-16684_P110-2003",
+                       text="日\u0e01".encode())
+        self.fail_with(USAGE, "unknown choice for --unmappable 'drop'", "from", "utf8", "--unmappable=drop")
 
     def test_problem_names_the_file(self):
         self.fail_with(DATA, "bad.txt: invalid bytes", "to", "utf8", self.file("bad.txt", b"\xff"))

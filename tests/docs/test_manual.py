@@ -51,7 +51,7 @@ class Manual(unittest.TestCase):
 
     @unittest.skipUnless(TOOL, "rqtext is not built")
     def test_the_tool_has_the_commands_that_its_page_tells(self):
-        offered = set(re.findall(r"^  ([\w-]+)  ", printed(TOOL, "--help").split("Subcommands:")[1], re.MULTILINE))
+        offered = set(re.findall(r"^  ([\w-]+)  ", printed(TOOL, "--help").split("Commands:")[1], re.MULTILINE))
         described = {name for line in re.findall(r"^\.It Cm (.*)$", PAGES["rqtext.1"], re.MULTILINE)
                      for name in re.findall(r"[\w-]+", line)}
         synopsis = set(re.findall(r"^\.Nm\n\.Cm (.*)$", PAGES["rqtext.1"], re.MULTILINE))
