@@ -194,7 +194,8 @@ void addTexts(CLI::App& app, Job& job) {
   app.add_flag_callback(
       "--progress", [&job] { job.progress = true; }, "Show progress");
   app.add_flag_callback(
-      "--no-progress", [&job] { job.progress = false; }, "Show none (default: after a second, on a terminal)");
+      "--no-progress", [&job] { job.progress = false; },
+      "Show none (default: after a second, on a terminal, for files)");
 }
 
 void addOptions(CLI::App& app, const Command& command, Arguments& arguments) {

@@ -19,6 +19,12 @@ Error readFailure(const std::string& name, int number) {
   return {Error::Kind::system, "cannot read " + shownName(name) + ": " + std::strerror(number)};
 }
 
+std::optional<struct stat> statusOf(const std::string& file) {
+  struct stat status {};
+  const int failed = file == "-" ? ::fstat(STDIN_FILENO, &status) : ::stat(file.c_str(), &status);
+  return failed == 0 ? std::optional(status) : std::nullopt;
+}
+
 }  // namespace
 
 std::string shownName(const std::string& file) {
@@ -41,6 +47,7 @@ Input::Input(std::string name, Descriptor descriptor, Progress& progress, Pause 
     : name_(std::move(name)), descriptor_(std::move(descriptor)), progress_(&progress), pause_(std::move(pause)) {
   struct stat status {};
   regularFile_ = ::fstat(descriptor_.number(), &status) == 0 && S_ISREG(status.st_mode);
+  if (::isatty(descriptor_.number()) == 1) progress.leaveTerminal();
 }
 
 Result<Input> Input::open(const std::string& name, Progress& progress, Pause pause) {
@@ -142,6 +149,7 @@ Done Output::open() {
   int number = STDOUT_FILENO;
   if (file_) number = ::open(file_->c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
   if (number < 0) return failure(errno);
+  if (::isatty(number) == 1) progress_.leaveTerminal();
   descriptor_.emplace(number);
   return host::done();
 }
@@ -195,10 +203,19 @@ Done Output::finish() {
 }
 
 std::optional<FileIdentity> identityOf(const std::string& file) {
-  struct stat status {};
-  const int failed = file == "-" ? ::fstat(STDIN_FILENO, &status) : ::stat(file.c_str(), &status);
-  if (failed != 0) return std::nullopt;
-  return FileIdentity(status.st_dev, status.st_ino);
+  const std::optional<struct stat> status = statusOf(file);
+  if (!status) return std::nullopt;
+  return FileIdentity(status->st_dev, status->st_ino);
+}
+
+std::optional<std::uint64_t> totalSize(const std::vector<std::string>& files) {
+  std::uint64_t size = 0;
+  for (const std::string& file : files) {
+    const std::optional<struct stat> status = statusOf(file);
+    if (!status || !S_ISREG(status->st_mode)) return std::nullopt;
+    size += static_cast<std::uint64_t>(status->st_size);
+  }
+  return size;
 }
 
 std::optional<FileIdentity> identityOfStandardOutput() {

@@ -150,6 +150,8 @@ class Output {
 using FileIdentity = std::pair<std::uint64_t, std::uint64_t>;
 /// Nothing if there is no such file; "-" is standard input.
 std::optional<FileIdentity> identityOf(const std::string& file);
+/// The size of all files together; nothing if one is no regular file.
+std::optional<std::uint64_t> totalSize(const std::vector<std::string>& files);
 /// Nothing unless standard output is a regular file that is not empty.
 std::optional<FileIdentity> identityOfStandardOutput();
 

@@ -1,5 +1,6 @@
 // rqtext: the operations of the library for files and pipes.
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -56,8 +57,14 @@ Done checkFiles(const Job& job) {
   return host::done();
 }
 
+/// Without a wish there is none where it might stand in what others show: a pager behind a pipe, a program that asks
+/// for a password before one.
 std::optional<bool> wishedProgress(const Job& job) {
-  return job.command->has(takes::texts) && !job.quiet ? job.progress : false;
+  if (!job.command->has(takes::texts) || job.quiet) return false;
+  if (job.progress) return job.progress;
+  struct stat status {};
+  const bool piped = !job.output && !job.inPlace && ::fstat(STDOUT_FILENO, &status) == 0 && S_ISFIFO(status.st_mode);
+  return piped || !totalSize(job.files) ? std::optional(false) : std::nullopt;
 }
 
 int answer(const Answer& answer) {
@@ -86,8 +93,9 @@ int carryOut(const Job& job, Progress& progress, Output& output) {
 
 /// Somebody else's host may crash: it works in a process of its own.
 int carryOutApart(const Job& job) {
-  const Result<int> code = workApart([&job](Descriptor standardOutput) {
-    Progress progress(wishedProgress(job));
+  const std::optional<bool> wished = wishedProgress(job);
+  const Result<int> code = workApart([&job, wished](Descriptor standardOutput) {
+    Progress progress(wished, totalSize(job.files));
     if (job.output) {
       Output output(job.output, progress);
       return carryOut(job, progress, output);
@@ -104,7 +112,7 @@ int carryOut(const Job& job) {
   Progress silent(false);
   if (const Done usable = checkFiles(job); !usable) return report(usable.error(), silent, job.quiet);
   if (job.command->has(takes::host) && !job.host.empty()) return carryOutApart(job);
-  Progress progress(wishedProgress(job));
+  Progress progress(wishedProgress(job), totalSize(job.files));
   Output output(job.output, progress);
   return carryOut(job, progress, output);
 }

@@ -1,13 +1,11 @@
-"""What all commands share: usage, files, exit codes, information, progress."""
+"""What all commands share: usage, files, exit codes, information."""
 
 import contextlib
 import json
 import os
 import pathlib
-import pty
 import re
 import subprocess
-import time
 import unittest
 
 from tool import CORPUS, DATA, DONE, LIBRARY, SYSTEM, TOOL, USAGE, VERSION, ToolTest, run
@@ -218,47 +216,6 @@ class Information(ToolTest):
             self.assertTrue(letters, name)
             encoded = self.succeed("from", "utf8", "-s", name, text=letters[0].encode())
             self.assertEqual(self.succeed("to", "utf8", "-s", name, text=encoded).decode(), letters[0], name)
-
-
-class Progress(ToolTest):
-    def slow_run(self, *arguments):
-        """Standard error, a terminal, of a run that takes more than a second."""
-        try:
-            terminal, other_end = pty.openpty()
-        except OSError as error:
-            self.skipTest(f"no terminals here: {error}")
-        process = subprocess.Popen([TOOL, "to", "utf8", "--library", LIBRARY, *arguments], stdin=subprocess.PIPE,
-                                   stdout=subprocess.DEVNULL, stderr=other_end)
-        os.close(other_end)
-        process.stdin.write(b"some text")
-        process.stdin.flush()
-        time.sleep(1.6)
-        process.stdin.close()
-        self.assertEqual(process.wait(), DONE)
-        shown = b""
-        try:
-            while piece := os.read(terminal, 4096):
-                shown += piece
-        except OSError:
-            pass
-        os.close(terminal)
-        return shown
-
-    def test_on_a_terminal_after_a_second(self):
-        shown = self.slow_run()
-        self.assertIn(b"rqtext: 9 bytes read", shown)
-        self.assertTrue(shown.endswith(b"\r\x1b[K"), shown)
-
-    def test_not_wished(self):
-        self.assertEqual(self.slow_run("--no-progress"), b"")
-
-    def test_wished_without_a_terminal(self):
-        result = run("to", "utf16be", "--progress", text=b"abc")
-        self.assertEqual(result.stdout, b"\0a\0b\0c")
-        self.assertRegex(result.stderr.decode(), r"^rqtext: 3 bytes read, 6 bytes written, \d+\.\d s\n$")
-
-    def test_quiet_in_pipes(self):
-        self.succeed("to", "utf8", str(CORPUS / "emoji.txt"))
 
 
 if __name__ == "__main__":

@@ -1,0 +1,103 @@
+"""The line that shows how far the work is, and where it must not stand."""
+
+import ctypes
+import os
+import pty
+import signal
+import subprocess
+import time
+import unittest
+
+from tool import CORPUS, LIBRARY, TOOL, ToolTest, run
+
+PR_SET_PDEATHSIG = 1
+LINE = r"rqtext: \d+ % of [\d.]+ GB read, [\d.]+ \w+ written, [\d.]+ \w+/s, [\d.]+ s"
+
+
+class Run:
+    """A run in the foreground of a terminal of its own, or in its background."""
+
+    def __init__(self, *arguments, background=False, stdout=subprocess.DEVNULL, stdin=None):
+        self.child, self.terminal = pty.fork()
+        if self.child == 0:
+            if background:
+                if os.fork():
+                    time.sleep(60)  # has the foreground
+                ctypes.CDLL(None).prctl(PR_SET_PDEATHSIG, signal.SIGKILL)
+                os.setpgid(0, 0)
+            for target, number in ((stdout, 1), (stdin, 0)):
+                if target is not None:
+                    os.dup2(os.open(os.devnull, os.O_RDWR) if target == subprocess.DEVNULL else target, number)
+            os.execv(TOOL, [TOOL, *arguments, "--library", LIBRARY])
+
+    def shown(self):
+        """What the terminal has shown so far."""
+        os.set_blocking(self.terminal, False)
+        shown = b""
+        try:
+            while piece := os.read(self.terminal, 4096):
+                shown += piece
+        except OSError:  # nothing is left
+            pass
+        return shown.decode()
+
+    def end(self):
+        os.kill(self.child, signal.SIGKILL)
+        os.waitpid(self.child, 0)
+        os.close(self.terminal)
+
+
+class Progress(ToolTest):
+    def test_where_it_stands_and_where_not(self):
+        long = str(self.folder / "long")
+        with open(long, "wb") as file:
+            file.truncate(1 << 36)  # takes no room, and more time than this test
+        # These first: who has the foreground would keep the pipes open.
+        cases = {
+            "in the background": ("^$", Run("width", long, background=True)),
+            "in the background on wish": ("^$", Run("width", long, "--progress", background=True)),
+        }
+        silent, somebody = os.pipe()
+        behind, pager = os.pipe()
+        failing, failure = os.pipe()
+        os.write(failure, b"a\xff")
+        cases |= {
+            "to a file": (LINE, Run("to", "utf16be", long, "-o", "/dev/null")),
+            "to the terminal, when nothing is written yet": (LINE, Run("width", long, stdout=None)),
+            "from a pipe on wish": (r"rqtext: 0 bytes read, 0 bytes written, 0 bytes/s", Run("width", "--progress", stdin=silent)),
+            "before an error": (r"rqtext: 2 bytes read, .*\r\x1b\[K\r?\n?rqtext: 2 bytes read.*\r\nrqtext: standard input: invalid bytes FF",
+                                Run("to", "utf8", "--progress", "-o", "/dev/null", stdin=failing)),
+            "to a pager": ("^$", Run("to", "utf8", long, stdout=pager)),
+            "from a program that may ask": ("^$", Run("width", stdin=silent)),
+            "from somebody who types": ("^$", Run("length", "--progress")),
+            "not wished": ("^$", Run("width", "--no-progress", long)),
+            "quiet": ("^$", Run("width", "--quiet", long)),
+        }
+        time.sleep(0.5)
+        early = {name: each.shown() for name, (_, each) in cases.items()}
+        time.sleep(1.2)
+        os.close(failure)
+        os.close(somebody)
+        time.sleep(0.5)
+        for name, (expected, each) in cases.items():
+            with self.subTest(name):
+                self.assertEqual(early[name], "")
+                self.assertRegex(each.shown(), "(?s)" + expected)
+            each.end()
+        for end in (silent, behind, pager, failing):
+            os.close(end)
+
+    def test_wished_without_a_terminal(self):
+        result = run("to", "utf16be", "--progress", text=b"abc")
+        self.assertEqual(result.stdout, b"\0a\0b\0c")
+        self.assertRegex(result.stderr.decode(), r"^rqtext: 3 bytes read, 6 bytes written, [\d.]+ \w+/s, \d+\.\d s\n$")
+        path = self.file("x", b"abc" * 10_000)
+        result = run("to", "utf16be", "--progress", path, "-o", "/dev/null")
+        self.assertRegex(result.stderr.decode(), r"^rqtext: 100 % of 30.0 kB read, 60.0 kB written, [\d.]+ \w+/s, \d+\.\d s\n$")
+
+    def test_quiet_in_pipes(self):
+        self.succeed("to", "utf8", str(CORPUS / "emoji.txt"))
+
+
+if __name__ == "__main__":
+    unittest.main()
