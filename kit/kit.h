@@ -66,8 +66,9 @@ constexpr std::uint64_t maxInlineBytes = 64;
 
 template <Unit U>
 inline void fill(U* p, Value<U> c, std::uint64_t n) {
-  if (n <= maxInlineBytes / sizeof(U)) return simd::fillUpTo64<U>(p, c, n);
-  kernelsOf<U>().fill(p, c, n);
+  if (n > maxInlineBytes / sizeof(U)) [[unlikely]]
+    return kernelsOf<U>().fill(p, c, n);
+  simd::fillUpTo64<U>(p, c, n);
 }
 
 /// The index of the first difference, or -1.

@@ -63,6 +63,21 @@ consteval std::array<std::int32_t, Count * blockSize> shiftsOf(Runs runs, Blocks
   return shifts;
 }
 
+/// The first level of a CaseMap, whose second level begins with a block of zeros.
+consteval std::array<std::int32_t, blocksOfPlane + 1> startsOf(Blocks blocks) {
+  const auto meta = metaOf<std::int32_t>(blocks);
+  std::array<std::int32_t, blocksOfPlane + 1> starts{};
+  for (std::size_t i = 0; i < meta.size(); ++i)
+    if (meta[i] >= 0) starts[i] = meta[i] + static_cast<std::int32_t>(blockSize);
+  return starts;
+}
+template <std::size_t Size>
+consteval std::array<std::int32_t, blockSize + Size> behindZeros(const std::array<std::int32_t, Size>& shifts) {
+  std::array<std::int32_t, blockSize + Size> all{};
+  for (std::size_t i = 0; i < Size; ++i) all[blockSize + i] = shifts[i];
+  return all;
+}
+
 /// Does every block map a character in `a` or in `b`?
 template <std::size_t Size>
 consteval bool blocksAreUsed(const std::array<std::int32_t, Size>& a, const std::array<std::int32_t, Size>& b) {
@@ -126,10 +141,10 @@ struct Gap {
 };
 
 /// The longest stretch of blocks without entries.
-constexpr Gap longestGap(const std::array<std::int32_t, blocksOfPlane>& meta) {
+constexpr Gap longestGap(const std::array<std::int32_t, blocksOfPlane + 1>& starts) {
   Gap longest, current;
   for (RQChar block = 0; block < blocksOfPlane; ++block) {
-    if (meta[block] >= 0) {
+    if (starts[block] != 0) {
       current = {(block + 1) * blockSize, 0};
       continue;
     }

@@ -11,8 +11,9 @@ namespace rq::kit {
 /// The characters of the BMP, and of one block of it.
 constexpr RQChar planeSize = 0x10000, blockShift = 7, blockSize = 1 << blockShift;
 
-/// Two levels. `meta` has an entry for each block of the BMP: -1, or the index at which the block begins in `shift`.
-/// `shift` holds the distance of each character to what it maps to. Characters beyond the BMP stay.
+/// Two levels. `meta` has an entry for each block of the BMP, and one for all characters beyond: the index at which
+/// the block begins in `shift`. `shift` holds the distance of each character to what it maps to. It begins with a
+/// block of zeros, for the blocks in which all characters stay.
 struct CaseMap {
   const std::int32_t *meta, *shift;
   /// The longest stretch of blocks without entries. At least one block behind it has entries.
@@ -21,10 +22,11 @@ struct CaseMap {
   /// others stay. If ASCII is not that simple, asciiLast and asciiFlip are 0.
   RQChar asciiFirst, asciiFlip, asciiLast;
 
+  /// Without a branch: the blocks of a text follow no pattern.
   constexpr RQChar operator()(RQChar c) const {
-    if (c >= planeSize) return c;
-    const std::int32_t start = meta[c / blockSize];
-    return start < 0 ? c : c + static_cast<RQChar>(shift[static_cast<RQChar>(start) + c % blockSize]);
+    const RQChar block = c / blockSize, beyond = planeSize / blockSize;
+    const std::int32_t start = meta[block < beyond ? block : beyond];
+    return c + static_cast<RQChar>(shift[static_cast<RQChar>(start) + c % blockSize]);
   }
 };
 

@@ -15,7 +15,6 @@ using namespace casemap;
 constexpr std::size_t shiftBlockCount = std::size(shiftBlocks);
 static_assert(shiftBlockCount == 19);
 
-constexpr auto shiftMeta = metaOf<std::int32_t>(shiftBlocks);
 constexpr auto upShifts = shiftsOf<shiftBlockCount>(upperRuns, shiftBlocks);
 constexpr auto downShifts = shiftsOf<shiftBlockCount>(lowerRuns, shiftBlocks);
 static_assert(blocksAreUsed(upShifts, downShifts));
@@ -24,22 +23,27 @@ constexpr auto downExceptions = exceptionsOf<19>(lowerRuns);
 constexpr auto upExceptions = reversedExceptions(upperRuns, 0x017F, downExceptions);
 static_assert(exceptionsOf<20>(upperRuns).size() == upExceptions.size());
 
-constexpr auto smallestMeta = metaOf<std::int32_t>(smallestBlocks);
 constexpr auto smallestShifts = shiftsOf<31>(smallestRuns, smallestBlocks);
 static_assert(blocksAreUsed(smallestShifts, smallestShifts));
 
-constexpr auto largestMeta = metaOf<std::int32_t>(largestBlocks);
 constexpr auto largestShifts = shiftsOf<29>(largestRuns, largestBlocks);
 static_assert(blocksAreUsed(largestShifts, largestShifts));
 
+// The two levels of the maps.
+constexpr auto shiftStarts = startsOf(shiftBlocks), smallestStarts = startsOf(smallestBlocks),
+               largestStarts = startsOf(largestBlocks);
+constexpr auto upper = behindZeros(upShifts), lower = behindZeros(downShifts);
+constexpr auto smallest = behindZeros(smallestShifts);
+constexpr auto largest = behindZeros(largestShifts);
+
 /// A map that changes the bits of asciiFlip in the ASCII letters from `asciiFirst` on. 0 leaves ASCII to the table.
 template <std::size_t Size>
-consteval CaseMap caseMap(const std::array<std::int32_t, blocksOfPlane>& meta,
+consteval CaseMap caseMap(const std::array<std::int32_t, blocksOfPlane + 1>& starts,
                           const std::array<std::int32_t, Size>& shifts, RQChar asciiFirst, RQChar asciiFlip) {
-  const Gap gap = longestGap(meta);
+  const Gap gap = longestGap(starts);
   const RQChar asciiLast = asciiFlip != 0 ? asciiEnd - 1 : 0;
-  const CaseMap map = {meta.data(), shifts.data(), gap.first, gap.first + gap.count,
-                       asciiFirst,  asciiFlip,     asciiLast};
+  const CaseMap map = {starts.data(), shifts.data(), gap.first, gap.first + gap.count,
+                       asciiFirst,    asciiFlip,     asciiLast};
   if (map.gapFirst <= asciiLast + 1 || map.gapEnd >= planeSize) gapIsAtAnEnd();
   for (RQChar c = 0; c <= asciiLast; ++c)
     if (map(c) != (c - asciiFirst < asciiLetters ? c ^ asciiFlip : c)) asciiIsNotSimple();
@@ -48,11 +52,11 @@ consteval CaseMap caseMap(const std::array<std::int32_t, blocksOfPlane>& meta,
 
 }  // namespace
 
-constinit const CaseMap toUpper = caseMap(shiftMeta, upShifts, 'a', asciiCaseBit);
-constinit const CaseMap toLower = caseMap(shiftMeta, downShifts, 'A', asciiCaseBit);
-constinit const CaseMap toSmallest = caseMap(smallestMeta, smallestShifts, 'a', asciiCaseBit);
+constinit const CaseMap toUpper = caseMap(shiftStarts, upper, 'a', asciiCaseBit);
+constinit const CaseMap toLower = caseMap(shiftStarts, lower, 'A', asciiCaseBit);
+constinit const CaseMap toSmallest = caseMap(smallestStarts, smallest, 'a', asciiCaseBit);
 // ASCII is not simple here: the largest members of the classes of I, K and S lie beyond it.
-constinit const CaseMap toLargest = caseMap(largestMeta, largestShifts, 'A', 0);
+constinit const CaseMap toLargest = caseMap(largestStarts, largest, 'A', 0);
 
 }  // namespace rq::kit
 

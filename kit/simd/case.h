@@ -78,8 +78,7 @@ struct MapCase {
     const V blocks = blockOf(c), places = placeOf(c);
     const RQChar block = c.firstSelected(open) / blockSize;
     if ((open & ~V::equal(blocks, V::splat(block))).any()) return result + gathered(open, blocks, places);
-    const std::int32_t start = map.meta[block];
-    return start < 0 ? result : result + V::lookUp128(map.shift + start, places, open);
+    return result + V::lookUp128(map.shift + map.meta[block], places, open);
   }
   /// mapAll block by block: text keeps to few blocks, and all vectors share the loaded shifts of a block.
   template <bool mayRefuse, class V, std::size_t count>
@@ -100,7 +99,7 @@ struct MapCase {
       const std::int32_t start = map.meta[block];
       for (std::size_t i = 0; i < count; ++i) {
         const auto here = open[i] & V::equal(blockOf(c[i]), V::splat(block));
-        if (start >= 0) mapped[i] = mapped[i] + V::lookUp128(map.shift + start, c[i], here);
+        if (start != 0) mapped[i] = mapped[i] + V::lookUp128(map.shift + start, c[i], here);
         open[i] = open[i] & ~here;
       }
     }
@@ -116,8 +115,8 @@ struct MapCase {
   /// The shifts of characters in several blocks.
   template <class V>
   RQ_INLINE V gathered(typename V::Mask open, V blocks, V places) const {
-    const V starts = V::gather(map.meta, blocks, open, V::splat(~RQChar{0}));
-    return V::gather(map.shift, starts + places, V::lessEqual(starts, V::splat(INT32_MAX)), V::splat(0));
+    const V starts = V::gather(map.meta, blocks, open, V::splat(0));
+    return V::gather(map.shift, starts + places, open, V::splat(0));
   }
   /// The lanes that differ when `count` vectors of both texts are mapped, as bits.
   template <class V, std::size_t count>
@@ -141,16 +140,17 @@ RQ_INLINE void mapOneByOne(RQChar* p, std::uint64_t n, const CaseMap& caseMap) {
   for (std::uint64_t i = 0; i < n; ++i) store(p + i, caseMap(load<RQChar>(p + i)));
 }
 
-/// Maps `count` vectors in place.
+/// Maps `count` vectors in place. Returns false, and leaves them as they are, where that is slower than one by one.
 template <class V, std::size_t count>
-RQ_INLINE void mapVectors(RQChar* p, const MapCase& mapped) {
+RQ_INLINE bool mapVectors(RQChar* p, const MapCase& mapped) {
   V all[count], joined = V::splat(0);
   for (std::size_t k = 0; k < count; ++k) all[k] = V::load(p + k * V::lanes), joined = joined | all[k];
   if (mapped.needsNoTable(joined))
     for (V& v : all) v = mapped.ascii(v);
   else if (!mapped.mapAll<true>(all))
-    return mapOneByOne(p, count * V::lanes, mapped.map);
+    return false;
   for (std::size_t k = 0; k < count; ++k) all[k].store(p + k * V::lanes);
+  return true;
 }
 
 /// Maps at most 64 bytes of characters, by vectors if they are ASCII.
@@ -166,16 +166,30 @@ RQ_INLINE void mapFew(RQChar* p, std::uint64_t n, const MapCase& mapped) {
   mapped.ascii(d).store(p + last);
 }
 
+/// Where vectors are slower than single characters, the text most likely goes on like that for so many.
+constexpr std::uint64_t charactersOneByOne = 256;
+
+/// Maps more than 64 bytes. Never inlined: saving its registers would slow down short texts.
 template <class V>
-void mapCase(RQChar* p, std::uint64_t n, const CaseMap& caseMap) {
+[[gnu::noinline]] void mapMany(RQChar* p, std::uint64_t n, const CaseMap& caseMap) {
   const MapCase mapped{caseMap};
-  if (n <= maxShortBytes / sizeof *p) return mapFew(p, n, mapped);
   V last[] = {V::load(p + n - V::lanes)};  // before a store changes lanes that it shares with the vector before it
   std::uint64_t i = 0;
-  for (; n - i > 4 * V::lanes; i += 4 * V::lanes) mapVectors<V, 4>(p + i, mapped);
-  for (; n - i > V::lanes; i += V::lanes) mapVectors<V, 1>(p + i, mapped);
+  for (std::uint64_t step; n - i > 4 * V::lanes; i += step) {
+    step = 4 * V::lanes;
+    if (mapVectors<V, 4>(p + i, mapped)) continue;
+    step = n - i < charactersOneByOne ? n - i : charactersOneByOne;
+    mapOneByOne(p + i, step, caseMap);
+  }
+  for (; n - i > V::lanes; i += V::lanes)
+    if (!mapVectors<V, 1>(p + i, mapped)) return mapOneByOne(p + i, n - i, caseMap);
   if (!mapped.mapAll<true>(last)) return mapOneByOne(p + i, n - i, caseMap);
   last[0].store(p + n - V::lanes);
+}
+
+template <class V>
+void mapCase(RQChar* p, std::uint64_t n, const CaseMap& caseMap) {
+  n <= maxShortBytes / sizeof *p ? mapFew(p, n, MapCase{caseMap}) : mapMany<V>(p, n, caseMap);
 }
 
 /// Do `count` vectors of both texts differ?

@@ -58,16 +58,18 @@ RQ_INLINE std::int64_t firstMatchLong(std::uint64_t n, Args... args) {
   if constexpr (V::bytes == maxShortBytes)
     if (n > maxWideBytes / sizeof(typename V::Lane)) [[unlikely]]
       return firstMatchLong<Probe, typename V::Half>(n, args...);
-  // Continue at an aligned address, or as near behind one as the alignment of the units allows.
-  std::uint64_t i = V::lanes - reinterpret_cast<std::uintptr_t>(probe.p) % V::bytes / sizeof(typename V::Lane);
-  for (; n - i >= 4 * V::lanes; i += 4 * V::lanes)
-    if (probe.anyOfFour(i)) break;
-  for (; n - i >= V::lanes; i += V::lanes)
+  std::uint64_t i = V::lanes;
+  if (n > 4 * V::lanes) {
+    // Continue at an aligned address, or as near behind one as the alignment of the units allows.
+    i -= reinterpret_cast<std::uintptr_t>(probe.p) % V::bytes / sizeof(typename V::Lane);
+    for (; n - i >= 4 * V::lanes; i += 4 * V::lanes)
+      if (probe.anyOfFour(i)) break;
+  }
+  const std::uint64_t last = n - V::lanes;
+  for (; i < last; i += V::lanes)
     if (const std::uint64_t bits = probe.at(i).bits()) return static_cast<std::int64_t>(i + firstBit(bits));
-  if (i == n) return -1;
-  i = n - V::lanes;
-  const std::uint64_t bits = probe.at(i).bits();
-  return bits ? static_cast<std::int64_t>(i + firstBit(bits)) : -1;
+  const std::uint64_t bits = probe.at(last).bits();
+  return bits ? static_cast<std::int64_t>(last + firstBit(bits)) : -1;
 }
 
 /// The same among any number of lanes.

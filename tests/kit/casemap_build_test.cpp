@@ -73,12 +73,14 @@ TEST(CaseClassTables, HaveTheirBlocksInOrder) {
                                        60, 61, 62, 63, 66, 67, 73, 88, 89, 332, 333, 334, 335, 510};
   const auto check = [](const CaseMap& map, Blocks blocks, std::size_t count) {
     ASSERT_EQ(blocks.size(), count);
-    std::int32_t start = 0;
+    std::int32_t start = 128;
     for (std::uint16_t block = 0, i = 0; block < 512; ++block) {
       const bool present = i < blocks.size() && blocks[i] == block;
-      EXPECT_EQ(map.meta[block], present ? start : -1) << block;
+      EXPECT_EQ(map.meta[block], present ? start : 0) << block;
       if (present) ++i, start += 128;
     }
+    EXPECT_EQ(map.meta[512], 0);
+    for (int i = 0; i < 128; ++i) EXPECT_EQ(map.shift[i], 0) << i;
   };
   check(toSmallest, smallest, 31);
   check(toLargest, largest, 29);
