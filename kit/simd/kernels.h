@@ -1,7 +1,7 @@
 // The kernels of one instruction set as a table of functions, and the table that is in use.
 //
-// find.h, copy.h, copy_until.h, members.h, case.h and width.h hold each algorithm once, as a template over a vector type.
-// sse2.cpp, avx2.cpp and avx512.cpp compile them, each for its vector. dispatch.cpp chooses when the library is
+// find.h, copy.h, copy_until.h, members.h, case.h and width.h hold each algorithm once, as a template over a vector
+// type. sse2.cpp, avx2.cpp and avx512.cpp compile them, each for its vector. dispatch.cpp chooses when the library is
 // loaded.
 #ifndef RQUNI_KIT_SIMD_KERNELS_H
 #define RQUNI_KIT_SIMD_KERNELS_H
