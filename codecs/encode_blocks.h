@@ -10,8 +10,8 @@
 
 #include "codecs/cursor.h"
 #include "codecs/units.h"
-#include "frame/internal/work_buffer.h"
 #include "kit/kit.h"
+#include "kit/work_buffer.h"
 
 namespace rq {
 

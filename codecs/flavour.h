@@ -9,9 +9,9 @@
 #include "frame/interface.h"
 #include "frame/internal/kernel_handle.h"
 #include "frame/internal/wide_literal.h"
-#include "frame/internal/work_buffer.h"
 #include "frame/kit_exports.h"
 #include "kit/kit.h"
+#include "kit/work_buffer.h"
 
 namespace rq {
 

@@ -7,7 +7,7 @@
 #include "codecs/units.h"
 #include "frame/interface.h"
 #include "frame/internal/transcode.h"
-#include "frame/internal/work_buffer.h"
+#include "kit/work_buffer.h"
 
 namespace rq {
 
