@@ -18,6 +18,7 @@ namespace {
 constexpr const char* title = "Unicode text services of librquni for files and pipes";
 
 constexpr std::uint64_t longestField = std::uint64_t{1} << 30;
+constexpr unsigned mostJobs = 64;
 
 constexpr const char* footer =
     "\nExit codes: 0 done, 1 a text has a problem (the message says where), 2 wrong usage, 3 files, memory or "
@@ -187,6 +188,9 @@ void addSession(CLI::App& app, Arguments& arguments) {
 void addTexts(CLI::App& app, Job& job) {
   app.add_option("file", job.files, "Files, - for standard input, which is also the default")->type_name(fileType);
   app.add_flag("--lines", job.lines, "Take each line for a text of its own, in bounded memory");
+  app.add_option("-j,--jobs", job.jobs, "Work with so many threads (default: one for each processor)")
+      ->type_name("NUMBER")
+      ->check(CLI::Range(1U, mostJobs));
   app.add_flag_callback(
       "--progress", [&job] { job.progress = true; }, "Show progress");
   app.add_flag_callback(

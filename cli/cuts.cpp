@@ -218,6 +218,10 @@ std::size_t firstStandingOpen(Notation notation, const host::Encoding& encoding,
 
 }  // namespace
 
+Cut cutNowhere() {
+  return [](Bytes) { return std::size_t{0}; };
+}
+
 Cut cutAtCharacters(const host::Encoding& encoding) {
   return [&encoding](Bytes text) { return host::wholeCharacters(encoding, text); };
 }
@@ -254,7 +258,7 @@ Cut cutForEncoding(Notation notation, const host::Encoding& encoding) {
   // Where a byte below 0x80 is another character than in ASCII, the library's result for it depends on whether the
   // whole text is ASCII.
   const host::Codec& codec = *host::codecOf(encoding.identifier);
-  if (encoding.identifier != RQ_ENCODING_UTF32_LITTLE && !host::isAsciiCompatible(codec)) return {};
+  if (encoding.identifier != RQ_ENCODING_UTF32_LITTLE && !host::isAsciiCompatible(codec)) return cutNowhere();
   return [notation, &encoding](Bytes text) {
     std::size_t cut = host::wholeCharacters(encoding, text);
     for (std::size_t open = 0; (open = firstStandingOpen(notation, encoding, text, cut)) < cut;) cut = open;

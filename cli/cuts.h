@@ -11,9 +11,11 @@
 namespace rq::cli {
 
 /// The length of the longest beginning of a text that can be worked on while the rest is not known, 0 if there is
-/// none. An empty function: the text must not be cut.
+/// none.
 using Cut = std::function<std::size_t(Bytes text)>;
 
+/// Not before the end.
+Cut cutNowhere();
 /// Between two characters.
 Cut cutAtCharacters(const host::Encoding& encoding);
 /// Between two characters, where the results in `target` are the same.

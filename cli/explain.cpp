@@ -1,23 +1,36 @@
 #include "cli/explain.h"
 
 #include <array>
+#include <charconv>
 #include <cstdio>
-#include <cstring>
-#include <vector>
 
 #include "cli/json_line.h"
 #include "cli/notations.h"
-#include "cli/texts.h"
-#include "cli/workbench.h"
+#include "cli/session_pieces.h"
+#include "cli/text_commands.h"
+#include "host/pieces.h"
 
 namespace rq::cli {
 namespace {
 
 constexpr std::size_t shownCharacters = 48;
+/// A row is much longer than its notation.
+constexpr std::size_t explainedBytes = pieceBytes / 4;
+
+bool isShownAscii(std::byte byte) {
+  return byte >= std::byte{0x20} && byte < std::byte{0x7F};
+}
+
+/// Appends a character as UTF-8.
+void append(std::string& text, char32_t character) {
+  std::array<std::byte, 4> encoded;
+  const host::Codec& utf8 = *host::codecOf(RQ_ENCODING_UTF8);
+  text.append(reinterpret_cast<const char*>(encoded.data()),
+              utf8.encode({&character, 1}, encoded, true, true).produced);
+}
 
 /// A stretch of session text as UTF-8 for people: what cannot be shown stands as \xNN, long stretches are cut.
 std::string shown(const host::Codec& codec, Bytes bytes) {
-  const host::Codec& utf8 = *host::codecOf(RQ_ENCODING_UTF8);
   std::string text;
   for (std::size_t at = 0, count = 0; at < bytes.size(); ++count) {
     if (count == shownCharacters) return text + "...";
@@ -25,9 +38,7 @@ std::string shown(const host::Codec& codec, Bytes bytes) {
     const host::Step step = codec.decodeOne(bytes.subspan(at), c, true);
     const bool valid = step.produced == 1 && step.consumed > 0;
     if (valid && c >= 0x20 && c != 0x7F) {
-      std::array<std::byte, 4> encoded;
-      const host::Step written = utf8.encode({&c, 1}, encoded, true, true);
-      text.append(reinterpret_cast<const char*>(encoded.data()), written.produced);
+      append(text, c);
     } else {
       std::array<char, 8> hexadecimal;
       std::snprintf(hexadecimal.data(), hexadecimal.size(), "\\x%02X", std::to_integer<unsigned>(bytes[at]));
@@ -38,89 +49,206 @@ std::string shown(const host::Codec& codec, Bytes bytes) {
   return text;
 }
 
-std::string nameOf(const std::optional<RQChar>& character) {
-  if (!character) return "";
-  std::array<char, 16> name;
-  std::snprintf(name.data(), name.size(), "U+%04X", *character);
-  return name.data();
-}
-
 std::string head(bool withFile) {
   return std::string(withFile ? "file\t" : "") + "offset\tline\tcolumn\tsource\tcharacter\tfate\twhy\n";
 }
 
 /// A notation as a row shows it.
 struct Row {
-  const std::string& file;  // empty for none
   const host::Position& position;
   std::uint64_t bytes;
-  std::string source;
+  std::string_view source;
   const Finding& found;
 
-  const char* fate() const { return found.decoded ? "decoded" : "kept"; }
+  std::string_view fate() const { return found.decoded ? "decoded" : "kept"; }
 };
 
-std::string jsonOf(const Row& row) {
-  JsonMember character = {"character", {}};
-  if (row.found.character) character.value = nameOf(row.found.character);
-  std::vector<JsonMember> members = {{"offset", row.position.offset},
-                                     {"line", row.position.line},
-                                     {"column", row.position.column},
-                                     {"bytes", row.bytes},
-                                     {"source", row.source},
-                                     character,
-                                     {"fate", row.fate()},
-                                     {"why", std::string(row.found.why)}};
-  if (!row.file.empty()) members.insert(members.begin(), {"file", row.file});
-  return jsonLine(members);
-}
-
-std::string tableRow(const Row& row) {
-  return (row.file.empty() ? "" : row.file + "\t") + std::to_string(row.position.offset) + "\t" +
-         std::to_string(row.position.line) + "\t" + std::to_string(row.position.column) + "\t" + row.source + "\t" +
-         nameOf(row.found.character) + "\t" + row.fate() + "\t" + std::string(row.found.why) + "\n";
-}
-
-Done explainText(const Workbench& bench, const Job& job, const Text& text, Output& output) {
-  host::PositionTracker tracker(bench.codec(), text.bytes, text.start);
-  const std::string file = fileColumn(job, text);
-  const std::size_t unit = bench.wide() ? sizeof(RQChar) : 1;
-  Done result = host::done();
-  const auto take = [&](const Finding& found) {
-    if (!result) return;
-    const Bytes source = text.bytes.subspan(found.offset * unit, found.length * unit);
-    const Row row{file, tracker.advanceTo(found.offset * unit), source.size(), shown(bench.codec(), source), found};
-    result = output.write(job.json ? jsonOf(row) : tableRow(row));
-  };
-  const auto carries = [&bench](RQChar character) { return bench.carries(character); };
-  const std::size_t units = text.bytes.size() / unit;
-  if (bench.wide()) {
-    std::vector<RQChar> characters(units);
-    if (units > 0) std::memcpy(characters.data(), text.bytes.data(), units * unit);
-    findNotations<RQChar>(job.notation, characters, carries, take);
-  } else {
-    findNotations<unsigned char>(job.notation, {reinterpret_cast<const unsigned char*>(text.bytes.data()), units},
-                                 carries, take);
+/// Rows of text. There may be millions, so each is put together without memory of its own.
+class Rows {
+ public:
+  /// `file` is empty for rows without a file.
+  void begin(bool json, const std::string& file) {
+    json_ = json;
+    text_.clear();
+    file_ = file.empty() ? "" : file + "\t";
+    if (!json) return;
+    const std::string object = jsonLine({{"file", file}});
+    file_ = file.empty() ? "{" : object.substr(0, object.rfind('}')) + ",";
   }
-  return result;
+  void add(const Row& row) {
+    text_ += file_;
+    json_ ? addJson(row) : addColumns(row);
+  }
+  Bytes bytes() const { return std::as_bytes(std::span(text_)); }
+
+ private:
+  template <class... Parts>
+  void put(const Parts&... parts) {
+    (putOne(parts), ...);
+  }
+  void putOne(std::string_view part) { text_ += part; }
+  void putOne(std::uint64_t number) {
+    std::array<char, 20> digits;
+    text_.append(digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr);
+  }
+  void putCharacter(RQChar character) {
+    std::array<char, 8> digits;
+    const char* const end = std::to_chars(digits.data(), digits.data() + digits.size(), character, 16).ptr;
+    text_ += "U+";
+    for (std::ptrdiff_t length = end - digits.data(); length < 4; ++length) text_ += '0';
+    for (const char* digit = digits.data(); digit != end; ++digit)
+      text_ += static_cast<char>(*digit >= 'a' ? *digit - 'a' + 'A' : *digit);
+  }
+  /// What shown() makes of a text has no control characters.
+  void putQuoted(std::string_view part) {
+    text_ += '"';
+    for (const char c : part) {
+      if (c == '"' || c == '\\') text_ += '\\';
+      text_ += c;
+    }
+    text_ += '"';
+  }
+  void addColumns(const Row& row) {
+    put(row.position.offset, "\t", row.position.line, "\t", row.position.column, "\t", row.source, "\t");
+    if (row.found.character) putCharacter(*row.found.character);
+    put("\t", row.fate(), "\t", row.found.why, "\n");
+  }
+  void addJson(const Row& row) {
+    put("\"offset\":", row.position.offset, ",\"line\":", row.position.line, ",\"column\":", row.position.column,
+        ",\"bytes\":", row.bytes, ",\"source\":");
+    putQuoted(row.source);
+    put(",\"character\":");
+    if (row.found.character) {
+      text_ += '"';
+      putCharacter(*row.found.character);
+      text_ += '"';
+    } else {
+      put("null");
+    }
+    put(",\"fate\":\"", row.fate(), "\",\"why\":\"", row.found.why, "\"}\n");
+  }
+
+  bool json_ = false;
+  std::string file_, text_;
+};
+
+/// Positions in one text, from front to back.
+class Places {
+ public:
+  Places(const Workbench& bench, const Text& text)
+      : bytes_(text.bytes),
+        position_(text.start),
+        tracker_(bench.codec(), text.bytes, text.start),
+        // Then each byte but those that continue a character begins one.
+        validUtf8_(bench.encoding().identifier == RQ_ENCODING_UTF8 && bench.checkValid(text)) {}
+
+  const host::Position& advanceTo(std::size_t offset) {
+    if (!validUtf8_) return tracker_.advanceTo(offset);
+    for (const std::byte byte : bytes_.subspan(at_, offset - at_)) {
+      position_.column += (byte & std::byte{0xC0}) != std::byte{0x80} ? 1U : 0U;
+      if (byte != std::byte{'\n'}) continue;
+      ++position_.line;
+      position_.column = 1;
+    }
+    position_.offset += offset - at_;
+    at_ = offset;
+    return position_;
+  }
+
+ private:
+  const Bytes bytes_;
+  std::size_t at_ = 0;
+  host::Position position_;
+  host::PositionTracker tracker_;
+  const bool validUtf8_;
+};
+
+/// Explains the notations of texts.
+class Explainer {
+ public:
+  Explainer(const Job& job, std::shared_ptr<Workbench> bench) : job_(job), bench_(std::move(bench)) {}
+
+  Result<Bytes> operator()(const Text& text) {
+    rows_.begin(job_.json, fileColumn(job_, text));
+    const std::size_t units = text.bytes.size() / (bench_->wide() ? sizeof(RQChar) : 1);
+    if (bench_->wide()) {
+      // Buffers of texts are aligned for any unit.
+      explain<RQChar>(text, {reinterpret_cast<const RQChar*>(text.bytes.data()), units});
+    } else {
+      explain<unsigned char>(text, {reinterpret_cast<const unsigned char*>(text.bytes.data()), units});
+    }
+    return rows_.bytes();
+  }
+
+ private:
+  template <class Unit>
+  void explain(const Text& text, std::span<const Unit> units) {
+    Places places(*bench_, text);
+    const auto take = [&](const Finding& found) {
+      const Bytes source = text.bytes.subspan(found.offset * sizeof(Unit), found.length * sizeof(Unit));
+      rows_.add({places.advanceTo(found.offset * sizeof(Unit)), source.size(), show(source), found});
+    };
+    findNotations<Unit>(
+        job_.notation, units, [this](RQChar character) { return carries(character); }, take);
+  }
+
+  std::string_view show(Bytes source) {
+    // A session that carries notations has them in ASCII, but for the wide one.
+    const bool plain =
+        !bench_->wide() && source.size() <= shownCharacters && std::ranges::all_of(source, isShownAscii);
+    if (plain && asciiCompatible_) return {reinterpret_cast<const char*>(source.data()), source.size()};
+    return shown_ = shown(bench_->codec(), source);
+  }
+
+  /// Asks for a character that comes again and again only once.
+  bool carries(RQChar character) {
+    Known& known = known_[character % known_.size()];
+    if (known.character != character || !known.asked) known = {character, true, bench_->carries(character)};
+    return known.carried;
+  }
+
+  struct Known {
+    RQChar character = 0;
+    bool asked = false, carried = false;
+  };
+
+  const Job job_;
+  const std::shared_ptr<Workbench> bench_;
+  const bool asciiCompatible_ = host::isAsciiCompatible(bench_->codec());
+  std::array<Known, 1024> known_;
+  Rows rows_;
+  std::string shown_;
+};
+
+Result<TextOperation> explanation(const Job& job) {
+  auto opened = Workbench::openForNotations(job);
+  if (!opened) return opened.error();
+  const std::shared_ptr<Workbench> bench = std::move(*opened);
+  // A library without the decoder has nothing that could be explained.
+  if (const Result<Bytes> probe = bench->decode(job.notation, {}); !probe) return probe.error();
+  const host::Encoding& session = bench->encoding();
+  TextOperation operation{&session, nullptr, cutBetween(cutForDecoding(job.notation, bench->wide()), session)};
+  operation.pieceBytes = explainedBytes;
+  operation.behind = [bench](Bytes piece) {
+    Text text;
+    text.bytes = piece;
+    return Places(*bench, text).advanceTo(piece.size());
+  };
+  return sideBySide(std::move(operation), bench, [job](const std::shared_ptr<Workbench>& own) -> Work {
+    const auto explainer = std::make_shared<Explainer>(job, own);
+    return [explainer](const Text& text) { return (*explainer)(text); };
+  });
 }
 
 }  // namespace
 
 Done explain(const Job& job, Progress& progress, Output& output) {
-  const Result<std::unique_ptr<Workbench>> opened = Workbench::openForNotations(job);
-  if (!opened) return opened.error();
-  Workbench& bench = **opened;
-  // A library without the decoder has nothing that could be explained.
-  if (const Result<Bytes> probe = bench.decode(job.notation, {}); !probe) return probe.error();
+  const Result<TextOperation> operation = explanation(job);
+  if (!operation) return operation.error();
   if (!job.json) {
     if (Done written = output.write(head(job.files.size() > 1)); !written) return written;
   }
-  Result<TextRun> run = TextRun::in(bench.encoding(), job.lines, {}, progress);
-  if (!run) return run.error();
-  return run->each(
-      job.files, [&](const Text& text) { return explainText(bench, job, text, output); },
-      [&output] { return output.flush(); });
+  return runOverTexts(job, *operation, progress, output);
 }
 
 }  // namespace rq::cli

@@ -88,123 +88,52 @@ Error Input::noMemory(std::size_t bytes) const {
                                    " bytes that belong together; --lines takes each line alone"};
 }
 
-Result<Bytes> Input::readAll(Buffer& buffer) {
-  struct stat status {};
-  std::size_t expected = 0;
-  if (::fstat(descriptor_.number(), &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0) {
-    expected = static_cast<std::size_t>(status.st_size);
-  }
-  std::size_t size = 0;
-  std::size_t wanted = expected + pieceBytes;
-  try {
-    for (MutableBytes room = buffer.atLeast(wanted);; room = buffer.atLeast(wanted, size)) {
-      while (room.size() - size >= MarkedReader::leastRoom) {
-        const Result<std::size_t> count = read(room.subspan(size));
-        if (!count) return count.error();
-        if (*count == 0) return Bytes(room.first(size));
-        size += *count;
-      }
-      wanted = size + pieceBytes;
-    }
-  } catch (const std::bad_alloc&) {
-    return noMemory(std::max(expected, size));
-  }
-}
-
-std::size_t LineReader::findEnd() {
-  const MutableBytes bytes = buffer_.atLeast(0);
-  const std::size_t unit = lineEnd_.size();
-  while (end_ - searched_ >= unit) {
-    if (unit == 1) {
-      const void* found = std::memchr(bytes.data() + searched_, lineEnd_[0], end_ - searched_);
-      searched_ = end_;
-      if (found == nullptr) break;
-      return static_cast<std::size_t>(static_cast<const std::byte*>(found) - bytes.data());
-    }
-    if (std::memcmp(bytes.data() + searched_, lineEnd_.data(), unit) == 0) return searched_;
-    searched_ += unit;
-  }
-  return std::string::npos;
-}
-
-Result<std::optional<LineReader::Line>> LineReader::next() {
-  for (;;) {
-    const std::size_t found = findEnd();
-    if (found != std::string::npos) {
-      const Line line{Bytes(buffer_.atLeast(0)).subspan(begin_, found - begin_), true};
-      begin_ = searched_ = found + lineEnd_.size();
-      return std::optional(line);
-    }
-    if (exhausted_) {
-      if (begin_ == end_) return std::optional<Line>();
-      const Line line{Bytes(buffer_.atLeast(0)).subspan(begin_, end_ - begin_), false};
-      begin_ = searched_ = end_;
-      return std::optional(line);
-    }
-    if (end_ - begin_ > longestLine) {
-      return Error{Error::Kind::data, "a line is longer than 64 MiB; without --lines there is no limit"};
-    }
-    if (begin_ > 0) {
-      const MutableBytes bytes = buffer_.atLeast(0);
-      std::memmove(bytes.data(), bytes.data() + begin_, end_ - begin_);
-      end_ -= begin_;
-      searched_ -= begin_;
-      begin_ = 0;
-    }
-    const MutableBytes bytes = buffer_.atLeast(end_ + pieceBytes, end_);
-    const Result<std::size_t> count = input_.read(bytes.subspan(end_));
-    if (!count) return count.error();
-    end_ += *count;
-    exhausted_ = *count == 0;
-  }
-}
-
-std::optional<PieceReader::Piece> PieceReader::cutPiece() {
-  const Bytes unread = Bytes(buffer_.atLeast(0)).subspan(begin_, end_ - begin_);
+std::size_t PieceReader::pieceOf(Bytes unread) {
   const std::size_t length = cut_(unread);
-  if (length == 0) {
-    // A long stretch is open. Look at it again when it has grown by a part, so that the cost stays linear.
-    constexpr std::size_t shortStretch = std::size_t{1} << 20;
-    full_ = 2 * unread.size();
-    tried_ = unread.size() + (unread.size() < shortStretch ? 1 : unread.size() / 4);
-    return std::nullopt;
+  if (length > 0) {
+    full_ = piece_;
+    tried_ = unread.size() - length + 1;
+    return length;
   }
-  begin_ += length;
-  full_ = pieceBytes;
-  tried_ = end_ - begin_ + 1;
-  return Piece{unread.first(length), false};
+  // A long stretch is open. Look at it again when it has grown by a part, so that the cost stays linear.
+  constexpr std::size_t shortStretch = std::size_t{1} << 20;
+  full_ = 2 * unread.size();
+  tried_ = unread.size() + (unread.size() < shortStretch ? 1 : unread.size() / 4);
+  return 0;
 }
 
-Done PieceReader::readMore() {
-  if (begin_ > 0) {
-    const MutableBytes bytes = buffer_.atLeast(0);
-    std::memmove(bytes.data(), bytes.data() + begin_, end_ - begin_);
-    end_ -= begin_;
-    begin_ = 0;
-  }
+Result<MutableBytes> PieceReader::roomIn(Buffer& buffer, std::size_t bytes, std::size_t keep) const {
   try {
-    const MutableBytes bytes = buffer_.atLeast(end_ + pieceBytes, end_);
-    const Result<std::size_t> count = input_.read(bytes.subspan(end_));
-    if (!count) return count.error();
-    end_ += *count;
-    exhausted_ = *count == 0;
-    return host::done();
+    return buffer.atLeast(bytes, keep);
   } catch (const std::bad_alloc&) {
-    return input_.noMemory(end_);
+    return input_.noMemory(bytes);
   }
 }
 
-Result<PieceReader::Piece> PieceReader::next() {
+Result<PieceReader::Piece> PieceReader::next(Buffer& buffer) {
+  // The rest is short as a rule, and of changing length: with spare room the next one fits as well.
+  constexpr std::size_t spare = 4096;
+  std::size_t size = rest_.size();
+  Result<MutableBytes> room = roomIn(buffer, size + spare + piece_, 0);
+  if (!room) return room.error();
+  std::ranges::copy(rest_, room->begin());
   while (!exhausted_) {
-    const std::size_t unread = end_ - begin_;
-    if (unread > 0 && unread >= (input_.waits() ? tried_ : full_)) {
-      if (const std::optional<Piece> piece = cutPiece()) return *piece;
+    if (size > 0 && size >= (input_.waits() ? tried_ : full_)) {
+      const Bytes unread = room->first(size);
+      if (const std::size_t length = pieceOf(unread); length > 0) {
+        rest_.assign(unread.begin() + static_cast<std::ptrdiff_t>(length), unread.end());
+        return Piece{unread.first(length), false};
+      }
     }
-    if (Done read = readMore(); !read) return read.error();
+    room = roomIn(buffer, size + piece_, size);
+    if (!room) return room.error();
+    const Result<std::size_t> count = input_.read(room->subspan(size, piece_));
+    if (!count) return count.error();
+    size += *count;
+    exhausted_ = *count == 0;
   }
-  const Bytes rest = Bytes(buffer_.atLeast(0)).subspan(begin_, end_ - begin_);
-  begin_ = end_;
-  return Piece{rest, true};
+  rest_.clear();
+  return Piece{room->first(size), true};
 }
 
 Error Output::failure(int number) {

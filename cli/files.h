@@ -68,8 +68,6 @@ class Input {
   Result<std::size_t> read(MutableBytes room);
   /// The error when the next `bytes` of the file cannot be held at once.
   Error noMemory(std::size_t bytes) const;
-  /// Reads all the rest into `buffer`.
-  Result<Bytes> readAll(Buffer& buffer);
 
  private:
   Result<std::size_t> readBytes(MutableBytes room);
@@ -82,59 +80,33 @@ class Input {
   std::optional<MarkedReader> marked_;
 };
 
-/// Cuts a file into lines in bounded memory. A line is the text before a line end. Text after the last line end is a
-/// line as well.
-class LineReader {
- public:
-  static constexpr std::size_t longestLine = std::size_t{64} << 20;
-
-  /// `lineEnd` is the line feed in the file's encoding. It ends a line only at a multiple of its length.
-  LineReader(Input& input, std::string lineEnd) : input_(input), lineEnd_(std::move(lineEnd)) {}
-
-  struct Line {
-    Bytes text;  // valid until the next call
-    bool ended;  // a line end followed
-  };
-  /// The next line, or nothing at the end of the file.
-  Result<std::optional<Line>> next();
-
- private:
-  /// The offset of the first line end at or after searched_, or npos.
-  std::size_t findEnd();
-
-  Input& input_;
-  const std::string lineEnd_;
-  Buffer buffer_;
-  std::size_t begin_ = 0, end_ = 0;  // what is read and not handed out
-  std::size_t searched_ = 0;         // no line end lies before this
-  bool exhausted_ = false;
-};
-
-/// Cuts a file into pieces that can be worked on one after the other. Memory is bounded by the longest stretch in
-/// which `cut` finds no place, and some hundred kilobytes.
+/// Cuts a file into pieces. Memory is bounded by the longest stretch in which `cut` finds no place, and some hundred
+/// kilobytes.
 class PieceReader {
  public:
   /// `cut` gets all that is read and not handed out, and returns how many bytes of it make a piece, or 0.
-  PieceReader(Input& input, std::function<std::size_t(Bytes)> cut) : input_(input), cut_(std::move(cut)) {}
+  /// Where it can be cut, `piece` bytes make a piece.
+  PieceReader(Input& input, std::function<std::size_t(Bytes)> cut, std::size_t piece)
+      : input_(input), cut_(std::move(cut)), piece_(piece), full_(piece) {}
 
   struct Piece {
-    Bytes text;  // valid until the next call
+    Bytes text;  // in the buffer
     bool last;
   };
-  /// The next piece. The last one may be empty.
-  Result<Piece> next();
+  /// Reads the next piece to the beginning of `buffer`. The last one may be empty.
+  Result<Piece> next(Buffer& buffer);
 
  private:
-  /// A piece of what is there, if it can be cut.
-  std::optional<Piece> cutPiece();
-  Done readMore();
+  /// The length of a piece of `unread`, or 0.
+  std::size_t pieceOf(Bytes unread);
+  Result<MutableBytes> roomIn(Buffer& buffer, std::size_t bytes, std::size_t keep) const;
 
   Input& input_;
   const std::function<std::size_t(Bytes)> cut_;
-  Buffer buffer_;
-  std::size_t begin_ = 0, end_ = 0;  // what is read and not handed out
-  std::size_t full_ = pieceBytes;    // so many bytes are cut while there is more to read
-  std::size_t tried_ = 0;            // fewer bytes than this have no place to cut
+  std::vector<std::byte> rest_;  // what is read and not handed out
+  const std::size_t piece_;
+  std::size_t full_;       // so many bytes are cut while there is more to read
+  std::size_t tried_ = 0;  // fewer bytes than this have no place to cut
   bool exhausted_ = false;
 };
 

@@ -35,6 +35,7 @@ struct Job {
   std::optional<std::string> library;
   std::optional<std::uint64_t> padBytes;
   std::optional<bool> progress;
+  std::optional<unsigned> jobs;          // threads that work on texts
   std::string backupSuffix;              // of files edited in place; empty for no backup
   std::optional<Unmappable> unmappable;  // each command has its own default
   bool keepInvalid = false, keepGoing = false, byteOrderMark = false;

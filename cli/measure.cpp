@@ -24,45 +24,31 @@ std::string row(const Job& job, const Text& text, const char* name, std::int64_t
          std::to_string(count) + "\n";
 }
 
-/// The count of one text, added up over its pieces. Blanks count when something follows.
-class Count {
- public:
-  /// `blanks` end the piece and are not part of `count`.
-  void add(std::uint64_t count, std::uint64_t blanks) {
-    if (count > 0) {
-      sum_ += blanks_ + count;
-      blanks_ = 0;
-    }
-    blanks_ += blanks;
-  }
-  std::int64_t sum() const { return static_cast<std::int64_t>(sum_); }
-
- private:
-  std::uint64_t sum_ = 0, blanks_ = 0;
+/// The count of a piece, and the blanks at its end, which are no part of it.
+struct Count {
+  std::uint64_t count, blanks;
 };
 
-/// Gives a row for each text.
+/// Counts the pieces of texts. The result for a text in one piece is its row, for other pieces a Count.
 class Measurer {
  public:
-  Measurer(const Job& job, SessionPieces session, Measure measure, const char* name)
+  Measurer(const Job& job, std::shared_ptr<Workbench> bench, Measure measure, const char* name)
       : job_(job),
-        session_(std::move(session)),
+        bench_(std::move(bench)),
         measure_(measure),
         name_(name),
-        carriageReturn_(carriageReturnIn(session_.encoding())) {}
-
-  const SessionPieces& session() const { return session_; }
+        carriageReturn_(carriageReturnIn(bench_->encoding())) {}
 
   Result<Bytes> operator()(const Text& text) {
-    const Result<Text> taken = session_.taken(withoutCarriageReturn(text));
-    if (!taken) return taken.error();
-    const Result<std::int64_t> count = session_.bench().measure(measure_, *taken);
+    const Text counted = withoutCarriageReturn(text);
+    const Result<std::int64_t> count = bench_->measure(measure_, counted);
     if (!count) return count.error();
-    if (text.first) sum_ = {};
-    const std::uint64_t blanks = text.last ? 0 : host::blanksAtEnd(session_.bench().encoding(), taken->bytes);
-    sum_.add(static_cast<std::uint64_t>(*count), blanks);
-    row_ = text.last ? row(job_, text, name_, sum_.sum()) : "";
-    return std::as_bytes(std::span(row_));
+    if (text.first && text.last) {
+      row_ = row(job_, text, name_, *count);
+      return std::as_bytes(std::span(row_));
+    }
+    count_ = {static_cast<std::uint64_t>(*count), host::blanksAtEnd(bench_->encoding(), counted.bytes)};
+    return std::as_bytes(std::span(&count_, 1));
   }
 
  private:
@@ -77,20 +63,48 @@ class Measurer {
   }
 
   const Job job_;
-  SessionPieces session_;
+  const std::shared_ptr<Workbench> bench_;
   const Measure measure_;
   const char* const name_;
   const std::string carriageReturn_;
-  Count sum_;
+  Count count_ = {};
   std::string row_;
 };
 
+/// Adds up the counts of a text's pieces. Blanks count when something follows.
+class Sum {
+ public:
+  Sum(const Job& job, const char* name) : job_(job), name_(name) {}
+
+  Done operator()(const Text& text, Bytes result, const Write& write) {
+    if (text.first && text.last) return write(result);
+    if (text.first) sum_ = blanks_ = 0;
+    Count piece;
+    std::memcpy(&piece, result.data(), sizeof piece);
+    if (piece.count > 0) {
+      sum_ += blanks_ + piece.count;
+      blanks_ = 0;
+    }
+    blanks_ += piece.blanks;
+    if (!text.last) return host::done();
+    const std::string line = row(job_, text, name_, static_cast<std::int64_t>(sum_));
+    return write(std::as_bytes(std::span(line)));
+  }
+
+ private:
+  const Job job_;
+  const char* const name_;
+  std::uint64_t sum_ = 0, blanks_ = 0;
+};
+
 Result<TextOperation> measure(const Job& job, Measure measure, const char* name) {
-  Result<SessionPieces> session = SessionPieces::open(job);
-  if (!session) return session.error();
-  const auto measurer = std::make_shared<Measurer>(job, std::move(*session), measure, name);
-  return TextOperation{&measurer->session().encoding(), nullptr, measurer->session().cut(),
-                       [measurer](const Text& text) { return (*measurer)(text); }};
+  Result<TextOperation> operation =
+      overSessionText(job, [job, measure, name](const std::shared_ptr<Workbench>& bench) -> Work {
+        const auto measurer = std::make_shared<Measurer>(job, bench, measure, name);
+        return [measurer](const Text& text) { return (*measurer)(text); };
+      });
+  if (operation && !job.lines) operation->gather = Sum(job, name);
+  return operation;
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 #include "cli/notations.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace rq::cli {
 namespace {
@@ -36,15 +37,26 @@ Number readNumber(std::span<const Unit> field, std::size_t limit, unsigned base)
   return number;
 }
 
+/// The place of `c` at `from` or behind, or the end of the text.
+template <class Unit>
+std::size_t find(std::span<const Unit> text, std::size_t from, char c) {
+  const auto begin = text.begin() + static_cast<std::ptrdiff_t>(from);
+  if constexpr (sizeof(Unit) == 1) {
+    const void* found = from < text.size() ? std::memchr(&*begin, c, text.size() - from) : nullptr;
+    return found ? static_cast<std::size_t>(static_cast<const Unit*>(found) - text.data()) : text.size();
+  } else {
+    return static_cast<std::size_t>(std::find(begin, text.end(), static_cast<Unit>(c)) - text.begin());
+  }
+}
+
 /// Finds the next terminator from positions that only grow. Reads each unit once.
 template <class Unit>
 class Terminator {
  public:
-  Terminator(std::span<const Unit> text, char terminator) : text_(text), terminator_(static_cast<Unit>(terminator)) {}
+  Terminator(std::span<const Unit> text, char terminator) : text_(text), terminator_(terminator) {}
   std::optional<std::size_t> from(std::size_t position) {
     if (!searched_ || at_ < position) {
-      at_ = position;
-      while (at_ < text_.size() && text_[at_] != terminator_) ++at_;
+      at_ = find(text_, position, terminator_);
       searched_ = true;
     }
     return at_ < text_.size() ? std::optional(at_) : std::nullopt;
@@ -52,7 +64,7 @@ class Terminator {
 
  private:
   const std::span<const Unit> text_;
-  const Unit terminator_;
+  const char terminator_;
   std::size_t at_ = 0;
   bool searched_ = false;
 };
@@ -180,7 +192,8 @@ template <class Unit>
 void findNotations(Notation notation, std::span<const Unit> text, const std::function<bool(RQChar)>& carries,
                    const std::function<void(const Finding&)>& take) {
   Finder<Unit> finder(text, carries);
-  for (std::size_t at = 0; at < text.size();) {
+  const char opener = notation == Notation::ncr ? '&' : notation == Notation::uesc ? '\\' : '<';
+  for (std::size_t at = 0; (at = find(text, at, opener)) < text.size();) {
     const std::optional<Finding> found = notation == Notation::ncr ? finder.ncr(at)
                                          : notation == Notation::uesc
                                              ? finder.uesc(at)

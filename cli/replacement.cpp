@@ -19,19 +19,28 @@
 namespace rq::cli {
 namespace {
 
-/// The temporary file to remove when a signal ends the tool. Written with the signals blocked.
 constexpr std::string_view temporaryPrefix = ".rqtext-";
 constexpr std::size_t temporaryRandom = 6;  // characters behind the prefix
-std::array<char, temporaryPrefix.size() + temporaryRandom + 1> unfinishedName;
-volatile std::sig_atomic_t unfinishedFolder = -1;  // a descriptor; -1: there is no such file
 
-void removeUnfinished() {
-  if (unfinishedFolder >= 0) ::unlinkat(unfinishedFolder, unfinishedName.data(), 0);
-  unfinishedFolder = -1;
-}
+}  // namespace
+
+/// A temporary file to remove when a signal ends the tool. Written with the signals blocked.
+struct Unfinished {
+  volatile std::sig_atomic_t folder = -1;  // a descriptor; -1: there is no such file
+  std::array<char, temporaryPrefix.size() + temporaryRandom + 1> name;
+
+  void remove() {
+    if (folder >= 0) ::unlinkat(folder, name.data(), 0);
+    folder = -1;
+  }
+};
+
+namespace {
+
+std::array<Unfinished, Replacement::most> allUnfinished;
 
 void removeAndEnd(int signal) {
-  removeUnfinished();
+  for (Unfinished& unfinished : allUnfinished) unfinished.remove();
   ::raise(signal);  // the handler is gone and the signal waits until this returns
 }
 
@@ -60,16 +69,16 @@ bool syncFolder(const Folder& folder, int file) {
   return ::fsync(folder.descriptor.number()) == 0 || errno == EINVAL;
 }
 
-/// A file that did not exist before, readable by its owner alone, or -1. Its name goes to unfinishedName.
-int makeTemporary(int folder) {
+/// A file that did not exist before, readable by its owner alone, or -1.
+int makeTemporary(int folder, Unfinished& unfinished) {
   constexpr std::string_view letters = "abcdefghijklmnopqrstuvwxyz0123456789";
   for (;;) {
     std::array<unsigned char, temporaryRandom> random;
     if (::getrandom(random.data(), random.size(), 0) != static_cast<ssize_t>(random.size())) return -1;
-    char* end = std::copy(temporaryPrefix.begin(), temporaryPrefix.end(), unfinishedName.data());
+    char* end = std::copy(temporaryPrefix.begin(), temporaryPrefix.end(), unfinished.name.data());
     for (const unsigned char number : random) *end++ = letters[number % letters.size()];
     *end = '\0';
-    const int file = ::openat(folder, unfinishedName.data(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
+    const int file = ::openat(folder, unfinished.name.data(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
     if (file >= 0 || errno != EEXIST) return file;
   }
 }
@@ -148,16 +157,19 @@ Done Replacement::create(Progress& progress) {
   const SignalsBlocked blocked;
   static const bool caught = (catchEndingSignals(), true);
   static_cast<void>(caught);
-  const int fresh = makeTemporary(folder_.descriptor.number());
+  const int folder = folder_.descriptor.number();
+  const auto free = std::ranges::find(allUnfinished, -1, [](const Unfinished& each) { return int{each.folder}; });
+  const int fresh = free == allUnfinished.end() ? (errno = EMFILE, -1) : makeTemporary(folder, *free);
   if (fresh < 0) return failure("make a temporary file beside", errno);
-  unfinishedFolder = folder_.descriptor.number();
+  free->folder = folder;
+  unfinished_ = &*free;
   output_.emplace(Descriptor(fresh), input_.name(), progress);
   return host::done();
 }
 
 Replacement::~Replacement() {
   const SignalsBlocked blocked;
-  removeUnfinished();
+  if (unfinished_ != nullptr) unfinished_->remove();
 }
 
 Done Replacement::keepAttributes(int fresh) const {
@@ -199,8 +211,8 @@ Done Replacement::commit() {
   if (Done kept = keepBackup(); !kept) return kept;
   const SignalsBlocked blocked;
   const int folder = folder_.descriptor.number();
-  if (::renameat(folder, unfinishedName.data(), folder, base_.c_str()) != 0) return failure("replace", errno);
-  unfinishedFolder = -1;
+  if (::renameat(folder, unfinished_->name.data(), folder, base_.c_str()) != 0) return failure("replace", errno);
+  std::exchange(unfinished_, nullptr)->folder = -1;
   if (!syncFolder(folder_, input_.descriptor())) return failure("bring to the disk the folder of", errno);
   return host::done();
 }

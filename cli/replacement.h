@@ -18,13 +18,18 @@ struct Folder {
   bool readable;  // only then can it be brought to the disk by itself
 };
 
+struct Unfinished;
+
 /// One file's replacement. Ended before commit(), by the destructor or a signal of endingSignals, it takes its
-/// temporary file with it. One at a time, on the main thread.
+/// temporary file with it. Some at a time, on the main thread.
 ///
 /// The folder and the old text are opened once and never looked up by name again: a link that is turned meanwhile
 /// cannot bring one file's text into another.
 class Replacement {
  public:
+  /// There cannot be more at a time.
+  static constexpr std::size_t most = 256;
+
   /// Follows symbolic links, so that these stay. Fails unless `file` is a regular file that may be written.
   /// With a suffix the old text stays under the name with this suffix.
   static Result<std::unique_ptr<Replacement>> begin(const std::string& file, const std::string& backupSuffix,
@@ -58,7 +63,8 @@ class Replacement {
   const std::string base_;  // the file's name in its folder
   const std::string backupSuffix_;
   Input input_;
-  const struct stat status_;  // of the old file when it was opened
+  const struct stat status_;          // of the old file when it was opened
+  Unfinished* unfinished_ = nullptr;  // the temporary file
   std::optional<Output> output_;
 };
 

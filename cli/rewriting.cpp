@@ -84,12 +84,9 @@ class JoinedEncoding {
       : bench_(std::move(bench)), notation_(notation), unit_(bench_->wide() ? sizeof(RQChar) : 1) {}
 
   Result<Bytes> operator()(const Text& text) {
-    if (text.first) beginning_.clear();
-    const Bytes more = text.bytes.first(std::min(digitsEnd * unit_ - beginning_.size(), text.bytes.size()));
-    beginning_.insert(beginning_.end(), more.begin(), more.end());
     host::TextWork::Around around;
     if (!text.first && notation_ == Notation::ncr) {
-      around = {before_ = units(beginningDigits()), {}, digitsEnd, 0};
+      around = {before_ = units(digitsOf(text.beginning)), {}, digitsEnd, 0};
     } else if (!text.last && notation_ == Notation::uesc) {
       around = {{}, behind_ = units("xxxxx"), 0, 5};
     } else if (!text.last && notation_ != Notation::ncr) {
@@ -101,12 +98,12 @@ class JoinedEncoding {
  private:
   static constexpr std::size_t digitsEnd = 6;
 
-  /// The first units of the text, with blanks for those that are no digits.
-  std::string beginningDigits() const {
+  /// The first units of a text, with blanks for those that are no digits.
+  std::string digitsOf(Bytes beginning) const {
     std::string digits(digitsEnd, ' ');
-    for (std::size_t i = 0; i < beginning_.size() / unit_; ++i) {
+    for (std::size_t i = 0; i < std::min(digitsEnd, beginning.size() / unit_); ++i) {
       std::uint32_t value = 0;
-      std::memcpy(&value, &beginning_[i * unit_], unit_);
+      std::memcpy(&value, &beginning[i * unit_], unit_);
       if (value < 0x80 && std::isxdigit(static_cast<int>(value)) != 0) digits[i] = static_cast<char>(value);
     }
     return digits;
@@ -122,7 +119,43 @@ class JoinedEncoding {
   std::shared_ptr<Workbench> bench_;
   const Notation notation_;
   const std::size_t unit_;
-  std::vector<std::byte> beginning_, before_, behind_;
+  std::vector<std::byte> before_, behind_;
+};
+
+/// A field made of the pieces of one text, filled up with blanks.
+class Field {
+ public:
+  Field(RQForm form, std::uint64_t bytes) : bytes_(bytes) {
+    const host::Codec& codec = *host::codecOf(host::encodingOf(form).identifier);
+    const std::vector<char32_t> characters(host::Codec::pieceCharacters, U' ');
+    blanks_.resize(4 * characters.size());
+    blanks_.resize(codec.encode(characters, blanks_, true, true).produced);
+  }
+
+  Done operator()(const Text& text, Bytes result, const Write& write) {
+    if (text.first) used_ = 0;
+    used_ += result.size();
+    // A problem in the rest of the text is named first.
+    if (used_ > bytes_ && !text.last) return host::done();
+    if (used_ > bytes_)
+      return inFile(text.file, {Error::Kind::data, host::atBeginning({}, "the text does not fit into the field")});
+    Done written = write(result);
+    return written && text.last ? fill(write) : written;
+  }
+
+ private:
+  Done fill(const Write& write) {
+    while (used_ < bytes_) {
+      const Bytes blanks = Bytes(blanks_).first(std::min<std::uint64_t>(blanks_.size(), bytes_ - used_));
+      if (Done written = write(blanks); !written) return written;
+      used_ += blanks.size();
+    }
+    return host::done();
+  }
+
+  const std::uint64_t bytes_;
+  std::vector<std::byte> blanks_;
+  std::uint64_t used_ = 0;
 };
 
 Done checkPad(const Job& job) {
@@ -134,6 +167,17 @@ Done checkPad(const Job& job) {
   const std::uint64_t step = isUtf16(job.form) && job.flavour != Flavour::wide ? 2 : 4;
   if (*job.padBytes % step == 0) return host::done();
   return Error{Error::Kind::usage, "--pad must be a multiple of " + std::to_string(step) + " bytes here"};
+}
+
+/// The decoder of one thread, without a check of the text.
+Result<Work> makeDecoder(const Job& job, const std::shared_ptr<Workbench>& bench) {
+  // Characters of 4 bytes lack none.
+  if (job.unmappable.value_or(Unmappable::keep) == Unmappable::keep || bench->wide()) {
+    return Work([bench, notation = job.notation](const Text& text) { return bench->decode(notation, text); });
+  }
+  Result<StrictDecoder> strict = StrictDecoder::open(bench, job.notation, *job.unmappable);
+  if (!strict) return strict.error();
+  return Work(std::move(*strict));
 }
 
 }  // namespace
@@ -150,32 +194,30 @@ Result<TextOperation> fromForm(const Job& job) {
   const std::shared_ptr<Workbench> bench = std::move(*opened);
   const RQForm form = readForm(job.form);
   const host::Encoding& encoding = host::encodingOf(form);
-  const Cut cut = joins && !joined ? Cut() : cutForTarget(encoding, **session);
-  TextOperation operation{&encoding, *session, cut, {}};
+  TextOperation operation{&encoding, *session, joins && !joined ? cutNowhere() : cutForTarget(encoding, **session)};
+  if (isMarked(job.form) || job.byteOrderMark) operation.mark = {byteOrderMark(form), isMarked(job.form)};
   if (joined) {
     const auto writer = std::make_shared<JoinedFromForm>(bench, form, **session, unmappable);
-    operation.result = [writer](const Text& text) { return (*writer)(text); };
-  } else {
-    operation.result = [bench, form](const Text& text) { return fromReadForm(*bench, form, text); };
+    operation.work = [writer](const Text& text) { return (*writer)(text); };
+    return operation;
   }
-  if (isMarked(job.form) || job.byteOrderMark) operation.mark = {byteOrderMark(form), isMarked(job.form)};
-  return operation;
+  return sideBySide(std::move(operation), bench, [form](const std::shared_ptr<Workbench>& own) -> Work {
+    return [own, form](const Text& text) { return fromReadForm(*own, form, text); };
+  });
 }
 
 Result<TextOperation> toForm(const Job& job) {
-  Result<SessionPieces> opened = SessionPieces::open(job);
-  if (!opened) return opened.error();
-  if (Done possible = checkPad(job); !possible) return possible.error();
-  const auto session = std::make_shared<SessionPieces>(std::move(*opened));
+  // The library fills the fields of lines. A long text comes in pieces.
+  const auto pad = job.lines ? job.padBytes : std::nullopt;
   const RQForm form = writtenForm(job.form);
-  const auto result = [session, form, pad = job.padBytes](const Text& text) -> Result<Bytes> {
-    const Result<Text> taken = session->taken(text);
-    if (!taken) return taken.error();
-    return session->bench().toForm(form, *taken, pad);
-  };
-  TextOperation operation{&session->encoding(), &host::encodingOf(form), job.padBytes ? Cut() : session->cut(),
-                          result};
-  if (isMarked(job.form) || job.byteOrderMark) operation.outputMark = byteOrderMark(form);
+  auto operation = overSessionText(job, [form, pad](const std::shared_ptr<Workbench>& own) -> Work {
+    return [own, form, pad](const Text& text) { return own->toForm(form, text, pad); };
+  });
+  if (!operation) return operation;
+  if (Done possible = checkPad(job); !possible) return possible.error();
+  operation->lineEnds = &host::encodingOf(form);
+  if (job.padBytes && !job.lines) operation->gather = Field(form, *job.padBytes);
+  if (isMarked(job.form) || job.byteOrderMark) operation->outputMark = byteOrderMark(form);
   return operation;
 }
 
@@ -185,29 +227,28 @@ Result<TextOperation> decode(const Job& job) {
   const std::shared_ptr<Workbench> bench = std::move(*opened);
   const host::Encoding& session = bench->encoding();
   const Cut cut = cutForDecoding(job.notation, bench->wide());
-  std::function<Result<Bytes>(const Text&)> decoder = [bench, notation = job.notation](const Text& text) {
-    return bench->decode(notation, text);
-  };
-  // Characters of 4 bytes lack none.
-  if (job.unmappable.value_or(Unmappable::keep) != Unmappable::keep && !bench->wide()) {
-    Result<StrictDecoder> strict = StrictDecoder::open(bench, job.notation, *job.unmappable);
-    if (!strict) return strict.error();
-    decoder = std::move(*strict);
-  }
-  if (job.keepInvalid) return TextOperation{&session, &session, cut, decoder};
-  const auto result = [bench, decoder](const Text& text) -> Result<Bytes> {
-    if (Done valid = bench->checkValid(text); !valid) return valid.error();
-    return decoder(text);
-  };
-  return TextOperation{&session, &session, cutBetween(cut, session), result};
+  TextOperation operation{&session, &session, job.keepInvalid ? cut : cutBetween(cut, session)};
+  return sideBySide(std::move(operation), bench, [job](const std::shared_ptr<Workbench>& own) -> Result<Work> {
+    Result<Work> decoder = makeDecoder(job, own);
+    if (!decoder || job.keepInvalid) return decoder;
+    return Work([own, decode = std::move(*decoder)](const Text& text) {
+      const Done valid = own->checkValid(text);
+      return valid ? decode(text) : Result<Bytes>(valid.error());
+    });
+  });
 }
 
 Result<TextOperation> encode(const Job& job) {
   auto opened = Workbench::openForNotations(job);
   if (!opened) return opened.error();
   const std::shared_ptr<Workbench> bench = std::move(*opened);
-  return TextOperation{&bench->encoding(), &bench->encoding(), cutForEncoding(job.notation, bench->encoding()),
-                       JoinedEncoding(bench, job.notation)};
+  const host::Encoding& session = bench->encoding();
+  TextOperation operation{&session, &session, cutForEncoding(job.notation, session)};
+  operation.pieceBytes /= 2;  // the results are up to eight times as long
+  return sideBySide(std::move(operation), bench,
+                    [notation = job.notation](const std::shared_ptr<Workbench>& own) -> Work {
+                      return JoinedEncoding(own, notation);
+                    });
 }
 
 }  // namespace rq::cli

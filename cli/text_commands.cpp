@@ -1,57 +1,96 @@
 #include "cli/text_commands.h"
 
+#include <sched.h>
+
+#include <algorithm>
+
+#include "cli/pipeline.h"
 #include "cli/replacement.h"
 
 namespace rq::cli {
+
 namespace {
 
-/// Line ends are no part of the texts: they are written in the encoding of the results.
-TextRun::Take writeInto(Output& output, const std::string& lineEnd, const TextOperation& operation) {
-  return [&output, &lineEnd, &operation](const Text& text) -> Done {
-    const Result<Bytes> result = operation.result(text);
-    if (!result) return result.error();
-    if (Done written = output.write(*result); !written) return written;
-    return text.ended ? output.write(lineEnd) : host::done();
-  };
+/// One for each processor. More than some would wait for the thread that reads and writes.
+unsigned usualJobs() {
+  constexpr int most = 8;
+  cpu_set_t set;
+  return ::sched_getaffinity(0, sizeof set, &set) == 0 ? static_cast<unsigned>(std::min(most, CPU_COUNT(&set))) : 1;
 }
 
-/// Each file in turn; with --keep-going also those behind one with a problem. Then the error names all problems.
-template <class RunFile>
-Done runFiles(const Job& job, const Output& output, const RunFile& runFile) {
-  std::string problems;
-  for (const std::string& file : job.files) {
-    const Done done = runFile(file);
-    if (done) continue;
-    if (!job.keepGoing || output.failed()) return done.error();
-    problems += (problems.empty() ? "" : "\nrqtext: ") + done.error().text;
+/// Works on the files of a job.
+class Run {
+ public:
+  Run(const Job& job, const TextOperation& operation, std::optional<LineEnds> lineEnds, Bytes lineEndOfResults,
+      Progress& progress, Output& output, std::size_t worthwhile)
+      : job_(job),
+        progress_(progress),
+        output_(output),
+        outputMark_(operation.outputMark),
+        pipeline_(operation, std::move(lineEnds), lineEndOfResults, job.jobs.value_or(usualJobs()), worthwhile,
+                  [this](FileRun& file, const Error& error) { return problem(file, error); }) {}
+
+  Done all() {
+    output_.startWith(outputMark_);
+    for (const std::string& file : job_.files)
+      if (Done done = job_.inPlace ? edit(file) : read(file); !done) return done;
+    if (Done done = pipeline_.finish(); !done) return done;
+    if (problems_.empty()) return host::done();
+    return Error{Error::Kind::data, problems_};
   }
-  if (problems.empty()) return host::done();
-  return Error{Error::Kind::data, problems};
-}
+
+ private:
+  Done read(const std::string& name) {
+    const auto file =
+        std::make_shared<FileRun>(FileRun{name, [this](Bytes bytes) { return output_.write(bytes); }, host::done});
+    // Before a wait for more input all that has come is written.
+    Result<Input> input = Input::open(name, progress_, [this] {
+      Done done = pipeline_.finish();
+      return done ? output_.flush() : done;
+    });
+    return input ? pipeline_.add(file, *input) : pipeline_.addProblem(file, input.error());
+  }
+
+  Done edit(const std::string& name) {
+    Result<std::unique_ptr<Replacement>> begun = Replacement::begin(name, job_.backupSuffix, progress_);
+    if (!begun) return pipeline_.addProblem(std::make_shared<FileRun>(FileRun{name, {}, {}}), begun.error());
+    const std::shared_ptr<Replacement> edited = std::move(*begun);
+    edited->output().startWith(outputMark_);
+    const auto file =
+        std::make_shared<FileRun>(FileRun{name, [edited](Bytes bytes) { return edited->output().write(bytes); },
+                                          [edited] { return edited->commit(); }});
+    return pipeline_.add(file, edited->input());
+  }
+
+  /// With --keep-going a problem is noted. Otherwise it ends the run.
+  Done problem(FileRun& file, const Error& error) {
+    file.write = {};  // and with it the temporary file
+    file.end = {};
+    if (!job_.keepGoing || output_.failed()) return error;
+    problems_ += (problems_.empty() ? "" : "\nrqtext: ") + error.text;
+    return host::done();
+  }
+
+  const Job& job_;
+  Progress& progress_;
+  Output& output_;
+  const std::string outputMark_;
+  std::string problems_;
+  Pipeline pipeline_;
+};
 
 }  // namespace
 
-Done runOverTexts(const Job& job, const TextOperation& operation, Progress& progress, Output& output) {
-  Result<TextRun> run = TextRun::in(*operation.texts, job.lines, operation.cut, progress, operation.mark);
-  if (!run) return run.error();
-  const bool writesLineEnds = job.lines && operation.lineEnds != nullptr;
-  const Result<std::string> lineEnd = writesLineEnds ? lineEndIn(*operation.lineEnds) : std::string();
+Done runOverTexts(const Job& job, const TextOperation& operation, Progress& progress, Output& output,
+                  std::size_t worthwhile) {
+  if (!job.lines) return Run(job, operation, std::nullopt, {}, progress, output, worthwhile).all();
+  const Result<std::string> lineEnd = lineEndIn(*operation.texts);
   if (!lineEnd) return lineEnd.error();
-  if (!job.inPlace) {
-    output.startWith(operation.outputMark);
-    return runFiles(job, output, [&, take = writeInto(output, *lineEnd, operation)](const std::string& file) {
-      return run->each({file}, take, [&output] { return output.flush(); });
-    });
-  }
-  return runFiles(job, output, [&](const std::string& file) -> Done {
-    Result<std::unique_ptr<Replacement>> replacement = Replacement::begin(file, job.backupSuffix, progress);
-    if (!replacement) return replacement.error();
-    Replacement& edited = **replacement;
-    edited.output().startWith(operation.outputMark);
-    const TextRun::Take take = writeInto(edited.output(), *lineEnd, operation);
-    if (Done done = run->each(edited.input(), take); !done) return done;
-    return edited.commit();
-  });
+  const Result<std::string> ofResults =
+      operation.lineEnds != nullptr ? lineEndIn(*operation.lineEnds) : std::string();
+  if (!ofResults) return ofResults.error();
+  return Run(job, operation, LineEnds(*lineEnd), std::as_bytes(std::span(*ofResults)), progress, output, worthwhile)
+      .all();
 }
 
 }  // namespace rq::cli

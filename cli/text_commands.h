@@ -8,8 +8,12 @@
 
 namespace rq::cli {
 
+/// Text for which threads are not worth their start.
+inline constexpr std::size_t littleText = std::size_t{1} << 20;
+
 /// Writes the results of all texts to the output, or those of each file into that file.
-Done runOverTexts(const Job& job, const TextOperation& operation, Progress& progress, Output& output);
+Done runOverTexts(const Job& job, const TextOperation& operation, Progress& progress, Output& output,
+                  std::size_t worthwhile = littleText);
 
 }  // namespace rq::cli
 

@@ -10,14 +10,25 @@
 
 namespace rq::cli {
 
+/// The result for a text or a piece of it, valid until the next call. One thread at a time.
+using Work = std::function<Result<Bytes>(const Text&)>;
+using Write = std::function<Done(Bytes)>;
+
 struct TextOperation {
   const host::Encoding* texts;     // what they are in
   const host::Encoding* lineEnds;  // what a line end between two results is in; null where there is none
   Cut cut;
-  /// The result for a text or a piece of it, valid until the next call. Pieces come in order.
-  std::function<Result<Bytes>(const Text&)> result;
-  ExpectedMark mark = {};       // in front of each file
-  std::string outputMark = {};  // before the results
+  Work work = {};
+  /// Makes work for another thread, which does other pieces at the same time. Call it while no thread works. Empty
+  /// where one work must do all pieces in their order.
+  std::function<Result<Work>()> another = {};
+  /// Writes what comes of the results of pieces, in their order. Empty where the results are written as they are.
+  std::function<Done(const Text& text, Bytes result, const Write& write)> gather = {};
+  /// The position behind a piece at the beginning of a file. Empty for host::positionBehind.
+  std::function<host::Position(Bytes piece)> behind = {};
+  ExpectedMark mark = {};                           // in front of each file
+  std::string outputMark = {};                      // before the results
+  std::size_t pieceBytes = std::size_t{128} << 10;  // so much makes a piece where it can be cut
 };
 
 Result<TextOperation> fromForm(const Job& job);

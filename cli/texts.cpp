@@ -1,19 +1,11 @@
 #include "cli/texts.h"
 
+#include <algorithm>
+#include <cstring>
+
 #include "frame/types.h"
-#include "host/pieces.h"
 
 namespace rq::cli {
-
-Error inFile(std::string_view file, Error error) {
-  error.text = shownName(std::string(file)) + ": " + error.text;
-  return error;
-}
-
-std::string fileColumn(const Job& job, const Text& text) {
-  return job.files.size() > 1 ? std::string(text.file) : "";
-}
-
 namespace {
 
 /// An ASCII character in an encoding that can be cut; empty where there is none.
@@ -24,13 +16,16 @@ std::string inEncoding(char character, const host::Encoding& encoding) {
   return host::convertAll(*host::codecOf(RQ_ENCODING_UTF8), codec, {&byte, 1}).value_or("");
 }
 
-/// The first text of a file begins behind its mark.
-void placeBehindMark(const Input& input, Text& text) {
-  text.start.offset = input.markBytes();
-  text.reversed = input.reversed();
+}  // namespace
+
+Error inFile(std::string_view file, Error error) {
+  error.text = shownName(std::string(file)) + ": " + error.text;
+  return error;
 }
 
-}  // namespace
+std::string fileColumn(const Job& job, const Text& text) {
+  return job.files.size() > 1 ? std::string(text.file) : "";
+}
 
 std::string carriageReturnIn(const host::Encoding& encoding) {
   return inEncoding('\r', encoding);
@@ -42,68 +37,33 @@ Result<std::string> lineEndIn(const host::Encoding& encoding) {
   return Error{Error::Kind::usage, "--lines cannot cut " + encoding.name + " text into lines"};
 }
 
-Result<TextRun> TextRun::in(const host::Encoding& encoding, bool lines, Cut cut, Progress& progress,
-                            ExpectedMark mark) {
-  if (!lines) return TextRun(encoding, "", std::move(cut), progress, std::move(mark));
-  const Result<std::string> lineEnd = lineEndIn(encoding);
-  if (!lineEnd) return lineEnd.error();
-  return TextRun(encoding, *lineEnd, {}, progress, std::move(mark));
+bool LineEnds::standsAt(Bytes text, std::size_t offset) const {
+  return std::memcmp(text.data() + offset, lineEnd_.data(), length()) == 0;
 }
 
-Done TextRun::each(const std::vector<std::string>& files, const Take& take, const Pause& pause) {
-  for (const std::string& file : files) {
-    Result<Input> input = Input::open(file, *progress_, pause);
-    if (!input) return input.error();
-    if (Done done = each(*input, take); !done) return done;
+std::size_t LineEnds::next(Bytes text, std::size_t from) const {
+  if (from == text.size()) return from;
+  if (length() == 1) {
+    const void* found = std::memchr(text.data() + from, lineEnd_[0], text.size() - from);
+    return found == nullptr ? text.size()
+                            : static_cast<std::size_t>(static_cast<const std::byte*>(found) - text.data());
   }
-  return host::done();
+  for (; text.size() - from >= length(); from += length())
+    if (standsAt(text, from)) return from;
+  return text.size();
 }
 
-Done TextRun::each(Input& input, const Take& take) {
-  if (!mark_.bytes.empty()) input.expectMark(mark_);
-  if (!lineEnd_.empty()) return eachLine(input, take);
-  return cut_ ? eachPiece(input, take) : wholeFile(input, take);
+std::uint64_t LineEnds::count(Bytes text) const {
+  if (length() == 1) return static_cast<std::uint64_t>(std::ranges::count(text, static_cast<std::byte>(lineEnd_[0])));
+  std::uint64_t count = 0;
+  for (std::size_t at = 0; text.size() - at >= length(); at += length()) count += standsAt(text, at) ? 1U : 0U;
+  return count;
 }
 
-Done TextRun::wholeFile(Input& input, const Take& take) {
-  const Result<Bytes> bytes = input.readAll(buffer_);
-  if (!bytes) return bytes.error();
-  Text text{*bytes, {}, input.name()};
-  placeBehindMark(input, text);
-  return take(text);
-}
-
-Done TextRun::eachPiece(Input& input, const Take& take) const {
-  PieceReader reader(input, cut_);
-  Text text{{}, {}, input.name(), true, false, false};
-  while (!text.last) {
-    const Result<PieceReader::Piece> piece = reader.next();
-    if (!piece) return piece.error();
-    if (text.first) placeBehindMark(input, text);
-    text.bytes = piece->text;
-    text.last = piece->last;
-    if (Done done = take(text); !done) return done;
-    if (!text.last) text.start = host::positionBehind(*encoding_, text.bytes, text.start);
-    text.first = false;
-  }
-  return host::done();
-}
-
-Done TextRun::eachLine(Input& input, const Take& take) const {
-  LineReader reader(input, lineEnd_);
-  Text text{{}, {}, input.name()};
-  for (;;) {
-    const auto line = reader.next();
-    if (!line && line.error().kind != Error::Kind::data) return line.error();
-    if (!line) return inFile(text.file, {Error::Kind::data, host::atBeginning(text.start, line.error().text)});
-    if (!*line) return host::done();
-    if (text.start.offset == 0) placeBehindMark(input, text);
-    text.bytes = (*line)->text;
-    text.ended = (*line)->ended;
-    if (Done done = take(text); !done) return done;
-    text.start.offset += text.bytes.size() + lineEnd_.size();
-    ++text.start.line;
-  }
+std::size_t LineEnds::wholeLines(Bytes text) const {
+  for (std::size_t end = text.size() - text.size() % length(); end > 0; end -= length())
+    if (standsAt(text, end - length())) return end;
+  return text.size() > longestLine ? text.size() : 0;
 }
 
 }  // namespace rq::cli

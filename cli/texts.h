@@ -2,17 +2,32 @@
 #ifndef RQUNI_CLI_TEXTS_H
 #define RQUNI_CLI_TEXTS_H
 
-#include <functional>
+#include <algorithm>
+#include <array>
 #include <string>
-#include <vector>
+#include <string_view>
 
-#include "cli/cuts.h"
 #include "cli/files.h"
 #include "cli/job.h"
 #include "host/encodings.h"
 #include "host/text.h"
 
 namespace rq::cli {
+
+/// The first bytes of a text, as far as they are read.
+class Beginning {
+ public:
+  void add(Bytes more) {
+    const Bytes taken = more.first(std::min(more.size(), bytes_.size() - length_));
+    std::ranges::copy(taken, bytes_.begin() + static_cast<std::ptrdiff_t>(length_));
+    length_ += taken.size();
+  }
+  Bytes bytes() const { return Bytes(bytes_).first(length_); }
+
+ private:
+  std::array<std::byte, 24> bytes_{};
+  std::size_t length_ = 0;
+};
 
 /// A text, or a piece of one, and where it stands.
 struct Text {
@@ -22,6 +37,7 @@ struct Text {
   bool first = true, last = true;  // pieces of its text
   bool ended = false;              // a line end follows
   bool reversed = false;           // its file is little-endian, these bytes are big-endian
+  Bytes beginning = {};            // of its text, up to the end of this piece
 };
 
 /// The error with the file's name before it: "NAME: WHAT".
@@ -35,38 +51,25 @@ Result<std::string> lineEndIn(const host::Encoding& encoding);
 /// The carriage return as an encoding writes it; empty where there is none.
 std::string carriageReturnIn(const host::Encoding& encoding);
 
-/// Cuts files into texts.
-class TextRun {
+/// Finds the line ends of a text that begins with a line. A line end stands only at a multiple of its length.
+class LineEnds {
  public:
-  using Take = std::function<Done(const Text& text)>;
+  static constexpr std::size_t longestLine = std::size_t{64} << 20;
 
-  /// Takes each line for a text if `lines`, else each file in the pieces that `cut` makes of it, or as a whole
-  /// without a cut. `encoding` is that of the files.
-  static Result<TextRun> in(const host::Encoding& encoding, bool lines, Cut cut, Progress& progress,
-                            ExpectedMark mark = {});
+  explicit LineEnds(std::string lineEnd) : lineEnd_(std::move(lineEnd)) {}
 
-  /// Hands every text of the files to `take`, in order, until one fails. Calls `pause` before it waits for input.
-  Done each(const std::vector<std::string>& files, const Take& take, const Pause& pause);
-  /// The same with the texts of one file that is open.
-  Done each(Input& input, const Take& take);
+  std::size_t length() const { return lineEnd_.size(); }
+  /// The offset of the first line end at or behind `from`, which begins a line; the size of the text if there is
+  /// none.
+  std::size_t next(Bytes text, std::size_t from) const;
+  std::uint64_t count(Bytes text) const;
+  /// The length of all whole lines. Without any, all of a text that is too long for a line, else 0.
+  std::size_t wholeLines(Bytes text) const;
 
  private:
-  TextRun(const host::Encoding& encoding, std::string lineEnd, Cut cut, Progress& progress, ExpectedMark mark)
-      : encoding_(&encoding),
-        lineEnd_(std::move(lineEnd)),
-        cut_(std::move(cut)),
-        progress_(&progress),
-        mark_(std::move(mark)) {}
-  Done wholeFile(Input& input, const Take& take);
-  Done eachPiece(Input& input, const Take& take) const;
-  Done eachLine(Input& input, const Take& take) const;
+  bool standsAt(Bytes text, std::size_t offset) const;
 
-  const host::Encoding* encoding_;
-  std::string lineEnd_;  // empty for whole files
-  Cut cut_;
-  Progress* progress_;
-  ExpectedMark mark_;
-  Buffer buffer_;
+  std::string lineEnd_;
 };
 
 }  // namespace rq::cli

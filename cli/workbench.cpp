@@ -48,13 +48,23 @@ Result<host::Library> openLibrary(const Job& job) {
   return host::Library::open(file);
 }
 
-Workbench::Workbench(host::Library library, const host::Encoding& encoding, const Job& job)
-    : library_(std::move(library)),
-      encoding_(&encoding),
-      codec_(host::codecOf(encoding.identifier)),
-      asciiCompatible_(host::isAsciiCompatible(*codec_)),
-      host_(encoding.identifier),
-      wide_(job.flavour == Flavour::wide) {}
+Workbench::Place::Place(host::Library loaded, const host::Encoding& session, const Job& job)
+    : library(std::move(loaded)),
+      encoding(session),
+      codec(*host::codecOf(session.identifier)),
+      asciiCompatible(host::isAsciiCompatible(codec)),
+      flavour(job.flavour),
+      ownHost(job.host.empty()),
+      host(session.identifier) {}
+
+Workbench::Workbench(std::shared_ptr<Place> place, host::Session session)
+    : place_(std::move(place)),
+      session_(std::move(session)),
+      work_(object(),
+            wide()                               ? object()->wide
+            : place_->flavour == Flavour::served ? object()->served
+                                                 : object()->plain,
+            encoding(), wide(), place_->ownHost) {}
 
 Result<const host::Encoding*> sessionEncoding(const Job& job) {
   const bool wide = job.flavour == Flavour::wide;
@@ -71,25 +81,24 @@ Result<const host::Encoding*> sessionEncoding(const Job& job) {
 }
 
 Result<std::unique_ptr<Workbench>> Workbench::open(const Job& job) {
-  const bool wide = job.flavour == Flavour::wide;
   const auto encoding = sessionEncoding(job);
   if (!encoding) return encoding.error();
   Result<host::Library> library = openLibrary(job);
   if (!library) return library.error();
-  std::unique_ptr<Workbench> bench(new Workbench(std::move(*library), **encoding, job));
-  Result<host::Session> session = bench->openSession(job);
+  const auto place = std::make_shared<Place>(std::move(*library), **encoding, job);
+  Result<host::Session> session =
+      place->ownHost ? host::Session::open(place->library, place->host) : openNamedHost(*place, job);
   if (!session) return session.error();
-  bench->session_.emplace(std::move(*session));
-  RQInterface* object = bench->object();
-  const RQOperations& operations = wide                             ? object->wide
-                                   : job.flavour == Flavour::served ? object->served
-                                                                    : object->plain;
-  bench->work_.emplace(object, operations, **encoding, wide, job.host.empty());
-  return bench;
+  return std::unique_ptr<Workbench>(new Workbench(place, std::move(*session)));
 }
 
-Result<host::Session> Workbench::openSession(const Job& job) {
-  if (job.host.empty()) return host::Session::open(library_, host_);
+Result<std::unique_ptr<Workbench>> Workbench::another() const {
+  Result<host::Session> session = host::Session::open(place_->library, place_->host);
+  if (!session) return session.error();
+  return std::unique_ptr<Workbench>(new Workbench(place_, std::move(*session)));
+}
+
+Result<host::Session> Workbench::openNamedHost(const Place& place, const Job& job) {
   const auto failed = [&job](const Error& error) {
     return Error{error.kind, "cannot work with the host " + job.host + ": " + error.text};
   };
@@ -97,9 +106,10 @@ Result<host::Session> Workbench::openSession(const Job& job) {
   if (!entry) return failed(entry.error());
   const Result<host::HostTables> tables = host::enterHost(*entry);
   if (!tables) return failed(tables.error());
-  Result<host::Session> session = host::Session::open(library_, *tables->kernel, *tables->context, host_.journal);
+  Result<host::Session> session =
+      host::Session::open(place.library, *tables->kernel, *tables->context, place.host.journal);
   if (!session) return failed(session.error());
-  const Done fits = checkSession(job, *encoding_, session->object()->sessionEncoding);
+  const Done fits = checkSession(job, place.encoding, session->object()->sessionEncoding);
   return fits ? std::move(session) : fits.error();
 }
 
@@ -119,11 +129,11 @@ Result<std::unique_ptr<Workbench>> Workbench::openForNotations(const Job& job) {
 Done Workbench::checkValid(const Text& text) const {
   std::byte all{};  // no early end: this way the compiler makes vector code of it
   for (const std::byte byte : text.bytes) all |= byte;
-  if (all < std::byte{0x80} && asciiCompatible_) return host::done();
-  if (host::readCharacters(*codec_, text.bytes, [](std::span<const char32_t>) {})) return host::done();
-  const auto problem = host::findProblem(*codec_, *codec_, text.bytes, text.start);
-  return inFile(text.file, {Error::Kind::data, problem ? describe(*problem, *encoding_, *encoding_)
-                                                       : "not valid in " + encoding_->name});
+  if (all < std::byte{0x80} && place_->asciiCompatible) return host::done();
+  if (host::readCharacters(codec(), text.bytes, [](std::span<const char32_t>) {})) return host::done();
+  const auto problem = host::findProblem(codec(), codec(), text.bytes, text.start);
+  return inFile(text.file, {Error::Kind::data, problem ? describe(*problem, encoding(), encoding())
+                                                       : "not valid in " + encoding().name});
 }
 
 Bytes Workbench::inSession(RQChar character) const {

@@ -22,28 +22,33 @@ class Workbench {
   static Result<std::unique_ptr<Workbench>> openForNotations(const Job& job);
   /// The same with characters of 4 bytes for the session text, whatever session the job has.
   static Result<std::unique_ptr<Workbench>> openForCharacters(const Job& job);
+  /// Another one with the same library and the tool's own host, for another thread. Call it while no thread uses the
+  /// library.
+  Result<std::unique_ptr<Workbench>> another() const;
 
-  const host::Library& library() const { return library_; }
-  RQInterface* object() const { return session_->object(); }
-  const host::Encoding& encoding() const { return *encoding_; }
-  const host::Codec& codec() const { return *codec_; }
-  bool wide() const { return wide_; }
+  const host::Library& library() const { return place_->library; }
+  RQInterface* object() const { return session_.object(); }
+  const host::Encoding& encoding() const { return place_->encoding; }
+  const host::Codec& codec() const { return place_->codec; }
+  /// False for the host that the job names.
+  bool ownHost() const { return place_->ownHost; }
+  bool wide() const { return place_->flavour == Flavour::wide; }
 
   /// The operations on one text; errors name its file. Results lie in a buffer that the next call reuses.
   Result<Bytes> fromForm(RQForm form, const Text& text) {
-    return named(text, work_->fromForm(form, text.bytes, text.start));
+    return named(text, work_.fromForm(form, text.bytes, text.start));
   }
   Result<Bytes> toForm(RQForm form, const Text& text, std::optional<std::uint64_t> padBytes) {
-    return named(text, work_->toForm(form, text.bytes, text.start, padBytes));
+    return named(text, work_.toForm(form, text.bytes, text.start, padBytes));
   }
   Result<Bytes> decode(Notation notation, const Text& text) {
-    return named(text, work_->decode(notation, text.bytes, text.start));
+    return named(text, work_.decode(notation, text.bytes, text.start));
   }
   Result<Bytes> encode(Notation notation, const Text& text, const host::TextWork::Around& around) {
-    return named(text, work_->encode(notation, text.bytes, text.start, around));
+    return named(text, work_.encode(notation, text.bytes, text.start, around));
   }
   Result<std::int64_t> measure(host::TextWork::Measure measure, const Text& text) {
-    return named(text, work_->measure(measure, text.bytes, text.start));
+    return named(text, work_.measure(measure, text.bytes, text.start));
   }
   /// An error where the text is not valid in the session encoding.
   Done checkValid(const Text& text) const;
@@ -53,22 +58,30 @@ class Workbench {
   bool carries(RQChar character) const;
 
  private:
-  Workbench(host::Library library, const host::Encoding& encoding, const Job& job);
-  Result<host::Session> openSession(const Job& job);
+  /// What all workbenches of a job share.
+  struct Place {
+    Place(host::Library loaded, const host::Encoding& session, const Job& job);
+
+    host::Library library;
+    const host::Encoding& encoding;
+    const host::Codec& codec;
+    const bool asciiCompatible;
+    const Flavour flavour;
+    const bool ownHost;  // the job names no other
+    host::Host host;
+  };
+  Workbench(std::shared_ptr<Place> place, host::Session session);
+  /// A session of the host that the job names.
+  static Result<host::Session> openNamedHost(const Place& place, const Job& job);
   template <class T>
   static Result<T> named(const Text& text, Result<T> result) {
     return result ? std::move(result) : inFile(text.file, result.error());
   }
 
-  host::Library library_;
-  const host::Encoding* encoding_;
-  const host::Codec* codec_;
-  const bool asciiCompatible_;
-  host::Host host_;
-  std::optional<host::Session> session_;  // of host_ or of the host that the job names
-  std::optional<host::TextWork> work_;
+  std::shared_ptr<Place> place_;
+  host::Session session_;
+  host::TextWork work_;
   mutable std::array<std::byte, 80> character_;
-  const bool wide_;
 };
 
 /// The session encoding of a job.

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <random>
 
+#include "cli/pipeline.h"
 #include "cli/text_operation.h"
 #include "host/host.h"
 #include "host/text_work.h"
@@ -66,24 +67,29 @@ std::string outcome(const Result<Bytes>& result) {
 }
 
 /// What an operation makes of a file that is read in pieces; an error without the file's name.
-std::string outcomeOf(const TextOperation& operation, const std::string& file, const Pause& pause) {
+std::string outcomeOf(const TextOperation& operation, const std::string& file, const Pause& pause, unsigned jobs) {
   Progress silent(false);
-  Result<TextRun> run = TextRun::in(*operation.texts, false, operation.cut, silent);
   std::string result;
-  const auto take = [&](const Text& text) -> Done {
-    const Result<Bytes> bytes = operation.result(text);
-    if (!bytes) return bytes.error();
-    result += stringOf(*bytes);
-    return host::done();
-  };
-  const Done done = run->each({file}, take, pause);
+  const auto run = std::make_shared<FileRun>(FileRun{file,
+                                                     [&result](Bytes bytes) {
+                                                       result += stringOf(bytes);
+                                                       return host::done();
+                                                     },
+                                                     host::done});
+  Pipeline pipeline(operation, std::nullopt, {}, jobs, 0, [](FileRun&, const Error& error) { return error; });
+  Result<Input> input = Input::open(file, silent, [&pipeline, &pause] {
+    Done done = pipeline.finish();
+    return done ? pause() : done;
+  });
+  Done done = pipeline.add(run, *input);
+  if (done) done = pipeline.finish();
   return done ? "result: " + result : "error: " + done.error().text.substr(file.size() + 2);
 }
 
 /// The same for a text that arrives in parts of these lengths. All that has arrived is worked on before the next
 /// part.
 std::string outcomeInParts(const TextOperation& operation, const std::string& text,
-                           const std::vector<std::size_t>& lengths) {
+                           const std::vector<std::size_t>& lengths, unsigned jobs = 1) {
   std::array<int, 2> ends{};
   if (::pipe(ends.data()) != 0) return "no pipe";
   std::size_t at = 0;
@@ -99,7 +105,7 @@ std::string outcomeInParts(const TextOperation& operation, const std::string& te
     ++part;
     return host::done();
   };
-  std::string result = outcomeOf(operation, "/proc/self/fd/" + std::to_string(ends[0]), arrive);
+  std::string result = outcomeOf(operation, "/proc/self/fd/" + std::to_string(ends[0]), arrive, jobs);
   ::close(ends[0]);
   if (ends[1] >= 0) ::close(ends[1]);
   return result;
@@ -318,10 +324,10 @@ TEST(Pieces, LongFilesAsTheWhole) {
   const std::string file = testing::TempDir() + "rq_pieces_" + std::to_string(::getpid());
   const auto check = [&](const TextOperation& operation, const std::string& text, const std::string& whole) {
     std::ofstream(file, std::ios::binary | std::ios::trunc) << text;
-    EXPECT_TRUE(same(whole, outcomeOf(operation, file, host::done)));
+    for (const unsigned jobs : {1U, 3U}) EXPECT_TRUE(same(whole, outcomeOf(operation, file, host::done, jobs)));
     std::vector<std::size_t> lengths;
     for (std::size_t sum = 0; sum < text.size(); sum += lengths.back()) lengths.push_back(1 + random() % 60'000);
-    EXPECT_TRUE(same(whole, outcomeInParts(operation, text, lengths)));
+    EXPECT_TRUE(same(whole, outcomeInParts(operation, text, lengths, 2)));
   };
   for (const Session& session : sessions) {
     SCOPED_TRACE(session.encoding);

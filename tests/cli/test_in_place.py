@@ -152,7 +152,8 @@ class Editing(ToolTest):
         (self.folder / "link").symlink_to("text")
         for message, arguments in (("needs files", ["-i"]), ("needs files", ["-i", path, "-"]),
                                    ("is given twice", ["-i", path, str(self.folder / "link")]),
-                                   ("excludes", ["-i", path, "-o", "out"]), ("excludes", ["-i", path, "--explain"])):
+                                   ("cannot go together", ["-i", path, "-o", "out"]),
+                                   ("cannot go together", ["-i", path, "--explain"])):
             self.fail_with(USAGE, message, "decode", "ncr", *arguments)
         self.fail_with(USAGE, "unknown", "decode", "ncr", "-i", path, "-s", "no-such-encoding")
         self.assertEqual(self.read("text"), b"&#65;")

@@ -95,7 +95,8 @@ class Memory(ToolTest):
 
     def peak(self, arguments, pieces):
         """The most memory in KiB that a run took for a text of these pieces."""
-        with subprocess.Popen([TOOL, *arguments, "--library", LIBRARY, "-o", "/dev/null"], stdin=subprocess.PIPE) as process:
+        with subprocess.Popen([TOOL, *arguments, "-j", "2", "--library", LIBRARY, "-o", "/dev/null"],
+                              stdin=subprocess.PIPE) as process:
             for piece in pieces:
                 process.stdin.write(piece)
             memory = peak_memory(process)

@@ -257,7 +257,7 @@ class Lines(ToolTest):
     def test_memory_is_bounded(self):
         piece = b"a line of caf&#233; text that is repeated many times over\n" * 18_000
         for arguments in (["to", "utf16be"], ["decode", "ncr"], ["encode", "uparen"], ["width"]):
-            process = subprocess.Popen([TOOL, *arguments, "--lines", "--library", LIBRARY, "-o", "/dev/null"],
+            process = subprocess.Popen([TOOL, *arguments, "--lines", "-j", "2", "--library", LIBRARY, "-o", "/dev/null"],
                                        stdin=subprocess.PIPE)
             for _ in range(64):
                 process.stdin.write(piece)
