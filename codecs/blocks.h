@@ -46,7 +46,7 @@ class BlockDecoder {
 
   /// Decodes from the notation at the cursor on.
   Progress decode(Cursor<Unit>& cursor, RoundTrips<Unit, roundTripRoom>& roundTrips) {
-    if (cursor.remaining() < minInput || cursor.room() < maxStep || cursor.at() < restsUntil_) return Progress::none;
+    if (cursor.at() < restsUntil_ || cursor.remaining() < minInput || cursor.room() < maxStep) return Progress::none;
     Cursor<Unit> moved = cursor;  // a copy, so that the caller can keep its cursor in registers
     const Progress progress = decodeBlocks(moved, roundTrips);
     cursor.moveTo(moved);
