@@ -1,6 +1,8 @@
 // Two builds of the library beside each other in one process: rq_against OLD NEW [SECONDS [FILTER]]. Their passes
-// take turns, the fastest of each counts, and the rows where the new build does worst come first.
+// take turns, the fastest of each counts, and the rows where the new build does worst come first. "host" makes the
+// transcoder calls of the operation again; "own" is the ratio without them.
 #include <dlfcn.h>
+#include <time.h>
 
 #include <algorithm>
 #include <chrono>
@@ -12,15 +14,11 @@
 #include <string>
 #include <vector>
 
-#include "bench/peers/hand.h"
-#include "bench/peers/text_libraries.h"
+#include "bench/support/codec_jobs.h"
 #include "bench/support/host.h"
-#include "bench/support/texts.h"
 
 namespace rq::bench {
 namespace {
-
-constexpr std::size_t MiB = std::size_t{1} << 20;
 
 class Build {
  public:
@@ -36,26 +34,16 @@ class Build {
     setSession(encoding);
     return symbol<decltype(&::rquni)>("rquni")(context(), nullptr);
   }
+
+ private:
   template <class Function>
   Function symbol(const char* name) const {
     return reinterpret_cast<Function>(dlsym(handle_, name));
   }
-
- private:
   void* handle_;
 };
 
-struct Flavour {
-  const char* name;
-  RQOperations RQInterface::*operations;
-  std::uint32_t session;
-  std::size_t unitBytes;
-};
-constexpr Flavour plain = {"plain", &RQInterface::plain, RQ_ENCODING_UTF8, 1};
-constexpr Flavour served = {"served", &RQInterface::served, RQ_ENCODING_UTF8, 1};
-constexpr Flavour wide = {"wide", &RQInterface::wide, RQ_ENCODING_UTF32_LITTLE, 4};
-
-/// The columns of a row: what runs, and the fastest pass so far in nanoseconds a call.
+/// The columns of a row: what runs and returns its output, and the fastest pass so far in nanoseconds a call.
 struct Column {
   std::string name;
   std::function<std::string_view()> call;
@@ -65,20 +53,25 @@ struct Column {
 struct Row {
   std::string name;
   std::size_t bytes;
-  std::vector<Column> columns;  // old, new, peers
-  double ratio() const { return columns[1].best / columns[0].best; }
+  std::vector<Column> columns;  // in the order of these names, then the peers
+  enum { old, fresh, host, firstPeer };
+
+  double time(std::size_t column) const { return columns[column].best; }
+  double ratio() const { return time(fresh) / time(old); }
+  double ownRatio() const { return (time(fresh) - time(host)) / (time(old) - time(host)); }
 };
 
-char* output() {
-  static std::vector<char> room(64 * MiB);
-  return room.data();
+/// The processor time of this thread in nanoseconds: other work on the machine does not count.
+double processorTime() {
+  timespec time;
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &time);
+  return 1e9 * static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec);
 }
 
 double nanoseconds(const Column& column, std::uint64_t calls) {
-  const auto begin = std::chrono::steady_clock::now();
+  const double begin = processorTime();
   for (std::uint64_t i = 0; i < calls; ++i) column.call();
-  const std::chrono::duration<double, std::nano> taken = std::chrono::steady_clock::now() - begin;
-  return taken.count() / static_cast<double>(calls);
+  return (processorTime() - begin) / static_cast<double>(calls);
 }
 
 void measure(Row& row, double seconds) {
@@ -95,56 +88,63 @@ class Table {
   Table(const char* oldPath, const char* newPath, double seconds, std::string filter)
       : old_(oldPath), new_(newPath), seconds_(seconds), filter_(std::move(filter)) {}
 
-  /// Measures an operation of both builds over `input`, and the peers that make the same of it.
+  /// Measures an operation of both builds on a job, and the peers that make the same of it. A job without an output
+  /// takes that of the old build.
   template <class Shape>
-  void add(const Flavour& flavour, const std::string& name, Shape* RQOperations::*slot, const std::string& input,
-           const std::string& expected,
-           const std::vector<std::pair<const char*, std::size_t (*)(std::string_view, char*)>>& peers) {
-    const std::string title = std::string(flavour.name) + ' ' + name;
+  void add(const Flavour& flavour, const std::string& name, Shape* RQOperations::*slot, const Job& job,
+           const Peers& peers) {
+    const std::string title = std::string(flavour.name) + ' ' + name + ' ' + job.name;
     if (title.find(filter_) == std::string::npos) return;
-    Row row{title, input.size(), {}};
-    const auto text = std::make_shared<std::string>(input);
+    const auto shared = std::make_shared<Job>(job);
+    Row row{title, job.input.size(), {}};
     for (const auto& [build, column] : {std::pair{&old_, "old"}, {&new_, "new"}}) {
       RQInterface* const object = build->object(flavour.session);
       row.columns.push_back({column, [=, function = (object->*flavour.operations).*slot, unit = flavour.unitBytes] {
-                               return call(function, object, *text, unit);
+                               return answer(function, object, *shared, unit);
                              }});
     }
-    for (const auto& [column, function] : peers)
-      row.columns.push_back({column, [=] { return std::string_view(output(), function(*text, output())); }});
-    for (std::size_t i = row.columns.size(); i-- > 0;) {
-      if (expected.empty() || row.columns[i].call() == expected) continue;
-      if (i < 2) {
-        std::printf("%s: %s gives a wrong answer\n", title.c_str(), row.columns[i].name.c_str());
-        std::exit(1);
-      }
-      row.columns.erase(row.columns.begin() + static_cast<std::ptrdiff_t>(i));
-    }
+    record();
+    row.columns[Row::fresh].call();
+    row.columns.push_back({"host", [calls = recorded()] { return std::string_view(output(), replay(calls)); }});
+    for (const auto& [column, peer] : peers)
+      row.columns.push_back({column, [=] { return std::string_view(output(), peer(shared->input, output())); }});
+    if (shared->output.empty()) shared->output = row.columns[Row::old].call();
+    demand(row, shared->output);
     measure(row, seconds_);
     rows_.push_back(std::move(row));
   }
 
   void print() {
     std::sort(rows_.begin(), rows_.end(), [](const Row& a, const Row& b) { return a.ratio() > b.ratio(); });
-    std::printf("%-44s %9s %9s %6s %7s\n", "row", "old ns", "new ns", "ratio", "GB/s");
+    std::printf("%-44s %9s %9s %9s %6s %6s %7s\n", "row", "old ns", "new ns", "host ns", "ratio", "own", "GB/s");
     for (const Row& row : rows_) {
-      const double fresh = row.columns[1].best;
-      std::printf("%-44s %9.0f %9.0f %6.2f %7.2f", row.name.c_str(), row.columns[0].best, fresh, row.ratio(),
-                  static_cast<double>(row.bytes) / fresh);
-      for (std::size_t i = 2; i < row.columns.size(); ++i)
-        std::printf("   %.2f of %s", fresh / row.columns[i].best, row.columns[i].name.c_str());
+      const double fresh = row.time(Row::fresh);
+      std::printf("%-44s %9.0f %9.0f %9.0f %6.2f %6.2f %7.2f", row.name.c_str(), row.time(Row::old), fresh,
+                  row.time(Row::host), row.ratio(), row.ownRatio(), static_cast<double>(row.bytes) / fresh);
+      for (std::size_t i = Row::firstPeer; i < row.columns.size(); ++i)
+        std::printf("   %.2f of %s", fresh / row.time(i), row.columns[i].name.c_str());
       std::printf("\n");
     }
   }
 
  private:
-  static std::string_view call(RQCodec function, RQInterface* object, const std::string& text, std::size_t unit) {
-    std::uint64_t written = 0;
-    function(object, text.data(), text.size() / unit, output(), 12 * text.size() / unit + 64, &written);
-    return {output(), written * unit};
+  /// Ends the program when a build gives a wrong answer, and drops the peers that give another one.
+  static void demand(Row& row, std::string_view expected) {
+    for (const std::size_t build : {Row::old, Row::fresh}) {
+      if (row.columns[build].call() == expected) continue;
+      std::printf("%s: %s gives a wrong answer\n", row.name.c_str(), row.columns[build].name.c_str());
+      std::exit(1);
+    }
+    const auto peers = row.columns.begin() + Row::firstPeer;
+    row.columns.erase(std::remove_if(peers, row.columns.end(), [&](Column& peer) { return peer.call() != expected; }),
+                      row.columns.end());
   }
-  static std::string_view call(RQMeasure function, RQInterface* object, const std::string& text, std::size_t unit) {
-    const std::int64_t count = function(object, text.data(), text.size() / unit);
+
+  static std::string_view answer(RQCodec function, RQInterface* object, const Job& job, std::size_t unitBytes) {
+    return {output(), call(function, object, job, unitBytes).second};
+  }
+  static std::string_view answer(RQMeasure function, RQInterface* object, const Job& job, std::size_t unitBytes) {
+    const std::int64_t count = function(object, job.input.data(), job.input.size() / unitBytes);
     std::memcpy(output(), &count, sizeof count);
     return {output(), sizeof count};
   }
@@ -155,113 +155,43 @@ class Table {
   std::vector<Row> rows_;
 };
 
-std::string bytesOf(const std::u32string& text) {
-  return {reinterpret_cast<const char*>(text.data()), 4 * text.size()};
-}
-std::string widened(const std::string& ascii) {
-  return bytesOf(std::u32string(ascii.begin(), ascii.end()));
-}
-
-struct Text {
-  std::string name;
-  std::u32string characters;
-};
-
-std::vector<Text> texts() {
-  std::vector<Text> made;
-  for (const char* language : {"french", "german", "polish", "vietnamese"})
-    made.push_back({std::string("prose-") + language, prose(language, MiB * 5 / 6)});
-  made.push_back({"plain", text(Script::ascii, MiB)});
-  made.push_back({"sparse", text(Script::sparse, MiB)});
-  made.push_back({"dense", text(Script::cyrillic, MiB / 6)});
-  made.push_back({"dense-mixed", text(Script::mixed, MiB / 6)});
-  return made;
+/// Of the curves, only the sizes that differ most.
+bool isWanted(const Job& job) {
+  constexpr const char* sizes[] = {"-9B", "-64B", "-4KiB", "-1MiB"};
+  return std::any_of(std::begin(sizes), std::end(sizes), [&](const char* size) { return job.name.ends_with(size); });
 }
 
-using Peers = std::vector<std::pair<const char*, std::size_t (*)(std::string_view, char*)>>;
+void addDecoding(Table& table, const Codec& codec, const Job& job) {
+  const std::string name = std::string("Get") + codec.name;
+  table.add(plain, name, codec.decode, job, codec.decoders);
+  table.add(served, name, codec.decode, job, {});
+  table.add(wide, name, codec.decode, widened(job), {});
+}
 
-struct Codec {
-  const char* name;
-  RQCodec RQOperations::*decode;
-  RQCodec RQOperations::*encode;
-  Notation notation;
-  const char* nine;
-  std::vector<const char*> odd;  // notations of a shape that is rare
-  Peers decoders, encoders;
-};
+void addEncoding(Table& table, const Codec& codec, const Job& job) {
+  const std::string name = std::string("Put") + codec.name;
+  table.add(plain, name, codec.encode, job, codec.encoders);
+  table.add(wide, name, codec.encode, widened(job), {});
+}
 
-const Codec codecs[] = {
-    {"NCR",
-     &RQOperations::getNCR,
-     &RQOperations::putNCR,
-     Notation::decimal,
-     "a&#1078;b",
-     {"&#;", "&#xD83D;&#xDE00;", "&#6 5;", "&#x"},
-     {{"hand", hand::decodeReferences}, {"libxml2", libxmlDecodeReferences}},
-     {{"hand", hand::encodeReferences}, {"icu", icuEncodeReferences}}},
-    {"NCR-hex",
-     &RQOperations::getNCR,
-     nullptr,
-     Notation::hexadecimal,
-     "a&#x436;b",
-     {},
-     {{"hand", hand::decodeReferences}, {"libxml2", libxmlDecodeReferences}},
-     {}},
-    {"UEsc",
-     &RQOperations::getUEsc,
-     &RQOperations::putUEsc,
-     Notation::uEscape,
-     "a\\u0436bc",
-     {"\\u12", "\\uD83D\\uDE00", "\\u0001F600", "\\uu"},
-     {{"hand", hand::decodeEscapes}, {"simdjson", simdjsonDecodeEscapes}, {"absl", abslDecodeEscapes}},
-     {{"hand", hand::encodeEscapes}, {"icu", icuEncodeEscapes}}},
-    {"UParen",
-     &RQOperations::getUParen,
-     &RQOperations::putUParen,
-     Notation::uParen,
-     "a<U0436>b",
-     {"<U>", "<U0001F600>", "<U41>", "<U"},
-     {{"hand", hand::decodeParens}},
-     {{"hand", hand::encodeParens}}},
-};
-
-void addCodecs(Table& table) {
-  for (const Text& text : texts())
-    for (const Codec& codec : codecs) {
-      const std::string notations = escaped(text.characters, codec.notation), session = utf8(text.characters);
-      const std::string name = std::string("Get") + codec.name + ' ' + text.name;
-      table.add(plain, name, codec.decode, notations, session, codec.decoders);
-      table.add(served, name, codec.decode, notations, session, {});
-      table.add(wide, name, codec.decode, widened(notations), bytesOf(text.characters), {});
-      if (!codec.encode) continue;
-      const std::string putName = std::string("Put") + codec.name + ' ' + text.name;
-      const std::string all = escaped(text.characters, codec.notation, codec.notation == Notation::uParen);
-      table.add(plain, putName, codec.encode, session, all, codec.encoders);
-      table.add(wide, putName, codec.encode, bytesOf(text.characters), widened(all), {});
-    }
-  for (const Codec& codec : codecs) {
-    for (const char* unit : codec.odd)
-      table.add(plain, std::string("Get") + codec.name + ' ' + unit, codec.decode, repeated(unit, 64 << 10), "", {});
-    const std::string rest = repeated("lorem ipsum ", 55).substr(0, 55);
-    const std::string get = std::string("Get") + codec.name, put = std::string("Put") + codec.name;
-    table.add(plain, get + " 9B", codec.decode, codec.nine, "", codec.decoders);
-    table.add(plain, get + " 64B", codec.decode, rest + codec.nine, "", codec.decoders);
-    table.add(plain, get + " dense 256B", codec.decode, escaped(text(Script::cyrillic, 43), codec.notation), "",
-              codec.decoders);
-    if (!codec.encode) continue;
-    table.add(plain, put + " 9B", codec.encode, "caf\u00E9 au ", "", codec.encoders);
-    table.add(plain, put + " ascii 64B", codec.encode, rest + "lorem ips", "", codec.encoders);
-    table.add(plain, put + " ascii 4KiB", codec.encode, utf8(text(Script::ascii, 4096)), "", codec.encoders);
-    table.add(wide, put + " ascii 4KiB", codec.encode, bytesOf(text(Script::ascii, 4096)), "", {});
-  }
+void addCodec(Table& table, const Codec& codec) {
+  for (const Job& job : decodingJobs(codec))
+    if (isWanted(job)) addDecoding(table, codec, job);
+  if (codec.notation == Notation::decimal)
+    addDecoding(table, codec,
+                decoding("dense-hex-1MiB", text(Script::cyrillic, (1 << 20) / 6), Notation::hexadecimal));
+  for (const char* unit : codec.odd)
+    table.add(plain, std::string("Get") + codec.name, codec.decode, {unit, repeated(unit, 64 << 10), "", 0}, {});
+  for (const Job& job : encodingJobs(codec))
+    if (isWanted(job)) addEncoding(table, codec, job);
 }
 
 void addMeasures(Table& table) {
   for (const std::size_t count : {16U, 64U, 4096U})
     for (const auto& [name, slot] :
-         {std::pair{"Length ", &RQOperations::getUnicodeLength}, {"Width ", &RQOperations::getUnicodeWidth}})
-      for (const auto& [script, kind] : {std::pair{Script::ascii, "ascii"}, {Script::cjk, "cjk"}})
-        table.add(plain, name + std::to_string(count) + ' ' + kind, slot, utf8(text(script, count)), "", {});
+         {std::pair{"Length", &RQOperations::getUnicodeLength}, {"Width", &RQOperations::getUnicodeWidth}})
+      for (const auto& [script, kind] : {std::pair{Script::ascii, "ascii-"}, {Script::cjk, "cjk-"}})
+        table.add(plain, name, slot, {kind + std::to_string(count), utf8(text(script, count)), "", 0}, {});
 }
 
 }  // namespace
@@ -275,7 +205,7 @@ int main(int count, char** arguments) {
   rq::bench::offerCaseService(true);
   rq::bench::Table table(arguments[1], arguments[2], count > 3 ? std::atof(arguments[3]) : 0.2,
                          count > 4 ? arguments[4] : "");
-  rq::bench::addCodecs(table);
+  for (const rq::bench::Codec& codec : rq::bench::codecs) rq::bench::addCodec(table, codec);
   rq::bench::addMeasures(table);
   table.print();
 }

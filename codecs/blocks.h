@@ -14,8 +14,8 @@
 #include "codecs/cursor.h"
 #include "codecs/round_trip.h"
 #include "codecs/units.h"
-#include "frame/internal/work_buffer.h"
 #include "kit/kit.h"
+#include "kit/work_buffer.h"
 
 namespace rq {
 

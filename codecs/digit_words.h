@@ -39,6 +39,7 @@ struct FourDigits {
   }
 };
 inline constexpr FourDigits<16, hexDigit> fourHexDigits;
+inline constexpr FourDigits<16, upperHexDigit> fourUpperHexDigits;
 inline constexpr FourDigits<10, decimalDigit> fourDecimalDigits;
 
 // --- Up to eight digits, in a word that holds eight bytes of text, the first of them lowest.

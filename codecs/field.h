@@ -64,7 +64,9 @@ inline Field hexField(const Unit* field, Terminators<Unit>& terminators) {
     const Digits digits = readHexDigits(field, std::min(terminators.left(field), maxDigits));
     if (terminators.standsAt(field + digits.count)) return {digits, digits.count};
   }
-  const std::uint64_t length = terminators.distance(field);
+  const bool isCommon = terminators.left(field) > 4 && terminators.standsAt(field + 4) &&
+                        fourHexDigits.at(field) < noFourDigits;  // digits are no terminator
+  const std::uint64_t length = isCommon ? 4 : terminators.distance(field);
   if (length == noTerminator) return {{}, length};
   return {F::readHex(field, std::min(length, maxDigits)), length};
 }

@@ -5,13 +5,14 @@
 #include <concepts>
 #include <cstdint>
 
+#include "codecs/digit_words.h"
 #include "codecs/digits.h"
 #include "frame/interface.h"
 #include "frame/internal/kernel_handle.h"
 #include "frame/internal/wide_literal.h"
-#include "frame/internal/work_buffer.h"
 #include "frame/kit_exports.h"
 #include "kit/kit.h"
+#include "kit/work_buffer.h"
 
 namespace rq {
 
@@ -41,7 +42,12 @@ struct Served {
     RQ_UNINITIALIZED Unit scratch[scratchUnits];
     copyUnits(scratch, field, count);
     service->upperCase(service, scratch, count, 0);
-    return readDigits<16, upperHexDigit>(scratch, count);
+    Digits digits;
+    if (count >= 4) {
+      const std::uint32_t value = fourUpperHexDigits.at(scratch);
+      if (value < noFourDigits) digits = {value, 4};
+    }
+    return readDigits<16, upperHexDigit>(scratch, count, digits);
   }
   static void upperCase(Unit* digits, std::uint64_t count) {
     RQCharsetService* const service = charsetService();

@@ -4,6 +4,7 @@
 #include "codecs/blocks.h"
 #include "codecs/cursor.h"
 #include "codecs/digit_words.h"
+#include "codecs/encode_blocks.h"
 #include "codecs/field.h"
 #include "codecs/flavour.h"
 #include "codecs/surrogates.h"
@@ -131,11 +132,8 @@ constexpr std::uint32_t lastUnescaped = 0x80;
 
 /// The first value with six decimal places. No reference has more.
 constexpr std::uint32_t firstOfSixPlaces = 100000;
-
-/// Decimal places of an escaped character, without a branch.
-constexpr std::uint64_t placesOf(std::uint32_t character) {
-  return std::uint64_t{3} + (character >= 1000) + (character >= 10000) + (character >= firstOfSixPlaces);
-}
+/// Units of a reference with six places.
+constexpr std::uint64_t longReference = 9;
 
 /// The last four units of every reference: three digits and ';'.
 struct ReferenceEnds {
@@ -147,17 +145,50 @@ struct ReferenceEnds {
 };
 inline constexpr ReferenceEnds referenceEnds;
 
-/// Writes a decimal reference: its two marks, given as text, `places` digits, ';'. Returns its length. From 1,000,000
-/// the first digit exceeds 9 and becomes a zero unit. Kept: hosts depend on it.
+/// The thousands of a number below 100000 without leading zeros: as text, and the bits of that text.
+struct Thousands {
+  struct {
+    std::uint16_t text, bits;
+  } of[100];
+  consteval Thousands() : of{} {
+    for (std::uint32_t i = 1; i < 100; ++i) {
+      of[i].text = i < 10 ? static_cast<std::uint16_t>('0' + i) : decimalPairs.text[i];
+      of[i].bits = i < 10 ? 8 : 16;
+    }
+  }
+};
+inline constexpr Thousands thousands;
+
+/// A reference of three to five digits as text, and its length. `marks` are its first two units.
+struct ShortReference {
+  std::uint64_t text, length;
+  ShortReference(std::uint32_t marks, std::uint32_t value) {
+    const auto leading = thousands.of[value / 1000];
+    text = marks | (leading.text | std::uint64_t{referenceEnds.text[value % 1000]} << leading.bits) << 16;
+    length = 6 + leading.bits / 8;
+  }
+};
+
+/// Writes a reference with six places. From 1,000,000 the first digit exceeds 9 and becomes a zero unit. Kept: hosts
+/// depend on it.
 template <class Unit>
-inline std::uint64_t writeReference(Unit* out, std::uint32_t marks, std::uint32_t value, std::uint64_t places) {
+inline std::uint64_t writeLongReference(Unit* out, std::uint32_t marks, std::uint32_t value) {
   const std::uint32_t first = value / firstOfSixPlaces, others = value % firstOfSixPlaces;
-  const std::uint32_t leading = (first < 10 ? '0' + first : 0) | std::uint32_t{decimalPairs.text[others / 1000]} << 8;
-  const std::uint32_t shown = leading >> 8 * (6 - places);
-  storeText<4>(out, marks | shown << 16);
-  if (places == 6) store(out + 4, static_cast<Unit>(shown >> 16));
-  storeText<4>(out + places - 1, referenceEnds.text[others % 1000]);
-  return places + 3;
+  const std::uint64_t leading = (first < 10 ? '0' + first : 0) | std::uint32_t{decimalPairs.text[others / 1000]} << 8;
+  storeText<5>(out, marks | leading << 16);
+  storeText<4>(out + 5, referenceEnds.text[others % 1000]);
+  return longReference;
+}
+
+/// Writes a reference and returns its length, or 0 when it does not fit in `room` units.
+template <class Unit>
+inline std::uint64_t writeReference(Unit* out, std::uint64_t room, std::uint32_t marks, std::uint32_t value) {
+  if (value >= firstOfSixPlaces) return room < longReference ? 0 : writeLongReference(out, marks, value);
+  const ShortReference reference(marks, value);
+  if (room < reference.length) return 0;
+  storeText<4>(out, reference.text);
+  storeText<4>(out + reference.length - 4, referenceEnds.text[value % 1000]);
+  return reference.length;
 }
 
 /// The digits and the length of `<U0041>`, the U-paren notation with four digits.
@@ -188,56 +219,54 @@ constexpr std::uint64_t unescapedRoom = 10;
 template <class Unit>
 class UnescapedCharacters {
  public:
-  explicit UnescapedCharacters(RQTranscoder* toSession) : toSession_(toSession) {}
+  explicit UnescapedCharacters(RQTranscoder* toSession) : toSession_(toSession) { clear(states_); }
 
   Replacement<Unit> of(std::uint32_t character) {
-    Answer& answer = answers_[character];
-    std::uint64_t& word = known_[character / 64];
-    const std::uint64_t bit = std::uint64_t{1} << character % 64;
-    if ((word & bit) == 0) {
-      word |= bit;
-      std::uint64_t produced = 0;
-      std::memset(answer.units, 0, sizeof answer.units);  // bytes that a host leaves out must not show the stack
-      transcode(toSession_, &character, sizeof character, answer.units, sizeof answer.units, &produced);
-      answer.count = std::min<std::uint64_t>(produced, sizeof answer.units) / sizeof(Unit);
-      const bool same = answer.count == 1 && answer.units[0] == character;
-      if (same && character < 0x80 && character != '<') same_.add(character);  // '<' may begin a U-paren notation
-    }
-    return {answer.units, answer.count};
+    if (states_[character] == State::unknown) ask(character);
+    return {answers_[character].units, answers_[character].count};
   }
 
-  /// Whether the host has answered that the session writes `character` as the same unit.
-  bool isSame(std::uint32_t character) const { return same_.has(character); }
+  /// The characters of which the host has answered that the session writes them as the same unit, but '<': that may
+  /// begin a U-paren notation.
+  const kit::AsciiSet& same() const { return same_; }
 
-  /// Copies characters up to the first that isSame does not hold for. Returns their number.
+  /// Copies characters up to the first that is not one of these, and asks the host on the way. Returns their number.
   template <class Character>
-  std::uint64_t copySame(const Character* text, std::uint64_t count, Unit* out) const {
-    constexpr std::uint64_t shortRun = 8;  // a loop is faster than a kernel
-    for (std::uint64_t i = 0; i < shortRun; ++i) {
-      if (i == count || !isSame(load(text + i))) return i;
-      store(out + i, static_cast<Unit>(load(text + i)));
+  std::uint64_t copySame(const Character* text, std::uint64_t count, Unit* out) {
+    constexpr std::uint64_t shortRun = 16;  // a loop is faster than a kernel
+    for (std::uint64_t i = 0;;) {
+      for (const std::uint64_t end = std::min(count, i + shortRun); i < end; ++i) {
+        const Character character = load(text + i);
+        if (!isSame(character)) return i;
+        store(out + i, static_cast<Unit>(character));
+      }
+      if (i == count) return i;
+      if constexpr (sizeof(Character) == 1) i += kit::copyMembers(text + i, count - i, out + i, same_);
     }
-    return shortRun + copyManySame(text + shortRun, count - shortRun, out + shortRun);
   }
 
  private:
-  std::uint64_t copyManySame(const std::uint8_t* text, std::uint64_t count, std::uint8_t* out) const {
-    return kit::copyMembers(text, count, out, same_);
+  enum class State : std::uint8_t { unknown, known, same };
+
+  template <class Character>
+  bool isSame(Character character) {
+    if (sizeof(Character) > 1 && character >= kit::asciiEnd) return false;  // bytes are ASCII
+    if (states_[character] == State::same) return true;
+    if (states_[character] == State::known || character == '<') return false;
+    ask(character);
+    return states_[character] == State::same;
   }
-  std::uint64_t copyManySame(const RQChar* text, std::uint64_t count, std::uint8_t* out) const {
-    RQ_UNINITIALIZED std::uint8_t ascii[512];
-    std::uint64_t copied = 0, last = sizeof ascii;
-    for (; last == sizeof ascii; copied += last) {
-      const std::uint64_t next = std::min<std::uint64_t>(count - copied, sizeof ascii);
-      const std::uint64_t narrow = kit::copyWhileBelow(text + copied, next, ascii, '<', 0x80);
-      last = kit::copyMembers(ascii, narrow, out + copied, same_);
-    }
-    return copied;
-  }
-  std::uint64_t copyManySame(const RQChar* text, std::uint64_t count, RQChar* out) const {
-    std::uint64_t i = 0;
-    for (; i < count && isSame(load(text + i)); ++i) store(out + i, load(text + i));
-    return i;
+
+  [[gnu::noinline]] void ask(std::uint32_t character) {
+    Answer& answer = answers_[character];
+    std::uint64_t produced = 0;
+    std::memset(answer.units, 0, sizeof answer.units);  // bytes that a host leaves out must not show the stack
+    transcode(toSession_, &character, sizeof character, answer.units, sizeof answer.units, &produced);
+    answer.count = std::min<std::uint64_t>(produced, sizeof answer.units) / sizeof(Unit);
+    const bool isCopied = answer.count == 1 && answer.units[0] == character;
+    const bool same = isCopied && character < kit::asciiEnd && character != '<';
+    states_[character] = same ? State::same : State::known;
+    if (same) same_.add(character);
   }
 
   struct Answer {
@@ -245,7 +274,7 @@ class UnescapedCharacters {
     std::uint64_t count;
   };
   RQTranscoder* const toSession_;
-  std::uint64_t known_[lastUnescaped / 64 + 1] = {};
+  State states_[(lastUnescaped + 16) / 16 * 16];
   kit::AsciiSet same_;
   Answer answers_[lastUnescaped + 1];
 };
@@ -268,28 +297,29 @@ class NcrEncoder {
   std::uint64_t encode(const Character* text, std::uint64_t count) {
     std::uint64_t written = 0;
     for (std::uint64_t i = 0; i < count && written < capacity_; ++i) {
-      const Moved words = encodeWords(text + i, count - i, output_ + written, capacity_ - written);
-      i += words.read;
-      written += words.written;
+      if (fitsBlock(count - i, capacity_ - written)) {
+        const Moved blocks =
+            encodeBlocks(text + i, count - i, output_ + written, capacity_ - written, unescaped_.same(),
+                         copyBlock<Unit>, [this](Unit* out, const RQChar* at) { return writeOther(out, at); });
+        i += blocks.read;
+        written += blocks.written;
+      }
+      const std::uint64_t copied =
+          unescaped_.copySame(text + i, std::min(count - i, capacity_ - written), output_ + written);
+      i += copied;
+      written += copied;
       if (i == count || written == capacity_) break;
 
       std::uint32_t character = load(text + i);
-      if (unescaped_.isSame(character)) {
-        const std::uint64_t run =
-            unescaped_.copySame(text + i, std::min(count - i, capacity_ - written), output_ + written);
-        written += run;
-        i += run - 1;
-        continue;
-      }
       if (character == '<' && isUParen(text + i, count - i)) {
         character = uparenValue<F>(input_, units_);
         i += uparenLength - 1;
       }
       const std::uint64_t room = capacity_ - written;
       if (character > lastUnescaped) {
-        const std::uint64_t places = placesOf(character);
-        if (places + 3 > room) break;
-        written += writeReference(output_ + written, marks_, character, places);
+        const std::uint64_t length = writeReference(output_ + written, room, marks_, character);
+        if (length == 0) break;
+        written += length;
       } else {
         const Replacement<Unit> same = unescaped_.of(character);
         if (same.count > room) break;
@@ -301,26 +331,20 @@ class NcrEncoder {
   }
 
  private:
-  /// Encodes words: characters of up to five digits, and a blank before each if there is one. Uses no branch for the
-  /// blank, because it would be mispredicted once a word.
-  Moved encodeWords(const RQChar* text, std::uint64_t count, Unit* out, std::uint64_t room) const {
-    constexpr std::uint64_t longest = 8;
-    const bool blanks = unescaped_.isSame(' ');
-    const std::uint32_t marks = marks_;
-    Moved moved;
-    while (count - moved.read > 1 && room - moved.written > longest) {
-      const std::uint64_t gap = blanks & (load(text + moved.read) == ' ');
-      const std::uint32_t character = load(text + moved.read + gap);
-      if (character <= lastUnescaped || character >= firstOfSixPlaces) break;
-      store(out + moved.written, Unit{' '});  // without a blank, the reference overwrites it
-      moved.written += gap;
-      moved.written += writeReference(out + moved.written, marks, character, placesOf(character));
-      moved.read += gap + 1;
+  /// Encodes a character of a block that is not copied. Leaves what may be a U-paren notation.
+  std::uint64_t writeOther(Unit* out, const RQChar* at) {
+    const std::uint32_t character = load(at);
+    if (character >= firstOfSixPlaces) return writeLongReference(out, marks_, character);
+    if (character > lastUnescaped) {
+      const ShortReference reference(marks_, character);
+      storeText<8>(out, reference.text);
+      return reference.length;
     }
-    return moved;
+    if (character == '<' && withoutCase(load(at + 1)) == 'U') return leave;
+    const Replacement<Unit> same = unescaped_.of(character);
+    copyUnits(out, same.units, same.count);
+    return same.count;
   }
-  /// Bytes are ASCII: no word to encode.
-  Moved encodeWords(const std::uint8_t*, std::uint64_t, Unit*, std::uint64_t) const { return {}; }
 
   /// Whether a U-paren notation stands here: by its shape, and by taking one unit a character in the session.
   template <class Character>

@@ -2,14 +2,12 @@
 #ifndef RQUNI_CODECS_ROUND_TRIP_H
 #define RQUNI_CODECS_ROUND_TRIP_H
 
-#include <emmintrin.h>
-
 #include <cstdint>
 
 #include "codecs/units.h"
 #include "frame/interface.h"
 #include "frame/internal/transcode.h"
-#include "frame/internal/work_buffer.h"
+#include "kit/work_buffer.h"
 
 namespace rq {
 
@@ -40,9 +38,7 @@ class RoundTrips {
   void prepare() {
     if (isPrepared_) return;
     isPrepared_ = true;
-    __m128i zero = _mm_setzero_si128();
-    asm("" : "+x"(zero));  // hides the zero from the compiler, which would use `rep stos`: that is slow to start
-    for (std::uint32_t i = 0; i < slots; i += sizeof zero) store(bytes_ + i, zero);
+    clear(bytes_);
   }
 
   /// What is remembered of a code point. Call prepare() first.

@@ -4,6 +4,7 @@
 #include "codecs/blocks.h"
 #include "codecs/cursor.h"
 #include "codecs/digit_words.h"
+#include "codecs/encode_blocks.h"
 #include "codecs/flavour.h"
 #include "codecs/surrogates.h"
 #include "codecs/widen.h"
@@ -124,49 +125,48 @@ constexpr std::uint64_t escapeText(std::uint32_t digits) {
   return 'u' << 8 | hexText(digits) << 16;
 }
 
-/// Writes an escape and returns its length, or 0 when it does not fit in `room` units.
-template <class Unit>
-std::uint64_t writeEscape(Unit* out, std::uint64_t room, std::uint32_t character) {
-  const std::uint64_t length = character > 0xFFFF ? longLength : shortLength;
-  if (room < length) return 0;
-  if (length == shortLength) {
-    storeText<shortLength>(out, '\\' | escapeText(character));
-  } else {
-    storeText<shortLength>(out, '\\' | escapeText(character >> 16));
-    storeText<longLength - shortLength>(out + shortLength, hexText(character));
+/// Writes an escape and returns its length. Four digits are written by stores of `stored` units.
+template <std::uint64_t stored, class Unit>
+std::uint64_t writeEscape(Unit* out, std::uint32_t character) {
+  if (character <= 0xFFFF) {
+    storeText<stored>(out, '\\' | escapeText(character));
+    return shortLength;
   }
-  return length;
+  storeText<stored>(out, '\\' | escapeText(character >> 16));
+  storeText<longLength - shortLength>(out + shortLength, hexText(character));
+  return longLength;
 }
 
-/// Whether the encoder copies a character.
-constexpr bool isLiteral(std::uint32_t character) {
-  return (character != '\\') & (character < firstEscaped);
+/// The characters that the encoder copies: those below firstEscaped but the backslash.
+constexpr kit::AsciiSet literals = [] {
+  kit::AsciiSet set;
+  for (std::uint32_t c = 0; c < firstEscaped; ++c)
+    if (c != '\\') set.add(c);
+  return set;
+}();
+
+/// Encodes a character of a block that is not copied. Leaves a backslash before a marker, which may look like an
+/// escape.
+template <class Unit>
+std::uint64_t writeOther(Unit* out, const RQChar* at) {
+  const std::uint32_t character = load(at);
+  if (character != '\\') return writeEscape<8>(out, character);
+  store(out, Unit{'\\'});
+  return withoutCase(load(at + 1)) == 'U' ? leave : 1;
 }
 
-/// Encodes words: characters of four digits, and single literals that such a character follows. Uses no branch for
-/// the literal, because it would be mispredicted once a word: a literal overwrites the backslash of the next escape,
-/// and the escape is stored again behind it. A store writes up to 7 bytes too many. Later stores must cover these, so
-/// it stops before the last three characters and while two of the longest escapes fit.
-template <class Unit>
-Moved encodeWords(const RQChar* text, std::uint64_t count, Unit* out, std::uint64_t room) {
-  Moved moved;
-  constexpr std::uint64_t stored = sizeof(Unit) == 1 ? 8 : shortLength;
-  while (count - moved.read > 3 && room - moved.written >= stored + 2 * longLength) {
-    const std::uint32_t character = load(text + moved.read);
-    const std::uint64_t literals = isLiteral(character);  // 1 or 0
-    const std::uint32_t escaped = load(text + moved.read + literals);
-    if (escaped < firstEscaped || escaped > 0xFFFF) break;
-    storeText<stored>(out + moved.written,
-                      ('\\' + literals * (character - std::uint64_t{'\\'})) | escapeText(escaped));
-    moved.written += shortLength - (shortLength - 1) * literals;
-    ++moved.read;
+/// Copies literals up to the first other character. Returns their number.
+template <class Unit, class Character>
+std::uint64_t copyLiteralRun(const Character* text, std::uint64_t count, Unit* out) {
+  std::uint64_t i = 0;
+  if constexpr (sizeof(Character) > 1) {  // most runs are short, and a loop is faster than a kernel
+    constexpr std::uint64_t shortRun = 4;
+    for (; i < shortRun; ++i) {
+      if (i == count || !literals.has(load(text + i))) return i;
+      store(out + i, static_cast<Unit>(load(text + i)));
+    }
   }
-  return moved;
-}
-/// Bytes are ASCII: no word to encode.
-template <class Unit>
-Moved encodeWords(const std::uint8_t*, std::uint64_t, Unit*, std::uint64_t) {
-  return {};
+  return i + kit::copyWhileBelow(text + i, count - i, out + i, '\\', firstEscaped);
 }
 
 /// Encodes a text of characters. A doubled marker at the end may exceed the capacity by 2 units, *written included.
@@ -176,14 +176,20 @@ RQStatus encodeEscapes(const Character* text, std::uint64_t count, Unit* output,
   std::uint64_t out = 0;
   RQStatus status = RQ_SUCCESS;
   for (std::uint64_t i = 0; i < count && out < capacity;) {
-    const Moved words = encodeWords(text + i, count - i, output + out, capacity - out);
-    i += words.read;
-    out += words.written;  // text and room are left: encodeWords stops before their ends
-
+    if (fitsBlock(count - i, capacity - out)) {
+      const Moved blocks = encodeBlocks(
+          text + i, count - i, output + out, capacity - out, literals,
+          [](Unit* to, const RQChar* at, const std::uint8_t*, std::uint64_t most) {
+            return kit::copyWhileBelow(at, most, to, '\\', firstEscaped);
+          },
+          [](Unit* to, const RQChar* at) { return writeOther(to, at); });
+      i += blocks.read;
+      out += blocks.written;
+      if (i == count || out == capacity) break;
+    }
     const std::uint32_t character = load(text + i);
-    if (isLiteral(character)) {
-      const std::uint64_t limit = std::min(count - i, capacity - out);
-      const std::uint64_t copied = kit::copyWhileBelow(text + i, limit, output + out, '\\', firstEscaped);
+    if (literals.has(character)) {
+      const std::uint64_t copied = copyLiteralRun(text + i, std::min(count - i, capacity - out), output + out);
       i += copied;
       out += copied;
       continue;
@@ -198,12 +204,11 @@ RQStatus encodeEscapes(const Character* text, std::uint64_t count, Unit* output,
       store(output + out++, marker);
       continue;
     }
-    const std::uint64_t length = writeEscape(output + out, capacity - out, character);
-    if (length == 0) {
+    if (capacity - out < (character <= 0xFFFF ? shortLength : longLength)) {
       status = RQ_OUTPUT_TOO_SMALL;
       break;
     }
-    out += length;
+    out += writeEscape<shortLength>(output + out, character);
     ++i;
   }
   *written = out;

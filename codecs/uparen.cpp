@@ -1,4 +1,6 @@
 // The U-paren notation: `<`, `U` or `u`, four or eight hexadecimal digits, `>`.
+#include <emmintrin.h>
+
 #include <algorithm>
 
 #include "codecs/blocks.h"
@@ -140,6 +142,29 @@ std::uint64_t writeNotation(Unit* out, std::uint64_t room, std::uint32_t charact
   return length;
 }
 
+/// The notations of all ASCII characters, and a zero behind each.
+struct AsciiNotations {
+  std::uint64_t text[kit::asciiEnd];
+  consteval AsciiNotations() : text{} {
+    for (std::uint32_t c = 0; c < kit::asciiEnd; ++c) text[c] = shortText(c);
+  }
+};
+constexpr AsciiNotations asciiNotations;
+
+/// A character's notation with four digits. Bytes are ASCII.
+inline std::uint64_t notationText(std::uint8_t character) {
+  return asciiNotations.text[character];
+}
+inline std::uint64_t notationText(RQChar character) {
+  return shortText(character);
+}
+
+/// Whether one of 16 bytes is `character`.
+inline bool hasAny(const std::uint8_t* text, char character) {
+  const auto block = load<__m128i>(static_cast<const void*>(text));
+  return _mm_movemask_epi8(_mm_cmpeq_epi8(block, _mm_set1_epi8(character))) != 0;
+}
+
 /// Writes characters of four digits as notations, up to a '<', with one store each. Returns their number. A store
 /// writes one byte too many. Later stores must cover it, so it stops before the last character and while the longest
 /// notation fits.
@@ -148,10 +173,14 @@ std::uint64_t writeRun(std::uint8_t* out, std::uint64_t room, const Character* t
   if (room <= longLength || count < 2) return 0;
   const std::uint64_t limit = std::min(count - 1, (room - longLength) / shortLength);
   std::uint64_t i = 0;
+  if constexpr (sizeof(Character) == 1) {
+    for (; limit - i >= 16 && !hasAny(text + i, '<'); i += 16, out += 16 * shortLength)
+      for (std::uint64_t k = 0; k < 16; ++k) storeText<8>(out + k * shortLength, notationText(text[i + k]));
+  }
   for (; i < limit; ++i, out += shortLength) {
     const Character character = load(text + i);
     if (character > 0xFFFF || character == '<') break;
-    storeText<8>(out, shortText(character));
+    storeText<8>(out, notationText(character));
   }
   return i;
 }

@@ -5,8 +5,8 @@
 #include <cstdint>
 
 #include "frame/interface.h"
-#include "frame/internal/work_buffer.h"
 #include "kit/kit.h"
+#include "kit/work_buffer.h"
 
 namespace rq {
 

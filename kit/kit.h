@@ -136,6 +136,17 @@ inline std::uint64_t copyMembers(const std::uint8_t* in, std::uint64_t n, std::u
   return simd::active.copyMembers(in, n, out, set);
 }
 
+/// How many characters members() and narrowMembers() take.
+constexpr std::uint64_t memberBlock = 64;
+/// One bit for each byte of a block, the first lowest, that is in `set`.
+inline std::uint64_t members(const std::uint8_t* in, const AsciiSet& set) {
+  return simd::active.members(in, set);
+}
+/// The same of a block of characters, which it also stores as bytes. One above 0xFF becomes 0xFF.
+inline std::uint64_t narrowMembers(const RQChar* in, std::uint8_t* out, const AsciiSet& set) {
+  return simd::active.narrowMembers(in, out, set);
+}
+
 /// 1 when one of `n` doubles, given as their bits, is a NaN, else 0.
 inline std::int32_t anyNaN(const std::uint64_t* array, std::uint64_t n) {
   if (n == 0) return 0;

@@ -1,12 +1,22 @@
-"""Judges each cell of a record: the best peer, and the goals of goals.toml."""
+"""Judges each cell of a record: the best peer, the goals of goals.toml, and the machine's limits that excuse a goal."""
 import dataclasses
 import fnmatch
 import pathlib
+import statistics
 import tomllib
 
-GOALS = tomllib.loads((pathlib.Path(__file__).parents[1] / "goals.toml").read_text())
+FILE = tomllib.loads((pathlib.Path(__file__).parents[1] / "goals.toml").read_text())
+GOALS, LIMITS, MEANS = FILE["goals"], FILE["limits"], FILE["means"]
 TOLERANCE = 1.05  # what a virtual machine is allowed to be off
 NOT_PEERS = {"ours", "host", "copy"}  # a part of the row and a limit, not other ways to do its job
+
+
+@dataclasses.dataclass
+class Goal:
+    """A goal of a cell: the longest time in ns that meets it, and how to say it."""
+    bound: float
+    said: str
+    limits: list  # (longest time in ns, name) of each limit that the goal refers to and this run measured
 
 
 @dataclasses.dataclass
@@ -17,7 +27,7 @@ class Judged:
     cells: dict
     name: str | None  # of the best peer
     peer: dict | None
-    bounds: list  # (longest time in ns that meets the goal, how to say the goal)
+    goals: list
 
     @property
     def ours(self):
@@ -28,15 +38,27 @@ class Judged:
         """Our time over the best peer's; None without peer or figure."""
         return self.ours["ns"] / self.peer["ns"] if self.peer and "ns" in self.ours else None
 
-    @property
-    def missed(self):
-        """The goals not met, as (times the goal, goal)."""
-        over = [(self.ours["ns"] / max(bound, 1e-9), said) for bound, said in self.bounds]
-        return [one for one in over if one[0] > TOLERANCE]
+    def within(self, bound):
+        return self.ours["ns"] <= TOLERANCE * bound
+
+    def limit_of(self, goal):
+        """The first limit that a goal was missed for; None when there is none."""
+        return next((name for bound, name in goal.limits if self.within(bound)), None)
 
     @property
-    def met(self):
-        return None if not self.bounds else not self.missed
+    def over(self):
+        """The goals not met, each with the limit that excuses it or None."""
+        return [(goal, self.limit_of(goal)) for goal in self.goals if not self.within(goal.bound)]
+
+    @property
+    def missed(self):
+        """The goals missed without a reason, as (times the goal, goal)."""
+        return [(self.ours["ns"] / max(goal.bound, 1e-9), goal.said) for goal, limit in self.over if not limit]
+
+    @property
+    def at_limits(self):
+        """The limits that the cell has reached instead of a goal."""
+        return sorted({limit for _, limit in self.over if limit})
 
 
 def best(cells):
@@ -65,11 +87,18 @@ def reference(goal, rows, row, size, cells):
     return cell, of + (" " + column if column else "")
 
 
-def limit(goal, rows, row, size, cells):
+def jump(rows, size):
+    """What a jump through a table adds to a call, in ns; of short calls as measured at this size."""
+    calls = rows.get("limits/call", {})
+    cells = calls.get(size, calls.get("1", {}))
+    return max(cells["jump"]["ns"] - cells["nothing"]["ns"], 0) if len(cells) == 2 else None
+
+
+def bound_of(goal, rows, row, size, cells):
     """The longest time in ns that meets the goal, and how to say it; None where what it refers to was not measured."""
     ours = cells["ours"]
     if goal.get("own"):
-        own = limit({**goal, "own": False}, rows, row, size, cells)
+        own = bound_of({**goal, "own": False}, rows, row, size, cells)
         return own and "ns" in cells.get("host", {}) and (own[0] + cells["host"]["ns"], "own share " + own[1])
     if "gbps" in goal:
         return ours["bytes"] / goal["gbps"], f">= {goal['gbps']} GB/s"
@@ -80,6 +109,11 @@ def limit(goal, rows, row, size, cells):
     if "plus_of" in goal:
         service = rows.get(goal["plus_of"], {}).get(goal["plus_size"], {}).get("host", {})
         plus += service.get("ns", 0) * ours["characters"]
+    if goal.get("jump"):
+        price = jump(rows, size)
+        if price is None:
+            return None
+        plus += price
     if factor == 0:
         return plus, f"<= {goal['plus_per_character']} ns a character"
     cell, name = reference(goal, rows, row, size, cells)
@@ -93,17 +127,32 @@ def limit(goal, rows, row, size, cells):
     return bound, said + (f" + {plus:.3g} ns" if plus else "")
 
 
+def goals_of(rows, row, size, cells):
+    for goal in wanted(row, size):
+        bound = bound_of(goal, rows, row, size, cells)
+        if bound:
+            limits = [(bound_of(LIMITS[name], rows, row, size, cells), name) for name in goal.get("limits", "").split()]
+            yield Goal(*bound, [(limit[0], name) for limit, name in limits if limit])
+
+
 def judged(rows):
     """A Judged for each cell that the library has."""
     made = []
     for row, sizes in rows.items():
         for size, cells in sizes.items():
-            if "ours" not in cells:
-                continue
-            bounds = []
-            if "ns" in cells["ours"]:
-                bounds = [bound for goal in wanted(row, size) if (bound := limit(goal, rows, row, size, cells))]
-            made.append(Judged(row, size, cells, *best(cells), bounds))
+            if "ours" in cells:
+                goals = list(goals_of(rows, row, size, cells)) if "ns" in cells["ours"] else []
+                made.append(Judged(row, size, cells, *best(cells), goals))
+    return made
+
+
+def means(judged):
+    """For each family with such a goal the geometric mean of the ratios to the best peer, and the goal."""
+    made = {}
+    for family, goal in MEANS.items():
+        ratios = [one.ratio for one in judged if one.row.startswith(family + "/") and one.ratio]
+        if ratios:
+            made[family] = statistics.geometric_mean(ratios), goal
     return made
 
 

@@ -2,7 +2,7 @@
 import re
 import statistics
 
-from report import charts, goals
+from report import charts, goals, tables
 
 PAGE = charts.ROOT / "docs" / "performance.md"
 FAMILIES = {
@@ -36,6 +36,29 @@ def summary(records):
     return lines
 
 
+def reached(records):
+    """How the goals stand on each machine whose limits were measured, and the limits that took the place of goals."""
+    measured = [record for record in records.values() if "limits/call" in record["rows"]]
+    if not measured:
+        return ["No record here holds the machine's limits, so its goals are not judged."]
+    heads = " | ".join(short_name(record) for record in measured)
+    lines = [f"| goals | {heads} |", "|---" * (1 + len(measured)) + "|"]
+    judged = [goals.judged(record["rows"]) for record in measured]
+    counts = [tables.count(one) for one in judged]
+    for i, title in enumerate(("met", "replaced by a limit of the machine", "missed without a reason")):
+        lines.append(f"| {title} | " + " | ".join(str(count[i]) for count in counts) + " |")
+    for family, goal in goals.MEANS.items():
+        means = [goals.means(one)[family][0] for one in judged]
+        lines.append(f"| {FAMILIES[family]}: geometric mean of the times, best peer 1, goal {goal} | " +
+                     " | ".join(f"{mean:.2f}" for mean in means) + " |")
+    lines += ["", f"| limit, and the texts that reach it instead of a goal | {heads} |", "|---" * (1 + len(measured)) + "|"]
+    for name, limit in goals.LIMITS.items():
+        cells = [sum(name in one.at_limits for one in all_cells) for all_cells in judged]
+        if any(cells):
+            lines.append(f"| {limit['why']} | " + " | ".join(map(str, cells)) + " |")
+    return lines
+
+
 def machines(records):
     """A paragraph for each record, with its file."""
     lines = []
@@ -58,6 +81,6 @@ def filled(text, made):
 
 def write(records, drawn):
     """`drawn` is the file that the charts show."""
-    made = {"summary": summary(records), "machines": machines(records),
+    made = {"summary": summary(records), "goals": reached(records), "machines": machines(records),
             "charts": [f"The charts show [`{drawn.name}`](../bench/results/{drawn.name})."]}
     PAGE.write_text(filled(PAGE.read_text(), made))

@@ -57,14 +57,7 @@ std::u32string text(Script script, std::size_t characters) {
 std::u32string prose(const std::string& language, std::size_t characters) {
   std::ifstream file(RQ_CORPUS "/" + language + ".txt");
   std::vector<std::u32string> words;
-  for (std::string word; file >> word;) {
-    std::u32string wide(word.size(), U'\0');
-    std::uint64_t bytes = 0;
-    converter(RQ_ENCODING_UTF8, RQ_ENCODING_UTF32_LITTLE)(word.data(), word.size(), wide.data(), 4 * wide.size(),
-                                                          &bytes);
-    wide.resize(bytes / 4);
-    words.push_back(wide);
-  }
+  for (std::string word; file >> word;) words.push_back(utf32(word));
   if (words.empty()) {
     std::fprintf(stderr, "rq_bench: no words in %s\n", (RQ_CORPUS "/" + language + ".txt").c_str());
     std::exit(2);
@@ -83,6 +76,15 @@ std::string utf8(std::u32string_view text) {
   converter(RQ_ENCODING_UTF32_LITTLE, RQ_ENCODING_UTF8)(text.data(), 4 * text.size(), made.data(), made.size(),
                                                         &bytes);
   made.resize(bytes);
+  return made;
+}
+
+std::u32string utf32(std::string_view text) {
+  std::u32string made(text.size(), U'\0');
+  std::uint64_t bytes = 0;
+  converter(RQ_ENCODING_UTF8, RQ_ENCODING_UTF32_LITTLE)(text.data(), text.size(), made.data(), 4 * made.size(),
+                                                        &bytes);
+  made.resize(bytes / 4);
   return made;
 }
 

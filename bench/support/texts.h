@@ -15,6 +15,7 @@ std::u32string text(Script script, std::size_t characters);
 std::u32string prose(const std::string& language, std::size_t characters);
 
 std::string utf8(std::u32string_view text);
+std::u32string utf32(std::string_view text);
 
 enum class Notation { decimal, hexadecimal, uEscape, uParen };
 

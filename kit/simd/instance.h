@@ -5,6 +5,7 @@
 #include "kit/simd/case.h"
 #include "kit/simd/copy_until.h"
 #include "kit/simd/kernels.h"
+#include "kit/simd/members.h"
 #include "kit/simd/pairs.h"
 #include "kit/simd/width.h"
 
@@ -39,6 +40,8 @@ struct Instance {
       .anyNaN = {anyNaNShort<Vector<std::uint64_t>>, anyNaNLong<Vector<std::uint64_t>>},
       .narrowWhileBelow = copyWhileBelow<Vector<RQChar>, std::uint8_t>,
       .copyMembers = copyMembers<Copier<Byte>>,
+      .members = members<Copier<Byte>>,
+      .narrowMembers = narrowMembers<Vector<RQChar>>,
       .trim = trim<Vector<RQChar>>,
       .countWide = countWide<Vector<RQChar>>,
       .mapCase = mapCase<Vector<RQChar>>,

@@ -1,7 +1,7 @@
 // The kernels of one instruction set as a table of functions, and the table that is in use.
 //
-// find.h, copy.h, copy_until.h, case.h and width.h hold each algorithm once, as a template over a vector type.
-// sse2.cpp, avx2.cpp and avx512.cpp compile them, each for its vector. dispatch.cpp chooses when the library is
+// find.h, copy.h, copy_until.h, members.h, case.h and width.h hold each algorithm once, as a template over a vector
+// type. sse2.cpp, avx2.cpp and avx512.cpp compile them, each for its vector. dispatch.cpp chooses when the library is
 // loaded.
 #ifndef RQUNI_KIT_SIMD_KERNELS_H
 #define RQUNI_KIT_SIMD_KERNELS_H
@@ -53,6 +53,8 @@ struct Kernels {
   ShortAndLong<std::int32_t(const std::uint64_t* array, std::uint64_t n)> anyNaN;
   std::uint64_t (*narrowWhileBelow)(const RQChar* in, std::uint64_t n, std::uint8_t* out, RQChar stop, RQChar bound);
   std::uint64_t (*copyMembers)(const std::uint8_t* in, std::uint64_t n, std::uint8_t* out, const AsciiSet& set);
+  std::uint64_t (*members)(const std::uint8_t* in, const AsciiSet& set);
+  std::uint64_t (*narrowMembers)(const RQChar* in, std::uint8_t* out, const AsciiSet& set);
   std::uint64_t (*trim)(const RQChar* p, std::uint64_t n, RQChar c);
   std::uint64_t (*countWide)(const RQChar* p, std::uint64_t n);
   void (*mapCase)(RQChar* p, std::uint64_t n, const CaseMap& map);

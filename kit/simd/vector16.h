@@ -128,6 +128,17 @@ struct Vector16 {
     simd::store(p, _mm_cvtsi128_si32(_mm_packus_epi16(words, words)));
   }
 
+  /// Sixteen lanes as bytes. One above 0xFF becomes 0xFF.
+  static RQ_INLINE Vector16<std::uint8_t> loadNarrow16(const U* p) {
+    static_assert(sizeof(U) == 4);
+    const auto four = [=](std::uint64_t i) {  // the packs are signed: what has its sign bit set becomes the maximum
+      const __m128i x = load(p + i).v, negative = _mm_srai_epi32(x, 31);
+      return _mm_andnot_si128(_mm_set1_epi32(INT32_MIN), _mm_or_si128(x, negative));
+    };
+    const __m128i low = _mm_packs_epi32(four(0), four(4)), high = _mm_packs_epi32(four(8), four(12));
+    return {_mm_packus_epi16(low, high)};
+  }
+
   static RQ_INLINE Vector16 splat(U c) {
     if constexpr (sizeof(U) == 1) return {_mm_set1_epi8(static_cast<char>(c))};
     if constexpr (sizeof(U) == 2) return {_mm_set1_epi16(static_cast<short>(c))};

@@ -44,6 +44,13 @@ struct Vector32 {
     simd::store(p, static_cast<std::int64_t>(_mm_cvtsi128_si64(_mm_packus_epi16(words, words))));
   }
 
+  static RQ_INLINE Vector16<std::uint8_t> loadNarrow16(const U* p) {
+    static_assert(sizeof(U) == 4);
+    const auto eight = [=](std::uint64_t i) { return _mm256_min_epu32(load(p + i).v, _mm256_set1_epi32(0xFF)); };
+    const __m256i words = _mm256_permute4x64_epi64(_mm256_packus_epi32(eight(0), eight(8)), _MM_SHUFFLE(3, 1, 2, 0));
+    return {_mm_packus_epi16(_mm256_castsi256_si128(words), _mm256_extracti128_si256(words, 1))};
+  }
+
   static RQ_INLINE Vector32 splat(U c) {
     if constexpr (sizeof(U) == 1) return {_mm256_set1_epi8(static_cast<char>(c))};
     if constexpr (sizeof(U) == 2) return {_mm256_set1_epi16(static_cast<short>(c))};

@@ -42,6 +42,11 @@ struct Vector64 {
     _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm512_cvtepi32_epi8(v));
   }
 
+  static RQ_INLINE Vector16<std::uint8_t> loadNarrow16(const U* p) {
+    static_assert(sizeof(U) == 4);
+    return {_mm512_maskz_cvtusepi32_epi8(0xFFFF, load(p).v)};
+  }
+
   static RQ_INLINE Vector64 splat(U c) {
     if constexpr (sizeof(U) == 1) return {_mm512_set1_epi8(static_cast<char>(c))};
     if constexpr (sizeof(U) == 2) return {_mm512_set1_epi16(static_cast<short>(c))};

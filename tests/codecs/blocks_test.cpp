@@ -1,4 +1,4 @@
-/* Texts long enough to be decoded by blocks, beside the naive twin: each shape of notation at each place of a block,
+/* Texts long enough for blocks, beside the naive twin: each shape of notation or character at each place of a block,
  * inputs that end inside a notation, outputs that end anywhere. Input and output end at a guard page. */
 #include <gtest/gtest.h>
 
@@ -15,16 +15,18 @@
 namespace rq::test {
 namespace {
 
-constexpr std::size_t maxUnits = 12000;
+constexpr std::size_t maxUnits = 250000;
 constexpr std::uint8_t untouched = 0xC7;
 
-struct Decoder {
+struct Codec {
   const char* name;
   RQCodec RQOperations::*slot;
-  std::vector<std::u32string> shapes;  // of notations, common ones first
+  std::vector<std::u32string> shapes;  // of notations, or characters to escape, common ones first
+  std::uint64_t growth = 1;            // units that a unit may become
+  std::uint64_t slack = 1;             // units that may be written past the capacity
 };
 
-const Decoder decoders[] = {
+const Codec codecs[] = {
     {"getNCR",
      &RQOperations::getNCR,
      {U"&#233;",
@@ -66,6 +68,42 @@ const Decoder decoders[] = {
      {U"<U00E9>", U"<u0436>", U"<U4e2d>", U"<U0041>", U"<U0001F600>", U"<U41>", U"<U>", U"<Uxyz>", U"<U0041zz>",
       U"<U000000041>", U"<U00$1>", U"<UD83D>", U"<U", U"<", U">", U"<u<u0041>", U"<U0041", U"<U004\uFF11>"}},
     {"getUParenP", &RQOperations::getUParenP, {U"<U0041>", U"<u00E9>", U"<U0436>", U"<U41>", U"<U", U"<U0041zz>"}},
+    {"putNCR",
+     &RQOperations::putNCR,
+     {U"\u00E9",
+      U"\u0436",
+      U"\u4E2D",
+      U"\U0001869F",
+      U"\U000186A0",
+      U"\U0010FFFF",
+      U"\u03E7\u03E8\u270F\u2710",
+      U"\u0080",
+      U"\u0081",
+      U"\x7F",
+      std::u32string(1, U'\0'),
+      U"<",
+      U"<U",
+      U"<u0041>",
+      U"<U00E9>",
+      U"<V0041>",
+      U"<Uzzzz>",
+      U"<U<u0041>",
+      U"Q <\u00E9",
+      U"&\\;"},
+     9,
+     0},
+    {"putUEsc",
+     &RQOperations::putUEsc,
+     {U"\u00E9", U"\u0436", U"\u4E2D", U"\U0001F600", U"\U0010FFFF", U"\x7E\x7F\u0080", std::u32string(1, U'\0'),
+      U"\\", U"\\u", U"\\U", U"\\\\u0041", U"\\v", U"\\\u00E9", U"\\u\u00E9"},
+     10,
+     2},
+    {"putUParen",
+     &RQOperations::putUParen,
+     {U"\u00E9", U"\u0436", U"\u4E2D", U"\U0001F600", U"\U0010FFFF", U"<", U"<U", U"<u0041>", U"<U0001F600>",
+      U"<U<u0041>", U"<Uzzzz>"},
+     11,
+     4},
 };
 
 /// What a call did: its status, *written, all bytes of the output's room and the calls of the digits' service.
@@ -78,8 +116,8 @@ struct Outcome {
 
 class Comparison {
  public:
-  Comparison(const Decoder& decoder, Flavour flavour, std::uint32_t encoding)
-      : decoder_(decoder), flavour_(flavour), session_(encoding), input_(4 * maxUnits), output_(4 * maxUnits) {
+  Comparison(const Codec& codec, Flavour flavour, std::uint32_t encoding)
+      : codec_(codec), flavour_(flavour), session_(encoding), input_(4 * maxUnits), output_(4 * maxUnits) {
     session_.host.recording = false;
     session_.host.offer({true, true, false});
     twin::setKernel(session_.host.kernel());
@@ -90,20 +128,20 @@ class Comparison {
       std::replace_if(
           text.begin(), text.end(), [](char32_t c) { return c > 0xFF; }, U'?');
     const std::vector<std::uint8_t> units = unitsOf(flavour_, session_.encoding, text);
-    const RQCodec library = slotsOf(session_.object, flavour_).*decoder_.slot;
-    const RQCodec twin = twin::operations(flavour_).*decoder_.slot;
+    const RQCodec library = slotsOf(session_.object, flavour_).*codec_.slot;
+    const RQCodec twin = twin::operations(flavour_).*codec_.slot;
     const Outcome expected = call(twin, units, capacity), made = call(library, units, capacity);
     // The library does not ask for an empty run of digits.
     ASSERT_TRUE(made.status == expected.status && made.written == expected.written && made.room == expected.room &&
                 made.upperCases <= expected.upperCases)
-        << decoder_.name << ", " << nameOf(flavour_) << ", session " << session_.encoding << ", capacity " << capacity
+        << codec_.name << ", " << nameOf(flavour_) << ", session " << session_.encoding << ", capacity " << capacity
         << ": " << made.status << ", " << made.written << ", " << made.upperCases << " instead of " << expected.status
         << ", " << expected.written << ", " << expected.upperCases << " of " << shown(units, flavour_);
   }
 
  private:
   Outcome call(RQCodec codec, const std::vector<std::uint8_t>& units, std::uint64_t capacity) {
-    const std::uint64_t unit = unitBytes(flavour_), room = (capacity + 1) * unit;  // one more for a doubled marker
+    const std::uint64_t unit = unitBytes(flavour_), room = (capacity + codec_.slack) * unit;
     const std::uint8_t* const in = input_.place(units.data(), units.size());
     std::uint8_t* const out = output_.place(room);
     std::memset(out, untouched, room);
@@ -114,7 +152,7 @@ class Comparison {
     return outcome;
   }
 
-  const Decoder& decoder_;
+  const Codec& codec_;
   const Flavour flavour_;
   Session session_;
   GuardedBuffer input_, output_;
@@ -122,12 +160,12 @@ class Comparison {
 
 template <class Check>
 void forAll(Check check) {
-  for (const Decoder& decoder : decoders)
+  for (const Codec& codec : codecs)
     for (const Flavour flavour : {Flavour::plain, Flavour::served, Flavour::wide})
       for (const std::uint32_t encoding : {utf8, latin1, utf32}) {
         if ((flavour == Flavour::wide) != (encoding == utf32)) continue;
-        Comparison comparison(decoder, flavour, encoding);
-        check(decoder, comparison);
+        Comparison comparison(codec, flavour, encoding);
+        check(codec, comparison);
         if (testing::Test::HasFatalFailure()) return;
       }
 }
@@ -138,31 +176,33 @@ std::u32string repeated(const std::u32string& unit, std::size_t length) {
   return made;
 }
 
-// Common notations before and behind, so that the place lies in the middle of a block that is decoded.
+// Common shapes before and behind, so that the place lies in the middle of a block.
 TEST(Blocks, EveryShapeAtEveryPlace) {
-  forAll([](const Decoder& decoder, Comparison& comparison) {
-    const std::u32string before = repeated(decoder.shapes[0], 8), behind = repeated(decoder.shapes[1], 100);
-    for (const std::u32string& shape : decoder.shapes)
+  forAll([](const Codec& codec, Comparison& comparison) {
+    const std::u32string before = repeated(codec.shapes[0], 8), behind = repeated(codec.shapes[1], 100);
+    for (const std::u32string& shape : codec.shapes)
       for (std::size_t place = 0; place < 70; ++place) {
         const std::u32string text = before + std::u32string(place, U'x') + shape + behind;
-        ASSERT_NO_FATAL_FAILURE(comparison.expectSame(text, 1000));
+        ASSERT_NO_FATAL_FAILURE(comparison.expectSame(text, codec.growth * 1000));
       }
   });
 }
 
 TEST(Blocks, InputsThatEndAnywhere) {
-  forAll([](const Decoder& decoder, Comparison& comparison) {
-    std::u32string text = repeated(decoder.shapes[0] + U" x" + decoder.shapes[1], 100);
-    for (const std::u32string& shape : decoder.shapes) text += shape + decoder.shapes[0];
-    for (; text.size() > 60; text.pop_back()) ASSERT_NO_FATAL_FAILURE(comparison.expectSame(text, 1000));
+  forAll([](const Codec& codec, Comparison& comparison) {
+    std::u32string text = repeated(codec.shapes[0] + U" x" + codec.shapes[1], 100);
+    for (const std::u32string& shape : codec.shapes) text += shape + codec.shapes[0];
+    for (; text.size() > 60; text.pop_back())
+      ASSERT_NO_FATAL_FAILURE(comparison.expectSame(text, codec.growth * 1000));
   });
 }
 
 TEST(Blocks, OutputsThatEndAnywhere) {
-  forAll([](const Decoder& decoder, Comparison& comparison) {
-    std::u32string text = repeated(decoder.shapes[0] + U"abc" + decoder.shapes[1], 200) + std::u32string(150, U'y');
-    for (const std::u32string& shape : decoder.shapes) text += shape + decoder.shapes[0];
-    for (std::uint64_t capacity = 0; capacity < text.size() + 20; ++capacity)
+  forAll([](const Codec& codec, Comparison& comparison) {
+    std::u32string text = repeated(codec.shapes[0] + U"abc" + codec.shapes[1], 200) + std::u32string(150, U'y');
+    for (const std::u32string& shape : codec.shapes) text += shape + codec.shapes[0];
+    const std::uint64_t step = codec.growth == 1 ? 1 : 23;
+    for (std::uint64_t capacity = 0; capacity < codec.growth * text.size() + 20; capacity += step)
       ASSERT_NO_FATAL_FAILURE(comparison.expectSame(text, capacity));
   });
 }
@@ -171,18 +211,19 @@ TEST(Blocks, OutputsThatEndAnywhere) {
 TEST(Blocks, LongTextsAtRandom) {
   std::mt19937 random(11);
   const auto below = [&](std::size_t end) { return random() % end; };
-  forAll([&](const Decoder& decoder, Comparison& comparison) {
+  forAll([&](const Codec& codec, Comparison& comparison) {
     for (int i = 0; i < 25; ++i) {
       std::u32string text;
       const std::size_t length = 200 + below(4000);
       while (text.size() < length) {
         const std::size_t maxGap = std::size_t{1} << below(9), pieces = 1 + below(60), common = 1 + below(30);
         for (std::size_t k = 0; k < pieces; ++k) {
-          text += decoder.shapes[below(below(common) ? 3 : decoder.shapes.size())];
+          text += codec.shapes[below(below(common) ? 3 : codec.shapes.size())];
           text.append(below(maxGap), U'a' + static_cast<char32_t>(below(26)));
         }
       }
-      ASSERT_NO_FATAL_FAILURE(comparison.expectSame(text, below(4) ? text.size() : below(text.size())));
+      ASSERT_NO_FATAL_FAILURE(
+          comparison.expectSame(text, codec.growth * (below(4) ? text.size() : below(text.size()))));
     }
   });
 }

@@ -139,6 +139,40 @@ TEST(copyMembers, InEveryShape) {
       });
 }
 
+// Characters at every distance from a limit of a byte, a half-word and the sign, among others.
+TEST(narrowMembers, TellsEveryCharacterInEveryPlace) {
+  kit::AsciiSet set;
+  for (const std::uint32_t c : {U'\0', U' ', U'A', U'~', U'\x7F'}) set.add(c);
+  std::vector<RQChar> characters = {0xFFFFFFFF, 0xFFFFFF41, 0x80000000, 0x80000041, 0x7FFFFFFF, 0x10000, 0x10041};
+  for (RQChar c = 0; c < 0x300; ++c) characters.push_back(c);
+  for (const RQChar limit : {0x7FFFU, 0x8041U, 0xFFFFU, 0xFF41U}) characters.push_back(limit);
+  RQChar block[kit::memberBlock];
+  for (const RQChar c : characters)
+    for (std::uint64_t place = 0; place < kit::memberBlock; ++place) {
+      std::fill(std::begin(block), std::end(block), place % 2 ? U'A' : U'\u00E9');
+      block[place] = c;
+      Byte out[kit::memberBlock];
+      const std::uint64_t bits = kit::narrowMembers(block, out, set);
+      for (std::uint64_t i = 0; i < kit::memberBlock; ++i) {
+        ASSERT_EQ(bits >> i & 1, set.has(block[i])) << c << " at " << place;
+        ASSERT_EQ(out[i], std::min<RQChar>(block[i], 0xFF)) << c << " at " << place;
+      }
+    }
+}
+
+TEST(members, TellsEveryByteInEveryPlace) {
+  kit::AsciiSet set;
+  for (const std::uint32_t c : {U'\0', U' ', U'A', U'~', U'\x7F'}) set.add(c);
+  Byte block[kit::memberBlock];
+  for (std::uint32_t c = 0; c < 0x100; ++c)
+    for (std::uint64_t place = 0; place < kit::memberBlock; ++place) {
+      std::fill(std::begin(block), std::end(block), place % 2 ? Byte{'A'} : Byte{0xE9});
+      block[place] = static_cast<Byte>(c);
+      const std::uint64_t bits = kit::members(block, set);
+      for (std::uint64_t i = 0; i < kit::memberBlock; ++i) ASSERT_EQ(bits >> i & 1, set.has(block[i])) << c;
+    }
+}
+
 TEST(AsciiSet, HoldsWhatWasAddedForEveryByte) {
   for (std::uint32_t c = 0; c < 0x80; ++c) {
     kit::AsciiSet one;

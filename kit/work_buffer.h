@@ -1,12 +1,12 @@
 // The working buffer of an operation: 1024 bytes on the stack for short texts, a block of the object's pool for
 // others.
-#ifndef RQUNI_FRAME_INTERNAL_WORK_BUFFER_H
-#define RQUNI_FRAME_INTERNAL_WORK_BUFFER_H
+#ifndef RQUNI_KIT_WORK_BUFFER_H
+#define RQUNI_KIT_WORK_BUFFER_H
 
 #include <cstdint>
-#include <cstring>
 
 #include "frame/internal/transcode.h"
+#include "kit/kit.h"
 
 namespace rq {
 
@@ -40,26 +40,18 @@ class WorkBuffer {
   /// length that the transcoder stores starts at `produced`; one beyond the buffer counts as a full buffer.
   std::uint64_t convert(RQTranscoder* transcoder, const void* input, std::uint64_t inputBytes,
                         std::uint64_t produced) {
-    if (!block_) clear();
+    if (!block_) kit::fill(local_, 0, maxCharacters);  // bytes that a host leaves out must not show the stack
     transcode(transcoder, input, inputBytes, characters_, bytes_, &produced);
     return (produced < bytes_ ? produced : bytes_) / sizeof(RQChar);
   }
 
  private:
-  /// Bytes that a host leaves out must not show the stack. Hides the length from the compiler, which would use
-  /// `rep stos`: that takes longer to start than memset takes to finish. Built in, because only one C library has the
-  /// checked form.
-  void clear() {
-    std::uint64_t bytes = sizeof local_;
-    asm("" : "+r"(bytes));
-    __builtin_memset(local_, 0, bytes);
-  }
-
   RQPool* pool_;
   void* block_ = nullptr;
   RQChar* characters_ = local_;
   std::uint64_t bytes_ = sizeof local_;
-  RQChar local_[256];
+  static constexpr std::uint64_t maxCharacters = 256;  // of local_
+  RQChar local_[maxCharacters];
 };
 
 /// Keeps the compiler from clearing a local object first. For buffers that are written before they are read.
