@@ -91,11 +91,14 @@ Conversion convert(const Codec& source, const Codec& target, Bytes input, Mutabl
   if (whole.ended || target.cutsCleanly()) return {whole.produced, whole.outcome};
   // The target may have cut a character or lack its text's end: take the longest beginning that comes out whole. The
   // character in question is at most a few before the point where the first attempt stopped.
+  // Where it has no room for its end, that is what ends the text, and not what follows.
+  Outcome outcome = whole.outcome;
   for (std::size_t characters = whole.characters; characters > 0; --characters) {
     const Attempt beginning = attempt(source, target, input, output, characters);
-    if (beginning.ended) return {beginning.produced, whole.outcome};
+    if (beginning.ended) return {beginning.produced, outcome};
+    if (beginning.outcome == Outcome::outputFull) outcome = Outcome::outputFull;
   }
-  return {0, whole.outcome};
+  return {0, outcome};
 }
 
 ConversionWatch::ConversionWatch(Bytes text) : text_(text) {

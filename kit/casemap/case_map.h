@@ -9,7 +9,8 @@
 namespace rq::kit {
 
 /// The characters of the BMP, and of one block of it.
-constexpr RQChar planeSize = 0x10000, blockShift = 7, blockSize = 1 << blockShift;
+constexpr int blockShift = 7;
+constexpr RQChar planeSize = 0x10000, blockSize = 1 << blockShift;
 
 /// Two levels. `meta` has an entry for each block of the BMP, and one for all characters beyond: the index at which
 /// the block begins in `shift`. `shift` holds the distance of each character to what it maps to, `shift16` the same

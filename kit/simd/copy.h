@@ -75,7 +75,7 @@ RQ_INLINE void moveBelow16(const Byte* s, Byte* d, std::uint64_t n) {
   if (n >= 8) return ends(std::uint64_t{});
   if (n >= 4) return ends(std::uint32_t{});
   if (n >= 2) return ends(std::uint16_t{});
-  if (n == 1) *d = *s;
+  if (n == 1) store(d, load<Byte>(s));
 }
 
 /// Where four vectors of 16 bytes cover 16 to 64 bytes: at both ends, and this far from either. One case for all
@@ -269,7 +269,7 @@ RQ_INLINE void storePartial(Byte* d, __m128i v, std::uint64_t n) {
     d += 2;
     rest >>= 16;
   }
-  if (n & 1) *d = static_cast<Byte>(rest);
+  if (n & 1) store(d, static_cast<Byte>(rest));
 }
 
 /// Up to here a forward copy onto itself stores its pattern 16 bytes at a time.

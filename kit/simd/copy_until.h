@@ -14,7 +14,7 @@ RQ_INLINE void put(V v, typename V::Lane* out) {
   v.store(out);
 }
 template <class V>
-requires(V::bytes > V::lanes) RQ_INLINE void put(V v, std::uint8_t* out) {
+requires(sizeof(typename V::Lane) > 1) RQ_INLINE void put(V v, std::uint8_t* out) {
   v.storeNarrow(out);
 }
 

@@ -6,6 +6,7 @@
 #ifndef RQUNI_KIT_SIMD_KERNELS_H
 #define RQUNI_KIT_SIMD_KERNELS_H
 
+#include <cstddef>
 #include <cstdint>
 
 #include "frame/types.h"
@@ -62,7 +63,7 @@ struct Kernels {
 };
 
 /// The page size of every x86-64 system.
-constexpr std::uint64_t pageBytes = 4096;
+constexpr std::size_t pageBytes = 4096;
 
 /// A table that has its pages for itself, so that they can be made read-only.
 struct alignas(pageBytes) SealedKernels : Kernels {};

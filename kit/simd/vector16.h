@@ -73,9 +73,8 @@ RQ_INLINE __m128i loadBytes(const void* p, std::uint64_t n) {
     const std::uint64_t high = load<std::uint32_t>(advanced(p, n - 4));
     return _mm_cvtsi64_si128(static_cast<std::int64_t>(low | high << (8 * (n - 4))));
   }
-  const auto* const bytes = static_cast<const std::uint8_t*>(p);
-  const std::uint32_t ends = bytes[0] | std::uint32_t{bytes[n - 1]} << (8 * (n - 1));
-  return _mm_cvtsi32_si128(static_cast<int>(ends | std::uint32_t{bytes[n / 2]} << (8 * (n / 2))));
+  const auto byte = [p](std::uint64_t i) { return std::uint32_t{load<std::uint8_t>(advanced(p, i))} << (8 * i); };
+  return _mm_cvtsi32_si128(static_cast<int>(byte(0) | byte(n / 2) | byte(n - 1)));
 }
 
 /// By the high half of a byte, the bit that an AsciiSet tests: 1 << half, and for 8 to 15 a byte that no row can

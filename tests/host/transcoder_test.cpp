@@ -109,6 +109,23 @@ TEST(Transcoder, ReportsUnmappableCharacters) {
   });
 }
 
+TEST(Transcoder, EndsWithTheTextThatHasNoRoom) {
+  // The first character fits, the return to ASCII behind it does not; the next one has no bytes in the encoding.
+  const Converted cut = convert("UTF-8", "ISO-2022-JP", "\u65E5\u200D", 7);
+  EXPECT_EQ(cut.bytes, "");
+  EXPECT_EQ(cut.outcome, Outcome::outputFull);
+}
+
+TEST(Transcoder, BeginsEachTextAfresh) {
+  for (const char* const encoding : {"x11-compound-text", "ISO-2022-JP", "UTF-7", "SCSU", "HZ"}) {
+    const Converted first = convert("UTF-8", encoding, "\u03B1");
+    convert("UTF-8", encoding, "\u0416");
+    EXPECT_EQ(convert("UTF-8", encoding, "\u03B1").bytes, first.bytes) << encoding;
+    convert(encoding, "UTF-8", first.bytes);
+    EXPECT_EQ(convert(encoding, "UTF-8", "a").bytes, "a") << encoding;
+  }
+}
+
 TEST(Transcoder, GivesEachEndAStatusOfItsOwn) {
   const std::array outcomes = {Outcome::done,      Outcome::outputFull, Outcome::truncated,
                                Outcome::malformed, Outcome::unmappable, Outcome::unavailable};
