@@ -80,7 +80,7 @@ Done choose(const char* what, const Names& names, const std::string& word, T& va
 struct Arguments {
   Job job;
   std::string subject, flavour = "plain", invalid = "error", inPlace;
-  std::optional<std::string> unmappable, padBytes;
+  std::optional<std::string> unmappable, padBytes, jobs;
 };
 
 Done chooseSubject(const std::string& word, Job& job) {
@@ -109,16 +109,19 @@ Done chooseUnmappable(const std::optional<std::string>& word, Job& job) {
   return Error{Error::Kind::usage, "--host and --unmappable cannot go together here: the host decides"};
 }
 
-Done choosePad(const std::optional<std::string>& word, Job& job) {
+/// Sets `value` to the number that the option gives, if it is given.
+template <class Number>
+Done readNumber(const char* option, const std::optional<std::string>& word, Number least, Number most,
+                std::optional<Number>& value) {
   if (!word) return host::done();
-  std::uint64_t bytes = 0;
   const char* const end = word->data() + word->size();
-  const auto [read, error] = std::from_chars(word->data(), end, bytes);
-  if (error != std::errc() || read != end || bytes > longestField) {
-    return Error{Error::Kind::usage,
-                 "--pad needs a number of bytes from 0 to " + std::to_string(longestField) + ", not '" + *word + "'"};
+  Number number{};
+  const auto [read, error] = std::from_chars(word->data(), end, number);
+  if (error != std::errc() || read != end || number < least || number > most) {
+    return Error{Error::Kind::usage, std::string(option) + " needs a number from " + std::to_string(least) + " to " +
+                                         std::to_string(most) + ", not '" + *word + "'"};
   }
-  job.padBytes = bytes;
+  value = number;
   return host::done();
 }
 
@@ -130,7 +133,10 @@ Result<Job> jobOf(Arguments arguments) {
     return chosen.error();
   }
   if (Done chosen = chooseUnmappable(arguments.unmappable, job); !chosen) return chosen.error();
-  if (Done chosen = choosePad(arguments.padBytes, job); !chosen) return chosen.error();
+  if (Done read = readNumber("--pad", arguments.padBytes, std::uint64_t{0}, longestField, job.padBytes); !read) {
+    return read.error();
+  }
+  if (Done read = readNumber("--jobs", arguments.jobs, 1U, mostJobs, job.jobs); !read) return read.error();
   job.inPlace = !arguments.inPlace.empty();
   if (job.inPlace && arguments.inPlace != withoutSuffix) job.backupSuffix = arguments.inPlace;
   if (job.backupSuffix.find('/') != std::string::npos) {
@@ -185,12 +191,12 @@ void addSession(CLI::App& app, Arguments& arguments) {
       ->type_name(choiceType(namesOf(flavourNames)));
 }
 
-void addTexts(CLI::App& app, Job& job) {
+void addTexts(CLI::App& app, Arguments& arguments) {
+  Job& job = arguments.job;
   app.add_option("file", job.files, "Files, - for standard input, which is also the default")->type_name(fileType);
   app.add_flag("--lines", job.lines, "Take each line for a text of its own, in bounded memory");
-  app.add_option("-j,--jobs", job.jobs, "Work with so many threads (default: one for each processor)")
-      ->type_name("NUMBER")
-      ->check(CLI::Range(1U, mostJobs));
+  app.add_option("-j,--jobs", arguments.jobs, "Work with so many threads (default: one for each processor)")
+      ->type_name("NUMBER");
   app.add_flag_callback(
       "--progress", [&job] { job.progress = true; }, "Show progress");
   app.add_flag_callback(
@@ -208,7 +214,7 @@ void addOptions(CLI::App& app, const Command& command, Arguments& arguments) {
         ->type_name(fileType);
   }
   app.add_option("-o,--output", job.output, "Write to this file instead of standard output")->type_name(fileType);
-  if (command.has(takes::texts)) addTexts(app, job);
+  if (command.has(takes::texts)) addTexts(app, arguments);
   CLI::Option* inPlace = nullptr;
   if (command.has(takes::inPlace)) {
     inPlace = app.add_flag("-i,--in-place", arguments.inPlace,
