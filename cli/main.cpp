@@ -52,7 +52,7 @@ Done checkFiles(const Job& job) {
     if (job.inPlace && file == "-") return wrong("--in-place needs files");
     const std::optional<FileIdentity> identity = identityOf(file);
     if (!identity) continue;
-    if (job.inPlace && !known.insert(*identity).second) return wrong(file + " is given twice");
+    if (job.inPlace && !known.insert(*identity).second) return wrong(shownName(file) + " is given twice");
     if (job.output ? *job.output != "/dev/null" && identity == identityOf(*job.output)
                    : !job.inPlace && identity == identityOfStandardOutput()) {
       return wrong(shownName(file) + " is also the output");

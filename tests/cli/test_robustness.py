@@ -191,6 +191,9 @@ class JsonRows(ToolTest):
         self.fail_with(DATA, f"rqtext: {shown}: invalid bytes FF", "to", "utf8", path)
         self.fail_with(SYSTEM, f"cannot read {shown}x: No such file", "to", "utf8", path + "x")
         self.fail_with(SYSTEM, f"cannot edit {shown}x: No such file", "decode", "ncr", "-i", path + "x")
+        self.fail_with(USAGE, f"{shown} is given twice", "decode", "ncr", "-i", path, path)
+        rows = self.succeed("length", "-s", "latin1", path, "-", text=b"ab")
+        self.assertEqual(rows.decode(), f"{shown}\t1\n-\t2\n")
 
     def test_names_that_are_no_text(self):
         path = os.fsencode(self.folder) + b"/\xff\xfe"
