@@ -21,8 +21,8 @@ constexpr std::uint64_t longestField = std::uint64_t{1} << 30;
 constexpr unsigned mostJobs = 64;
 
 constexpr const char* footer =
-    "\nExit codes: 0 done, 1 a text has a problem (the message says where), 2 wrong usage, 3 files, memory or "
-    "library.\n"
+    "\nExit codes: 0 done, 1 a text has a problem (the message says where), 2 wrong usage, 3 files, memory, "
+    "library or host failed.\n"
     "The output is complete only with exit code 0.";
 
 constexpr const char* more = "\nrqtext --help shows commands and options.";
@@ -80,7 +80,7 @@ Done choose(const char* what, const Names& names, const std::string& word, T& va
 struct Arguments {
   Job job;
   std::string subject, flavour = "plain", invalid = "error", inPlace;
-  std::optional<std::string> unmappable, padBytes;
+  std::optional<std::string> unmappable, padBytes, jobs;
 };
 
 Done chooseSubject(const std::string& word, Job& job) {
@@ -106,19 +106,22 @@ Done chooseUnmappable(const std::optional<std::string>& word, Job& job) {
   if (!word) return host::done();
   if (Done chosen = choose("choice for --unmappable", unmappableNames, *word, job.unmappable); !chosen) return chosen;
   if (job.host.empty() || job.command->subject != Subject::form) return host::done();
-  return Error{Error::Kind::usage, "--host and --unmappable cannot go together here: the host decides"};
+  return Error{Error::Kind::usage, "--host and --unmappable cannot go together with from: the host decides"};
 }
 
-Done choosePad(const std::optional<std::string>& word, Job& job) {
+/// Sets `value` to the number that the option gives, if it is given.
+template <class Number>
+Done readNumber(const char* option, const std::optional<std::string>& word, Number least, Number most,
+                std::optional<Number>& value) {
   if (!word) return host::done();
-  std::uint64_t bytes = 0;
   const char* const end = word->data() + word->size();
-  const auto [read, error] = std::from_chars(word->data(), end, bytes);
-  if (error != std::errc() || read != end || bytes > longestField) {
-    return Error{Error::Kind::usage,
-                 "--pad needs a number of bytes from 0 to " + std::to_string(longestField) + ", not '" + *word + "'"};
+  Number number{};
+  const auto [read, error] = std::from_chars(word->data(), end, number);
+  if (error != std::errc() || read != end || number < least || number > most) {
+    return Error{Error::Kind::usage, std::string(option) + " needs a number from " + std::to_string(least) + " to " +
+                                         std::to_string(most) + ", not '" + *word + "'"};
   }
-  job.padBytes = bytes;
+  value = number;
   return host::done();
 }
 
@@ -130,7 +133,10 @@ Result<Job> jobOf(Arguments arguments) {
     return chosen.error();
   }
   if (Done chosen = chooseUnmappable(arguments.unmappable, job); !chosen) return chosen.error();
-  if (Done chosen = choosePad(arguments.padBytes, job); !chosen) return chosen.error();
+  if (Done read = readNumber("--pad", arguments.padBytes, std::uint64_t{0}, longestField, job.padBytes); !read) {
+    return read.error();
+  }
+  if (Done read = readNumber("--jobs", arguments.jobs, 1U, mostJobs, job.jobs); !read) return read.error();
   job.inPlace = !arguments.inPlace.empty();
   if (job.inPlace && arguments.inPlace != withoutSuffix) job.backupSuffix = arguments.inPlace;
   if (job.backupSuffix.find('/') != std::string::npos) {
@@ -152,7 +158,8 @@ void addChoice(CLI::App& app, const char* name, std::string& value, const std::v
   app.add_option(name, value, help)->required()->type_name(choiceType(choices));
 }
 
-constexpr const char* formHelp = "What the Unicode text is in; utf16 and utf32: its byte order mark says the order";
+constexpr const char* formHelp =
+    "utf8, utf16be, utf16le, utf32be, utf32le; utf16 and utf32: a byte order mark says which order";
 constexpr const char* decodedHelp =
     "ncr: &#233; and &#xE9;  uesc: \\u00E9  uparen: <U00E9>  uparen-ascii: <U0041>, below U+0080 only";
 constexpr const char* encodedHelp = "ncr: &#233;  uesc: \\u00E9  uparen: <u00E9>";
@@ -181,41 +188,43 @@ void addSession(CLI::App& app, Arguments& arguments) {
   app.add_option("-s,--session", arguments.job.session, "Session encoding (default UTF-8; UTF-32LE for flavour t)")
       ->type_name(encodingType);
   app.add_option("--flavour", arguments.flavour,
-                 "plain; s: hexadecimal digits by the host's service; t: 4-byte characters")
+                 "plain; s: the host's service reads hexadecimal digits; t: characters of 4 bytes")
       ->type_name(choiceType(namesOf(flavourNames)));
 }
 
-void addTexts(CLI::App& app, Job& job) {
-  app.add_option("file", job.files, "Files, - for standard input, which is also the default")->type_name(fileType);
-  app.add_flag("--lines", job.lines, "Take each line for a text of its own, in bounded memory");
-  app.add_option("-j,--jobs", job.jobs, "Work with so many threads (default: one for each processor)")
-      ->type_name("NUMBER")
-      ->check(CLI::Range(1U, mostJobs));
+void addTexts(CLI::App& app, Arguments& arguments) {
+  Job& job = arguments.job;
+  app.add_option("file", job.files, "Files to read; - is standard input, which is read without files too")
+      ->type_name(fileType);
+  app.add_flag("--lines", job.lines, "Take each line as a text of its own");
+  app.add_option("-j,--jobs", arguments.jobs, "Use this many threads (default: one for each processor)")
+      ->type_name("NUMBER");
   app.add_flag_callback(
-      "--progress", [&job] { job.progress = true; }, "Show progress");
+      "--progress", [&job] { job.progress = true; },
+      "Show progress (default: after a second, on a terminal, for files)");
   app.add_flag_callback(
-      "--no-progress", [&job] { job.progress = false; },
-      "Show none (default: after a second, on a terminal, for files)");
+      "--no-progress", [&job] { job.progress = false; }, "Show no progress");
 }
 
 void addOptions(CLI::App& app, const Command& command, Arguments& arguments) {
   Job& job = arguments.job;
   if (command.has(takes::session)) addSession(app, arguments);
   if (command.has(takes::threads))
-    app.add_flag("--threads", job.threads, "Check as well that several threads may use one object");
+    app.add_flag("--threads", job.threads, "Also check that several threads may use one object");
   if (command.has(takes::library)) {
-    app.add_option("--library", job.library, "The library to load (default: beside the tool, then the loader's)")
+    app.add_option("--library", job.library,
+                   "The library to load (default: the one beside the tool, else the system's)")
         ->type_name(fileType);
   }
   app.add_option("-o,--output", job.output, "Write to this file instead of standard output")->type_name(fileType);
-  if (command.has(takes::texts)) addTexts(app, job);
+  if (command.has(takes::texts)) addTexts(app, arguments);
   CLI::Option* inPlace = nullptr;
   if (command.has(takes::inPlace)) {
     inPlace = app.add_flag("-i,--in-place", arguments.inPlace,
-                           "Write each result into its own file; -i.bak or --in-place=.bak keeps the old one")
+                           "Write each result into its file; -i.bak or --in-place=.bak keeps the old one")
                   ->type_name("SUFFIX")
                   ->excludes("--output");
-    app.add_flag("--keep-going", job.keepGoing, "Work on the other files when one has a problem");
+    app.add_flag("--keep-going", job.keepGoing, "Go on with the other files when one has a problem");
   }
   if (command.has(takes::host)) {
     CLI::Option* guest =
@@ -224,7 +233,8 @@ void addOptions(CLI::App& app, const Command& command, Arguments& arguments) {
     if (inPlace != nullptr) inPlace->excludes(guest);
   }
   if (command.has(takes::invalid)) {
-    app.add_option("--invalid", arguments.invalid, "What becomes of bytes that are not valid in the session encoding")
+    app.add_option("--invalid", arguments.invalid,
+                   "What to do with bytes that are not valid in the session encoding (default error)")
         ->type_name(choiceType(namesOf(invalidNames)));
   }
   CLI::Option* unmappable = nullptr;
@@ -233,16 +243,17 @@ void addOptions(CLI::App& app, const Command& command, Arguments& arguments) {
                      ->type_name(choiceType(namesOf(unmappableNames)));
   }
   if (command.has(takes::mark)) {
-    app.add_flag("--bom", job.byteOrderMark, "A byte order mark stands before the Unicode text, not in it");
+    app.add_flag("--bom", job.byteOrderMark,
+                 "The Unicode text begins with a byte order mark, which is not part of it");
   }
   if (command.has(takes::pad)) {
-    app.add_option("--pad", arguments.padBytes, "Make each text a field of so many bytes, filled up with blanks")
+    app.add_option("--pad", arguments.padBytes, "Fill each text up with blanks to this many bytes")
         ->type_name("BYTES");
   }
   CLI::Option* json = nullptr;
   if (command.jsonHelp != nullptr) json = app.add_flag("--json", job.json, command.jsonHelp);
   if (command.has(takes::explain)) {
-    json->needs(app.add_flag("--explain", job.explain, "List the notations and what becomes of them instead")
+    json->needs(app.add_flag("--explain", job.explain, "Show a table of the notations instead of the decoded text")
                     ->excludes(inPlace)
                     ->excludes(unmappable));
   }
@@ -275,7 +286,7 @@ void describe(CLI::App& app, Arguments& arguments) {
     sub->group(command.listed ? "Commands" : "");
     addSubject(*sub, command.subject, arguments.subject);
     addOptions(*sub, command, arguments);
-    sub->add_flag("-q,--quiet", arguments.job.quiet, "Show no messages: the exit code tells");
+    sub->add_flag("-q,--quiet", arguments.job.quiet, "Show no messages; the exit code says how it went");
   }
 }
 

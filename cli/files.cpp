@@ -19,6 +19,22 @@ Error readFailure(const std::string& name, int number) {
   return {Error::Kind::system, "cannot read " + shownName(name) + ": " + std::strerror(number)};
 }
 
+/// \xNN for control characters but those of `allowed`.
+std::string escaped(const std::string& text, std::string_view allowed) {
+  std::string shown;
+  for (const char c : text) {
+    const auto byte = static_cast<unsigned char>(c);
+    if ((byte >= 0x20 && byte != 0x7F) || allowed.find(c) != std::string_view::npos) {
+      shown += c;
+      continue;
+    }
+    std::array<char, 8> escape{};
+    std::snprintf(escape.data(), escape.size(), "\\x%02X", byte);
+    shown += escape.data();
+  }
+  return shown;
+}
+
 std::optional<struct stat> statusOf(const std::string& file) {
   struct stat status {};
   const int failed = file == "-" ? ::fstat(STDIN_FILENO, &status) : ::stat(file.c_str(), &status);
@@ -28,15 +44,11 @@ std::optional<struct stat> statusOf(const std::string& file) {
 }  // namespace
 
 std::string shownName(const std::string& file) {
-  if (file == "-") return "standard input";
-  std::string shown;
-  for (const char c : file) {
-    const auto byte = static_cast<unsigned char>(c);
-    std::array<char, 8> escape{};
-    if (byte < 0x20 || byte == 0x7F) std::snprintf(escape.data(), escape.size(), "\\x%02X", byte);
-    shown += escape[0] != '\0' ? std::string(escape.data()) : std::string(1, c);
-  }
-  return shown;
+  return file == "-" ? "standard input" : escaped(file, "");
+}
+
+std::string withoutControls(const std::string& text) {
+  return escaped(text, "\n");
 }
 
 Descriptor::~Descriptor() {
@@ -83,9 +95,8 @@ Result<std::size_t> Input::readBytes(MutableBytes room) {
 }
 
 Error Input::noMemory(std::size_t bytes) const {
-  return {Error::Kind::system, "cannot read " + shownName(name_) + ": not enough memory for " +
-                                   std::to_string(bytes) +
-                                   " bytes that belong together; --lines takes each line alone"};
+  return {Error::Kind::memory, "cannot read " + shownName(name_) + ": not enough memory for " +
+                                   std::to_string(bytes) + " bytes that belong together"};
 }
 
 std::size_t PieceReader::pieceOf(Bytes unread) {

@@ -30,6 +30,8 @@ inline constexpr std::size_t pieceBytes = std::size_t{256} << 10;
 
 /// A file's name for messages: "-" is standard input, control characters stand as \xNN.
 std::string shownName(const std::string& file);
+/// The text of a message with \xNN for control characters but line ends.
+std::string withoutControls(const std::string& text);
 
 class Descriptor {
  public:

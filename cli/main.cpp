@@ -9,6 +9,7 @@
 #include <set>
 #include <stdexcept>
 
+#include "cli/advice.h"
 #include "cli/apart.h"
 #include "cli/command_line.h"
 #include "cli/commands.h"
@@ -26,14 +27,17 @@ void occupyStandardDescriptors() {
   }
 }
 
+const Error noMemory = {Error::Kind::memory, "not enough memory"};
+
 int report(const Error& error, Progress& progress, bool quiet = false) {
   progress.stop();
-  if (!error.text.empty() && !quiet) std::cerr << "rqtext: " << error.text << '\n';
+  if (!error.text.empty() && !quiet) std::cerr << "rqtext: " << withoutControls(error.text) << '\n';
   switch (error.kind) {
     case Error::Kind::data:
       return exitData;
     case Error::Kind::usage:
       return exitUsage;
+    case Error::Kind::memory:
     case Error::Kind::system:
       break;
   }
@@ -48,7 +52,7 @@ Done checkFiles(const Job& job) {
     if (job.inPlace && file == "-") return wrong("--in-place needs files");
     const std::optional<FileIdentity> identity = identityOf(file);
     if (!identity) continue;
-    if (job.inPlace && !known.insert(*identity).second) return wrong(file + " is given twice");
+    if (job.inPlace && !known.insert(*identity).second) return wrong(shownName(file) + " is given twice");
     if (job.output ? *job.output != "/dev/null" && identity == identityOf(*job.output)
                    : !job.inPlace && identity == identityOfStandardOutput()) {
       return wrong(shownName(file) + " is also the output");
@@ -80,14 +84,14 @@ int carryOut(const Job& job, Progress& progress, Output& output) {
     const Done done = job.command->run(job, progress, output);
     // Output before a problem is written all the same. Without any the file stays as it is.
     const Done finished = (done && !job.inPlace) || output.begun() ? output.finish() : host::done();
-    if (!done) return report(done.error(), progress, job.quiet);
+    if (!done) return report(withAdvice(job, done.error()), progress, job.quiet);
     if (!finished) return report(finished.error(), progress, job.quiet);
     progress.stop();
     return exitDone;
   } catch (const std::bad_alloc&) {
-    return report({Error::Kind::system, "not enough memory"}, progress, job.quiet);
+    return report(withAdvice(job, noMemory), progress, job.quiet);
   } catch (const std::length_error&) {
-    return report({Error::Kind::system, "not enough memory"}, progress, job.quiet);
+    return report(withAdvice(job, noMemory), progress, job.quiet);
   }
 }
 

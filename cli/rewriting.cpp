@@ -162,7 +162,8 @@ Done checkPad(const Job& job) {
   if (!job.padBytes) return host::done();
   if (job.form == RQ_FORM_UTF8) return Error{Error::Kind::usage, "there is no padding for utf8"};
   if (isMarked(job.form) || job.byteOrderMark) {
-    return Error{Error::Kind::usage, "a field of --pad has no byte order mark: name a form with its byte order"};
+    return Error{Error::Kind::usage,
+                 "--pad cannot go together with a byte order mark: choose a form with a fixed order"};
   }
   const std::uint64_t step = isUtf16(job.form) && job.flavour != Flavour::wide ? 2 : 4;
   if (*job.padBytes % step == 0) return host::done();

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 
+#include "cli/advice.h"
 #include "cli/pipeline.h"
 #include "cli/replacement.h"
 
@@ -67,7 +68,7 @@ class Run {
     file.write = {};  // and with it the temporary file
     file.end = {};
     if (!job_.keepGoing || output_.failed()) return error;
-    problems_ += (problems_.empty() ? "" : "\nrqtext: ") + error.text;
+    problems_ += (problems_.empty() ? "" : "\nrqtext: ") + withAdvice(job_, error).text;
     return host::done();
   }
 

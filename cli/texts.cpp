@@ -24,7 +24,8 @@ Error inFile(std::string_view file, Error error) {
 }
 
 std::string fileColumn(const Job& job, const Text& text) {
-  return job.files.size() > 1 ? std::string(text.file) : "";
+  if (job.files.size() < 2) return "";
+  return text.file == "-" ? "-" : shownName(std::string(text.file));
 }
 
 std::string carriageReturnIn(const host::Encoding& encoding) {

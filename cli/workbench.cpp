@@ -28,11 +28,11 @@ Done checkSession(const Job& job, const host::Encoding& encoding, std::int64_t i
     return std::ranges::find(host::formEncodings, each) != host::formEncodings.end();
   };
   if (isForm(number)) {
-    return Error{Error::Kind::usage, "the session of the host " + job.host + " is in " +
+    return Error{Error::Kind::usage, "the session of the host " + shownName(job.host) + " is in " +
                                          host::findEncoding(number)->name + ": name it with --session"};
   }
   if (job.session && !isForm(encoding.identifier)) return host::done();
-  return Error{Error::Kind::usage, "the session encoding of the host " + job.host + " has the number " +
+  return Error{Error::Kind::usage, "the session encoding of the host " + shownName(job.host) + " has the number " +
                                        std::to_string(number) + ", which is its own: name it with --session"};
 }
 
@@ -100,7 +100,7 @@ Result<std::unique_ptr<Workbench>> Workbench::another() const {
 
 Result<host::Session> Workbench::openNamedHost(const Place& place, const Job& job) {
   const auto failed = [&job](const Error& error) {
-    return Error{error.kind, "cannot work with the host " + job.host + ": " + error.text};
+    return Error{error.kind, "cannot work with the host " + shownName(job.host) + ": " + error.text};
   };
   const Result<host::HostEntry> entry = host::loadHost(job.host);
   if (!entry) return failed(entry.error());

@@ -12,7 +12,8 @@ struct Error {
   enum class Kind {
     data,    // the text: invalid bytes, characters that the target lacks
     usage,   // the request: it names what does not exist, or contradicts itself
-    system,  // files, memory, the library, the host
+    memory,  // there is not enough
+    system,  // files, the library, the host
   };
   Kind kind;
   std::string text;  // one sentence without a final stop, UTF-8

@@ -15,9 +15,10 @@ namespace rq::host {
 
 /// Works on text in one session encoding, and on characters. std::string holds text in the session encoding or the
 /// bytes of a Unicode form; std::u32string holds characters. Results are complete, or an error says what is wrong and
-/// where: Error::Kind::data means the text, Error::Kind::system memory or the library. Several threads may call one
-/// session at once, and open others. The only exception is std::bad_alloc, when a string finds no memory. A process
-/// that is a host itself cannot use this class: the library keeps one kernel, and this class registers its own.
+/// where: Error::Kind::data means the text, Error::Kind::memory that there is not enough, Error::Kind::system the
+/// library. Several threads may call one session at once, and open others. The only exception is std::bad_alloc, when
+/// a string finds no memory. A process that is a host itself cannot use this class: the library keeps one kernel, and
+/// this class registers its own.
 class TextSession {
  public:
   /// Loads the library and opens a session. `encoding` is any of ICU's names. The dynamic loader searches for a

@@ -60,7 +60,7 @@ Error noNotations(const Encoding& encoding) {
 Error TextWork::failure(RQStatus status, Bytes text, Position start, const Encoding& source,
                         const Encoding& target) const {
   if (status == RQ_UNSUPPORTED) return notSupported;
-  if (status == RQ_NO_MEMORY) return {Error::Kind::system, atBeginning(start, "not enough memory")};
+  if (status == RQ_NO_MEMORY) return {Error::Kind::memory, atBeginning(start, "not enough memory")};
   const Codec& from = *codecOf(source.identifier);
   const Codec& to = *codecOf(target.identifier);
   if (const auto problem = findProblem(from, to, text, start)) {

@@ -88,7 +88,10 @@ class Inputs(ToolTest):
         limit = 1 << 30
         limited = {"preexec_fn": lambda: resource.setrlimit(resource.RLIMIT_AS, (limit, limit))}
         self.fail_with(SYSTEM, f"cannot read {path}: not enough memory for ", "decode", "ncr", str(path), **limited)
-        self.fail_with(SYSTEM, "; --lines takes each line alone", "decode", "ncr", str(path), **limited)
+        self.fail_with(SYSTEM, "; --lines takes each line alone; --jobs 1 needs the least\n", "decode", "ncr", str(path), **limited)
+        self.fail_with(SYSTEM, "; --lines takes each line alone\n", "decode", "ncr", "-j1", str(path), **limited)
+        self.fail_with(DATA, "; --lines takes each line alone; --jobs 1 needs the least\n", "decode", "ncr", "--keep-going",
+                       str(path), **limited)
         with open(path, "wb") as file:
             file.truncate(400 << 20)
         self.fail_with(DATA, "does not fit into the field", "to", "utf16be", "--pad", "8", str(path), **limited)
@@ -188,6 +191,9 @@ class JsonRows(ToolTest):
         self.fail_with(DATA, f"rqtext: {shown}: invalid bytes FF", "to", "utf8", path)
         self.fail_with(SYSTEM, f"cannot read {shown}x: No such file", "to", "utf8", path + "x")
         self.fail_with(SYSTEM, f"cannot edit {shown}x: No such file", "decode", "ncr", "-i", path + "x")
+        self.fail_with(USAGE, f"{shown} is given twice", "decode", "ncr", "-i", path, path)
+        rows = self.succeed("length", "-s", "latin1", path, "-", text=b"ab")
+        self.assertEqual(rows.decode(), f"{shown}\t1\n-\t2\n")
 
     def test_names_that_are_no_text(self):
         path = os.fsencode(self.folder) + b"/\xff\xfe"

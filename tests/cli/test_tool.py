@@ -47,12 +47,18 @@ class Usage(ToolTest):
                 ("--session needs a value", ["to", "utf8", "--session"]),
                 ("--session is given more than once", ["to", "utf8", "-s", "a", "-s", "b"]),
                 ("--lines takes no value", ["to", "utf8", "--lines=perhaps"]),
-                ("--pad needs a number of bytes from 0 to 1073741824, not 'x'", ["to", "utf16be", "--pad", "x"]),
+                ("--pad needs a number from 0 to 1073741824, not 'x'", ["to", "utf16be", "--pad", "x"]),
+                ("--jobs needs a number from 1 to 64, not '0'", ["width", "-j", "0"]),
                 ("--in-place and --host cannot go together", ["to", "utf8", "-i", "--host", "x", "y"]),
                 ("--in-place and --explain cannot go together", ["decode", "ncr", "--explain", "--json", "-i", "x"]),
                 ("--host and --unmappable cannot go together", ["from", "utf8", "--host", "x", "--unmappable=keep"]),
                 ("rqtext encodings lists all", ["to", "utf8", "-s", "nonsense"])):
             self.fail_with(USAGE, message, *arguments, library=False)
+
+    def test_words_with_control_characters_are_shown_escaped(self):
+        for arguments in (["\x1b[31m"], ["to", "\x1b[31m"], ["to", "utf8", "-s", "\x1b[31m"], ["to", "utf8", "--\x1b[31m"]):
+            result = self.fail_with(USAGE, "\\x1B[31m", *arguments, library=False)
+            self.assertNotIn(b"\x1b", result.stderr)
 
     def test_help_says_what_a_user_needs(self):
         self.assertEqual(self.succeed("help", library=False), self.succeed("--help", library=False))
@@ -168,6 +174,8 @@ class Libraries(ToolTest):
     def test_refused_memory_and_strange_statuses(self):
         for arguments in (["encode", "ncr"], ["length"], ["decode", "uparen"]):
             self.fail_with(SYSTEM, "not enough memory", *arguments, "--library", STUB, text=b"text", **self.stub("memory"))
+        self.fail_with(SYSTEM, "not enough memory: it begins at offset 0, line 1; --jobs 1 needs the least\n", "length", "--lines",
+                       "--library", STUB, text=b"text", **self.stub("memory"))
         self.fail_with(SYSTEM, "failed with status 0x00000007", "to", "utf8", "--library", STUB, text=b"text",
                        **self.stub("strange"))
 

@@ -119,8 +119,8 @@ class Transforms(ToolTest):
         self.fail_with(DATA, "bytes 78 at offset 4, line 1, column 2", "from", "utf16", text=b"\xff\xfea\0x")
         self.fail_with(DATA, "U+20AC at offset 4, line 1, column 2 does not exist", "from", "utf16", "-s", "latin1",
                        text=b"\xff\xfea\0\xac\x20")
-        self.fail_with(USAGE, "a field of --pad has no byte order mark", "to", "utf16", "--pad", "4")
-        self.fail_with(USAGE, "a field of --pad has no byte order mark", "to", "utf16be", "--bom", "--pad", "4")
+        self.fail_with(USAGE, "--pad cannot go together with a byte order mark", "to", "utf16", "--pad", "4")
+        self.fail_with(USAGE, "--pad cannot go together with a byte order mark", "to", "utf16be", "--bom", "--pad", "4")
 
     def test_several_files_and_standard_input_in_order(self):
         one, two = self.file("one", b"1\xe9"), self.file("two", b"2")
