@@ -109,17 +109,19 @@ class SingleByteCodec final : public Codec {
   // Blocks of which every unit is below same_; false for others.
 
   bool widen(const std::byte* from, char32_t* to) const {
+    if (same_ == 0) return false;
     const Vector bytes = loadVector(from), zero = _mm_setzero_si128();
-    if (same_ < 0x100 && (same_ == 0 || any(bytes))) return false;
+    if (same_ == 0x80 && any(_mm_cmpgt_epi8(zero, bytes))) return false;
     storeWidened(_mm_unpacklo_epi8(bytes, zero), to);
     storeWidened(_mm_unpackhi_epi8(bytes, zero), to + 8);
     return true;
   }
   bool narrow(const char32_t* from, std::byte* to) const {
+    if (same_ == 0) return false;
     const Vector a = loadVector(from), b = loadVector(from + 4), c = loadVector(from + 8), d = loadVector(from + 12);
     const Vector joined = _mm_or_si128(_mm_or_si128(a, b), _mm_or_si128(c, d));
     const Vector foreign = _mm_andnot_si128(_mm_set1_epi32(static_cast<int>(same_ - 1)), joined);
-    if (same_ == 0 || !all(_mm_cmpeq_epi32(foreign, _mm_setzero_si128()))) return false;
+    if (!all(_mm_cmpeq_epi32(foreign, _mm_setzero_si128()))) return false;
     storeVector(_mm_packus_epi16(narrowed(a, b), narrowed(c, d)), to);
     return true;
   }

@@ -78,6 +78,14 @@ consteval std::array<std::int32_t, blockSize + Size> behindZeros(const std::arra
   return all;
 }
 
+/// The shifts modulo 2^16.
+template <std::size_t Size>
+consteval std::array<std::uint16_t, Size> halvesOf(const std::array<std::int32_t, Size>& shifts) {
+  std::array<std::uint16_t, Size> halves{};
+  for (std::size_t i = 0; i < Size; ++i) halves[i] = static_cast<std::uint16_t>(shifts[i] & 0xFFFF);
+  return halves;
+}
+
 /// Does every block map a character in `a` or in `b`?
 template <std::size_t Size>
 consteval bool blocksAreUsed(const std::array<std::int32_t, Size>& a, const std::array<std::int32_t, Size>& b) {

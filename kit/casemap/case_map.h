@@ -12,10 +12,11 @@ namespace rq::kit {
 constexpr RQChar planeSize = 0x10000, blockShift = 7, blockSize = 1 << blockShift;
 
 /// Two levels. `meta` has an entry for each block of the BMP, and one for all characters beyond: the index at which
-/// the block begins in `shift`. `shift` holds the distance of each character to what it maps to. It begins with a
-/// block of zeros, for the blocks in which all characters stay.
+/// the block begins in `shift`. `shift` holds the distance of each character to what it maps to, `shift16` the same
+/// modulo 2^16. Both begin with a block of zeros, for the blocks in which all characters stay.
 struct CaseMap {
   const std::int32_t *meta, *shift;
+  const std::uint16_t* shift16;
   /// The longest stretch of blocks without entries. At least one block behind it has entries.
   RQChar gapFirst, gapEnd;
   /// Characters up to asciiLast need no table: the 26 letters from asciiFirst on change the bits of asciiFlip, all

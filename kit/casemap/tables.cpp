@@ -35,15 +35,19 @@ constexpr auto shiftStarts = startsOf(shiftBlocks), smallestStarts = startsOf(sm
 constexpr auto upper = behindZeros(upShifts), lower = behindZeros(downShifts);
 constexpr auto smallest = behindZeros(smallestShifts);
 constexpr auto largest = behindZeros(largestShifts);
+constexpr auto upper16 = halvesOf(upper), lower16 = halvesOf(lower);
+constexpr auto smallest16 = halvesOf(smallest);
+constexpr auto largest16 = halvesOf(largest);
 
 /// A map that changes the bits of asciiFlip in the ASCII letters from `asciiFirst` on. 0 leaves ASCII to the table.
 template <std::size_t Size>
 consteval CaseMap caseMap(const std::array<std::int32_t, blocksOfPlane + 1>& starts,
-                          const std::array<std::int32_t, Size>& shifts, RQChar asciiFirst, RQChar asciiFlip) {
+                          const std::array<std::int32_t, Size>& shifts,
+                          const std::array<std::uint16_t, Size>& shifts16, RQChar asciiFirst, RQChar asciiFlip) {
   const Gap gap = longestGap(starts);
   const RQChar asciiLast = asciiFlip != 0 ? asciiEnd - 1 : 0;
-  const CaseMap map = {starts.data(), shifts.data(), gap.first, gap.first + gap.count,
-                       asciiFirst,    asciiFlip,     asciiLast};
+  const CaseMap map = {starts.data(),         shifts.data(), shifts16.data(), gap.first,
+                       gap.first + gap.count, asciiFirst,    asciiFlip,       asciiLast};
   if (map.gapFirst <= asciiLast + 1 || map.gapEnd >= planeSize) gapIsAtAnEnd();
   for (RQChar c = 0; c <= asciiLast; ++c)
     if (map(c) != (c - asciiFirst < asciiLetters ? c ^ asciiFlip : c)) asciiIsNotSimple();
@@ -52,11 +56,11 @@ consteval CaseMap caseMap(const std::array<std::int32_t, blocksOfPlane + 1>& sta
 
 }  // namespace
 
-constinit const CaseMap toUpper = caseMap(shiftStarts, upper, 'a', asciiCaseBit);
-constinit const CaseMap toLower = caseMap(shiftStarts, lower, 'A', asciiCaseBit);
-constinit const CaseMap toSmallest = caseMap(smallestStarts, smallest, 'a', asciiCaseBit);
+constinit const CaseMap toUpper = caseMap(shiftStarts, upper, upper16, 'a', asciiCaseBit);
+constinit const CaseMap toLower = caseMap(shiftStarts, lower, lower16, 'A', asciiCaseBit);
+constinit const CaseMap toSmallest = caseMap(smallestStarts, smallest, smallest16, 'a', asciiCaseBit);
 // ASCII is not simple here: the largest members of the classes of I, K and S lie beyond it.
-constinit const CaseMap toLargest = caseMap(largestStarts, largest, 'A', 0);
+constinit const CaseMap toLargest = caseMap(largestStarts, largest, largest16, 'A', 0);
 
 }  // namespace rq::kit
 

@@ -80,30 +80,55 @@ struct MapCase {
     if ((open & ~V::equal(blocks, V::splat(block))).any()) return result + gathered(open, blocks, places);
     return result + V::lookUp128(map.shift + map.meta[block], places, open);
   }
-  /// mapAll block by block: text keeps to few blocks, and all vectors share the loaded shifts of a block.
+  /// The characters of the BMP that need the table, by their low halves, and the letters of ASCII.
+  template <class H>
+  RQ_INLINE auto tabledHalves(H c) const {
+    const RQChar first = map.asciiLast + 1, last = planeSize - 1;
+    return H::lessEqual(c + half<H>(0 - first), half<H>(map.gapFirst - first - 1)) |
+           H::lessEqual(c + half<H>(0 - map.gapEnd), half<H>(last - map.gapEnd));
+  }
+  template <class H>
+  RQ_INLINE auto letterHalves(H c) const {
+    return H::lessEqual(c + half<H>(0 - map.asciiFirst), half<H>(asciiLetters - 1));
+  }
+  template <class H>
+  static RQ_INLINE H half(RQChar value) {
+    return H::splat(static_cast<typename H::Lane>(value));
+  }
+  /// mapAll block by block: text keeps to few blocks, and all vectors share the loaded shifts of a block. Works on
+  /// the low halves of two vectors at once; only characters of the BMP change, and they stay there.
   template <bool mayRefuse, class V, std::size_t count>
   RQ_INLINE bool mapByBlocks(V (&c)[count]) const {
-    typename V::Mask open[count];
-    V mapped[count];
-    for (std::size_t i = 0; i < count; ++i) open[i] = tabled(c[i]), mapped[i] = ascii(c[i]);
+    using H = decltype(V::lowHalves(c[0], c[0]));
+    constexpr std::size_t pairs = (count + 1) / 2;
+    V spare = V::splat(0);
+    const auto second = [&](std::size_t i) -> V& { return 2 * i + 1 < count ? c[2 * i + 1] : spare; };
+    H low[pairs], high[pairs], mapped[pairs];
+    typename H::Mask open[pairs];
+    for (std::size_t i = 0; i < pairs; ++i) {
+      low[i] = V::lowHalves(c[2 * i], second(i)), high[i] = V::highHalves(c[2 * i], second(i));
+      const auto inPlane0 = H::equal(high[i], H::splat(0));
+      open[i] = tabledHalves(low[i]) & inPlane0;
+      mapped[i] = low[i] ^ H::selectOrZero(letterHalves(low[i]) & inPlane0, half<H>(map.asciiFlip));
+    }
     for (std::uint64_t blocks = 0;; ++blocks) {
-      V next = c[0];
-      typename V::Mask rest = open[0];
-      for (std::size_t i = 1; i < count; ++i)
-        if (!rest.any()) next = c[i], rest = open[i];
+      H next = low[0];
+      typename H::Mask rest = open[0];
+      for (std::size_t i = 1; i < pairs; ++i)
+        if (!rest.any()) next = low[i], rest = open[i];
       if (!rest.any()) break;
       // Measured: after one block 4 characters of a vector may be left, after two blocks 2.
       if (mayRefuse && blocks != 0 && blocks * countOf(open) > 4 * count) [[unlikely]]
         return false;
-      const RQChar block = next.firstSelected(rest) / blockSize;
-      const std::int32_t start = map.meta[block];
-      for (std::size_t i = 0; i < count; ++i) {
-        const auto here = open[i] & V::equal(blockOf(c[i]), V::splat(block));
-        if (start != 0) mapped[i] = mapped[i] + V::lookUp128(map.shift + start, c[i], here);
+      const RQChar first = next.firstSelected(rest) & ~(blockSize - 1);
+      const std::int32_t start = map.meta[first / blockSize];
+      for (std::size_t i = 0; i < pairs; ++i) {
+        const auto here = open[i] & H::lessEqual(low[i] ^ half<H>(first), half<H>(blockSize - 1));
+        if (start != 0) mapped[i] = mapped[i] + H::lookUp128(map.shift16 + start, low[i], here);
         open[i] = open[i] & ~here;
       }
     }
-    for (std::size_t i = 0; i < count; ++i) c[i] = mapped[i];
+    for (std::size_t i = 0; i < pairs; ++i) V::join(mapped[i], high[i], c[2 * i], second(i));
     return true;
   }
   template <class Mask, std::size_t count>
@@ -140,17 +165,36 @@ RQ_INLINE void mapOneByOne(RQChar* p, std::uint64_t n, const CaseMap& caseMap) {
   for (std::uint64_t i = 0; i < n; ++i) store(p + i, caseMap(load<RQChar>(p + i)));
 }
 
-/// Maps `count` vectors in place. Returns false, and leaves them as they are, where that is slower than one by one.
+/// Maps loaded vectors. Returns false, and leaves them as they are, where that is slower than one by one.
+template <class V, std::size_t count>
+RQ_INLINE bool mapLoaded(V (&all)[count], const MapCase& mapped) {
+  V joined = all[0];
+  for (std::size_t k = 1; k < count; ++k) joined = joined | all[k];
+  if (!mapped.needsNoTable(joined)) return mapped.mapAll<true>(all);
+  for (V& v : all) v = mapped.ascii(v);
+  return true;
+}
+/// The same in place.
 template <class V, std::size_t count>
 RQ_INLINE bool mapVectors(RQChar* p, const MapCase& mapped) {
-  V all[count], joined = V::splat(0);
-  for (std::size_t k = 0; k < count; ++k) all[k] = V::load(p + k * V::lanes), joined = joined | all[k];
-  if (mapped.needsNoTable(joined))
-    for (V& v : all) v = mapped.ascii(v);
-  else if (!mapped.mapAll<true>(all))
-    return false;
+  V all[count];
+  for (std::size_t k = 0; k < count; ++k) all[k] = V::load(p + k * V::lanes);
+  if (!mapLoaded(all, mapped)) return false;
   for (std::size_t k = 0; k < count; ++k) all[k].store(p + k * V::lanes);
   return true;
+}
+
+/// Maps blocks of `count` vectors as long as they need no table. Returns the characters mapped.
+template <class V, std::size_t count>
+RQ_INLINE std::uint64_t mapAscii(RQChar* p, std::uint64_t n, const MapCase& mapped) {
+  std::uint64_t i = 0;
+  for (; n - i > count * V::lanes; i += count * V::lanes) {
+    V all[count], joined = V::splat(0);
+    for (std::size_t k = 0; k < count; ++k) all[k] = V::load(p + i + k * V::lanes), joined = joined | all[k];
+    if (!mapped.needsNoTable(joined)) break;
+    for (std::size_t k = 0; k < count; ++k) mapped.ascii(all[k]).store(p + i + k * V::lanes);
+  }
+  return i;
 }
 
 /// Maps at most 64 bytes of characters, by vectors if they are ASCII.
@@ -174,7 +218,7 @@ template <class V>
 [[gnu::noinline]] void mapMany(RQChar* p, std::uint64_t n, const CaseMap& caseMap) {
   const MapCase mapped{caseMap};
   V last[] = {V::load(p + n - V::lanes)};  // before a store changes lanes that it shares with the vector before it
-  std::uint64_t i = 0;
+  std::uint64_t i = mapAscii<V, 4>(p, n, mapped);
   for (std::uint64_t step; n - i > 4 * V::lanes; i += step) {
     step = 4 * V::lanes;
     if (mapVectors<V, 4>(p + i, mapped)) continue;
@@ -183,7 +227,7 @@ template <class V>
   }
   for (; n - i > V::lanes; i += V::lanes)
     if (!mapVectors<V, 1>(p + i, mapped)) return mapOneByOne(p + i, n - i, caseMap);
-  if (!mapped.mapAll<true>(last)) return mapOneByOne(p + i, n - i, caseMap);
+  if (!mapLoaded(last, mapped)) return mapOneByOne(p + i, n - i, caseMap);
   last[0].store(p + n - V::lanes);
 }
 

@@ -69,6 +69,7 @@ struct Vector64 {
 
   static RQ_INLINE Mask equal(Vector64 a, Vector64 b) {
     if constexpr (sizeof(U) == 1) return {_mm512_cmpeq_epi8_mask(a.v, b.v)};
+    if constexpr (sizeof(U) == 2) return {_mm512_cmpeq_epi16_mask(a.v, b.v)};
     if constexpr (sizeof(U) == 4) return {_mm512_cmpeq_epi32_mask(a.v, b.v)};
   }
   static RQ_INLINE Mask notEqual(Vector64 a, Vector64 b) {
@@ -77,6 +78,7 @@ struct Vector64 {
   }
   static RQ_INLINE Mask lessEqual(Vector64 a, Vector64 b) {
     if constexpr (sizeof(U) == 1) return {_mm512_cmple_epu8_mask(a.v, b.v)};
+    if constexpr (sizeof(U) == 2) return {_mm512_cmple_epu16_mask(a.v, b.v)};
     if constexpr (sizeof(U) == 4) return {_mm512_cmple_epu32_mask(a.v, b.v)};
   }
   RQ_INLINE Mask within(U first, U count) const {
@@ -113,24 +115,31 @@ struct Vector64 {
 
   static RQ_INLINE Vector64 selectOrZero(Mask mask, Vector64 a) {
     if constexpr (sizeof(U) == 1) return {_mm512_maskz_mov_epi8(mask.v, a.v)};
+    if constexpr (sizeof(U) == 2) return {_mm512_maskz_mov_epi16(static_cast<__mmask32>(mask.v), a.v)};
     if constexpr (sizeof(U) == 4) return {_mm512_maskz_mov_epi32(static_cast<__mmask16>(mask.v), a.v)};
   }
   RQ_INLINE U firstSelected(Mask mask) const {
-    static_assert(sizeof(U) == 4);
-    const __m512i moved = _mm512_maskz_compress_epi32(static_cast<__mmask16>(mask.v), v);
-    return static_cast<U>(_mm_cvtsi128_si32(_mm512_castsi512_si128(moved)));
+    static_assert(sizeof(U) == 2);
+    const __m512i first = _mm512_set1_epi16(static_cast<short>(firstBit(mask.v)));
+    return static_cast<U>(_mm_cvtsi128_si32(_mm512_castsi512_si128(_mm512_permutexvar_epi16(first, v))));
   }
   /// Permutes the whole table through registers, which is far cheaper than a gather. Uses the low 7 bits of an index.
-  static RQ_INLINE Vector64 lookUp128(const std::int32_t* table, Vector64 index, Mask mask) {
-    static_assert(sizeof(U) == 4);
-    const auto from = [=](const std::int32_t* quarter) {
-      return _mm512_permutex2var_epi32(_mm512_loadu_si512(quarter), index.v, _mm512_loadu_si512(quarter + 16));
+  static RQ_INLINE Vector64 lookUp128(const U* table, Vector64 index, Mask mask) {
+    static_assert(sizeof(U) == 2);
+    const auto from = [=](const U* half) {
+      return _mm512_permutex2var_epi16(_mm512_loadu_si512(half), index.v, _mm512_loadu_si512(half + lanes));
     };
-    const __mmask16 odd = _mm512_test_epi32_mask(index.v, _mm512_set1_epi32(32));
-    const __mmask16 upper = _mm512_test_epi32_mask(index.v, _mm512_set1_epi32(64));
-    const __m512i low = _mm512_mask_mov_epi32(from(table), odd, from(table + 32));
-    const __m512i high = _mm512_mask_mov_epi32(from(table + 64), odd, from(table + 96));
-    return selectOrZero(mask, {_mm512_mask_mov_epi32(low, upper, high)});
+    const __mmask32 upper = _mm512_test_epi16_mask(index.v, _mm512_set1_epi16(64));
+    return selectOrZero(mask, {_mm512_mask_mov_epi16(from(table), upper, from(table + 2 * lanes))});
+  }
+  /// The low and the high halves of all lanes of `a` and `b`, in an order that `join` undoes.
+  static RQ_INLINE Vector64<std::uint16_t> lowHalves(Vector64 a, Vector64 b) { return narrow(a, b); }
+  static RQ_INLINE Vector64<std::uint16_t> highHalves(Vector64 a, Vector64 b) {
+    return {_mm512_packus_epi32(_mm512_srli_epi32(a.v, 16), _mm512_srli_epi32(b.v, 16))};
+  }
+  static RQ_INLINE void join(Vector64<std::uint16_t> low, Vector64<std::uint16_t> high, Vector64& a, Vector64& b) {
+    a = {_mm512_unpacklo_epi16(low.v, high.v)};
+    b = {_mm512_unpackhi_epi16(low.v, high.v)};
   }
   static RQ_INLINE Vector64<std::uint16_t> narrow(Vector64 a, Vector64 b) {
     const __m512i low = _mm512_set1_epi32(0xFFFF);
