@@ -43,7 +43,7 @@ class BlockDecoder {
 
   /// Decodes from the notation at the cursor on. Returns false when it leaves that notation to the caller.
   bool decode(Cursor<Unit>& cursor, RoundTrips<Unit, roundTripRoom>& roundTrips) {
-    if (cursor.remaining() < minInput || cursor.room() < maxStep || cursor.at() < restsUntil_) return false;
+    if (cursor.at() < restsUntil_ || cursor.remaining() < minInput || cursor.room() < maxStep) return false;
     Cursor<Unit> moved = cursor;  // a copy, so that the caller can keep its cursor in registers
     const bool hasMoved = decodeBlocks(moved, roundTrips);
     cursor.moveTo(moved);
