@@ -33,29 +33,24 @@ struct Common {
   bool stays = false;  // as text
 };
 
-/// How far a call came: not at all, so that the notation at the cursor is left to the caller; somewhere; up to a
-/// notation that stays as text, for which the output has no room.
-enum class Progress { none, some, textDoesNotFit };
-
 /// Decodes notations of one kind by blocks. `Notation` has marks(), the characters that begin it, and read(at), which
-/// returns the notation at `at` as Common and reads up to 16 units for that.
+/// returns the notation at `at` as Common and reads up to 16 units for that. Its maxLength is the longest of these,
+/// and includesOthers whether one may include another.
 template <class Notation, class Unit, std::uint64_t roundTripRoom>
 class BlockDecoder {
  public:
   explicit BlockDecoder(const Notation& notation) : notation_(notation) {}
 
-  /// Decodes from the notation at the cursor on.
-  Progress decode(Cursor<Unit>& cursor, RoundTrips<Unit, roundTripRoom>& roundTrips) {
-    if (cursor.at() < restsUntil_ || cursor.remaining() < minInput || cursor.room() < maxStep) return Progress::none;
+  /// Decodes from the notation at the cursor on. Returns false when it leaves that notation to the caller.
+  bool decode(Cursor<Unit>& cursor, RoundTrips<Unit, roundTripRoom>& roundTrips) {
+    if (cursor.at() < restsUntil_ || cursor.remaining() < minInput || cursor.room() < maxStep) return false;
     Cursor<Unit> moved = cursor;  // a copy, so that the caller can keep its cursor in registers
-    const Progress progress = decodeBlocks(moved, roundTrips);
+    const bool hasMoved = decodeBlocks(moved, roundTrips);
     cursor.moveTo(moved);
-    return progress;
+    return hasMoved;
   }
 
  private:
-  enum class Stop { endOfBlock, notation, textDoesNotFit };
-
   static constexpr std::uint64_t listedUnits = 64;  // blocks are a multiple of these
   static constexpr std::uint64_t maxBlock = 1024;   // units
   static constexpr std::uint64_t lookAhead = 32;    // units behind a block that may be read
@@ -63,6 +58,7 @@ class BlockDecoder {
   static constexpr std::uint64_t maxGap = 64;  // units between two notations; longer text is not staged
   static constexpr std::uint64_t maxStep = maxGap + roundTripRoom;  // units that one notation and its gap become
   static constexpr std::uint64_t maxStaged = 1024;                  // units
+  static_assert(Notation::maxLength <= roundTripRoom, "a notation that stays as text fits too");
   static constexpr std::uint64_t vectorUnits = 16 / sizeof(Unit);
 
   /// Up to this distance of notations, blocks are faster than a kernel that copies the text between them.
@@ -72,26 +68,24 @@ class BlockDecoder {
   static constexpr std::uint64_t minRest = 256, maxRest = 32 * maxBlock;
   static constexpr std::uint32_t maxMisses = 3;
 
-  [[gnu::noinline]] Progress decodeBlocks(Cursor<Unit>& cursor, RoundTrips<Unit, roundTripRoom>& roundTrips) {
+  [[gnu::noinline]] bool decodeBlocks(Cursor<Unit>& cursor, RoundTrips<Unit, roundTripRoom>& roundTrips) {
     const Unit* const begin = cursor.at();
     while (next_ < count_ && block_ + places_[next_] < begin) ++next_;
-    if (next_ == count_ && !list(cursor)) return Progress::none;
+    if (next_ == count_ && !list(cursor)) return false;
     roundTrips.prepare();
-    Stop stop;
-    while ((stop = decodeListed(cursor, roundTrips)) == Stop::endOfBlock && list(cursor)) {
+    while (decodeListed(cursor, roundTrips) && list(cursor)) {
     }
-    if (stop == Stop::textDoesNotFit) return Progress::textDoesNotFit;
     if (cursor.at() != begin) {
       misses_ = 0;
       restAfterMisses_ = minRest;
-      return Progress::some;
+      return true;
     }
     if (++misses_ == maxMisses) {
       misses_ = 0;
       rest(cursor, restAfterMisses_);
       restAfterMisses_ = std::min(2 * restAfterMisses_, maxRest);
     }
-    return Progress::none;
+    return false;
   }
 
   /// Lists the notations of the block at the cursor. Returns false when it has too few, or too little input is left.
@@ -115,12 +109,12 @@ class BlockDecoder {
     restsUntil_ = cursor.at() + std::min(units, cursor.remaining());
   }
 
-  /// Decodes the listed notations; one that is left to the caller is at the cursor.
+  /// Decodes the listed notations. Returns false when it leaves the rest, from the cursor on, to the caller.
   ///
   /// The output is staged, because stores of a fixed size write too many units, and the output must keep all behind
   /// the last one.
   // NOLINTNEXTLINE(readability-function-cognitive-complexity): one loop, whose state stays in registers
-  Stop decodeListed(Cursor<Unit>& cursor, RoundTrips<Unit, roundTripRoom>& roundTrips) {
+  bool decodeListed(Cursor<Unit>& cursor, RoundTrips<Unit, roundTripRoom>& roundTrips) {
     RQ_UNINITIALIZED Unit staging[maxStaged + vectorUnits];
     const Unit* const block = block_;
     const Unit* from = cursor.at();  // text that is not yet copied
@@ -135,10 +129,11 @@ class BlockDecoder {
     };
     for (; next_ != count_; ++next_) {
       const Unit* const at = block + places_[next_];
-      if (at < end) continue;  // inside the last notation
+      if constexpr (Notation::includesOthers)
+        if (at < end) continue;
       if (at > from + maxGap || out > limit) [[unlikely]] {
         moveStaged();
-        if (!cursor.copyTo(at) || cursor.room() < maxStep) return Stop::notation;
+        if (!cursor.copyTo(at) || cursor.room() < maxStep) return false;
         from = end = at;
         limit = limitOf(staging, cursor);
       }
@@ -146,23 +141,14 @@ class BlockDecoder {
       if (common.length == 0) [[unlikely]] {
         moveStaged();
         cursor.copyTo(at);
-        return Stop::notation;
+        return false;
       }
       const Remembered remembered = common.stays ? Remembered{} : roundTrips.remembered(common.codePoint);
       Replacement<Unit> asked = {nullptr, 0};
       if (remembered.bytes == 0) [[unlikely]] {
         if (!common.stays) asked = roundTrips.of(common.codePoint);
-        if (!asked.units && common.length <= maxGap - static_cast<std::uint64_t>(at - from)) {
+        if (!asked.units) {  // the notation is text
           end = at + common.length;
-          continue;
-        }
-        if (!asked.units) {
-          moveStaged();
-          cursor.copyTo(at);
-          if (!cursor.replace(common.length, asked)) return Stop::textDoesNotFit;
-          if (cursor.room() < maxStep) return Stop::notation;
-          from = end = cursor.at();
-          limit = limitOf(staging, cursor);
           continue;
         }
       }
@@ -177,7 +163,7 @@ class BlockDecoder {
       from = end = at + common.length;
     }
     moveStaged();
-    return Stop::endOfBlock;
+    return true;
   }
 
   /// Where the staged output may no more be followed by a notation and its gap.

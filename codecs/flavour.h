@@ -26,6 +26,8 @@ struct Plain {
   static Unit reference(const RQInterface* object) { return object->reference; }
   static constexpr bool hasServedDigits = false;
   static Digits readHex(const Unit* field, std::uint64_t count) { return readHexDigits(field, count); }
+  /// The digits at `field`, already read without the host, as readHex reads as many of them.
+  static Digits asServed(Digits own, const Unit*) { return own; }
   static void upperCase(Unit* digits, std::uint64_t count) { kit::upperAscii(digits, count); }
 };
 
@@ -49,6 +51,7 @@ struct Served {
     }
     return readDigits<16, upperHexDigit>(scratch, count, digits);
   }
+  static Digits asServed(Digits own, const Unit* field) { return readHex(field, own.count); }
   static void upperCase(Unit* digits, std::uint64_t count) {
     RQCharsetService* const service = charsetService();
     if (!service) return Plain::upperCase(digits, count);
@@ -87,6 +90,7 @@ struct Wide {
     upperCase(scratch, count);
     return readDigits<16, upperHexDigit>(scratch, count);
   }
+  static Digits asServed(Digits own, const Unit*) { return own; }
   static void upperCase(Unit* digits, std::uint64_t count) { rqzstup(digits, static_cast<std::int64_t>(count)); }
 };
 
@@ -98,6 +102,7 @@ concept Flavour = requires(const RQInterface* object, const typename F::Unit* fi
   { F::reference(object) } -> std::same_as<typename F::Unit>;
   { F::hasServedDigits } -> std::convertible_to<bool>;
   { F::readHex(field, count) } -> std::same_as<Digits>;
+  { F::asServed(Digits{}, field) } -> std::same_as<Digits>;
   F::upperCase(digits, count);
 };
 

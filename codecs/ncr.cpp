@@ -54,13 +54,14 @@ inline Decoded decodeReference(const Unit* at, Unit second, Terminators<Unit>& t
 /// The capacity in units that the host is given for a decoded character.
 constexpr std::uint64_t roundTripRoom = 20;
 
-/// References of the common shape: two to seven digits and nothing else, not a high surrogate. Where the host
-/// upper-cases digits, all hexadecimal references, so that it sees each one once.
+/// References of the common shape: two to seven digits and nothing else, not a high surrogate.
 template <Flavour F, class Unit = typename F::Unit>
 class CommonReferences {
  public:
-  CommonReferences(Unit second, Terminators<Unit>& terminators)
-      : second_(second), terminators_(F::hasServedDigits ? &terminators : nullptr) {}
+  static constexpr std::uint64_t maxLength = 3 + 7 + 1;
+  static constexpr bool includesOthers = false;
+
+  explicit CommonReferences(Unit second) : second_(second) {}
 
   Marks<Unit> marks() const { return {'&', second_, static_cast<Unit>(~Unit{0})}; }
 
@@ -77,13 +78,12 @@ class CommonReferences {
 
  private:
   Common readHexadecimal(const Unit* at) const {
-    if constexpr (F::hasServedDigits) {
-      const Decoded decoded = decodeReference<F>(at, second_, *terminators_);
-      return {decoded.codePoint, decoded.consumed};
-    }
     const std::uint64_t text = loadText(at + 3), bits = hexDigitBits(text);
     if (!isWhole(at + 3, bits)) return {};
-    return reference(hexValue(text, bits), 3 + bits / 8 + 1);
+    const Digits own = {hexValue(text, bits), static_cast<std::uint32_t>(bits / 8)};
+    if (isHighSurrogate(own.value)) return {};  // unserved: the host sees each digit once
+    const Reference served = {F::asServed(own, at + 3), 3 + own.count + 1};
+    return reference(served.value(), served.length);
   }
 
   static bool isWhole(const Unit* digits, std::uint64_t bits) {
@@ -94,7 +94,6 @@ class CommonReferences {
   }
 
   const Unit second_;
-  Terminators<Unit>* const terminators_;  // of the served flavour only: others keep theirs in registers
 };
 
 template <Flavour F, class Unit = typename F::Unit>
@@ -104,15 +103,10 @@ RQStatus getNcr(RQInterface* object, const Unit* input, std::uint64_t units, Uni
   Terminators<Unit> terminators(input, units, ';');
   RQ_UNINITIALIZED RoundTrips<Unit, roundTripRoom> roundTrips(object);
   const Unit second = F::reference(object);
-  RQ_UNINITIALIZED BlockDecoder<CommonReferences<F>, Unit, roundTripRoom> blocks({second, terminators});
+  RQ_UNINITIALIZED BlockDecoder<CommonReferences<F>, Unit, roundTripRoom> blocks(CommonReferences<F>{second});
   RQStatus status = RQ_SUCCESS;
   while (cursor.hasWork() && cursor.copyUpTo('&', second, static_cast<Unit>(~Unit{0}))) {
-    const Progress progress = blocks.decode(cursor, roundTrips);
-    if (progress == Progress::some) continue;
-    if (progress == Progress::textDoesNotFit) {
-      status = RQ_OUTPUT_TOO_SMALL;
-      break;
-    }
+    if (blocks.decode(cursor, roundTrips)) continue;
     const Decoded decoded = decodeReference<F>(cursor.at(), second, terminators);
     if (decoded.consumed == 0) {
       cursor.copyRest();

@@ -57,6 +57,9 @@ constexpr std::uint64_t roundTripRoom = 20;
 template <Flavour F, class Unit = typename F::Unit>
 class CommonEscapes {
  public:
+  static constexpr std::uint64_t maxLength = 2 * (2 + shortEscape);
+  static constexpr bool includesOthers = F::hasServedDigits;  // a high surrogate includes the low one
+
   CommonEscapes(Unit escape, const Unit* end) : escape_(escape), end_(end) {}
 
   Marks<Unit> marks() const { return {escape_, 'U', caseless<Unit>}; }
@@ -66,14 +69,25 @@ class CommonEscapes {
       if (withoutCase(load(at + 2)) == 'U') return {};
       const Decoded decoded = decodeEscape<F>(at, static_cast<std::uint64_t>(end_ - at), escape_);
       return {decoded.codePoint, decoded.consumed, !decoded.isEscape};
+    } else {
+      const std::uint32_t value = fourHexDigits.at(at + 2);
+      if (value == 0 || value >= noFourDigits || isHighSurrogate(value)) return {};
+      return mayBeLong(at + 6) ? Common{} : Common{value, 2 + shortEscape};
     }
-    const std::uint32_t value = fourHexDigits.at(at + 2);
-    if (value == 0 || value >= noFourDigits || isHighSurrogate(value)) return {};
-    const bool isLong = hexDigit(load(at + 6)) != noDigit && fourHexDigits.at(at + 6) < noFourDigits;
-    return isLong ? Common{} : Common{value, 2 + shortEscape};
   }
 
  private:
+  /// Whether four more digits may follow. In the wide flavour the host may make a digit of what is not ASCII.
+  static bool mayBeLong(const Unit* behind) {
+    const Unit next = load(behind);
+    if (next < kit::asciiEnd && hexDigit(next) == noDigit) return false;
+    if (fourHexDigits.at(behind) < noFourDigits) return true;
+    if constexpr (sizeof(Unit) == 1)
+      return false;
+    else
+      return (next | load(behind + 1) | load(behind + 2) | load(behind + 3)) >= kit::asciiEnd;
+  }
+
   const Unit escape_;
   const Unit* const end_;
 };
@@ -87,12 +101,7 @@ RQStatus getUEsc(RQInterface* object, const Unit* input, std::uint64_t units, Un
   RQ_UNINITIALIZED BlockDecoder<CommonEscapes<F>, Unit, roundTripRoom> blocks({escape, cursor.end()});
   RQStatus status = RQ_SUCCESS;
   while (cursor.hasWork() && cursor.copyUpTo(escape, 'U', caseless<Unit>)) {
-    const Progress progress = blocks.decode(cursor, roundTrips);
-    if (progress == Progress::some) continue;
-    if (progress == Progress::textDoesNotFit) {
-      status = RQ_REPLACEMENT_DOES_NOT_FIT;
-      break;
-    }
+    if (blocks.decode(cursor, roundTrips)) continue;
     if (cursor.remaining() <= 2) {
       cursor.copyRest();
       break;

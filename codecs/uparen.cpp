@@ -32,29 +32,21 @@ constexpr std::uint32_t valueOf(Digits digits) {
 /// The capacity in units that the host is given for a decoded character.
 constexpr std::uint64_t roundTripRoom = 12;
 
-/// Notations of the common shape: four digits and nothing else. Where the host upper-cases digits, all notations, so
-/// that it sees each one once.
+/// Notations of the common shape: four digits and nothing else.
 template <Flavour F, Wanted wanted, class Unit = typename F::Unit>
 class CommonNotations {
  public:
-  explicit CommonNotations(Terminators<Unit>& terminators)
-      : terminators_(F::hasServedDigits ? &terminators : nullptr) {}
+  static constexpr std::uint64_t maxLength = 2 + 4 + 1;
+  static constexpr bool includesOthers = false;
 
   Marks<Unit> marks() const { return {'<', 'U', caseless<Unit>}; }
 
   Common read(const Unit* at) const {
-    if constexpr (F::hasServedDigits) {
-      const Field field = hexField<F>(at + 2, *terminators_);
-      return field.length == noTerminator ? Common{} : notation(valueOf(field.digits), field.length + 3);
-    }
-    const std::uint32_t value = fourHexDigits.at(at + 2);
-    return value < noFourDigits && load(at + 6) == '>' ? notation(value, 7) : Common{};
+    const std::uint32_t own = fourHexDigits.at(at + 2);
+    if (own >= noFourDigits || load(at + 6) != '>') return {};
+    const std::uint32_t value = valueOf(F::asServed({own, 4}, at + 2));
+    return {value, maxLength, stays<wanted>(value)};
   }
-
- private:
-  static Common notation(std::uint32_t value, std::uint64_t length) { return {value, length, stays<wanted>(value)}; }
-
-  Terminators<Unit>* const terminators_;  // of the served flavour only: others keep theirs in registers
 };
 
 template <Flavour F, Wanted wanted, class Unit = typename F::Unit>
@@ -63,12 +55,9 @@ RQStatus decodeUParen(RQInterface* object, const Unit* input, std::uint64_t unit
   Cursor<Unit> cursor(input, units, output, capacity);
   Terminators<Unit> terminators(input, units, '>');
   RQ_UNINITIALIZED RoundTrips<Unit, roundTripRoom> roundTrips(object);
-  RQ_UNINITIALIZED BlockDecoder<CommonNotations<F, wanted>, Unit, roundTripRoom> blocks(
-      CommonNotations<F, wanted>{terminators});
+  RQ_UNINITIALIZED BlockDecoder<CommonNotations<F, wanted>, Unit, roundTripRoom> blocks({});
   while (cursor.hasWork() && cursor.copyUpTo('<', 'U', caseless<Unit>)) {
-    const Progress progress = blocks.decode(cursor, roundTrips);
-    if (progress == Progress::some) continue;
-    if (progress == Progress::textDoesNotFit) return RQ_REPLACEMENT_DOES_NOT_FIT;
+    if (blocks.decode(cursor, roundTrips)) continue;
     const Field field = hexField<F>(cursor.at() + 2, terminators);
     if (field.length == noTerminator) {
       cursor.copyRest();

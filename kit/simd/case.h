@@ -59,15 +59,12 @@ struct MapCase {
   static RQ_INLINE V placeOf(V c) {
     return c & V::splat(blockSize - 1);
   }
-  /// Maps all vectors. With `mayRefuse` returns false, and leaves them as they are, when they hold characters of so
-  /// many blocks that mapping one by one is faster.
-  template <bool mayRefuse, class V, std::size_t count>
-  RQ_INLINE bool mapAll(V (&c)[count]) const {
+  template <class V, std::size_t count>
+  RQ_INLINE void mapAll(V (&c)[count]) const {
     if constexpr (V::fastLookUp128) {
-      return mapByBlocks<mayRefuse>(c);
+      mapByBlocks<false>(c);
     } else {
       for (V& v : c) v = mapByGathering(v);
-      return true;
     }
   }
   template <class V>
@@ -95,8 +92,10 @@ struct MapCase {
   static RQ_INLINE H half(RQChar value) {
     return H::splat(static_cast<typename H::Lane>(value));
   }
-  /// mapAll block by block: text keeps to few blocks, and all vectors share the loaded shifts of a block. Works on
-  /// the low halves of two vectors at once; only characters of the BMP change, and they stay there.
+  /// Block by block: text keeps to few blocks, and all vectors share the loaded shifts of a block. Works on the low
+  /// halves of two vectors at once; only characters of the BMP change, and they stay there. With `mayRefuse` returns
+  /// false, and leaves the vectors as they are, when they hold characters of so many blocks that mapping one by one
+  /// is faster.
   template <bool mayRefuse, class V, std::size_t count>
   RQ_INLINE bool mapByBlocks(V (&c)[count]) const {
     using H = decltype(V::lowHalves(c[0], c[0]));
@@ -154,7 +153,7 @@ struct MapCase {
     if (needsNoTable(joined))
       for (V& v : both) v = ascii(v);
     else
-      mapAll<false>(both);
+      mapAll(both);
     std::uint64_t bits = 0;
     for (std::size_t k = 0; k < count; ++k) bits |= (both[k] ^ both[count + k]).bits() << (k * V::lanes);
     return bits;
@@ -165,23 +164,35 @@ RQ_INLINE void mapOneByOne(RQChar* p, std::uint64_t n, const CaseMap& caseMap) {
   for (std::uint64_t i = 0; i < n; ++i) store(p + i, caseMap(load<RQChar>(p + i)));
 }
 
-/// Maps loaded vectors. Returns false, and leaves them as they are, where that is slower than one by one.
+/// Where vectors are slower than single characters, the text most likely goes on like that for so many.
+constexpr std::uint64_t charactersOneByOne = 256;
+
+/// Maps loaded vectors and stores them at `p`. Where that is slower, maps some of the `n` characters at `rest` one by
+/// one instead. Returns the number of characters mapped.
 template <class V, std::size_t count>
-RQ_INLINE bool mapLoaded(V (&all)[count], const MapCase& mapped) {
+RQ_INLINE std::uint64_t mapLoaded(V (&all)[count], RQChar* p, const MapCase& mapped, RQChar* rest, std::uint64_t n) {
   V joined = all[0];
   for (std::size_t k = 1; k < count; ++k) joined = joined | all[k];
-  if (!mapped.needsNoTable(joined)) return mapped.mapAll<true>(all);
-  for (V& v : all) v = mapped.ascii(v);
-  return true;
+  if (mapped.needsNoTable(joined)) {
+    for (V& v : all) v = mapped.ascii(v);
+  } else if constexpr (V::fastLookUp128) {
+    if (!mapped.template mapByBlocks<true>(all)) {
+      const std::uint64_t step = n < charactersOneByOne ? n : charactersOneByOne;
+      mapOneByOne(rest, step, mapped.map);
+      return step;
+    }
+  } else {
+    for (V& v : all) v = mapped.mapByGathering(v);
+  }
+  for (std::size_t k = 0; k < count; ++k) all[k].store(p + k * V::lanes);
+  return count * V::lanes;
 }
-/// The same in place.
+/// Maps `count` vectors of the `n` characters at `p`, or some one by one. Returns the number of characters mapped.
 template <class V, std::size_t count>
-RQ_INLINE bool mapVectors(RQChar* p, const MapCase& mapped) {
+RQ_INLINE std::uint64_t mapVectors(RQChar* p, std::uint64_t n, const MapCase& mapped) {
   V all[count];
   for (std::size_t k = 0; k < count; ++k) all[k] = V::load(p + k * V::lanes);
-  if (!mapLoaded(all, mapped)) return false;
-  for (std::size_t k = 0; k < count; ++k) all[k].store(p + k * V::lanes);
-  return true;
+  return mapLoaded(all, p, mapped, p, n);
 }
 
 /// Maps blocks of `count` vectors as long as they need no table. Returns the characters mapped.
@@ -210,25 +221,15 @@ RQ_INLINE void mapFew(RQChar* p, std::uint64_t n, const MapCase& mapped) {
   mapped.ascii(d).store(p + last);
 }
 
-/// Where vectors are slower than single characters, the text most likely goes on like that for so many.
-constexpr std::uint64_t charactersOneByOne = 256;
-
 /// Maps more than 64 bytes. Never inlined: saving its registers would slow down short texts.
 template <class V>
 [[gnu::noinline]] void mapMany(RQChar* p, std::uint64_t n, const CaseMap& caseMap) {
   const MapCase mapped{caseMap};
   V last[] = {V::load(p + n - V::lanes)};  // before a store changes lanes that it shares with the vector before it
   std::uint64_t i = mapAscii<V, 4>(p, n, mapped);
-  for (std::uint64_t step; n - i > 4 * V::lanes; i += step) {
-    step = 4 * V::lanes;
-    if (mapVectors<V, 4>(p + i, mapped)) continue;
-    step = n - i < charactersOneByOne ? n - i : charactersOneByOne;
-    mapOneByOne(p + i, step, caseMap);
-  }
-  for (; n - i > V::lanes; i += V::lanes)
-    if (!mapVectors<V, 1>(p + i, mapped)) return mapOneByOne(p + i, n - i, caseMap);
-  if (!mapLoaded(last, mapped)) return mapOneByOne(p + i, n - i, caseMap);
-  last[0].store(p + n - V::lanes);
+  while (n - i > 4 * V::lanes) i += mapVectors<V, 4>(p + i, n - i, mapped);
+  while (n - i > V::lanes) i += mapVectors<V, 1>(p + i, n - i, mapped);
+  mapLoaded(last, p + n - V::lanes, mapped, p + i, n - i);
 }
 
 template <class V>

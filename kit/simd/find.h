@@ -21,24 +21,29 @@ concept LoadsPartial = requires(const typename V::Lane* p) {
   V::loadPartial(p, 1);
 };
 
-/// The index of the first lane that `Probe<V>` matches, or -1, among at least one lane and at most 64 bytes.
-template <template <class> class Probe, class V, class... Args>
+/// The index of the first bit that is set, or -1.
+RQ_INLINE std::int64_t firstPlace(std::uint64_t bits) {
+  return bits ? static_cast<std::int64_t>(firstBit(bits)) : -1;
+}
+
+/// The index of the first lane that `Probe<V>` matches, or -1, among at least one lane and at most `maxBytes`.
+template <template <class> class Probe, class V, std::uint64_t maxBytes = maxShortBytes, class... Args>
 RQ_INLINE std::int64_t firstMatchShort(std::uint64_t n, Args... args) {
-  const auto found = [](std::uint64_t bits) { return bits ? static_cast<std::int64_t>(firstBit(bits)) : -1; };
   if constexpr (V::bytes == maxShortBytes) {
-    return found(Probe<V>(args...).partial(n).bits() & lowBits(n));
+    return firstPlace(Probe<V>(args...).partial(n).bits() & lowBits(n));
   } else {
     if (n < V::lanes) {
       if constexpr (LoadsPartial<V>)
-        return found(Probe<V>(args...).partial(n).bits() & lowBits(n));
+        return firstPlace(Probe<V>(args...).partial(n).bits() & lowBits(n));
       else
-        return firstMatchShort<Probe, typename V::Half>(n, args...);
+        return firstMatchShort<Probe, typename V::Half, V::bytes>(n, args...);
     }
     const Probe<V> probe(args...);
     const auto bitsAt = [=](std::uint64_t i) { return probe.at(i).bits() << i; };  // vectors may overlap
     std::uint64_t bits = bitsAt(0) | bitsAt(n - V::lanes);
-    if (2 * V::bytes < maxShortBytes && n > 2 * V::lanes) bits |= bitsAt(V::lanes) | bitsAt(n - 2 * V::lanes);
-    return found(bits);
+    if constexpr (maxBytes > 2 * V::bytes)
+      if (n > 2 * V::lanes) bits |= bitsAt(V::lanes) | bitsAt(n - 2 * V::lanes);
+    return firstPlace(bits);
   }
 }
 
@@ -49,9 +54,10 @@ RQ_INLINE std::int64_t firstMatchLong(std::uint64_t n, Args... args) {
   if constexpr (4 * V::lanes <= maxBits && 4 * V::bytes > maxShortBytes) {  // one word holds the bits of four vectors
     if (n <= 4 * V::lanes) {
       const auto bitsAt = [=](std::uint64_t i) { return probe.at(i).bits() << i; };
-      std::uint64_t bits = bitsAt(0) | bitsAt(n - V::lanes);
-      if (n > 2 * V::lanes) bits |= bitsAt(V::lanes) | bitsAt(n - 2 * V::lanes);
-      return bits ? static_cast<std::int64_t>(firstBit(bits)) : -1;
+      const std::uint64_t ends = bitsAt(0) | bitsAt(n - V::lanes);
+      if constexpr (2 * V::bytes > maxShortBytes)
+        if (n <= 2 * V::lanes) return firstPlace(ends);
+      return firstPlace(ends | bitsAt(V::lanes) | bitsAt(n - 2 * V::lanes));
     }
   }
   if (const std::uint64_t bits = probe.at(0).bits()) return static_cast<std::int64_t>(firstBit(bits));
@@ -59,12 +65,10 @@ RQ_INLINE std::int64_t firstMatchLong(std::uint64_t n, Args... args) {
     if (n > maxWideBytes / sizeof(typename V::Lane)) [[unlikely]]
       return firstMatchLong<Probe, typename V::Half>(n, args...);
   std::uint64_t i = V::lanes;
-  if (n > 4 * V::lanes) {
-    // Continue at an aligned address, or as near behind one as the alignment of the units allows.
-    i -= reinterpret_cast<std::uintptr_t>(probe.p) % V::bytes / sizeof(typename V::Lane);
-    for (; n - i >= 4 * V::lanes; i += 4 * V::lanes)
-      if (probe.anyOfFour(i)) break;
-  }
+  // Continue at an aligned address, or as near behind one as the alignment of the units allows.
+  i -= reinterpret_cast<std::uintptr_t>(probe.p) % V::bytes / sizeof(typename V::Lane);
+  for (; n - i >= 4 * V::lanes; i += 4 * V::lanes)
+    if (probe.anyOfFour(i)) break;
   const std::uint64_t last = n - V::lanes;
   for (; i < last; i += V::lanes)
     if (const std::uint64_t bits = probe.at(i).bits()) return static_cast<std::int64_t>(i + firstBit(bits));
@@ -80,9 +84,9 @@ RQ_INLINE std::int64_t firstMatch(std::uint64_t n, Args... args) {
   return firstMatchLong<Probe, V>(n, args...);
 }
 
-/// Does `Probe<V>` match any lane, among at least one and at most 64 bytes? The place does not matter: one test is
+/// Does `Probe<V>` match any lane, among at least one and at most `maxBytes`? The place does not matter: one test is
 /// enough.
-template <template <class> class Probe, class V, class... Args>
+template <template <class> class Probe, class V, std::uint64_t maxBytes = maxShortBytes, class... Args>
 RQ_INLINE bool anyMatchShort(std::uint64_t n, Args... args) {
   if constexpr (V::bytes == maxShortBytes) {
     return (Probe<V>(args...).partial(n).bits() & lowBits(n)) != 0;
@@ -91,12 +95,13 @@ RQ_INLINE bool anyMatchShort(std::uint64_t n, Args... args) {
       if constexpr (LoadsPartial<V>)
         return (Probe<V>(args...).partial(n).bits() & lowBits(n)) != 0;
       else
-        return anyMatchShort<Probe, typename V::Half>(n, args...);
+        return anyMatchShort<Probe, typename V::Half, V::bytes>(n, args...);
     }
     const Probe<V> probe(args...);
     const auto two = [=](std::uint64_t i, std::uint64_t k) { return probe.at(i) | probe.at(k); };
-    if (2 * V::bytes == maxShortBytes || n <= 2 * V::lanes) return two(0, n - V::lanes).any();
-    return (two(0, V::lanes) | two(n - 2 * V::lanes, n - V::lanes)).any();
+    if constexpr (maxBytes > 2 * V::bytes)
+      if (n > 2 * V::lanes) return (two(0, V::lanes) | two(n - 2 * V::lanes, n - V::lanes)).any();
+    return two(0, n - V::lanes).any();
   }
 }
 
@@ -107,7 +112,8 @@ RQ_INLINE bool anyMatchLong(std::uint64_t n, Args... args) {
   const Probe<V> probe(args...);
   if constexpr (four * sizeof(typename V::Lane) > maxShortBytes) {
     const auto two = [=](std::uint64_t i, std::uint64_t k) { return probe.at(i) | probe.at(k); };
-    if (n <= 2 * one) return two(0, n - one).any();
+    if constexpr (2 * V::bytes > maxShortBytes)
+      if (n <= 2 * one) return two(0, n - one).any();
     if (n <= four) return (two(0, one) | two(n - 2 * one, n - one)).any();
   }
   if (probe.anyOfFour(0)) return true;
