@@ -159,6 +159,9 @@ class Editing(ToolTest):
 
                 run("decode", "ncr", "-i", "--keep-going", "--progress", bad, good, preexec_fn=close)
                 self.assertEqual((self.read("bad"), self.read("good")), (b"\xff", b"A" * 1000))
+                late = self.file("late", b"A" * 1_000_000 + b"\xff")
+                run("decode", "ncr", "-o", str(self.folder / "out"), late, preexec_fn=close)
+                self.assertEqual(self.read("out").strip(b"A"), b"")
 
     def test_wrong_usage(self):
         path = self.file("text", b"&#65;")
