@@ -1,7 +1,8 @@
 /* Preloaded into the tool: calls that bring files to the disk are written down, and one of them fails.
  *
  * RQ_TRACE names a file that gets a line for each call, RQ_FAIL the call that fails with "Input/output error". A
- * close counts only when something was written to the descriptor before. */
+ * close counts only when something was written to the descriptor before. With RQ_INTERRUPT signals interrupt reads,
+ * writes and such a close, and writes take half of what they are given. */
 #include <dlfcn.h>
 #include <errno.h>
 #include <stdio.h>
@@ -37,10 +38,24 @@ static int fails(const char* name, int descriptor) {
   return 1;
 }
 
+/* Whether a signal interrupts this call: every second one. */
+static int interrupted(void) {
+  static unsigned calls;
+  if (!getenv("RQ_INTERRUPT") || calls++ % 2 == 1) return 0;
+  errno = EINTR;
+  return 1;
+}
+
+ssize_t read(int descriptor, void* bytes, size_t count) {
+  ssize_t (*real)(int, void*, size_t) = (ssize_t(*)(int, void*, size_t))next("read");
+  return interrupted() ? -1 : real(descriptor, bytes, count);
+}
+
 ssize_t write(int descriptor, const void* bytes, size_t count) {
   ssize_t (*real)(int, const void*, size_t) = (ssize_t(*)(int, const void*, size_t))next("write");
+  if (interrupted()) return -1;
   if (descriptor > STDERR_FILENO && descriptor < descriptors) written[descriptor] = 1;
-  return real(descriptor, bytes, count);
+  return real(descriptor, bytes, getenv("RQ_INTERRUPT") ? (count + 1) / 2 : count);
 }
 
 int close(int descriptor) {
@@ -51,6 +66,7 @@ int close(int descriptor) {
   written[descriptor] = 0;
   failed = fails("close", descriptor);
   real(descriptor);
+  if (getenv("RQ_INTERRUPT")) return errno = EINTR, -1; /* the descriptor is closed all the same */
   return failed ? (errno = EIO, -1) : 0;
 }
 

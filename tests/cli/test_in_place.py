@@ -1,5 +1,6 @@
 """--in-place: the file holds the whole old text or the whole new one, whatever happens."""
 
+import itertools
 import os
 import pathlib
 import random
@@ -147,6 +148,21 @@ class Editing(ToolTest):
             self.fail_with(SYSTEM, f"cannot edit {path}: {reason}", "decode", "ncr", "-i", path)
         self.assertEqual(self.names(), ["fifo", "nowhere", "x"])
 
+    def test_messages_never_reach_a_file_in_place_of_a_closed_stream(self):
+        for closed in itertools.chain.from_iterable(itertools.combinations(range(3), count) for count in range(1, 4)):
+            with self.subTest(closed):
+                bad, good = self.file("bad", b"\xff"), self.file("good", b"&#65;" * 1000)
+
+                def close():
+                    for descriptor in closed:  # pylint: disable=cell-var-from-loop
+                        os.close(descriptor)
+
+                run("decode", "ncr", "-i", "--keep-going", "--progress", bad, good, preexec_fn=close)
+                self.assertEqual((self.read("bad"), self.read("good")), (b"\xff", b"A" * 1000))
+                late = self.file("late", b"A" * 1_000_000 + b"\xff")
+                run("decode", "ncr", "-o", str(self.folder / "out"), late, preexec_fn=close)
+                self.assertEqual(self.read("out").strip(b"A"), b"")
+
     def test_wrong_usage(self):
         path = self.file("text", b"&#65;")
         (self.folder / "link").symlink_to("text")
@@ -199,6 +215,12 @@ class OnTheWayToTheDisk(ToolTest):
         steps = [line for line in trace.read_text().splitlines() if not line.startswith("flistxattr")]
         self.assertEqual(steps, ["fchmod file", "fsync file", "close file", "renameat folder", "fsync folder"])
 
+    def test_interrupted_calls_are_made_again(self):
+        path, result = self.edit(RQ_INTERRUPT="1")
+        self.assertEqual((result.returncode, result.stderr), (DONE, b""))
+        with open(path, "rb") as file:
+            self.assertEqual(file.read(), b"A")
+
     def test_each_failure_before_the_name_leaves_the_old_text(self):
         for call, what in (("flistxattr", "cannot keep the attributes of"), ("fchmod", "cannot keep the permissions of"),
                            ("fsync", "cannot write"), ("close", "cannot write"), ("renameat", "cannot replace")):
@@ -246,9 +268,12 @@ class EndedAtEachSystemCall(ToolTest):
             for entry in self.folder.iterdir():
                 entry.unlink()
             path.write_bytes(self.OLD)
+            path.chmod(0o600)
 
         for number in (signal.SIGKILL, signal.SIGTERM):
             def look():
+                for entry in self.folder.iterdir():
+                    self.assertEqual(stat.S_IMODE(entry.stat().st_mode), 0o600, "others can read a private text")
                 names = [entry.name for entry in self.folder.iterdir()]
                 if number == signal.SIGTERM:
                     self.assertEqual(names, ["text"])

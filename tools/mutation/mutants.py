@@ -1,4 +1,4 @@
-"""The mutants of the library's sources: which tokens, and what becomes of them."""
+"""The mutants of sources: which tokens, and what becomes of them."""
 import dataclasses
 import re
 
@@ -95,9 +95,9 @@ def of_text(name, text):
     return [Mutant(name, *place, label(name, text, *place)) for place in found]
 
 
-def of_tree(root):
+def of_tree(root, rooms=ROOMS):
     """All mutants, by file, and the texts of the files. Equal names are told apart by a count."""
-    paths = sorted(path for room in ROOMS for path in (root / room).rglob("*")
+    paths = sorted(path for room in rooms for path in (root / room).rglob("*")
                    if path.suffix in (".cpp", ".h", ".def"))
     texts = {str(path.relative_to(root)): path.read_text() for path in paths}
     mutants = [mutant for name, text in texts.items() for mutant in of_text(name, text)]

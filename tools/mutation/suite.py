@@ -13,6 +13,17 @@ KERNELS = ("sse2", "avx2", "avx512")
 KERNEL_FAMILIES = ("kit", "wide")  # of the differential program
 
 
+def googletests(listed):
+    """The names in what --gtest_list_tests prints."""
+    group = ""
+    for line in listed.splitlines():
+        name = line.split("#")[0].strip()
+        if line.startswith(" "):
+            yield group + name
+        elif name.endswith("."):
+            group = name
+
+
 class Test:
     def __init__(self, name, program, arguments, kernels=""):
         self.name, self.program, self.arguments = name, program, list(arguments)
@@ -45,13 +56,7 @@ class Suite:
     def names(self, program):
         listed = subprocess.run([str(self.build / "bin" / program), "--gtest_list_tests"], check=True,
                                 capture_output=True, text=True, env=dict(os.environ, RQUNI_KERNELS="sse2")).stdout
-        suite = ""
-        for line in listed.splitlines():
-            name = line.split("#")[0].strip()
-            if line.startswith(" "):
-                yield suite + name
-            elif name.endswith("."):
-                suite = name
+        return googletests(listed)
 
     def run(self, test, folder, mutant=0, reached=None):
         """Runs a test with the library of `folder`: (exit status, seconds of processor time)."""

@@ -65,17 +65,20 @@ struct Right {
   B value;
 };
 
-#define RQ_SWITCH_BINARY(op, other)                                   \
-  template <class A, unsigned mutant>                                 \
-  RQ_SWITCH Left<A, mutant> operator op(A a, Place<mutant>) {         \
-    return {a};                                                       \
-  }                                                                   \
-  template <class A, class B, unsigned mutant>                        \
-  RQ_SWITCH auto operator op(Left<A, mutant> a, B b) {                \
-    using Result = decltype(a.value op b);                            \
-    if constexpr (requires { static_cast<Result>(a.value other b); }) \
-      if (on<mutant>()) return static_cast<Result>(a.value other b);  \
-    return a.value op b;                                              \
+#define RQ_SWITCH_BINARY(op, other)                                     \
+  template <class A, unsigned mutant>                                   \
+  RQ_SWITCH Left<A, mutant> operator op(A a, Place<mutant>) {           \
+    return {a};                                                         \
+  }                                                                     \
+  template <class A, class B, unsigned mutant>                          \
+  RQ_SWITCH auto operator op(Left<A, mutant> a, B b) {                  \
+    using Result = decltype(a.value op b);                              \
+    if constexpr (requires { static_cast<Result>(a.value other b); }) { \
+      if (on<mutant>()) return static_cast<Result>(a.value other b);    \
+    } else if (on<mutant>()) {                                          \
+      rqRefuse();                                                       \
+    }                                                                   \
+    return a.value op b;                                                \
   }
 RQ_SWITCH_BINARY(<, <=)
 RQ_SWITCH_BINARY(<=, <)
