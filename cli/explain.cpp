@@ -220,6 +220,8 @@ class Explainer {
   std::string shown_;
 };
 
+}  // namespace
+
 Result<TextOperation> explanation(const Job& job) {
   auto opened = Workbench::openForNotations(job);
   if (!opened) return opened.error();
@@ -239,8 +241,6 @@ Result<TextOperation> explanation(const Job& job) {
     return [explainer](const Text& text) { return (*explainer)(text); };
   });
 }
-
-}  // namespace
 
 Done explain(const Job& job, Progress& progress, Output& output) {
   const Result<TextOperation> operation = explanation(job);

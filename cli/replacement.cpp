@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <optional>
+#include <set>
 #include <string_view>
 #include <vector>
 
@@ -200,11 +201,18 @@ Done Replacement::keepBackup() const {
   return host::done();
 }
 
-Done Replacement::commit() {
+Done Replacement::complete() {
+  const Result<int> fresh = output_->flushed();
+  return fresh ? keepAttributes(*fresh) : fresh.error();
+}
+
+Done Replacement::sync() {
   const Result<int> fresh = output_->flushed();
   if (!fresh) return fresh.error();
-  if (Done kept = keepAttributes(*fresh); !kept) return kept;
-  if (::fsync(*fresh) != 0) return failure("write", errno);
+  return ::fsync(*fresh) == 0 ? host::done() : failure("write", errno);
+}
+
+Done Replacement::replace() {
   if (Done finished = output_->finish(); !finished) return finished;
   if (oldChanged())
     return Error{Error::Kind::system, "cannot edit " + shownName(input_.name()) + ": it was changed meanwhile"};
@@ -213,8 +221,55 @@ Done Replacement::commit() {
   const int folder = folder_.descriptor.number();
   if (::renameat(folder, unfinished_->name.data(), folder, base_.c_str()) != 0) return failure("replace", errno);
   std::exchange(unfinished_, nullptr)->folder = -1;
-  if (!syncFolder(folder_, input_.descriptor())) return failure("bring to the disk the folder of", errno);
   return host::done();
+}
+
+Done Replacement::syncFolder() const {
+  if (cli::syncFolder(folder_, input_.descriptor())) return host::done();
+  return failure("bring to the disk the folder of", errno);
+}
+
+/// One call for each file system, which waits once for all texts. False if there is anything to be said of one of
+/// them.
+bool ReplacementGroup::syncTogether(const Members& members) {
+  std::set<dev_t> synced;
+  return members.size() > 1 && std::ranges::all_of(members, [&synced](const auto& member) {
+           return !synced.insert(member->status_.st_dev).second || ::syncfs(member->input_.descriptor()) == 0;
+         });
+}
+
+Done ReplacementGroup::syncFolders(const Members& members, const OnProblem& onProblem) {
+  std::set<std::pair<dev_t, ino_t>> synced;
+  for (const auto& member : members) {
+    struct stat folder {};
+    const bool known = ::fstat(member->folder_.descriptor.number(), &folder) == 0;
+    if (known && !synced.insert({folder.st_dev, folder.st_ino}).second) continue;
+    if (const Done done = member->syncFolder(); !done) {
+      if (Done goesOn = onProblem(done.error()); !goesOn) return goesOn;
+    }
+  }
+  return host::done();
+}
+
+Done ReplacementGroup::commit(const OnProblem& onProblem) {
+  const Members members = std::exchange(members_, {});
+  bytes_ = 0;
+  std::vector<Done> steps;
+  for (const auto& member : members) steps.push_back(member->complete());
+  const bool synced = syncTogether(members);
+  Members replaced;
+  Done goesOn = host::done();
+  for (std::size_t i = 0; i < members.size() && goesOn; ++i) {
+    if (steps[i] && !synced) steps[i] = members[i]->sync();
+    if (steps[i]) steps[i] = members[i]->replace();
+    if (steps[i]) {
+      replaced.push_back(members[i]);
+    } else {
+      goesOn = onProblem(steps[i].error());
+    }
+  }
+  const Done folders = syncFolders(replaced, onProblem);
+  return goesOn ? folders : goesOn;
 }
 
 }  // namespace rq::cli

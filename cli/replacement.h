@@ -5,8 +5,11 @@
 
 #include <sys/stat.h>
 
+#include <cstdint>
+#include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "cli/files.h"
 
@@ -20,7 +23,7 @@ struct Folder {
 
 struct Unfinished;
 
-/// One file's replacement. Ended before commit(), by the destructor or a signal of endingSignals, it takes its
+/// One file's replacement. Ended before its commit, by the destructor or a signal of endingSignals, it takes its
 /// temporary file with it. Some at a time, on the main thread.
 ///
 /// The folder and the old text are opened once and never looked up by name again: a link that is turned meanwhile
@@ -42,9 +45,8 @@ class Replacement {
   Input& input() { return input_; }
   /// Where the new text goes.
   Output& output() { return *output_; }
-  /// Gives the new text the old one's owner, permissions, extended attributes and name, and syncs it to the disk.
-  /// After an error the old text is in place.
-  Done commit();
+  /// The length of the old text.
+  std::uint64_t size() const { return static_cast<std::uint64_t>(status_.st_size); }
 
  private:
   Replacement(Folder folder, std::string base, std::string backupSuffix, Input input, const struct stat& status)
@@ -53,6 +55,14 @@ class Replacement {
         backupSuffix_(std::move(backupSuffix)),
         input_(std::move(input)),
         status_(status) {}
+  friend class ReplacementGroup;
+  /// The steps of a commit. Gives the new text the old one's owner, permissions and extended attributes.
+  Done complete();
+  Done sync();
+  /// Gives the new text the old one's name.
+  Done replace();
+  Done syncFolder() const;
+
   Done keepBackup() const;
   Done create(Progress& progress);
   Done keepAttributes(int fresh) const;
@@ -66,6 +76,34 @@ class Replacement {
   const struct stat status_;          // of the old file when it was opened
   Unfinished* unfinished_ = nullptr;  // the temporary file
   std::optional<Output> output_;
+};
+
+/// Finished replacements that go to the disk together: for many small files this costs little more than for one.
+class ReplacementGroup {
+ public:
+  /// Gets the problem of a file. Its own error ends the commit: the files behind stay as they are.
+  using OnProblem = std::function<Done(const Error&)>;
+
+  void add(std::shared_ptr<Replacement> finished) {
+    bytes_ += finished->size();
+    members_.push_back(std::move(finished));
+  }
+  /// True when waiting for more would risk more than it saves.
+  bool full() const { return members_.size() >= mostMembers || bytes_ >= mostBytes; }
+  /// Syncs all new texts to the disk, gives them the old ones' names in order, and syncs these. After an error in one
+  /// its old text is in place.
+  Done commit(const OnProblem& onProblem);
+
+ private:
+  static constexpr std::size_t mostMembers = 128;
+  static constexpr std::uint64_t mostBytes = std::uint64_t{16} << 20;
+
+  using Members = std::vector<std::shared_ptr<Replacement>>;
+  static bool syncTogether(const Members& members);
+  static Done syncFolders(const Members& members, const OnProblem& onProblem);
+
+  Members members_;
+  std::uint64_t bytes_ = 0;
 };
 
 }  // namespace rq::cli

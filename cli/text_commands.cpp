@@ -35,7 +35,7 @@ class Run {
     output_.startWith(outputMark_);
     for (const std::string& file : job_.files)
       if (Done done = job_.inPlace ? edit(file) : read(file); !done) return done;
-    if (Done done = pipeline_.finish(); !done) return done;
+    if (Done done = finish(); !done) return done;
     if (problems_.empty()) return host::done();
     return Error{Error::Kind::data, problems_};
   }
@@ -53,20 +53,44 @@ class Run {
   }
 
   Done edit(const std::string& name) {
-    Result<std::unique_ptr<Replacement>> begun = Replacement::begin(name, job_.backupSuffix, progress_);
-    if (!begun) return pipeline_.addProblem(std::make_shared<FileRun>(FileRun{name, {}, {}}), begun.error());
+    auto begun = Replacement::begin(name, job_.backupSuffix, progress_);
+    if (!begun) {
+      // Files that are on their way may hold what it takes.
+      if (Done done = finish(); !done) return done;
+      begun = Replacement::begin(name, job_.backupSuffix, progress_);
+    }
+    if (!begun) return note(begun.error());
     const std::shared_ptr<Replacement> edited = std::move(*begun);
     edited->output().startWith(outputMark_);
     const auto file =
         std::make_shared<FileRun>(FileRun{name, [edited](Bytes bytes) { return edited->output().write(bytes); },
-                                          [edited] { return edited->commit(); }});
+                                          [this, edited] {
+                                            finished_.add(edited);
+                                            return finished_.full() ? commit() : host::done();
+                                          }});
     return pipeline_.add(file, edited->input());
   }
 
-  /// With --keep-going a problem is noted. Otherwise it ends the run.
+  /// Brings all files that are on their way to their end.
+  Done finish() {
+    Done done = pipeline_.finish();
+    return done ? commit() : done;
+  }
+
+  Done commit() {
+    return finished_.commit([this](const Error& error) { return note(error); });
+  }
+
+  /// A problem comes behind those of the files before.
   Done problem(FileRun& file, const Error& error) {
     file.write = {};  // and with it the temporary file
     file.end = {};
+    Done done = commit();
+    return done ? note(error) : done;
+  }
+
+  /// With --keep-going a problem is noted. Otherwise it ends the run.
+  Done note(const Error& error) {
     if (!job_.keepGoing || output_.failed()) return error;
     problems_ += (problems_.empty() ? "" : "\nrqtext: ") + withAdvice(job_, error).text;
     return host::done();
@@ -76,6 +100,7 @@ class Run {
   Progress& progress_;
   Output& output_;
   const std::string outputMark_;
+  ReplacementGroup finished_;
   std::string problems_;
   Pipeline pipeline_;
 };

@@ -8,6 +8,7 @@
 #include <fstream>
 #include <random>
 
+#include "cli/explain.h"
 #include "cli/pipeline.h"
 #include "cli/text_operation.h"
 #include "host/host.h"
@@ -67,7 +68,8 @@ std::string outcome(const Result<Bytes>& result) {
 }
 
 /// What an operation makes of a file that is read in pieces; an error without the file's name.
-std::string outcomeOf(const TextOperation& operation, const std::string& file, const Pause& pause, unsigned jobs) {
+std::string outcomeOf(const TextOperation& operation, const std::string& file, const Pause& pause, unsigned jobs,
+                      std::optional<LineEnds> lineEnds = std::nullopt, std::string* written = nullptr) {
   Progress silent(false);
   std::string result;
   const auto run = std::make_shared<FileRun>(FileRun{file,
@@ -76,13 +78,16 @@ std::string outcomeOf(const TextOperation& operation, const std::string& file, c
                                                        return host::done();
                                                      },
                                                      host::done});
-  Pipeline pipeline(operation, std::nullopt, {}, jobs, 0, [](FileRun&, const Error& error) { return error; });
+  const std::string lineEnd = "\n";
+  Pipeline pipeline(operation, std::move(lineEnds), bytesOf(lineEnd), jobs, 0,
+                    [](FileRun&, const Error& error) { return error; });
   Result<Input> input = Input::open(file, silent, [&pipeline, &pause] {
     Done done = pipeline.finish();
     return done ? pause() : done;
   });
   Done done = pipeline.add(run, *input);
   if (done) done = pipeline.finish();
+  if (written) *written = result;
   return done ? "result: " + result : "error: " + done.error().text.substr(file.size() + 2);
 }
 
@@ -348,6 +353,89 @@ TEST(Pieces, LongFilesAsTheWhole) {
           "result: " + std::to_string(*whole->measure(TextWork::Measure::width, bytesOf(text))) + "\n");
   }
   ::unlink(file.c_str());
+}
+
+/// The outcome with one thread and with several, of a text in short pieces.
+void compareJobs(Result<TextOperation> operation, const std::string& text, bool lines) {
+  ASSERT_TRUE(operation) << operation.error().text;
+  const std::string file = testing::TempDir() + "rq_jobs_" + std::to_string(::getpid());
+  std::ofstream(file, std::ios::binary | std::ios::trunc) << text;
+  operation->pieceBytes = 700;
+  const auto lineEnds = lines ? std::optional(LineEnds("\n")) : std::nullopt;
+  std::string writtenAlone;
+  const std::string alone = outcomeOf(*operation, file, host::done, 1, lineEnds, &writtenAlone);
+  for (const unsigned jobs : {2U, 5U}) {
+    std::string written;
+    EXPECT_TRUE(same(alone, outcomeOf(*operation, file, host::done, jobs, lineEnds, &written))) << jobs << " threads";
+    EXPECT_TRUE(same(writtenAlone, written)) << jobs << " threads";
+  }
+  ::unlink(file.c_str());
+}
+
+/// All operations on a text, whole and line by line.
+void compareAllJobs(Job job, const std::string& text) {
+  for (const bool lines : {false, true}) {
+    job.lines = lines;
+    for (const Notation notation : {Notation::ncr, Notation::uesc}) {
+      job.notation = notation;
+      compareJobs(decode(job), text, lines);
+      compareJobs(encode(job), text, lines);
+      compareJobs(explanation(job), text, lines);
+    }
+    compareJobs(fromForm(job), text, lines);
+    compareJobs(toForm(job), text, lines);
+    compareJobs(measureLength(job), text, lines);
+    compareJobs(measureWidth(job), text, lines);
+  }
+}
+
+TEST(Jobs, SeveralThreadsDoAsOne) {
+  std::mt19937 random(23);
+  for (const char* session : {"UTF-8", "GB18030", "ISO-8859-1"}) {
+    const Job job = jobFor(session);
+    Whole whole(job);
+    Parts parts = encoded(partsOf(Notation::ncr), whole);
+    const Parts more = encoded(partsOf(Notation::uesc), whole);
+    parts.insert(parts.end(), more.begin(), more.end());
+    compareAllJobs(job, textOf(parts, 15'000, random));
+  }
+}
+
+TEST(Jobs, TheFirstProblemIsNamedAsByOne) {
+  std::mt19937 random(29);
+  Whole whole(jobFor("UTF-8"));
+  const Parts parts = encoded(partsOf(Notation::ncr), whole);
+  for (int i = 0; i < 3; ++i) {
+    const std::string good = textOf(parts, 3000, random);
+    const std::string bad = "\xFF";
+    compareAllJobs(jobFor("UTF-8"), good + bad + textOf(parts, 100U + random() % 3000, random) + bad + good);
+  }
+}
+
+TEST(Jobs, AFieldIsFilledAsByTheLibrary) {
+  std::mt19937 random(31);
+  for (const Flavour flavour : {Flavour::plain, Flavour::wide}) {
+    for (const RQForm form : {RQ_FORM_UTF16_BIG, RQ_FORM_UTF16_LITTLE, RQ_FORM_UTF32_BIG, RQ_FORM_UTF32_LITTLE}) {
+      Job job = jobFor(flavour == Flavour::wide ? "UTF-32LE" : "UTF-8", flavour);
+      job.form = form;
+      Whole whole(job);
+      const std::string text = textOf(encoded({"a", "é", "日", "😀", " ", "\n"}, whole), 3000, random);
+      const std::size_t exact = whole->toForm(form, bytesOf(text))->size();
+      for (const std::size_t bytes :
+           {exact - exact % 4, exact + 4 - exact % 4, exact - exact % 4 + 4096, exact / 8 * 4}) {
+        job.padBytes = bytes;
+        Result<TextOperation> operation = toForm(job);
+        ASSERT_TRUE(operation);
+        operation->pieceBytes = 512;
+        const std::string file = testing::TempDir() + "rq_field_" + std::to_string(::getpid());
+        std::ofstream(file, std::ios::binary | std::ios::trunc) << text;
+        const std::string pieces = outcomeOf(*operation, file, host::done, 2);
+        const std::string library = outcome(whole->toForm(form, bytesOf(text), {}, bytes));
+        EXPECT_TRUE(same(library, pieces)) << bytes << " of " << exact;
+        ::unlink(file.c_str());
+      }
+    }
+  }
 }
 
 }  // namespace
