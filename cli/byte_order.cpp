@@ -54,7 +54,7 @@ std::size_t MarkedReader::reverseUnits(host::MutableBytes bytes) {
 host::Result<std::size_t> MarkedReader::read(host::MutableBytes room, const Read& read) {
   for (;;) {
     std::ranges::copy(std::span(held_).first(heldBytes_), room.begin());
-    const host::Result<std::size_t> count = read(room.subspan(heldBytes_));
+    host::Result<std::size_t> count = read(room.subspan(heldBytes_));
     if (!count) return count;
     std::size_t bytes = std::exchange(heldBytes_, 0) + *count;
     if (*count == 0) return bytes;  // what was held is an incomplete unit

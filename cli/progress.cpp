@@ -22,7 +22,11 @@ std::string shownBytes(double bytes) {
     return text.data();
   }
   std::size_t unit = 0;
-  for (bytes /= 1000; bytes >= 1000 && unit + 1 < units.size(); bytes /= 1000) ++unit;
+  bytes /= 1000;
+  while (bytes >= 1000 && unit + 1 < units.size()) {
+    bytes /= 1000;
+    ++unit;
+  }
   std::snprintf(text.data(), text.size(), "%.1f %s", bytes, units[unit]);
   return text.data();
 }

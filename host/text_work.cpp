@@ -79,12 +79,11 @@ Done TextWork::needWholeUnits(Bytes text, Position start) const {
   return failure(truncatedStatus, text, start, encoding_, encoding_);
 }
 
-bool TextWork::wantsRoom(RQStatus status, std::uint64_t written, std::optional<std::uint64_t>& before) const {
+bool TextWork::wantsRoom(RQStatus status, std::uint64_t capacity, Bytes text) const {
   if (ownHost_) return status == outputFullStatus;
-  // Another's statuses are its own: more room helps as long as more is written.
-  const bool more = !before || written > *before;
-  before = written;
-  return more;
+  // Another's statuses are its own: each may mean that the output is full.
+  constexpr std::uint64_t mostGrowth = 16;
+  return capacity <= mostGrowth * text.size() + 1024;
 }
 
 Done TextWork::needReadByHost(Bytes text, Position start) {
@@ -110,14 +109,13 @@ Result<Bytes> TextWork::fromForm(RQForm form, Bytes text, Position start) {
                                                                : operations_.getUTF32L;
   // Most encodings have no character of more than 4 bytes. Room that stays unused costs no memory.
   const std::uint64_t characters = text.size() / shortestCharacter(form) + 1;
-  std::optional<std::uint64_t> before;
   for (std::uint64_t capacity = characters * (4 / unit()) + 64;; capacity *= 2) {
     const MutableBytes room = output_.atLeast(capacity * unit() + RQ_OUTPUT_SLACK_BYTES);
     std::uint64_t written = 0;
     const RQStatus status = transform(object_, text.data(), text.size(), room.data(), capacity, &written);
     if (written > capacity) return falseLength;
     if (status == RQ_SUCCESS) return Bytes(room.first(written * unit()));
-    if (!wantsRoom(status, written, before)) return failure(status, text, start, encodingOf(form), encoding_);
+    if (!wantsRoom(status, capacity, text)) return failure(status, text, start, encodingOf(form), encoding_);
   }
 }
 
@@ -128,7 +126,6 @@ Result<Bytes> TextWork::toForm(RQForm form, Bytes text, Position start, std::opt
                                    : form == RQ_FORM_UTF32_BIG    ? operations_.putUTF32B
                                                                   : operations_.putUTF32L;
   const std::uint64_t units = text.size() / unit();
-  std::optional<std::uint64_t> before;
   for (std::uint64_t capacity = padBytes ? *padBytes / unit() : units * std::max(growth(form), unit()) / unit() + 64;;
        capacity *= 2) {
     const MutableBytes room = output_.atLeast(capacity * unit() + RQ_OUTPUT_SLACK_BYTES);
@@ -139,7 +136,7 @@ Result<Bytes> TextWork::toForm(RQForm form, Bytes text, Position start, std::opt
     const std::uint64_t writtenBytes = padBytes ? written * unit() : written;
     if (writtenBytes > room.size()) return falseLength;
     if (status == RQ_SUCCESS) return Bytes(room.first(writtenBytes));
-    if (padBytes || !wantsRoom(status, written, before)) {
+    if (padBytes || !wantsRoom(status, capacity, text)) {
       return failure(status, text, start, encoding_, encodingOf(form));
     }
   }

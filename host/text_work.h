@@ -64,8 +64,8 @@ class TextWork {
   Done needValid(const ConversionWatch& watch, Bytes text, Position start) const;
   Bytes joined(Bytes text, const Around& around);
   Done needWholeUnits(Bytes text, Position start) const;
-  /// True when a transform that failed may succeed with more room. `before`: what it wrote with less room.
-  bool wantsRoom(RQStatus status, std::uint64_t written, std::optional<std::uint64_t>& before) const;
+  /// True when a transform that failed may succeed with more room than it had.
+  bool wantsRoom(RQStatus status, std::uint64_t capacity, Bytes text) const;
   /// Another's host must read all characters of the text: the library goes on with those that it gets.
   Done needReadByHost(Bytes text, Position start);
 

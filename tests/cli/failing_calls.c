@@ -1,8 +1,8 @@
 /* Preloaded into the tool: calls that bring files to the disk are written down, and one of them fails.
  *
  * RQ_TRACE names a file that gets a line for each call, RQ_FAIL the call that fails with "Input/output error". A
- * close counts only when something was written to the descriptor before. With RQ_INTERRUPT signals interrupt reads,
- * writes and such a close, and writes take half of what they are given. */
+ * close counts only when something was written to the descriptor before. With RQ_INTERRUPT every second read and
+ * write is interrupted before it begins, and the others do only a part; such a close is interrupted as well. */
 #include <dlfcn.h>
 #include <errno.h>
 #include <stdio.h>
@@ -23,7 +23,7 @@ static void* next(const char* name) {
 
 /* Writes the call down; whether it fails. */
 static int fails(const char* name, int descriptor) {
-  const char* trace = getenv("RQ_TRACE");
+  const char* trace = strcmp(name, "write") != 0 ? getenv("RQ_TRACE") : NULL;
   const char* fail = getenv("RQ_FAIL");
   struct stat status;
   const char* kind = fstat(descriptor, &status) == 0 && S_ISDIR(status.st_mode) ? "folder" : "file";
@@ -38,24 +38,28 @@ static int fails(const char* name, int descriptor) {
   return 1;
 }
 
-/* Whether a signal interrupts this call: every second one. */
-static int interrupted(void) {
-  static unsigned calls;
-  if (!getenv("RQ_INTERRUPT") || calls++ % 2 == 1) return 0;
+/* Whether this call is interrupted; else how much of `count` it may do. */
+static int interrupted(size_t* count) {
+  enum { part = 777 };
+  static _Atomic unsigned calls;
+  if (!getenv("RQ_INTERRUPT")) return 0;
+  if (*count > part) *count = part;
+  if (calls++ % 2 == 1) return 0;
   errno = EINTR;
   return 1;
 }
 
-ssize_t read(int descriptor, void* bytes, size_t count) {
-  ssize_t (*real)(int, void*, size_t) = (ssize_t(*)(int, void*, size_t))next("read");
-  return interrupted() ? -1 : real(descriptor, bytes, count);
-}
-
 ssize_t write(int descriptor, const void* bytes, size_t count) {
   ssize_t (*real)(int, const void*, size_t) = (ssize_t(*)(int, const void*, size_t))next("write");
-  if (interrupted()) return -1;
+  if (interrupted(&count)) return -1;
   if (descriptor > STDERR_FILENO && descriptor < descriptors) written[descriptor] = 1;
-  return real(descriptor, bytes, getenv("RQ_INTERRUPT") ? (count + 1) / 2 : count);
+  if (fails("write", descriptor)) return -1;
+  return real(descriptor, bytes, count);
+}
+
+ssize_t read(int descriptor, void* bytes, size_t count) {
+  ssize_t (*real)(int, void*, size_t) = (ssize_t(*)(int, void*, size_t))next("read");
+  return interrupted(&count) ? -1 : real(descriptor, bytes, count);
 }
 
 int close(int descriptor) {

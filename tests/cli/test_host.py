@@ -117,6 +117,26 @@ RQStatus rquni_host(RQKernel** kernel, RQContext** context) {
         self.fail_with(SYSTEM, "the host says that it wrote more than it had room for", "from", "utf8", *LATIN, "--host", BROKEN,
                        text="€".encode(), env={**ENVIRONMENT, "RQ_BROKEN": "transcoder.capacity reported"})
 
+    def test_a_host_that_fills_whatever_room_it_gets(self):
+        host = self.own_host('''
+static RQStatus fill(RQTranscoder* self, const void* in, uint64_t bytes, void* out, uint64_t room, uint64_t* n, uint64_t f) {
+  (void)self, (void)in, (void)bytes, (void)f;
+  memset(out, 'x', *n = room);
+  return FAILED;
+}
+static RQTranscoder* create(RQNlsServices* nls, uint64_t from, uint64_t to, uint64_t a, uint64_t b) {
+  RQTranscoder* const made = createTranscoder(nls, from, to, a, b);
+  made->convert = fill;
+  return made;
+}
+RQStatus rquni_host(RQKernel** kernel, RQContext** context) {
+  soundHost(kernel, context);
+  (*context)->nls->createTranscoder = create;
+  return RQ_SUCCESS;
+}''')
+        for arguments in (["from", "utf8"], ["to", "utf8"], ["to", "utf32be"]):
+            self.fail_with(SYSTEM, "the operation failed with status 0x00000001", *arguments, *LATIN, "--host", host, text=b"x" * 300)
+
     def test_every_fault_ends_well(self):
         # Of every fault that the checker knows the tool makes a result or an error, and no crash of its own.
         source = (pathlib.Path(__file__).parents[1] / "checker" / "test_check_host.py").read_text()

@@ -208,6 +208,28 @@ class OnTheWayToTheDisk(ToolTest):
                      env={**os.environ, "LD_PRELOAD": FAILING_CALLS, **environment})
         return path, result
 
+    def test_calls_that_are_interrupted_and_short(self):
+        text = b"caf&#233; " * 150_000  # enough to start threads
+        whole = text.replace(b"&#233;", "é".encode())
+        disturbed = {"env": {**os.environ, "LD_PRELOAD": FAILING_CALLS, "RQ_INTERRUPT": "1"}}
+        path, output = self.file("long", text), self.folder / "output"
+        for jobs in ("1", "2"):
+            self.assertEqual(self.succeed("decode", "ncr", "-j", jobs, path, **disturbed), whole)
+            self.assertEqual(self.succeed("decode", "ncr", "-j", jobs, text=text, **disturbed), whole)
+            self.succeed("decode", "ncr", "-j", jobs, path, "-o", str(output), **disturbed)
+            self.assertEqual(output.read_bytes(), whole)
+            self.succeed("decode", "ncr", "-j", jobs, "-i", path, **disturbed)
+            self.assertEqual(pathlib.Path(path).read_bytes(), whole)
+            self.file("long", text)
+
+    def test_errors_of_writing_and_closing_an_output(self):
+        output = str(self.folder / "output")
+        for call in ("write", "close"):
+            result = run("decode", "ncr", "-o", output, text=b"&#65;",
+                         env={**os.environ, "LD_PRELOAD": FAILING_CALLS, "RQ_FAIL": call})
+            self.assertEqual((result.returncode, result.stderr.decode()),
+                             (SYSTEM, f"rqtext: cannot write {output}: Input/output error\n"), call)
+
     def test_text_then_name_then_folder(self):
         trace = self.folder / "trace"
         _, result = self.edit(RQ_TRACE=str(trace))
@@ -215,15 +237,9 @@ class OnTheWayToTheDisk(ToolTest):
         steps = [line for line in trace.read_text().splitlines() if not line.startswith("flistxattr")]
         self.assertEqual(steps, ["fchmod file", "fsync file", "close file", "renameat folder", "fsync folder"])
 
-    def test_interrupted_calls_are_made_again(self):
-        path, result = self.edit(RQ_INTERRUPT="1")
-        self.assertEqual((result.returncode, result.stderr), (DONE, b""))
-        with open(path, "rb") as file:
-            self.assertEqual(file.read(), b"A")
-
     def test_each_failure_before_the_name_leaves_the_old_text(self):
         for call, what in (("flistxattr", "cannot keep the attributes of"), ("fchmod", "cannot keep the permissions of"),
-                           ("fsync", "cannot write"), ("close", "cannot write"), ("renameat", "cannot replace")):
+                           ("write", "cannot write"), ("fsync", "cannot write"), ("close", "cannot write"), ("renameat", "cannot replace")):
             with self.subTest(call):
                 path, result = self.edit(RQ_FAIL=call)
                 self.assertEqual(result.returncode, SYSTEM)
