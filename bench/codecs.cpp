@@ -69,9 +69,9 @@ class Operation {
     timed(host, [=] { return replay(*calls); });
   }
 
-  void peer(const Job& job, const char* column, Peer peer) const {
+  void peer(const Job& job, const char* column, Peer way) const {
     const auto shared = std::make_shared<Job>(job);
-    const auto function = opaque(peer);
+    const auto function = opaque(way);
     Cell one = cell(*shared, column);
     one.refusal = [=]() -> const char* {
       const std::size_t bytes = function(shared->input, output());
@@ -128,10 +128,10 @@ constexpr Size growing[] = {
 /// The same text at several lengths: time must grow as the length does.
 void growth(const Codec& codec) {
   const std::string name = std::string("Get") + codec.name + " growth ";
-  for (const std::string& unit :
+  for (const std::string_view unit :
        {"&", "&#", "&#x", "&&#1", "\\u", "\\", "\\uD83D", "\\u12", "<", "<U", "<U00E", "<u0>"}) {
     if (unit == "<u0>" && codec.notation == Notation::uParen) continue;  // decodes
-    const Operation operation(plain, name + unit, codec.decode);
+    const Operation operation(plain, name + std::string(unit), codec.decode);
     for (const auto& [size, bytes] : growing) {
       const std::string same = repeated(unit, bytes);
       const Job job = {size, same, same, 0};

@@ -133,6 +133,24 @@ TEST_P(Calls, ACodePointIsAskedForOncePerCall) {
   EXPECT_EQ(conversions(), 2U);
 }
 
+TEST_P(Calls, PutNCRAsksInTheOrderOfTheText) {
+  const auto asked = [&](std::u32string_view text) {
+    run(putNCR, text);
+    std::vector<u64> digests;
+    for (const Call& made : session.host.calls)
+      if (made.service == Service::convert && made.arguments[2] == 4 &&
+          made.arguments[0] == reinterpret_cast<const u64*>(session.object)[53])
+        digests.push_back(made.digest);
+    return digests;
+  };
+  const std::u32string letters = U"zeb <rk>&\u0080;";
+  std::vector<u64> expected;
+  for (const char32_t c : letters) expected.push_back(asked(std::u32string(1, c)).at(0));
+  EXPECT_EQ(asked(letters), expected);
+  EXPECT_EQ(asked(times(letters, 20)), expected);
+  EXPECT_EQ(asked(std::u32string(70, U'z') + U'\u00E9' + times(letters, 20)), expected);
+}
+
 /// A notation with two hexadecimal digits.
 std::u32string notation(std::u32string_view before, unsigned value, std::u32string_view after) {
   std::u32string text(before);
