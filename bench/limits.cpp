@@ -8,6 +8,8 @@
 #include "bench/families.h"
 #include "bench/support/row.h"
 
+#pragma GCC diagnostic ignored "-Wpsabi"  // no vector leaves this file
+
 namespace rq::bench {
 namespace {
 
@@ -28,16 +30,16 @@ Vector& at(Byte* p) {
 }
 
 /// Is any bit set?
-template <class Vector>
-bool any(const Vector& v) {
+template <int bytes>
+bool any(const typename Lanes<bytes>::Vector& v) {
 #ifdef __AVX512F__
-  if constexpr (sizeof(Vector) == 64) return _mm512_test_epi64_mask((__m512i)v, (__m512i)v) != 0;
+  if constexpr (bytes == 64) return _mm512_test_epi64_mask((__m512i)v, (__m512i)v) != 0;
 #endif
 #ifdef __AVX__
-  if constexpr (sizeof(Vector) == 32) return _mm256_testz_si256((__m256i)v, (__m256i)v) == 0;
+  if constexpr (bytes == 32) return _mm256_testz_si256((__m256i)v, (__m256i)v) == 0;
 #endif
   long long all = 0;
-  for (unsigned k = 0; k < sizeof(Vector) / 8; ++k) all |= v[k];
+  for (unsigned k = 0; k < bytes / 8; ++k) all |= v[k];
   return all != 0;
 }
 
@@ -48,7 +50,7 @@ std::int64_t fold(std::size_t n, Read read) {
   Vector sums[4] = {};
   for (std::size_t i = 0; i + 4 * bytes <= n; i += 4 * bytes)
     for (std::size_t k = 0; k < 4; ++k) sums[k] |= read(i + k * bytes);
-  return any(sums[0] | sums[1] | sums[2] | sums[3]);
+  return any<bytes>(sums[0] | sums[1] | sums[2] | sums[3]);
 }
 
 using Work = std::int64_t(Byte* a, Byte* b, std::size_t n);
@@ -68,7 +70,7 @@ std::int64_t loadTwo(Byte* a, Byte* b, std::size_t n) {
 template <int bytes, class Difference>
 std::int64_t leave(std::size_t n, Difference difference) {
   for (std::size_t i = 0; i + 4 * bytes <= n; i += 4 * bytes)
-    if (any((difference(i) | difference(i + bytes)) | (difference(i + 2 * bytes) | difference(i + 3 * bytes))))
+    if (any<bytes>((difference(i) | difference(i + bytes)) | (difference(i + 2 * bytes) | difference(i + 3 * bytes))))
       return static_cast<std::int64_t>(i);
   return -1;
 }

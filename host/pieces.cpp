@@ -34,12 +34,6 @@ std::uint32_t utf16At(const Encoding& encoding, Bytes text, std::size_t index) {
   return byteAt(text, index + (big ? 0 : 1)) << 8 | byteAt(text, index + (big ? 1 : 0));
 }
 
-std::uint32_t utf32At(const Encoding& encoding, Bytes text, std::size_t index) {
-  std::uint32_t unit;
-  std::memcpy(&unit, text.data() + index, sizeof unit);
-  return encoding.identifier == RQ_ENCODING_UTF32_BIG ? __builtin_bswap32(unit) : unit;
-}
-
 /// The length of the UTF-8 character that `text` ends inside of, as far as it is there, or 0.
 std::size_t unfinishedUtf8(Bytes text) {
   for (std::size_t length = 1; length <= std::min<std::size_t>(3, text.size()); ++length) {
@@ -76,43 +70,54 @@ struct Lines {
   std::uint64_t ends = 0, charactersBehind = 0;
 };
 
-/// Counts over the units of a text, those that begin a character and those that end a line.
-template <std::size_t size, class UnitAt, class Begins>
-Lines countLines(std::size_t bytes, UnitAt unitAt, Begins begins, std::uint32_t lineFeed) {
+/// Counts over the units of a text: those that end a line, and behind the last of them those that begin a character.
+/// Blocks count in a unit, which compilers vectorise.
+template <class Unit, class Begins>
+Lines countLines(Bytes text, Unit lineFeed, Begins begins) {
+  constexpr std::size_t block = 128;
+  const std::size_t units = text.size() / sizeof(Unit);
+  const auto endsLine = [=](std::size_t i) {
+    Unit unit;
+    std::memcpy(&unit, &text[i * sizeof unit], sizeof unit);
+    return unit == lineFeed;
+  };
   Lines lines;
-  const std::size_t units = bytes / size;
-  for (std::size_t i = 0; i < units; ++i) lines.ends += unitAt(i * size) == lineFeed ? 1U : 0U;
+  std::size_t i = 0;
+  for (; units - i >= block; i += block) {
+    Unit ends = 0;
+    for (std::size_t k = 0; k < block; ++k) ends = static_cast<Unit>(ends + (endsLine(i + k) ? 1 : 0));
+    lines.ends += ends;
+  }
+  for (; i < units; ++i) lines.ends += endsLine(i) ? 1U : 0U;
   std::size_t behind = units;
-  while (behind > 0 && unitAt((behind - 1) * size) != lineFeed) --behind;
-  for (std::size_t i = behind; i < bytes / size; ++i) lines.charactersBehind += begins(unitAt(i * size)) ? 1U : 0U;
+  while (behind > 0 && !endsLine(behind - 1)) --behind;
+  for (; behind < units; ++behind) lines.charactersBehind += begins(behind * sizeof(Unit)) ? 1U : 0U;
   return lines;
 }
 
 Lines linesOf(const Encoding& encoding, Bytes text) {
-  const auto byte = [text](std::size_t i) { return byteAt(text, i); };
+  const auto beginsPair = [&](std::size_t at) { return (utf16At(encoding, text, at) & 0xFC00) != 0xDC00; };
+  const auto always = [](std::size_t) { return true; };
   switch (encoding.identifier) {
     case RQ_ENCODING_UTF8:
-      return countLines<1>(
-          text.size(), byte, [](std::uint32_t unit) { return (unit & 0xC0) != 0x80; }, '\n');
-    case RQ_ENCODING_UTF16_BIG:
+      return countLines<std::uint8_t>(text, '\n',
+                                      [text](std::size_t at) { return (byteAt(text, at) & 0xC0) != 0x80; });
     case RQ_ENCODING_UTF16_LITTLE:
-      return countLines<2>(
-          text.size(), [&](std::size_t i) { return utf16At(encoding, text, i); },
-          [](std::uint32_t unit) { return (unit & 0xFC00) != 0xDC00; }, '\n');
-    case RQ_ENCODING_UTF32_BIG:
+      return countLines<std::uint16_t>(text, '\n', beginsPair);
+    case RQ_ENCODING_UTF16_BIG:
+      return countLines<std::uint16_t>(text, '\n' << 8, beginsPair);
     case RQ_ENCODING_UTF32_LITTLE:
-      return countLines<4>(
-          text.size(), [&](std::size_t i) { return utf32At(encoding, text, i); }, [](std::uint32_t) { return true; },
-          '\n');
+      return countLines<std::uint32_t>(text, '\n', always);
+    case RQ_ENCODING_UTF32_BIG:
+      return countLines<std::uint32_t>(text, std::uint32_t{'\n'} << 24, always);
     default:
       break;
   }
   Lines lines;
   readCharacters(*codecOf(encoding.identifier), text, [&](std::span<const char32_t> piece) {
-    for (const char32_t c : piece) {
-      lines.ends += c == U'\n' ? 1U : 0U;
-      lines.charactersBehind = c == U'\n' ? 0 : lines.charactersBehind + 1;
-    }
+    const Lines more = countLines<char32_t>(std::as_bytes(piece), U'\n', always);
+    lines.charactersBehind = more.charactersBehind + (more.ends == 0 ? lines.charactersBehind : 0);
+    lines.ends += more.ends;
   });
   return lines;
 }

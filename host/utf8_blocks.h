@@ -24,8 +24,8 @@ using DecodeUtf8Blocks = Blocks(const std::uint8_t* input, std::size_t bytes, ch
 DecodeUtf8Blocks decodeUtf8BlocksAvx2;
 
 /// Encodes a text as far as its blocks fit, and nothing of a text shorter than the margin. When characters are left,
-/// up to 12 bytes behind the output are overwritten: at least as many characters and their room are there to overwrite
-/// them again.
+/// up to 12 bytes behind the output are overwritten: at least as many characters and their room are there to
+/// overwrite them again.
 using EncodeUtf8Blocks = Blocks(const char32_t* input, std::size_t characters, std::uint8_t* output,
                                 std::size_t room);
 

@@ -87,11 +87,10 @@ def reference(goal, rows, row, size, cells):
     return cell, of + (" " + column if column else "")
 
 
-def jump(rows, size):
-    """What a jump through a table adds to a call, in ns; of short calls as measured at this size."""
-    calls = rows.get("limits/call", {})
-    cells = calls.get(size, calls.get("1", {}))
-    return max(cells["jump"]["ns"] - cells["nothing"]["ns"], 0) if len(cells) == 2 else None
+def jump(rows):
+    """What a jump through a table adds to a call, in ns, whatever the call's size."""
+    prices = [cells["jump"]["ns"] - cells["nothing"]["ns"] for cells in rows.get("limits/call", {}).values()]
+    return max(statistics.median(prices), 0) if prices else None
 
 
 def bound_of(goal, rows, row, size, cells):
@@ -110,7 +109,7 @@ def bound_of(goal, rows, row, size, cells):
         service = rows.get(goal["plus_of"], {}).get(goal["plus_size"], {}).get("host", {})
         plus += service.get("ns", 0) * ours["characters"]
     if goal.get("jump"):
-        price = jump(rows, size)
+        price = jump(rows)
         if price is None:
             return None
         plus += price
