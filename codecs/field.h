@@ -60,13 +60,16 @@ inline Field decimalField(const Unit* field, Terminators<Unit>& terminators) {
 
 template <Flavour F, class Unit = typename F::Unit>
 inline Field hexField(const Unit* field, Terminators<Unit>& terminators) {
-  if constexpr (!F::hasServedDigits) {  // a served field ends at its terminator: the host sees no unit behind it
+  std::uint64_t length = 0;
+  if constexpr (F::hasServedDigits) {  // the digits end at the terminator: the host sees no unit behind it
+    const bool isCommon = terminators.left(field) > 4 && terminators.standsAt(field + 4) &&
+                          fourHexDigits.at(field) < noFourDigits;  // digits are no terminator
+    length = isCommon ? 4 : terminators.distance(field);
+  } else {
     const Digits digits = readHexDigits(field, std::min(terminators.left(field), maxDigits));
     if (terminators.standsAt(field + digits.count)) return {digits, digits.count};
+    length = terminators.distance(field);
   }
-  const bool isCommon = terminators.left(field) > 4 && terminators.standsAt(field + 4) &&
-                        fourHexDigits.at(field) < noFourDigits;  // digits are no terminator
-  const std::uint64_t length = isCommon ? 4 : terminators.distance(field);
   if (length == noTerminator) return {{}, length};
   return {F::readHex(field, std::min(length, maxDigits)), length};
 }

@@ -136,13 +136,10 @@ inline std::uint64_t copyMembers(const std::uint8_t* in, std::uint64_t n, std::u
   return simd::active.copyMembers(in, n, out, set);
 }
 
-/// How many characters members() and narrowMembers() take.
+/// How many characters narrowMembers() takes.
 constexpr std::uint64_t memberBlock = 64;
-/// One bit for each byte of a block, the first lowest, that is in `set`.
-inline std::uint64_t members(const std::uint8_t* in, const AsciiSet& set) {
-  return simd::active.members(in, set);
-}
-/// The same of a block of characters, which it also stores as bytes. One above 0xFF becomes 0xFF.
+/// One bit for each character of a block, the first lowest, that is in `set`. Also stores the characters as bytes:
+/// one above 0xFF becomes 0xFF.
 inline std::uint64_t narrowMembers(const RQChar* in, std::uint8_t* out, const AsciiSet& set) {
   return simd::active.narrowMembers(in, out, set);
 }

@@ -40,7 +40,6 @@ struct Instance {
       .anyNaN = {anyNaNShort<Vector<std::uint64_t>>, anyNaNLong<Vector<std::uint64_t>>},
       .narrowWhileBelow = copyWhileBelow<Vector<RQChar>, std::uint8_t>,
       .copyMembers = copyMembers<Copier<Byte>>,
-      .members = members<Copier<Byte>>,
       .narrowMembers = narrowMembers<Vector<RQChar>>,
       .trim = trim<Vector<RQChar>>,
       .countWide = countWide<Vector<RQChar>>,

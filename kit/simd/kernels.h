@@ -54,7 +54,6 @@ struct Kernels {
   ShortAndLong<std::int32_t(const std::uint64_t* array, std::uint64_t n)> anyNaN;
   std::uint64_t (*narrowWhileBelow)(const RQChar* in, std::uint64_t n, std::uint8_t* out, RQChar stop, RQChar bound);
   std::uint64_t (*copyMembers)(const std::uint8_t* in, std::uint64_t n, std::uint8_t* out, const AsciiSet& set);
-  std::uint64_t (*members)(const std::uint8_t* in, const AsciiSet& set);
   std::uint64_t (*narrowMembers)(const RQChar* in, std::uint8_t* out, const AsciiSet& set);
   std::uint64_t (*trim)(const RQChar* p, std::uint64_t n, RQChar c);
   std::uint64_t (*countWide)(const RQChar* p, std::uint64_t n);

@@ -7,14 +7,7 @@
 namespace rq::kit::simd {
 namespace {
 
-template <class V>
-std::uint64_t members(const Byte* in, const AsciiSet& set) {
-  std::uint64_t bits = 0;
-  for (std::uint64_t i = 0; i < 64; i += V::lanes) bits |= V::load(in + i).isIn(set).bits() << i;
-  return bits;
-}
-
-/// Also stores the characters as bytes.
+/// Also stores the characters as bytes, one above 0xFF as 0xFF.
 template <class V>
 std::uint64_t narrowMembers(const RQChar* in, Byte* out, const AsciiSet& set) {
   std::uint64_t bits = 0;

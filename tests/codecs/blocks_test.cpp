@@ -226,6 +226,15 @@ TEST(Blocks, OutputsThatEndAnywhere) {
   });
 }
 
+// A run of plain text may fill the output, end the input or do both.
+TEST(Blocks, OutputsThatEndInPlainText) {
+  forAll([](const Codec& codec, Comparison& comparison) {
+    const std::u32string text = repeated(codec.shapes[0], 100) + std::u32string(3000, U'y');
+    for (const std::uint64_t capacity : {700U, 1500U, 2900U, 4000U})
+      ASSERT_NO_FATAL_FAILURE(comparison.expectSame(text, capacity));
+  });
+}
+
 // Several blocks, and parts with few notations between parts with many.
 TEST(Blocks, LongTextsAtRandom) {
   std::mt19937 random(11);

@@ -160,19 +160,6 @@ TEST(narrowMembers, TellsEveryCharacterInEveryPlace) {
     }
 }
 
-TEST(members, TellsEveryByteInEveryPlace) {
-  kit::AsciiSet set;
-  for (const std::uint32_t c : {U'\0', U' ', U'A', U'~', U'\x7F'}) set.add(c);
-  Byte block[kit::memberBlock];
-  for (std::uint32_t c = 0; c < 0x100; ++c)
-    for (std::uint64_t place = 0; place < kit::memberBlock; ++place) {
-      std::fill(std::begin(block), std::end(block), place % 2 ? Byte{'A'} : Byte{0xE9});
-      block[place] = static_cast<Byte>(c);
-      const std::uint64_t bits = kit::members(block, set);
-      for (std::uint64_t i = 0; i < kit::memberBlock; ++i) ASSERT_EQ(bits >> i & 1, set.has(block[i])) << c;
-    }
-}
-
 TEST(AsciiSet, HoldsWhatWasAddedForEveryByte) {
   for (std::uint32_t c = 0; c < 0x80; ++c) {
     kit::AsciiSet one;
