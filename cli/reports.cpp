@@ -76,7 +76,7 @@ class HostReport {
   Done close() {
     const std::uint64_t kept = counts_["ok"], broken = counts_["broken"], notChecked = counts_["not checked"];
     const std::uint64_t rules = kept + broken + notChecked;
-    const Done written =
+    Done written =
         job_.json ? output_.write(
                         jsonLine({{"rules", rules}, {"kept", kept}, {"broken", broken}, {"not_checked", notChecked}}))
                   : output_.write(decimal(rules) + " rules: " + decimal(kept) + " kept, " + decimal(broken) +

@@ -218,7 +218,8 @@ class Lines(ToolTest):
             self.assertEqual(self.succeed("to", "utf8", "--lines", text=text), text)
 
     def test_line_feeds_count_at_whole_units_only(self):
-        text = "Ċ\u0a00\n\u0a0a\nĊ"  # U+010A and U+0A00 hold the byte 0A
+        # U+010A and U+0A00 hold the byte 0A. U+0100 and U+0A41 hold a line end between them, in either order.
+        text = "Ċ\u0a00\n\u0a0a\nĊ\u0100\u0a41\u0100\n"
         for form in ("utf16be", "utf16le", "utf32be", "utf32le"):
             self.assertEqual(self.succeed("from", form, "--lines", text=text.encode(FORMS[form])).decode(), text)
 
