@@ -304,18 +304,12 @@ Error withMore(const Error& error) {
 Values valuesOf(const CLI::Option& option) {
   if (option.get_items_expected_max() == 0) return {};
   const std::string type = option.get_type_name();
-  Values values;
-  const std::size_t brace = type.find('{');
-  if (brace != std::string::npos) {
-    values.kind = Values::Kind::choices;
-    std::istringstream list(type.substr(brace + 1, type.rfind('}') - brace - 1));
-    for (std::string choice; std::getline(list, choice, ',');) values.choices.push_back(choice);
-  } else {
-    values.kind = type == fileType       ? Values::Kind::files
-                  : type == encodingType ? Values::Kind::encodings
-                                         : Values::Kind::free;
-  }
-  return values;
+  std::vector<std::string> choices = choicesOf(option);
+  const Values::Kind kind = !choices.empty()       ? Values::Kind::choices
+                            : type == fileType     ? Values::Kind::files
+                            : type == encodingType ? Values::Kind::encodings
+                                                   : Values::Kind::free;
+  return {kind, std::move(choices)};
 }
 
 OptionModel optionModel(const CLI::Option& option) {

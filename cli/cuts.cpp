@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <bitset>
 #include <cstring>
 #include <optional>
 #include <span>
@@ -255,14 +256,22 @@ Cut cutBetween(Cut cut, const host::Encoding& encoding) {
 }
 
 Cut cutForEncoding(Notation notation, const host::Encoding& encoding) {
-  // Where a byte below 0x80 is another character than in ASCII, the library's result for it depends on whether the
-  // whole text is ASCII.
-  const host::Codec& codec = *host::codecOf(encoding.identifier);
-  if (encoding.identifier != RQ_ENCODING_UTF32_LITTLE && !host::isAsciiCompatible(codec)) return cutNowhere();
-  return [notation, &encoding](Bytes text) {
-    std::size_t cut = host::wholeCharacters(encoding, text);
-    for (std::size_t open = 0; (open = firstStandingOpen(notation, encoding, text, cut)) < cut;) cut = open;
-    return cut;
+  const Cut cut = [notation, &encoding](Bytes text) {
+    std::size_t length = host::wholeCharacters(encoding, text);
+    for (std::size_t open = 0; (open = firstStandingOpen(notation, encoding, text, length)) < length;) length = open;
+    return length;
+  };
+  const std::bitset<0x80> ascii = host::asciiBytes(*host::codecOf(encoding.identifier));
+  if (encoding.identifier == RQ_ENCODING_UTF32_LITTLE || ascii.all()) return cut;
+  return [cut, ascii, seenAbove = false](Bytes text) mutable {
+    const std::size_t length = cut(text);
+    std::size_t foreign = length;
+    for (std::size_t at = 0; at < length && !seenAbove; ++at) {
+      const auto value = std::to_integer<std::size_t>(text[at]);
+      seenAbove = value >= ascii.size();
+      if (!seenAbove && !ascii[value]) foreign = std::min(foreign, at);
+    }
+    return seenAbove ? length : foreign;
   };
 }
 

@@ -25,6 +25,8 @@ Cut cutForDecoding(host::Notation notation, bool wide);
 /// Where `cut` cuts, and between two characters as well.
 Cut cutBetween(Cut cut, const host::Encoding& encoding);
 /// Where no notation is open that an encoder lets pass or doubles, if it sees five more characters behind the piece.
+/// In some encodings a byte below 0x80 is not its ASCII character. What an encoder makes of it depends on whether the
+/// text has bytes above: without one before it, it begins a piece that reaches to the first one. For one text.
 Cut cutForEncoding(host::Notation notation, const host::Encoding& encoding);
 
 }  // namespace rq::cli

@@ -83,7 +83,8 @@ class JoinedEncoding {
   JoinedEncoding(std::shared_ptr<Workbench> bench, Notation notation)
       : bench_(std::move(bench)), notation_(notation), unit_(bench_->wide() ? sizeof(RQChar) : 1) {}
 
-  Result<Bytes> operator()(const Text& text) {
+  /// `front` comes before the piece and is no part of it; the encoder makes so many units of it.
+  Result<Bytes> operator()(const Text& text, Bytes front = {}, std::size_t encodedFront = 0) {
     host::TextWork::Around around;
     if (!text.first && notation_ == Notation::ncr) {
       around = {before_ = units(digitsOf(text.beginning)), {}, digitsEnd, 0};
@@ -91,6 +92,12 @@ class JoinedEncoding {
       around = {{}, behind_ = units("xxxxx"), 0, 5};
     } else if (!text.last && notation_ != Notation::ncr) {
       around = {{}, behind_ = units("x"), 0, 7};
+    }
+    if (!front.empty()) {
+      if (around.before.empty()) before_.clear();
+      before_.insert(before_.end(), front.begin(), front.end());
+      around.before = before_;
+      around.encodedBefore += encodedFront;
     }
     return bench_->encode(notation_, text, around);
   }
@@ -120,6 +127,37 @@ class JoinedEncoding {
   const Notation notation_;
   const std::size_t unit_;
   std::vector<std::byte> before_, behind_;
+};
+
+/// The same where a byte below 0x80 may be another character than in ASCII. The library encodes such a byte only in a
+/// text with bytes above: a piece without one gets the first one of the text in front.
+class ForeignEncoding {
+ public:
+  ForeignEncoding(std::shared_ptr<Workbench> bench, Notation notation)
+      : bench_(bench), notation_(notation), joined_(std::move(bench), notation) {}
+
+  Result<Bytes> operator()(const Text& text) {
+    if (text.first) above_.clear();
+    const bool knownBefore = !above_.empty();
+    const auto first = std::ranges::find_if(text.bytes, [](std::byte byte) { return byte >= std::byte{0x80}; });
+    const Bytes rest(first, text.bytes.end());
+    if (knownBefore || rest.empty()) return joined_(text, above_, encodedAbove_);
+    char32_t character = 0;
+    const std::size_t length = bench_->codec().decodeOne(rest, character, true).consumed;
+    above_.assign(rest.begin(), rest.begin() + static_cast<std::ptrdiff_t>(length));
+    Text alone;
+    alone.bytes = above_;
+    const Result<Bytes> encoded = bench_->encode(notation_, alone, {});
+    if (encoded) encodedAbove_ = encoded->size();
+    return joined_(text);
+  }
+
+ private:
+  std::shared_ptr<Workbench> bench_;
+  const Notation notation_;
+  JoinedEncoding joined_;
+  std::vector<std::byte> above_;  // the first character of the text that is not a byte below 0x80
+  std::size_t encodedAbove_ = 0;
 };
 
 /// A field made of the pieces of one text, filled up with blanks.
@@ -246,6 +284,10 @@ Result<TextOperation> encode(const Job& job) {
   const host::Encoding& session = bench->encoding();
   TextOperation operation{&session, &session, cutForEncoding(job.notation, session)};
   operation.pieceBytes /= 2;  // the results are up to eight times as long
+  if (!bench->wide() && !host::isAsciiCompatible(bench->codec())) {
+    operation.work = ForeignEncoding(bench, job.notation);
+    return operation;
+  }
   return sideBySide(std::move(operation), bench,
                     [notation = job.notation](const std::shared_ptr<Workbench>& own) -> Work {
                       return JoinedEncoding(own, notation);

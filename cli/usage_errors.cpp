@@ -1,5 +1,7 @@
 #include "cli/usage_errors.h"
 
+#include <sstream>
+
 #include "cli/suggestion.h"
 
 namespace rq::cli {
@@ -32,7 +34,32 @@ Error notExpected(const CLI::App& app) {
   return usage("unknown option '" + word + "'" + suggestion(word, options));
 }
 
+/// A command or an operand that is not there. `text` begins with the operand's name.
+Error missing(const CLI::App& app, const std::string& text) {
+  if (app.get_subcommands().empty()) {
+    std::vector<std::string> commands;
+    for (const CLI::App* command :
+         app.get_subcommands([](const CLI::App* each) { return !each->get_group().empty(); }))
+      commands.push_back(command->get_name());
+    return usage("a command is required" + choicesLine(commands));
+  }
+  for (const CLI::Option* option : app.get_subcommands().front()->get_options())
+    if (option->get_positional() && text.starts_with(option->get_name(true)))
+      return usage(text + choicesLine(choicesOf(*option)));
+  return usage(text);
+}
+
 }  // namespace
+
+std::vector<std::string> choicesOf(const CLI::Option& option) {
+  const std::string type = option.get_type_name();
+  const std::size_t brace = type.find('{');
+  std::vector<std::string> choices;
+  if (brace == std::string::npos) return choices;
+  std::istringstream list(type.substr(brace + 1, type.rfind('}') - brace - 1));
+  for (std::string choice; std::getline(list, choice, ',');) choices.push_back(choice);
+  return choices;
+}
 
 std::string choicesLine(const std::vector<std::string>& names) {
   std::string line;
@@ -47,10 +74,7 @@ Error unknownCommand(const std::string& word, const std::vector<std::string>& co
 Error usageError(const CLI::App& app, const CLI::ParseError& error) {
   const std::string text = error.what();
   if (dynamic_cast<const CLI::ExtrasError*>(&error)) return notExpected(app);
-  if (dynamic_cast<const CLI::RequiredError*>(&error)) {
-    const bool noCommand = app.get_subcommands().empty();
-    return usage(noCommand ? "a command is required" : text);
-  }
+  if (dynamic_cast<const CLI::RequiredError*>(&error)) return missing(app, text);
   if (dynamic_cast<const CLI::ArgumentMismatch*>(&error)) {
     const bool often = text.find("At Most") != std::string::npos;
     return usage(before(text, ":") + (often ? " is given more than once" : " needs a value"));

@@ -10,7 +10,10 @@
 
 namespace rq::cli {
 
-/// A line that lists what can be chosen.
+/// The choices of a value whose type is "{one,other}"; none of another type.
+std::vector<std::string> choicesOf(const CLI::Option& option);
+
+/// A line that lists what can be chosen; nothing if there is nothing.
 std::string choicesLine(const std::vector<std::string>& names);
 
 host::Error unknownCommand(const std::string& word, const std::vector<std::string>& commands);

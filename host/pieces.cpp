@@ -191,14 +191,19 @@ std::uint64_t blanksAtEnd(const Encoding& encoding, Bytes text) {
   return count;
 }
 
-bool isAsciiCompatible(const Codec& codec) {
+std::bitset<0x80> asciiBytes(const Codec& codec) {
+  std::bitset<0x80> ascii;
   for (unsigned value = 0; value < 0x80; ++value) {
     const auto byte = static_cast<std::byte>(value);
     char32_t character = 0;
     const Step step = codec.decodeOne({&byte, 1}, character, true);
-    if (step.produced != 1 || step.consumed != 1 || character != value) return false;
+    ascii[value] = step.produced == 1 && step.consumed == 1 && character == value;
   }
-  return true;
+  return ascii;
+}
+
+bool isAsciiCompatible(const Codec& codec) {
+  return asciiBytes(codec).all();
 }
 
 Result<CharacterReader> CharacterReader::open(const Encoding& encoding) {

@@ -2,6 +2,7 @@
 #ifndef RQUNI_HOST_PIECES_H
 #define RQUNI_HOST_PIECES_H
 
+#include <bitset>
 #include <vector>
 
 #include "host/encodings.h"
@@ -28,7 +29,9 @@ Position positionBehind(const Encoding& encoding, Bytes text, Position start);
 /// The number of blanks, U+0020, at the end of a text. Not for stateful encodings.
 std::uint64_t blanksAtEnd(const Encoding& encoding, Bytes text);
 
-/// True when each byte below 0x80 is the ASCII character of its number.
+/// The bytes below 0x80 that are the ASCII characters of their numbers.
+std::bitset<0x80> asciiBytes(const Codec& codec);
+/// True when all of them are.
 bool isAsciiCompatible(const Codec& codec);
 
 /// Reads one text in an encoding of ICU, piece by piece. Pieces may end anywhere, inside a character or between two

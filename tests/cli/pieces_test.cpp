@@ -152,16 +152,17 @@ std::string textOf(const Parts& parts, std::size_t count, std::mt19937& random) 
 }
 
 const Parts& partsOf(Notation notation) {
-  static const Parts references = {"&#",       "&#x",       "&",       "#",      ";",       "65",   "233;",
-                                   "x41",      "D83D;",     "\n",      "xDE00;", "&#;",     "&#a;", "&#xD83D;",
-                                   "&#xDE00;", "8364",      "0",       "é",      " ",       "日",   "&#7;",
-                                   "&#55357;", "&#x1D83D;", "&#x41 ;", "&#233;", "12345678"};
-  static const Parts escapes = {"\\",   "u",        "U",      "\\u",     "\\U", "0041",    "00e9",
-                                "D83D", "DE00",     "3",      "é",       "\n",  "\\uD83D", "\\uDE00",
-                                "\\uu", "\\u00E9",  " ",      "日",      "00",  "\\\\",    "\\U0001F600",
-                                "20AC", "\\uD83D0", "\\u004", "0001F600"};
-  static const Parts parens = {"<",  "<U", "<u", ">",        "0041",   "00E9",        "D83D", "<U0041>", "é",
-                               "\n", "0",  "zz", "0001F600", "<U00>x", "<U0001F600>", " ",    "日",      "<uzzzz>"};
+  static const Parts references = {"&#",       "&#x",       "&",       "#",      ";",        "65",   "233;",
+                                   "x41",      "D83D;",     "\n",      "xDE00;", "&#;",      "&#a;", "&#xD83D;",
+                                   "&#xDE00;", "8364",      "0",       "é",      " ",        "日",   "&#7;",
+                                   "&#55357;", "&#x1D83D;", "&#x41 ;", "&#233;", "12345678", "\x7F", "\x1A"};
+  static const Parts escapes = {"\\",   "u",        "U",      "\\u",      "\\U",  "0041",    "00e9",
+                                "D83D", "DE00",     "3",      "é",        "\n",   "\\uD83D", "\\uDE00",
+                                "\\uu", "\\u00E9",  " ",      "日",       "00",   "\\\\",    "\\U0001F600",
+                                "20AC", "\\uD83D0", "\\u004", "0001F600", "\x7F", "\x1A"};
+  static const Parts parens = {"<",           "<U", "<u", ">",       "0041", "00E9",     "D83D",
+                               "<U0041>",     "é",  "\n", "0",       "zz",   "0001F600", "<U00>x",
+                               "<U0001F600>", " ",  "日", "<uzzzz>", "\x7F", "\x1A"};
   return notation == Notation::ncr ? references : notation == Notation::uesc ? escapes : parens;
 }
 
@@ -173,7 +174,8 @@ struct Session {
 constexpr Session sessions[] = {
     {"UTF-8", Flavour::plain},        {"UTF-8", Flavour::served},     {"ISO-8859-1", Flavour::plain},
     {"windows-1251", Flavour::plain}, {"GB18030", Flavour::plain},    {"Shift_JIS", Flavour::plain},
-    {"EUC-JP", Flavour::served},      {"Big5-HKSCS", Flavour::plain}, {"UTF-32LE", Flavour::wide}};
+    {"EUC-JP", Flavour::served},      {"Big5-HKSCS", Flavour::plain}, {"UTF-32LE", Flavour::wide},
+    {"ibm-850", Flavour::plain},      {"ibm-1276", Flavour::plain}};
 
 /// Each part in the session encoding; those that it lacks are left out.
 Parts encoded(const Parts& parts, Whole& whole) {

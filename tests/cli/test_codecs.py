@@ -49,6 +49,8 @@ class Decode(ToolTest):
             text = "".join(source.choices(parts, k=2000)).encode()
             self.assertEqual(self.succeed("decode", notation, "--unmappable=error", text=text),
                              self.succeed("decode", notation, text=text))
+        long = "".join(source.choices(parts, k=400_000)).encode()  # enough for pieces and threads
+        self.assertEqual(self.succeed("decode", "uesc", "--unmappable=error", text=long), self.succeed("decode", "uesc", text=long))
 
     def test_pairs(self):
         self.assertEqual(self.succeed("decode", "ncr", text=b"&#xD83D;&#xDE00;"), "😀".encode())

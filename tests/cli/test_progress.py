@@ -3,6 +3,7 @@
 import ctypes
 import os
 import pty
+import re
 import signal
 import subprocess
 import time
@@ -18,6 +19,7 @@ class Run:
     """A run in the foreground of a terminal of its own, or in its background."""
 
     def __init__(self, *arguments, background=False, stdout=subprocess.DEVNULL, stdin=None):
+        self.text = ""
         self.child, self.terminal = pty.fork()
         if self.child == 0:
             if background:
@@ -33,13 +35,17 @@ class Run:
     def shown(self):
         """What the terminal has shown so far."""
         os.set_blocking(self.terminal, False)
-        shown = b""
         try:
             while piece := os.read(self.terminal, 4096):
-                shown += piece
+                self.text += piece.decode()
         except OSError:  # nothing is left
             pass
-        return shown.decode()
+        return self.text
+
+    def wait_for(self, expected):
+        until = time.monotonic() + 30
+        while not re.search("(?s)" + expected, self.shown()) and time.monotonic() < until:
+            time.sleep(0.02)
 
     def end(self):
         os.kill(self.child, signal.SIGKILL)
@@ -52,6 +58,7 @@ class Progress(ToolTest):
         long = str(self.folder / "long")
         with open(long, "wb") as file:
             file.truncate(1 << 36)  # takes no room, and more time than this test
+        begin = time.monotonic()
         # These first: who has the foreground would keep the pipes open.
         cases = {
             "in the background": ("^$", Run("width", long, background=True)),
@@ -73,15 +80,17 @@ class Progress(ToolTest):
             "not wished": ("^$", Run("width", "--no-progress", long)),
             "quiet": ("^$", Run("width", "--quiet", long)),
         }
-        time.sleep(0.5)
         early = {name: each.shown() for name, (_, each) in cases.items()}
-        time.sleep(1.2)
+        if time.monotonic() < begin + 0.9:
+            self.assertEqual(set(early.values()), {""}, "nothing is shown before a second has gone")
+        cases["before an error"][1].wait_for("rqtext: 2 bytes read")
         os.close(failure)
         os.close(somebody)
-        time.sleep(0.5)
+        for expected, each in cases.values():
+            each.wait_for(expected)
+        time.sleep(max(0, begin + 2 - time.monotonic()))
         for name, (expected, each) in cases.items():
             with self.subTest(name):
-                self.assertEqual(early[name], "")
                 self.assertRegex(each.shown(), "(?s)" + expected)
             each.end()
         for end in (silent, behind, pager, failing):

@@ -106,7 +106,8 @@ class Memory(ToolTest):
 
     def test_bounded_without_lines(self):
         text = "a line of caf&#233; text, \\u00e9 and <U00E9> 日本語, without an end ".encode() * 15_000
-        for arguments in (*REWRITES, *MEASURES, ["to", "utf8", "-s", "ISO-8859-1"]):
+        for arguments in (*REWRITES, *MEASURES, ["to", "utf8", "-s", "ISO-8859-1"], ["encode", "uesc", "-s", "ibm-850"],
+                          ["to", "utf16be", "--pad", str(1 << 28)], ["decode", "ncr", "--explain", "--json"]):
             self.assertLess(self.peak(arguments, [text] * 64), self.LIMIT, arguments)
         self.assertLess(self.peak(["decode", "ncr", "--flavour", "t"], ["&#233; and 日本 ".encode("utf-32-le") * 20_000] * 48),
                         self.LIMIT)

@@ -44,6 +44,8 @@ class Usage(ToolTest):
                 ("unknown notation 'uese', did you mean uesc?\nChoose one of: ncr, uesc, uparen", ["encode", "uese"]),
                 ("unknown flavour 'x'", ["to", "utf8", "--flavour", "x"]),
                 ("unexpected argument 'x'", ["encodings", "x"]),
+                ("a command is required\nChoose one of: from, to, decode, encode, length, width, info, encodings, check-host\n", []),
+                ("notation is required\nChoose one of: ncr, uesc, uparen\n", ["encode"]), ("host is required\n", ["check-host"]),
                 ("--session needs a value", ["to", "utf8", "--session"]),
                 ("--session is given more than once", ["to", "utf8", "-s", "a", "-s", "b"]),
                 ("--lines takes no value", ["to", "utf8", "--lines=perhaps"]),
