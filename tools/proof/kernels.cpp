@@ -385,7 +385,8 @@ void proveCopies() {
                   },
                   "flipAscii");
             });
-  const std::vector<std::size_t> few = {2, 9, 17, 33};  // each has a path for each place of the pair
+  const std::vector<std::size_t> few = {2, 9,
+                                        Copier::lanes.value() + 1};  // each has a path for each place of the pair
   proveEach("bytes: a copy up to a pair", everyLength ? lengths<Bytes>(false) : few, [=](std::size_t n) {
     const auto* const from = anyText<unsigned char>("t", n);
     auto* const to = emptyBuffer<unsigned char>(n);
