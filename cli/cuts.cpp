@@ -256,14 +256,14 @@ Cut cutBetween(Cut cut, const host::Encoding& encoding) {
 }
 
 Cut cutForEncoding(Notation notation, const host::Encoding& encoding) {
-  const Cut cut = [notation, &encoding](Bytes text) {
+  Cut cut = [notation, &encoding](Bytes text) {
     std::size_t length = host::wholeCharacters(encoding, text);
     for (std::size_t open = 0; (open = firstStandingOpen(notation, encoding, text, length)) < length;) length = open;
     return length;
   };
   const std::bitset<0x80> ascii = host::asciiBytes(*host::codecOf(encoding.identifier));
   if (encoding.identifier == RQ_ENCODING_UTF32_LITTLE || ascii.all()) return cut;
-  return [cut, ascii, seenAbove = false](Bytes text) mutable {
+  return [cut = std::move(cut), ascii, seenAbove = false](Bytes text) mutable {
     const std::size_t length = cut(text);
     std::size_t foreign = length;
     for (std::size_t at = 0; at < length && !seenAbove; ++at) {
