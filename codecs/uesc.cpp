@@ -57,7 +57,7 @@ constexpr std::uint64_t roundTripRoom = 20;
 template <Flavour F, class Unit = typename F::Unit>
 class CommonEscapes {
  public:
-  static constexpr std::uint64_t maxLength = 2 * (2 + shortEscape);
+  static constexpr std::uint64_t maxLength = 2 * (2 + std::uint64_t{shortEscape});
   static constexpr bool includesOthers = F::hasServedDigits;  // a high surrogate includes the low one
 
   CommonEscapes(Unit escape, const Unit* end) : escape_(escape), end_(end) {}
