@@ -101,7 +101,8 @@ RQStatus getUEsc(RQInterface* object, const Unit* input, std::uint64_t units, Un
   RQ_UNINITIALIZED BlockDecoder<CommonEscapes<F>, Unit, roundTripRoom> blocks({escape, cursor.end()});
   RQStatus status = RQ_SUCCESS;
   while (cursor.hasWork() && cursor.copyUpTo(escape, 'U', caseless<Unit>)) {
-    if (blocks.decode(cursor, roundTrips)) continue;
+    if (blocks.decode(cursor, roundTrips)) [[unlikely]]
+      continue;
     if (cursor.remaining() <= 2) {
       cursor.copyRest();
       break;
