@@ -55,7 +55,7 @@ void Pipeline::startThreads() {
     }
     while (threads_.size() < std::min<std::size_t>(jobs_, blocks_.size()))
       threads_.emplace_back(&Pipeline::runThread, this);
-  } catch (const std::exception&) {
+  } catch (const std::exception&) {  // NOLINT(bugprone-empty-catch)
     // Without memory for more, the threads that there are do the work, or this one.
   }
 }
@@ -145,7 +145,7 @@ Done Pipeline::deliverFirst() {
   }
   const std::shared_ptr<FileRun> file = std::move(first.file);
   if (file->failed) return host::done();
-  const Done delivered = deliver(*file, first);
+  Done delivered = deliver(*file, first);
   if (delivered) return delivered;
   file->failed = true;
   Done goesOn = onProblem_(*file, delivered.error());

@@ -27,7 +27,7 @@ std::string versionFrom(RQInterface* object, decltype(RQInterface::getVersion) s
 /// The kernels that a library of this version chooses on this machine.
 std::string kernels() {
   const host::KernelChoice& choice = host::kernelChoice();
-  const std::string inUse(nameOf(choice.inUse));
+  std::string inUse(nameOf(choice.inUse));
   if (choice.wanted.empty()) return inUse;
   if (choice.wanted == inUse) return inUse + ", by RQUNI_KERNELS";
   const bool known =
