@@ -35,8 +35,8 @@ Pipeline::~Pipeline() {
   {
     const std::lock_guard lock(mutex_);
     stopping_ = true;
+    submittedMore_.notify_all();
   }
-  submittedMore_.notify_all();
   for (std::thread& thread : threads_) thread.join();
 }
 
@@ -79,11 +79,9 @@ Done Pipeline::submit() {
     const std::lock_guard lock(mutex_);
     ++submitted_;
     if (threads_.empty()) ++taken_;
-  }
-  if (!threads_.empty()) {
     submittedMore_.notify_one();
-    return host::done();
   }
+  if (!threads_.empty()) return host::done();
   workOn(submitted_ - 1);
   return deliverFirst();
 }
