@@ -2,6 +2,7 @@
 // the vector that copies, and the compiler's options for that set. Each claim compares what the library's own
 // templates compute with a definition, for every content of the buffers; lengths and places of buffers are tried one
 // by one.
+#include <numeric>
 #include <type_traits>
 
 #include "symbolic/begin.h"
@@ -134,6 +135,91 @@ void proveLanes(const std::string& name) {
   });
 }
 
+/// Of vectors that a case map looks through as they are.
+template <class V>
+void proveFirstSelected() {
+  prove("units: the first selected lane", [] {
+    const V v = anyVector<V>("a");
+    U32 first = 0;
+    const auto x = lanesOf(v);
+    for (std::size_t i = x.size(); i-- > 0;) first = select(x[i] != 0, x[i], first);
+    assume(first != 0);
+    claim(v.firstSelected(v.nonZero()) == first, "firstSelected");
+  });
+}
+
+/// Of vectors that a case map takes apart into halves.
+template <class V>
+void proveHalves() {
+  using H = decltype(V::lowHalves(V{}, V{}));
+  static constexpr std::size_t lanes = H::lanes.value();
+  prove("units: halves of two vectors, and joined again", [] {
+    const V a = anyVector<V>("a"), b = anyVector<V>("b");
+    const auto x = lanesOf(a), y = lanesOf(b);
+    const H low = V::lowHalves(a, b), high = V::highHalves(a, b);
+    const auto lows = lanesOf(low), highs = lanesOf(high);
+    for (std::size_t i = 0; i < lanes; ++i) {  // in each 16 bytes the lanes of a, then those of b
+      const U32 character = (i / 4 % 2 == 0 ? x : y)[i / 8 * 4 + i % 4];
+      claim(U32(lows[i]) == (character & 0xFFFF), "lowHalves");
+      claim(U32(highs[i]) == character >> 16, "highHalves");
+    }
+    V joinedA, joinedB;
+    V::join(low, high, joinedA, joinedB);
+    for (std::size_t i = 0; i < x.size(); ++i) {
+      claim(lanesOf(joinedA)[i] == x[i], "the first joined again");
+      claim(lanesOf(joinedB)[i] == y[i], "the second joined again");
+    }
+  });
+  std::vector<std::size_t> places(lanes);
+  std::iota(places.begin(), places.end(), 0);
+  proveEach("halves: the first selected lane, of lanes that differ", places, [](std::size_t place) {
+    typename H::Lane text[lanes];
+    for (std::size_t i = 0; i < lanes; ++i) text[i] = static_cast<typename H::Lane>(0xFFF0 - 0x701 * i);
+    const U64 any = U64::any("mask");
+    const U64 mask = wordOfBits(lanes, [=](std::size_t i) {
+      return i > place ? bitAt(any, static_cast<unsigned>(i)) : Word<bool>(i == place);
+    });
+    claim(H::load(text).firstSelected({mask}) == text[place], "firstSelected");
+  });
+  if (!everyLength) places = {0, lanes - 1};
+  proveEach("halves: a table of 128 entries", places, [](std::size_t i) {
+    const auto* const table = anyText<typename H::Lane>("entry", 128);
+    const H index = anyVector<H>("index");
+    const typename H::Mask mask{U64(U32::any("mask"))};
+    const U16 place = lanesOf(index)[i] & 127;
+    U16 entry = 0;
+    for (unsigned k = 0; k < 128; ++k) entry = select(place == k, loadWord<unsigned short>(table + k), entry);
+    claim(lanesOf(H::lookUp128(table, index, mask))[i] == select(selects(mask.v, i), entry, 0), "lookUp128");
+  });
+  const std::vector<const kit::CaseMap*> maps = {&kit::toUpper, &kit::toLower, &kit::toSmallest, &kit::toLargest};
+  proveEach("halves: characters that need the table of each case map, and its letters", maps, [](const auto* map) {
+    const H v = anyVector<H>("a");
+    const auto x = lanesOf(v);
+    claimMask(
+        MapCase{*map}.tabledHalves(v), lanes,
+        [&](std::size_t i) {
+          const U32 c = x[i];
+          return both(c > map->asciiLast, either(c < map->gapFirst, c >= map->gapEnd));
+        },
+        "tabledHalves");
+    claimMask(
+        MapCase{*map}.letterHalves(v), lanes,
+        [&](std::size_t i) {
+          const U32 c = x[i];
+          return both(c >= map->asciiFirst, c < map->asciiFirst + 26);
+        },
+        "letterHalves");
+  });
+}
+
+template <class V>
+void proveCaseVectors() {
+  if constexpr (V::fastLookUp128)
+    proveHalves<V>();
+  else
+    proveFirstSelected<V>();
+}
+
 void proveFormulas() {
   proveLanes<Bytes>("bytes");
   proveLanes<Units>("units");
@@ -183,7 +269,8 @@ void proveFormulas() {
     const U32 asciiLast = U32::any("asciiLast"), gapFirst = U32::any("gapFirst"), gapEnd = U32::any("gapEnd");
     assume(asciiLast < 0x80);
     assume(both(asciiLast + 1 < gapFirst, both(gapFirst <= gapEnd, gapEnd <= 0xFFFF)));
-    const MapCase map{{nullptr, nullptr, gapFirst, gapEnd, 'a', 0x20, asciiLast}};
+    const MapCase map{
+        {.gapFirst = gapFirst, .gapEnd = gapEnd, .asciiFirst = 'a', .asciiFlip = 0x20, .asciiLast = asciiLast}};
     const Units v = anyVector<Units>("a");
     const auto x = lanesOf(v), mapped = lanesOf(map.ascii(v));
     const auto isTabled = [&](std::size_t i) {
@@ -209,15 +296,7 @@ void proveFormulas() {
     for (std::size_t i = 0; i < Units::lanes.value(); ++i)
       claim(U32(loadWord<unsigned char>(out + i)) == lanesOf(v)[i], "storeNarrow");
   });
-  prove("units: the first selected lane", [] {
-    const Units v = anyVector<Units>("a");
-    const auto mask = v.nonZero();
-    U32 first = 0;
-    const auto x = lanesOf(v);
-    for (std::size_t i = x.size(); i-- > 0;) first = select(x[i] != 0, x[i], first);
-    assume(first != 0);
-    claim(v.firstSelected(mask) == first, "firstSelected");
-  });
+  proveCaseVectors<Units>();
   prove("doubles: NaN", [] {
     const Doubles v = anyVector<Doubles>("a");
     const auto x = lanesOf(v);

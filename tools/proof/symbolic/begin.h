@@ -2,6 +2,8 @@
 #ifndef RQUNI_PROOF_SYMBOLIC_BEGIN_H
 #define RQUNI_PROOF_SYMBOLIC_BEGIN_H
 
+#include <string_view>
+
 #include "immintrin.h"
 #include "symbolic/words.h"
 
@@ -22,6 +24,8 @@ using ::RqUnsigned64;
 
 #define static_cast rq::proof::cast
 #define reinterpret_cast rq::proof::reinterpret
+// A statement without instructions only hides a value from the optimizer.
+#define asm(...) static_assert(std::string_view(#__VA_ARGS__).starts_with("\"\" :"), "it computes something")
 #define __builtin_ctzll rq::proof::countTrailingZeros
 #define __builtin_clzll rq::proof::countLeadingZeros
 #define __builtin_popcountll rq::proof::countOnes

@@ -87,6 +87,27 @@ Vector<size> pack(const Vector<size>& a, const Vector<size>& b) {
     return saturated<To>((k < half ? a : b).template lane<From>(block * half + k % half));
   });
 }
+/// unpacklo and unpackhi: within each 16 bytes the lanes of one half of `a` and `b` in turn.
+template <class T, std::size_t size>
+Vector<size> unpack(const Vector<size>& a, const Vector<size>& b, bool high) {
+  constexpr std::size_t lanes = 16 / sizeof(T);
+  return Vector<size>::template of<T>([&](std::size_t i) {
+    return (i % 2 == 0 ? a : b).template lane<T>(i / lanes * lanes + (high ? lanes / 2 : 0) + i % lanes / 2);
+  });
+}
+/// Each lane is that lane of `table`, one vector or two, which the lowest bits of its index name.
+template <class T, std::size_t size, std::same_as<Vector<size>>... Others>
+Vector<size> permuted(const Vector<size>& index, const Vector<size>& first, const Others&... others) {
+  const std::array table{first, others...};
+  constexpr std::size_t lanes = size / sizeof(T), all = table.size() * lanes;
+  return Vector<size>::template of<T>([&](std::size_t i) {
+    Word<T> value = 0;
+    for (std::size_t k = 0; k < all; ++k)
+      value =
+          select((index.template lane<T>(i) & (all - 1)) == k, table[k / lanes].template lane<T>(k % lanes), value);
+    return value;
+  });
+}
 template <std::size_t size>
 Vector<size> shuffleBytes(const Vector<size>& a, const Vector<size>& control) {
   return Vector<size>::template of<std::uint8_t>([&](std::size_t i) {
@@ -110,6 +131,7 @@ using __m256d = __m256i;
 using __m512d = __m512i;
 using __mmask8 = rq::proof::Word<unsigned char>;
 using __mmask16 = rq::proof::Word<unsigned short>;
+using __mmask32 = rq::proof::Word<unsigned>;
 using __mmask64 = rq::proof::Word<unsigned long>;
 
 #define RQ_FOR_EACH_SIZE(X) X(_mm, 16, si128) X(_mm256, 32, si256) X(_mm512, 64, si512)
@@ -129,6 +151,14 @@ using __mmask64 = rq::proof::Word<unsigned long>;
   template <class A>                                                                               \
   auto P##_##name(A value) {                                                                       \
     return rq::proof::Vector<size>::of<T>([=](std::size_t) { return rq::proof::Word<T>(value); }); \
+  }
+
+#define RQ_UNPACK(P, size, lanes, T)                                                                     \
+  inline auto P##_unpacklo_##lanes(const rq::proof::Vector<size>& a, const rq::proof::Vector<size>& b) { \
+    return rq::proof::unpack<T>(a, b, false);                                                            \
+  }                                                                                                      \
+  inline auto P##_unpackhi_##lanes(const rq::proof::Vector<size>& a, const rq::proof::Vector<size>& b) { \
+    return rq::proof::unpack<T>(a, b, true);                                                             \
   }
 
 #define RQ_ALL(P, size, si)                                                                                \
@@ -203,6 +233,8 @@ using __mmask64 = rq::proof::Word<unsigned long>;
   inline auto P##_packus_epi16(const rq::proof::Vector<size>& a, const rq::proof::Vector<size>& b) {       \
     return rq::proof::pack<short, unsigned char>(a, b);                                                    \
   }                                                                                                        \
+  RQ_UNPACK(P, size, epi8, unsigned char)                                                                  \
+  RQ_UNPACK(P, size, epi16, unsigned short)                                                                \
   inline auto P##_shuffle_epi8(const rq::proof::Vector<size>& a, const rq::proof::Vector<size>& control) { \
     return rq::proof::shuffleBytes(a, control);                                                            \
   }
@@ -255,23 +287,20 @@ inline rq::proof::Word<int> _mm256_testz_si256(const __m256i& a, const __m256i& 
   for (std::size_t i = 0; i < 4; ++i) any |= a.lane<unsigned long>(i) & b.lane<unsigned long>(i);
   return any == 0;
 }
-inline __m256i _mm256_permutevar8x32_epi32(const __m256i& v, const __m256i& order) {
-  return __m256i::of<unsigned>([&](std::size_t i) {
-    rq::proof::Word<unsigned> value = 0;
-    for (std::size_t k = 0; k < 8; ++k)
-      value = rq::proof::select((order.lane<unsigned>(i) & 7) == k, v.lane<unsigned>(k), value);
-    return value;
-  });
+inline __m256i _mm256_permutevar8x32_epi32(const __m256i& v, const __m256i& index) {
+  return rq::proof::permuted<unsigned>(index, v);
 }
 
 inline __m128i _mm512_castsi512_si128(const __m512i& v) {
   return __m128i::of<unsigned>([&](std::size_t i) { return v.lane<unsigned>(i); });
 }
 RQ_MASK(cmpeq_epi8_mask, unsigned char, ==)
+RQ_MASK(cmpeq_epi16_mask, unsigned short, ==)
 RQ_MASK(cmpeq_epi32_mask, unsigned, ==)
 RQ_MASK(cmpneq_epi8_mask, unsigned char, !=)
 RQ_MASK(cmpneq_epi32_mask, unsigned, !=)
 RQ_MASK(cmple_epu8_mask, unsigned char, <=)
+RQ_MASK(cmple_epu16_mask, unsigned short, <=)
 RQ_MASK(cmple_epu32_mask, unsigned, <=)
 RQ_MASK(cmplt_epu8_mask, unsigned char, <)
 RQ_MASK(cmplt_epu16_mask, unsigned short, <)
@@ -281,6 +310,7 @@ RQ_MASK(cmplt_epu32_mask, unsigned, <)
     return rq::proof::maskOf<T>(a, b, [](auto x, auto y) { return (x & y) != 0; }); \
   }
 RQ_TEST(test_epi8_mask, unsigned char)
+RQ_TEST(test_epi16_mask, unsigned short)
 RQ_TEST(test_epi32_mask, unsigned)
 RQ_TEST(test_epi64_mask, unsigned long)
 
@@ -303,11 +333,14 @@ __m512i selected(rq::proof::Word<unsigned long> mask, const __m512i& a, const __
 inline __m512i _mm512_maskz_mov_epi8(__mmask64 mask, const __m512i& a) {
   return selected<unsigned char>(mask, a, {});
 }
+inline __m512i _mm512_maskz_mov_epi16(__mmask32 mask, const __m512i& a) {
+  return selected<unsigned short>(mask, a, {});
+}
 inline __m512i _mm512_maskz_mov_epi32(__mmask16 mask, const __m512i& a) {
   return selected<unsigned>(mask, a, {});
 }
-inline __m512i _mm512_mask_mov_epi32(const __m512i& b, __mmask16 mask, const __m512i& a) {
-  return selected<unsigned>(mask, a, b);
+inline __m512i _mm512_mask_mov_epi16(const __m512i& b, __mmask32 mask, const __m512i& a) {
+  return selected<unsigned short>(mask, a, b);
 }
 /// Reads what the mask selects and nothing else.
 template <class T>
@@ -331,27 +364,11 @@ inline __m128i _mm512_cvtepi32_epi8(const __m512i& v) {
   return __m128i::of<unsigned char>(
       [&](std::size_t i) { return rq::proof::Word<unsigned char>(v.lane<unsigned>(i)); });
 }
-/// The lanes that the mask selects, one behind the other.
-inline __m512i _mm512_maskz_compress_epi32(__mmask16 mask, const __m512i& v) {
-  __m512i result{};
-  rq::proof::Word<int> place = 0;
-  for (unsigned i = 0; i < 16; ++i) {
-    const rq::proof::Word<bool> taken = rq::proof::bitAt(mask, i);
-    for (unsigned k = 0; k <= i; ++k) {
-      const auto here = rq::proof::both(taken, place == static_cast<int>(k));
-      result.set<unsigned>(k, rq::proof::select(here, v.lane<unsigned>(i), result.lane<unsigned>(k)));
-    }
-    place += rq::proof::Word<int>(taken);
-  }
-  return result;
+inline __m512i _mm512_permutexvar_epi16(const __m512i& index, const __m512i& v) {
+  return rq::proof::permuted<unsigned short>(index, v);
 }
-inline __m512i _mm512_permutex2var_epi32(const __m512i& a, const __m512i& index, const __m512i& b) {
-  return __m512i::of<unsigned>([&](std::size_t i) {
-    rq::proof::Word<unsigned> value = 0;
-    for (std::size_t k = 0; k < 32; ++k)
-      value = rq::proof::select((index.lane<unsigned>(i) & 31) == k, (k < 16 ? a : b).lane<unsigned>(k % 16), value);
-    return value;
-  });
+inline __m512i _mm512_permutex2var_epi16(const __m512i& a, const __m512i& index, const __m512i& b) {
+  return rq::proof::permuted<unsigned short>(index, a, b);
 }
 
 /// The lowest bits of x, as many as `count` says; all when it is beyond the width.
@@ -369,5 +386,6 @@ rq::proof::Word<unsigned long> _bzhi_u64(A x, B count) {
 #undef RQ_MASK
 #undef RQ_SPLAT
 #undef RQ_TEST
+#undef RQ_UNPACK
 
 #endif
