@@ -8,6 +8,8 @@ import subprocess
 import tempfile
 import unittest
 
+from command import run
+
 BUILD = pathlib.Path(os.environ["RQ_BUILD"])
 VERSION = os.environ["RQ_VERSION"]
 MAJOR = VERSION.split(".")[0]
@@ -16,15 +18,6 @@ HOST_CONSUMER = pathlib.Path(__file__).parent / "host_consumer"
 WITH_HOST = os.environ.get("RQ_HOST") == "1"
 CONSUMER = pathlib.Path(__file__).parent / "consumer"
 EXPECTED = "V.{:0>2}.{:0>2}M{}P INSTALLED\n".format(*VERSION.split("."))
-
-
-def run(*command, **environment):
-    """The standard output of a command that must succeed."""
-    result = subprocess.run([str(part) for part in command], env={**os.environ, **environment}, text=True,
-                            capture_output=True)
-    if result.returncode != 0:
-        raise AssertionError(f"{command} failed with {result.returncode}:\n{result.stdout}{result.stderr}")
-    return result.stdout
 
 
 def install(prefix, component=None):
