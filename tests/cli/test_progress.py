@@ -84,6 +84,7 @@ class Progress(ToolTest):
         if time.monotonic() < begin + 0.9:
             self.assertEqual(set(early.values()), {""}, "nothing is shown before a second has gone")
         cases["before an error"][1].wait_for("rqtext: 2 bytes read")
+        cases["from a pipe on wish"][1].wait_for("0 bytes written")  # at its end the answer is written
         os.close(failure)
         os.close(somebody)
         for expected, each in cases.values():
