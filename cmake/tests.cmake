@@ -51,6 +51,7 @@ function(rq_add_googletest program)
   endif()
   # The tests' own code need not be fast; the library that they load is.
   target_compile_options(${program} PRIVATE $<$<CONFIG:Release>:-O1>)
+  target_precompile_headers(${program} PRIVATE <gtest/gtest.h>) # a third of the time that a test takes to compile
   set(ends "-") # a list of one empty string has no elements
   if(test_KERNELS)
     set(ends .sse2 .avx2 .avx512)

@@ -148,7 +148,7 @@ TEST_P(Calls, PutNCRAsksInTheOrderOfTheText) {
   for (const char32_t c : letters) expected.push_back(asked(std::u32string(1, c)).at(0));
   EXPECT_EQ(asked(letters), expected);
   EXPECT_EQ(asked(times(letters, 20)), expected);
-  EXPECT_EQ(asked(std::u32string(70, U'z') + U'\u00E9' + times(letters, 20)), expected);
+  EXPECT_EQ(asked(times(U"z", 70) + U"\u00E9" + times(letters, 20)), expected);
 }
 
 /// A notation with two hexadecimal digits.

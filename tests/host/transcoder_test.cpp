@@ -174,7 +174,7 @@ TEST(Transcoder, ConvertsTextsLongerThanAPiece) {
       for (const char* c : {"\u65E5", "\U0001F600", "e"}) {
         if (i == 0 || convert("UTF-8", encoding, c).outcome == Outcome::done) text += c;
         if (convert("UTF-8", encoding, text.substr(text.size() - std::strlen(c))).outcome != Outcome::done) {
-          text.resize(text.size() - std::strlen(c));
+          text.erase(text.size() - std::strlen(c));
         }
       }
       if (i % 100 == 0) text += "tail of a line\n";
