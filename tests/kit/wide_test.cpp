@@ -1,7 +1,6 @@
 // The routines over counted strings of RQChar: case with and without the host's service, comparisons.
 #include <gtest/gtest.h>
 
-#include <memory>
 #include <string>
 #include <vector>
 
@@ -118,7 +117,7 @@ class Shapes : public testing::Test {
   GuardedBuffer pages{(maxUnits + alignments) * 4}, second{pages.size()};
   Random random{1234567};
 
-  /// Maps text in every shape and compares all memory with what single characters map to.
+  /// Maps text in every shape and compares all memory with what its twin makes of single characters.
   template <class Map, class One>
   void check(Map map, One one) {
     forEachShape<RQChar>(pages, [&](std::size_t n, std::size_t offset) {
@@ -135,33 +134,20 @@ class Shapes : public testing::Test {
   }
 };
 
-/// What a routine makes of each character of the BMP by itself; others stay.
-template <class Map>
-auto oneByOne(Map map) {
-  auto table = std::make_shared<std::vector<RQChar>>(0x10000);
-  for (RQChar c = 0; c < 0x10000; ++c) {
-    (*table)[c] = c;
-    map(&(*table)[c], 1);
-  }
-  return [table](RQChar c) { return c < 0x10000 ? (*table)[c] : c; };
-}
-
 TEST_F(Shapes, Rqzstlo) {
-  check(rqzstlo, oneByOne(rqzstlo));
+  check(rqzstlo, twin::lower);
 }
 TEST_F(Shapes, Rqzstup) {
-  check(rqzstup, oneByOne(rqzstup));
+  check(rqzstup, twin::upper);
 }
 TEST_F(Shapes, Rqzstmin) {
-  check(rqzstmin, oneByOne(rqzstmin));
+  check(rqzstmin, twin::smallest);
 }
 TEST_F(Shapes, Rqzstmax) {
-  check(rqzstmax, oneByOne(rqzstmax));
+  check(rqzstmax, twin::largest);
 }
 
 TEST_F(Shapes, ComparisonsIgnoringCase) {
-  // The twin walks the runs for every character: precomputed, it is fast enough for every shape.
-  const auto lower = oneByOne(rqzstlo), upper = oneByOne(rqzstup);
   forEachShape<RQChar>(pages, [&](std::size_t n, std::size_t offset) {
     if (n > 130 && (n * 13 + offset) % 64 != 0) return;
     auto* const a = reinterpret_cast<RQChar*>(pages.begin() + offset);
@@ -180,7 +166,7 @@ TEST_F(Shapes, ComparisonsIgnoringCase) {
     const std::uint64_t oneIn = 1 + below(random, 20);
     for (std::size_t i = 0; i < n; ++i)
       if (below(random, oneIn) == 0)
-        twin::set(b, i, below(random, 2) ? lower(twin::get(b, i)) : upper(twin::get(b, i)));
+        twin::set(b, i, below(random, 2) ? twin::lower(twin::get(b, i)) : twin::upper(twin::get(b, i)));
     verify();
     if (n == 0) return;
     twin::set(b, below(random, n), static_cast<RQChar>(random()));
