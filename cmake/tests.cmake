@@ -1,12 +1,12 @@
 # How programs become tests of ctest, and the labels by which the tiers and the runners choose them. CONTRIBUTING.md
 # shows which command runs which.
 #
-#   merge      not for every commit: builds packages, builds twice, counts instructions, compares for long
+#   merge      not for every commit: builds packages, counts instructions, compares for long, starts servers
 #   night      takes hours
 #   native     a program of ours that loads the library: valgrind, an emulator and the coverage run it as well
 #   long       of these, what takes too long where instructions are emulated, or ends a process on purpose
-#   families   the differential cases: the memory sanitizer runs these, for it needs every part instrumented; clang 14
-#              and qemu run them because they reach every exported name with every set of kernels
+#   families   the differential cases: the memory sanitizer runs these, for it needs every part instrumented; qemu runs
+#              them because they reach every exported name with every set of kernels
 #   threads    what the thread sanitizer and helgrind watch
 #
 # The target rq_native_programs builds the programs of the label native; likewise for families and threads.
