@@ -28,9 +28,11 @@ using Entry = std::function<Finding(Subject& subject)>;
 Entry entryOf(const std::string& path);
 
 /// For each rule, enters the host in a child process. Hands each row to `report` as soon as it is found, in a fixed
-/// order, and stops at an error of it. An error as well when there is no host. `threads`: see Subject.
+/// order, and stops at an error of it. An error as well when there is no host. `threads`: see Subject. A check that
+/// does not return in time breaks its rule; all together may hang for half as long again.
 host::Done checkHost(const Entry& enter, const host::Library& library, bool threads,
-                     const std::function<host::Done(const Row&)>& report);
+                     const std::function<host::Done(const Row&)>& report,
+                     std::chrono::milliseconds patience = longestPatience);
 
 /// Each after those that it needs.
 std::vector<Rule> allRules();
