@@ -55,6 +55,8 @@ static RQPool* faultyCreatePool(RQKernel* kernel, RQPoolParameters* parameters, 
   pool->allocate = faultyAllocate;
   pool->release = broken("pool.words") ? NULL : faultyRelease;
   pool->destroy = faultyDestroyPool;
+  if (broken("pool.words allocate")) pool->allocate = NULL;
+  if (broken("pool.words destroy")) pool->destroy = NULL;
   return pool;
 }
 
@@ -80,6 +82,8 @@ static RQStatus faultyLookUp(RQContext* context, const RQChar* name, uint64_t le
 static RQStatus faultyQuery(RQNlsServices* nls, int32_t* encoding) {
   const RQStatus status = querySession(nls, encoding);
   if (broken("nls.querySession nothing")) *encoding = -1;
+  if (broken("nls.querySession beyond")) encoding[1] = 0;
+  if (broken("nls.querySession before")) encoding[-1] = 0;
   if (broken("nls.identifiers")) *encoding = RQ_ENCODING_UTF8;
   return broken("nls.querySession") ? 7 : status;
 }
@@ -170,6 +174,7 @@ static RQTranscoder* faultyCreate(RQNlsServices* nls, uint64_t source, uint64_t 
   RQTranscoder* const transcoder = createTranscoder(nls, source, target, a, b);
   transcoder->convert = faultyConvert;
   transcoder->destroy = broken("transcoder.words") ? NULL : faultyDestroy;
+  if (broken("transcoder.words convert") && target == RQ_ENCODING_UTF32_BIG) transcoder->convert = NULL;
   return transcoder;
 }
 
@@ -217,6 +222,11 @@ RQStatus rquni_host(RQKernel** kernel, RQContext** context) {
   (*context)->nls->createTranscoder = faultyCreate;
   (*context)->nls->querySession = broken("nls.words") ? NULL : faultyQuery;
   if (broken("context.words")) (*context)->nls = NULL;
+  if (broken("context.words option")) (*context)->lookUpOption = NULL;
+  if (broken("nls.words create")) (*context)->nls->createTranscoder = NULL;
+  if (broken("case.words lower")) cases.lower = NULL;
+  if (broken("case.words look")) cases.lookUp = NULL;
+  if (broken("entry context")) *context = NULL;
   if (broken("journal.status")) (*context)->journal->statusToJnl = NULL;
   if (broken("case.words")) cases.upper = NULL;
   if (broken("case.charset null")) charset.upperCase = NULL;
