@@ -134,6 +134,32 @@ static RQStatus faultyConvert(RQTranscoder* self, const void* input, uint64_t in
       while (c == 0x2028) sched_yield();
     }
   }
+  if (inputBytes == 4 && transcoder->source == RQ_ENCODING_UTF32_LITTLE && toSession) {
+    RQChar c;
+    memcpy(&c, input, 4);
+    /* What is nobody's may become anything. */
+    const int nobodys = (c >= 0xE000 && c <= 0xF8FF) || c >= 0xF0000 || (c & 0xFFFE) == 0xFFFE;
+    const int other = (broken("private use") && nobodys) || (broken("transcoder.roundTrip F900") && c == 0xF900) ||
+                      (broken("transcoder.roundTrip EFFFD") && c == 0xEFFFD) ||
+                      (broken("transcoder.roundTrip FFFD") && c == 0xFFFD) ||
+                      (broken("transcoder.roundTrip one") && c == 1) ||
+                      (broken("transcoder.roundTrip D7FF") && c == 0xD7FF);
+    if (other && capacity > 0) {
+      *(uint8_t*)output = 'A';
+      length = 1;
+      status = RQ_SUCCESS;
+    }
+    if (broken("transcoder.bytes private") && c == 0x80) length = 0, status = FAILED;
+    if (broken("transcoder.bytes private") && c == 0xE000 && capacity > 0) {
+      *(uint8_t*)output = 'A';
+      length = 1;
+      status = RQ_SUCCESS;
+    }
+  }
+  if (broken("transcoder.bytes private") && transcoder->source == ISO_8859_1 && inputBytes == 1 && length == 4 &&
+      *(const uint8_t*)input == 0x80 && transcoder->target == RQ_ENCODING_UTF32_LITTLE) {
+    memcpy(output, &(const RQChar){0xE000}, 4);
+  }
   if (transcoder->source == ISO_8859_1 && inputBytes == 2) {
     const uint8_t* const bytes = (const uint8_t*)input;
     if (broken("transcoder.bytes") && bytes[0] == 0xF0 && bytes[1] == 'A') abort();

@@ -76,8 +76,14 @@ const Fault faults[] = {
     {"transcoder.roundTrip substitution", "U+0100 becomes the bytes 3F, and these U+003F"},
     {"transcoder.roundTrip half", "U+00F1 becomes the bytes 81, and these U+0081"},
     {"transcoder.roundTrip abort", "Aborted: one character makes it crash"},
+    {"transcoder.roundTrip one", "U+0001 becomes the bytes 41, and these U+0041"},
+    {"transcoder.roundTrip D7FF", "U+D7FF becomes the bytes 41, and these U+0041"},
+    {"transcoder.roundTrip F900", "U+F900 becomes the bytes 41, and these U+0041"},
+    {"transcoder.roundTrip FFFD", "U+FFFD becomes the bytes 41, and these U+0041"},
+    {"transcoder.roundTrip EFFFD", "U+EFFFD becomes the bytes 41, and these U+0041"},
     {"transcoder.roundTrip hang", "it did not return in time"},
     {"transcoder.bytes", "Aborted: some bytes make it crash"},
+    {"transcoder.bytes private", "the bytes 80 become U+E000, and this the bytes 41, which do not"},
     {"transcoder.long", "converts a text of 1025 characters otherwise than a short one"},
     {"transcoder.long cut", "characters otherwise than a short one"},
     {"nls.identifiers", "the session has the identifier of UTF-8"},
@@ -146,6 +152,24 @@ std::string testName(const testing::TestParamInfo<Fault>& fault) {
   return name;
 }
 INSTANTIATE_TEST_SUITE_P(Faults, BrokenHost, testing::ValuesIn(faults), testName);
+
+/// Without a fault; and private use and noncharacters, each become the letter A.
+TEST(SoundHosts, BreakNoRule) {
+  const host::Library library = loadLibrary();
+  for (const char* const how : {"", "private use"}) {
+    ::setenv("RQ_BROKEN", how, 1);
+    int kept = 0;
+    const host::Done checked =
+        checker::checkHost(checker::entryOf(RQ_BROKEN_HOST), library, false, [&](const Row& row) -> host::Done {
+          kept += row.finding.verdict == Verdict::ok;
+          EXPECT_TRUE(row.finding.verdict == Verdict::ok || row.name == "threads") << row.name << row.finding.seen;
+          return host::done();
+        });
+    ::unsetenv("RQ_BROKEN");
+    EXPECT_TRUE(checked);
+    EXPECT_EQ(kept, checker::allRules().size());
+  }
+}
 
 TEST(BrokenHosts, EveryRuleHasOne) {
   std::set<std::string_view> rules = {"entry"}, broken;
