@@ -3,29 +3,10 @@
 #include <algorithm>
 #include <iterator>
 
-#include "checker/sandbox.h"
 #include "host/host_file.h"
 
 namespace rq::checker {
 namespace {
-
-Finding enter(const std::string& path, RQKernel*& kernel, RQContext*& context) {
-  const host::Result<host::HostEntry> entry = host::loadHost(path);
-  if (!entry) return notChecked(entry.error().text);
-  const host::Result<host::HostTables> tables = host::enterHost(*entry);
-  if (!tables) return broken(tables.error().text);
-  kernel = tables->kernel;
-  context = tables->context;
-  return ok();
-}
-
-std::vector<Rule> allRules() {
-  std::vector<Rule> rules;
-  for (auto* list : {poolRules, sessionRules, transcoderRules, characterRules, serviceRules, objectRules}) {
-    std::ranges::move(list(), std::back_inserter(rules));
-  }
-  return rules;
-}
 
 bool blocks(const Row& row) {
   return row.finding.verdict == Verdict::broken || row.finding.verdict == Verdict::blocked;
@@ -43,16 +24,34 @@ const Row* obstacle(const Rule& rule, const std::vector<Row>& rows) {
 
 using std::chrono::milliseconds;
 
-/// So long all checks together may hang. The others take a few seconds: a host that always hangs ends the run
-/// within 20.
-constexpr milliseconds longestHang = std::chrono::seconds(15);
+}  // namespace
 
-Finding tried(const Rule& rule, const std::string& path, const host::Library& library, bool threads,
+std::vector<Rule> allRules() {
+  std::vector<Rule> rules;
+  for (auto* list : {poolRules, sessionRules, transcoderRules, characterRules, serviceRules, objectRules}) {
+    std::ranges::move(list(), std::back_inserter(rules));
+  }
+  return rules;
+}
+
+Entry entryOf(const std::string& path) {
+  return [path](Subject& subject) {
+    const host::Result<host::HostEntry> entry = host::loadHost(path);
+    if (!entry) return notChecked("cannot load the host " + path + ": " + entry.error().text);
+    const host::Result<host::HostTables> tables = host::enterHost(*entry);
+    if (!tables) return broken(tables.error().text);
+    subject.kernel = tables->kernel;
+    subject.context = tables->context;
+    return ok();
+  };
+}
+
+Finding tried(const Rule& rule, const Entry& enter, const host::Library& library, bool threads,
               milliseconds patience) {
   Finding finding = apart(
       [&] {
         Subject subject{nullptr, nullptr, library, threads};
-        const Finding entered = enter(path, subject.kernel, subject.context);
+        const Finding entered = enter(subject);
         return entered.verdict == Verdict::ok ? rule.check(subject) : entered;
       },
       patience);
@@ -60,32 +59,29 @@ Finding tried(const Rule& rule, const std::string& path, const host::Library& li
   return finding;
 }
 
-}  // namespace
-
 std::string_view nameOf(Verdict verdict) {
   if (verdict == Verdict::ok) return "ok";
   return verdict == Verdict::broken ? "broken" : "not checked";
 }
 
-host::Done checkHost(const std::string& path, const host::Library& library, bool threads,
-                     const std::function<host::Done(const Row&)>& report) {
-  RQKernel* kernel = nullptr;
-  RQContext* context = nullptr;
-  const Finding entered = apart([&] { return enter(path, kernel, context); });
-  if (entered.verdict == Verdict::notChecked) {
-    return host::Error{host::Error::Kind::system, "cannot load the host " + path + ": " + entered.seen};
-  }
-  std::vector<Row> rows = {{"entry", "rquni_host stores a kernel and a context and returns 0", entered}};
+host::Done checkHost(const Entry& enter, const host::Library& library, bool threads,
+                     const std::function<host::Done(const Row&)>& report, milliseconds patience) {
+  const Rule entry = {
+      "entry", "rquni_host stores a kernel and a context and returns 0", {}, [](const Subject&) { return ok(); }};
+  const Finding entered = tried(entry, enter, library, threads);
+  if (entered.verdict == Verdict::notChecked) return host::Error{host::Error::Kind::system, entered.seen};
+  std::vector<Row> rows = {{entry.name, entry.statement, entered}};
   host::Done reported = report(rows.back());
-  milliseconds allowance = longestHang;
+  milliseconds allowance =
+      patience * 3 / 2;  // the other rules take a few seconds: a host that always hangs ends soon
   for (const Rule& rule : allRules()) {
     if (!reported) break;
     const Row* obstructing = obstacle(rule, rows);
-    const milliseconds patience = std::min(allowance, longestPatience);
-    const Finding finding = obstructing                        ? blockedBy(obstructing->name)
-                            : patience == milliseconds::zero() ? notChecked("other checks hung")
-                                                               : tried(rule, path, library, threads, patience);
-    if (finding.end == Finding::End::hung) allowance -= patience;
+    const milliseconds left = std::min(allowance, patience);
+    const Finding finding = obstructing                    ? blockedBy(obstructing->name)
+                            : left == milliseconds::zero() ? notChecked("other checks hung")
+                                                           : tried(rule, enter, library, threads, left);
+    if (finding.end == Finding::End::hung) allowance -= left;
     rows.push_back({rule.name, rule.statement, finding});
     reported = report(rows.back());
   }

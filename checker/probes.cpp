@@ -125,14 +125,13 @@ std::string Transcoders::nameOf(std::size_t number) {
 
 Converted convert(RQTranscoder* transcoder, std::string_view input, std::uint64_t capacity) {
   std::vector<char> output(capacity + margin, untouched);
-  Converted result{0, Converted::unset, {}, false};
-  result.status =
-      transcoder->convert(transcoder, input.data(), input.size(), output.data(), capacity, &result.produced, 0);
-  result.beyond = std::any_of(output.begin() + static_cast<std::ptrdiff_t>(capacity), output.end(),
-                              [](char c) { return c != untouched; });
-  const std::uint64_t reported = result.produced == Converted::unset ? 0 : result.produced;
-  result.bytes.assign(output.data(), std::min(reported, capacity));
-  return result;
+  std::uint64_t produced = Converted::unset;
+  const RQStatus status =
+      transcoder->convert(transcoder, input.data(), input.size(), output.data(), capacity, &produced, 0);
+  const bool beyond = std::any_of(output.begin() + static_cast<std::ptrdiff_t>(capacity), output.end(),
+                                  [](char c) { return c != untouched; });
+  const std::uint64_t reported = produced == Converted::unset ? 0 : produced;
+  return {status, produced, {output.data(), std::min(reported, capacity)}, beyond};
 }
 
 Converted convertAll(RQTranscoder* transcoder, std::string_view input) {

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <ranges>
 #include <string>
 #include <string_view>
 
@@ -93,6 +94,7 @@ class Transcoders {
     return number % 2 == 0 ? pair.toSession : pair.fromSession;
   }
   static constexpr std::size_t count = std::size_t{2} * RQ_FORMS;
+  static constexpr auto numbers() { return std::views::iota(std::size_t{0}, count); }
 
  private:
   std::array<RQTranscoderPair, RQ_FORMS> pairs_;

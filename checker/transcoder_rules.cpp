@@ -9,7 +9,7 @@ namespace {
 
 Finding creation(const Subject& subject) {
   const Transcoders all(subject);
-  for (std::size_t number = 0; number < Transcoders::count; ++number) {
+  for (const std::size_t number : Transcoders::numbers()) {
     if (!all.at(number)) return broken("the transcoder " + Transcoders::nameOf(number) + " is missing");
   }
   return ok();
@@ -17,7 +17,7 @@ Finding creation(const Subject& subject) {
 
 Finding words(const Subject& subject) {
   const Transcoders all(subject);
-  for (std::size_t number = 0; number < Transcoders::count; ++number) {
+  for (const std::size_t number : Transcoders::numbers()) {
     for (const std::string& null : {nullWord(all.at(number)->destroy, 2), nullWord(all.at(number)->convert, 4)}) {
       if (!null.empty()) return broken(null + " in the transcoder " + Transcoders::nameOf(number));
     }
@@ -44,7 +44,7 @@ Finding eachTranscoder(const Subject& subject, const Look& look) {
   const Transcoders all(subject);
   const std::optional<Sample> sample = sampleOf(all);
   if (!sample) return notChecked(noSample);
-  for (std::size_t number = 0; number < Transcoders::count; ++number) {
+  for (const std::size_t number : Transcoders::numbers()) {
     const std::string complaint = look(all, *sample, number);
     if (!complaint.empty()) return broken("the transcoder " + Transcoders::nameOf(number) + " " + complaint);
   }
@@ -219,7 +219,7 @@ Finding returns(const Subject& subject) {
   const Transcoders all(subject);
   const std::vector<std::string> inputs = strangeInputs();
   try {
-    for (std::size_t number = 0; number < Transcoders::count; ++number) {
+    for (const std::size_t number : Transcoders::numbers()) {
       for (const std::string& each : inputs) convertAll(all.at(number), each);
     }
   } catch (...) {
@@ -232,9 +232,9 @@ Finding destroy(const Subject& subject) {
   const Transcoders all(subject);
   const std::optional<Sample> sample = sampleOf(all);
   if (!sample) return notChecked(noSample);
-  for (std::size_t number = 0; number + 1 < Transcoders::count; ++number) {
+  constexpr std::size_t last = Transcoders::count - 1;
+  for (const std::size_t number : Transcoders::numbers() | std::views::take(last)) {
     all.at(number)->destroy(all.at(number));
-    const std::size_t last = Transcoders::count - 1;
     if (convertAll(all.at(last), inputOf(*sample, last)).bytes != outputOf(*sample, last)) {
       return broken("the transcoder " + Transcoders::nameOf(number) + " took another one with it");
     }

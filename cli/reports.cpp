@@ -150,8 +150,8 @@ Done checkHost(const Job& job, Progress&, Output& output) {
   const Result<host::Library> library = openLibrary(job);
   if (!library) return library.error();
   HostReport report(job, output);
-  if (Done checked =
-          checker::checkHost(job.host, *library, job.threads, [&](const auto& row) { return report.add(row); });
+  if (Done checked = checker::checkHost(checker::entryOf(job.host), *library, job.threads,
+                                        [&](const auto& row) { return report.add(row); });
       !checked)
     return checked;
   return report.close();

@@ -19,15 +19,17 @@ std::uint64_t ignoreStatus(RQJournal*, std::uint64_t, std::uint64_t, va_list) {
   return 0;
 }
 
-/// Transcoders belong to their session and end with it.
 RQStatus destroyTranscoder(RQTranscoder*) {
   return RQ_SUCCESS;
 }
 
 }  // namespace
 
-Session::Session(const Conversions& conversions, const void* encoding)
-    : conversions_(conversions), encoding_(encoding) {
+Session::Session(const Conversions& conversions, const void* encoding) : encoding_(encoding) {
+  for (int form = 0; form < forms; ++form) {
+    prepare(toSession_[form], conversions.toSession[form]);
+    prepare(fromSession_[form], conversions.fromSession[form]);
+  }
   services_.table.createTranscoder = createTranscoder;
   services_.table.querySession = querySession;
   services_.session = this;
@@ -37,9 +39,14 @@ Session::Session(const Conversions& conversions, const void* encoding)
   context_.nls = &services_.table;
 }
 
+void Session::prepare(Transcoder& transcoder, Conversions::Callback convert) {
+  transcoder.table.destroy = destroyTranscoder;
+  transcoder.table.convert = convert;
+  transcoder.session = this;
+}
+
 RQInterface* Session::makeObject() {
-  made_ = 0;
-  RQInterface* const object = rquni(&context_, nullptr);
+  RQInterface* const object = rquni(context(), nullptr);
   if (!object) return nullptr;
   for (const RQTranscoderPair& pair : object->transcoders) {
     if (pair.toSession && pair.fromSession) continue;
@@ -61,18 +68,11 @@ RQStatus Session::querySession(RQNlsServices*, std::int32_t* encoding) {
 
 RQTranscoder* Session::createTranscoder(RQNlsServices* services, std::uint64_t source, std::uint64_t target,
                                         std::uint64_t, std::uint64_t) {
-  return reinterpret_cast<Services*>(services)->session->createTranscoder(source, target);
-}
-
-RQTranscoder* Session::createTranscoder(std::uint64_t source, std::uint64_t target) {
+  Session* const session = reinterpret_cast<Services*>(services)->session;
   const bool toSession = target == sessionIdentifier;
   const int form = formOf(toSession ? source : target);
-  if (form < 0 || made_ == 2 * RQ_FORMS || callbackFails()) return nullptr;
-  Transcoder& transcoder = transcoders_[made_++];
-  transcoder.table.destroy = destroyTranscoder;
-  transcoder.session = this;
-  transcoder.table.convert = (toSession ? conversions_.toSession : conversions_.fromSession)[form];
-  return &transcoder.table;
+  if (form < 0 || callbackFails()) return nullptr;
+  return &(toSession ? session->toSession_ : session->fromSession_)[form].table;
 }
 
 }  // namespace rq::engines

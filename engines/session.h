@@ -39,6 +39,10 @@ class Session {
   Session(const Session&) = delete;
   Session& operator=(const Session&) = delete;
 
+  /// What objects are made of. Its transcoders are the session's own: those of one form are one, and to end them does
+  /// nothing.
+  RQContext* context() { return &context_; }
+
   /// An interface object with all its transcoders, or null when the host refused something. Registration must have
   /// happened.
   RQInterface* makeObject();
@@ -64,14 +68,13 @@ class Session {
   static RQStatus querySession(RQNlsServices* services, std::int32_t* encoding);
   static RQTranscoder* createTranscoder(RQNlsServices* services, std::uint64_t source, std::uint64_t target,
                                         std::uint64_t zero1, std::uint64_t zero2);
-  RQTranscoder* createTranscoder(std::uint64_t source, std::uint64_t target);
+
+  void prepare(Transcoder& transcoder, Conversions::Callback convert);
 
   RQContext context_ = {};
   Services services_ = {};
   RQJournal journal_ = {};
-  Transcoder transcoders_[2 * RQ_FORMS] = {};
-  int made_ = 0;
-  const Conversions& conversions_;
+  Transcoder toSession_[forms] = {}, fromSession_[forms] = {};
   const void* const encoding_;
 };
 

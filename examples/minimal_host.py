@@ -44,7 +44,7 @@ class Pool:
 
     def destroy(self, pool):
         self.blocks.clear()
-        finished.append(Pool.live.pop(self.address))  # its function is still running
+        ended[:] = [Pool.live.pop(self.address)]
         return SUCCESS
 
     def allocate(self, pool, size, flags):
@@ -74,7 +74,7 @@ class Transcoder:
         Transcoder.live[self.address] = self
 
     def destroy(self, transcoder):
-        finished.append(Transcoder.live.pop(self.address))
+        ended[:] = [Transcoder.live.pop(self.address)]
         return SUCCESS
 
     def convert(self, transcoder, text, size, output, capacity, produced, flags):
@@ -99,7 +99,7 @@ class Transcoder:
         return status
 
 
-finished = []  # kept until the library has returned
+ended = []  # the last one destroyed: its function is still running
 
 
 class Host:
@@ -147,7 +147,7 @@ class Host:
 
     def close(self):
         Destroy(self.object[6])(cast(self.object, c_void_p))
-        finished.clear()
+        ended.clear()
 
 
 def main():

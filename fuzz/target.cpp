@@ -8,19 +8,9 @@
 //   kit                                   tests/differential/kit.cpp
 //   wide                                  tests/differential/wide.cpp
 //   creation                              tests/differential/creation.cpp
-#include <cstdio>
-#include <cstdlib>
-
-#include "tests/differential/family.h"
+#include "fuzz/case.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t bytes) {
   static const rq::test::Family& family = *rq::test::familyNamed(RQ_FUZZ_FAMILY);
-  try {
-    rq::test::Choices choices(data, bytes);
-    family.run(choices);
-  } catch (const rq::test::Difference& difference) {
-    std::fprintf(stderr, "DIFFERENCE %s\n", difference.report.c_str());
-    std::abort();
-  }
-  return 0;
+  return rq::fuzz::runCase(data, bytes, family.run);
 }

@@ -34,6 +34,9 @@ constexpr std::array<UnicodeName, 15> unicodeNames = {{{"UTF-8", RQ_ENCODING_UTF
                                                        {"UTF-16,version=1", RQ_ENCODING_UTF16_LITTLE},
                                                        {"UTF-16,version=2", RQ_ENCODING_UTF16_BIG}}};
 
+/// ICU drops characters that this encoding lacks and reports nothing: a host that offered it would lose text.
+constexpr std::string_view losingName = "x11-compound-text";
+
 /// FNV-1a, brought into 2^24 .. 2^31 - 1: positive for a signed reader and far from the fixed identifiers.
 std::uint32_t hashedIdentifier(std::string_view name) {
   std::uint32_t hash = 2166136261U;
@@ -71,6 +74,7 @@ std::vector<Encoding> listEncodings() {
   std::map<std::string, Encoding> byName;
   for (std::int32_t i = 0; i < ucnv_countAvailable(); ++i) {
     const char* icuName = ucnv_getAvailableName(i);
+    if (icuName == losingName) continue;
     const auto [name, identifier] = ownName(icuName);
     Encoding& encoding = byName[std::string(name)];
     encoding.identifier = identifier;

@@ -28,7 +28,8 @@ inline constexpr std::array<std::uint32_t, RQ_FORMS> formEncodings = {
     RQ_ENCODING_UTF32_LITTLE, RQ_ENCODING_UTF32_BIG,    RQ_ENCODING_UTF32_LITTLE};
 
 /// All encodings, sorted by name. ICU's converters that add or remove byte-order marks (such as "UTF-16") are not
-/// among them: their names mean the form without a mark, big-endian unless they say otherwise.
+/// among them: their names mean the form without a mark, big-endian unless they say otherwise. Nor is
+/// "x11-compound-text", which loses characters in silence.
 const std::vector<Encoding>& encodings();
 /// The encoding of the identifier, or null.
 const Encoding* findEncoding(std::uint32_t identifier);

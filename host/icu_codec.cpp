@@ -61,14 +61,13 @@ class IcuCodec final : public Codec {
       default:
         stateful_ = true;
     }
-    isReset_ = ucnv_getType(mine->decoder.get()) != UCNV_COMPOUND_TEXT;
     return true;
   }
 
   Step decode(Bytes input, std::span<char32_t> output, bool first) const override {
     ThreadConverters* mine = converters();
     if (!mine) return {0, 0, Outcome::unavailable};
-    if (first && !restart(*mine)) return {0, 0, Outcome::unavailable};
+    if (first) restart(*mine);
 
     std::array<UChar, pieceCharacters> units;
     UChar* unitsEnd = units.data();
@@ -100,7 +99,7 @@ class IcuCodec final : public Codec {
   Step decodeOne(Bytes input, char32_t& output, bool first) const override {
     ThreadConverters* mine = converters();
     if (!mine) return {0, 0, Outcome::unavailable};
-    if (first && !restart(*mine)) return {0, 0, Outcome::unavailable};
+    if (first) restart(*mine);
     const auto* begin = reinterpret_cast<const char*>(input.data());
     const char* from = begin;
     UErrorCode error = U_ZERO_ERROR;
@@ -125,7 +124,7 @@ class IcuCodec final : public Codec {
   Step encode(std::span<const char32_t> input, MutableBytes output, bool first, bool last) const override {
     ThreadConverters* mine = converters();
     if (!mine) return {0, 0, Outcome::unavailable};
-    if (first && !reset(mine->encoder, ucnv_resetFromUnicode)) return {0, 0, Outcome::unavailable};
+    if (first) ucnv_resetFromUnicode(mine->encoder.get());
 
     std::array<UChar, 2 * pieceCharacters> units;
     std::size_t count = 0;
@@ -160,18 +159,9 @@ class IcuCodec final : public Codec {
     return mine.decoder && mine.encoder ? &mine : nullptr;
   }
 
-  bool restart(ThreadConverters& mine) const {
+  static void restart(ThreadConverters& mine) {
     mine.pendingLead = 0;
-    return reset(mine.decoder, ucnv_resetToUnicode);
-  }
-
-  /// False when ICU refuses a converter. Of one encoding it does not reset them: a new one is the only fresh one.
-  bool reset(Converter& converter, void (*resetWay)(UConverter*)) const {
-    if (isReset_)
-      resetWay(converter.get());
-    else
-      converter = openConverter(name_);
-    return converter != nullptr;
+    ucnv_resetToUnicode(mine.decoder.get());
   }
 
   /// Joins surrogate pairs; a lead at the end waits for the next piece. False for a lone surrogate.
@@ -196,7 +186,6 @@ class IcuCodec final : public Codec {
   const std::string name_;
   const std::size_t number_;
   bool stateful_ = true;
-  bool isReset_ = true;
 };
 
 }  // namespace

@@ -139,31 +139,6 @@ void lookUp(int source, int target, FmgrInfo* procedure, MemoryContext context) 
 
 }  // namespace
 
-void SingleByte::add(std::uint8_t byte, RQChar character) {
-  characters_[byte - 0x80] = character;
-  int at = count_++;
-  for (; at > 0 && entries_[at - 1].character > character; --at) entries_[at] = entries_[at - 1];
-  entries_[at] = {character, byte};
-}
-
-std::uint64_t SingleByte::write(RQChar character, std::uint8_t* out) const {
-  if (character < 0x80) {
-    out[0] = static_cast<std::uint8_t>(character);
-    return 1;
-  }
-  int low = 0, high = count_;
-  while (low < high) {
-    const int middle = (low + high) / 2;
-    if (entries_[middle].character < character)
-      low = middle + 1;
-    else
-      high = middle;
-  }
-  if (low == count_ || entries_[low].character != character) return 0;
-  out[0] = entries_[low].byte;
-  return 1;
-}
-
 void DatabaseEncoding::prepare(MemoryContext context) {
   const int encoding = GetDatabaseEncoding();
   if (encoding == PG_UTF8) {
@@ -172,7 +147,7 @@ void DatabaseEncoding::prepare(MemoryContext context) {
     return;
   }
   if (encoding == PG_SQL_ASCII || encoding == PG_MULE_INTERNAL) {
-    conversions_ = &engines::conversionsOf<Ascii>;
+    conversions_ = &engines::conversionsOf<engines::Ascii>;
     encoding_ = &ascii_;
     return;
   }
@@ -185,7 +160,7 @@ void DatabaseEncoding::prepare(MemoryContext context) {
     return;
   }
   fillTable();
-  conversions_ = &engines::conversionsOf<SingleByte>;
+  conversions_ = &engines::conversionsOf<engines::SingleByte>;
   encoding_ = &singleByte_;
 }
 

@@ -3,60 +3,37 @@
 #include <new>
 
 #include "engines/callbacks.h"
+#include "engines/kernel.h"
 
 namespace rq::postgresql {
 namespace {
 
-/// A pool over a memory context. Its blocks go with the context, so ending the pool is nothing more.
-struct Pool {
-  RQPool table;
-  MemoryContext context;
-};
-
-RQStatus destroyPool(RQPool*) {
-  return RQ_SUCCESS;
-}
-
 /// Answers null where the server would raise an error.
-void* allocate(RQPool* pool, std::uint64_t bytes, std::uint64_t) {
+void* take(void* context, std::uint64_t bytes) {
   if (!AllocHugeSizeIsValid(bytes) || engines::callbackFails()) return nullptr;
-  return MemoryContextAllocExtended(reinterpret_cast<Pool*>(pool)->context, bytes,
-                                    MCXT_ALLOC_HUGE | MCXT_ALLOC_NO_OOM);
+  return MemoryContextAllocExtended(static_cast<MemoryContext>(context), bytes, MCXT_ALLOC_HUGE | MCXT_ALLOC_NO_OOM);
 }
 
-void release(RQPool*, void* block) {
+void giveBack(void* block) {
   pfree(block);
-}
-
-struct Kernel {
-  RQKernel table;
-  Pool pool;
-};
-
-RQPool* createPool(RQKernel* kernel, RQPoolParameters*, RQJournal*, const char*) {
-  return engines::callbackFails() ? nullptr : &reinterpret_cast<Kernel*>(kernel)->pool.table;
 }
 
 /// All that a backend has, in one block of its context.
 struct Backend {
+  explicit Backend(MemoryContext context) : kernel({.take = take, .giveBack = giveBack, .owner = context}) {}
+
   DatabaseEncoding encoding;
-  Kernel kernel;
-  engines::Session* session;
-  RQInterface* object;
+  engines::Kernel kernel;
+  engines::Session* session = nullptr;
+  RQInterface* object = nullptr;
   alignas(engines::Session) unsigned char sessionRoom[sizeof(engines::Session)];
 };
 
 Backend* backend = nullptr;
 
-void makeObject(Backend* made, MemoryContext context) {
-  made->kernel.table.createPool = createPool;
-  made->kernel.pool.table.destroy = destroyPool;
-  made->kernel.pool.table.allocate = allocate;
-  made->kernel.pool.table.release = release;
-  made->kernel.pool.context = context;
+void makeObject(Backend* made) {
   made->session = new (made->sessionRoom) engines::Session(made->encoding.conversions(), made->encoding.encoding());
-  std::uint64_t major, minor;
-  rqextver(&made->kernel.table, &major, &minor);
+  made->kernel.registerWithLibrary();
   made->object = made->session->makeObject();
   if (!made->object) {
     ereport(ERROR, errcode(ERRCODE_OUT_OF_MEMORY), errmsg("out of memory"),
@@ -69,9 +46,9 @@ Backend* makeBackend() {
   MemoryContext const context = AllocSetContextCreate(CurrentMemoryContext, "rquni", ALLOCSET_SMALL_SIZES);
   void* const room = MemoryContextAlloc(context, sizeof(Backend));
   // cppcheck-suppress legacyUninitvar
-  auto* const made = new (room) Backend{};
+  auto* const made = new (room) Backend(context);
   made->encoding.prepare(context);
-  makeObject(made, context);
+  makeObject(made);
   MemoryContextSetParent(context, TopMemoryContext);
   return made;
 }

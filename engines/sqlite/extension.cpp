@@ -7,10 +7,10 @@
 #include <cstdarg>
 #include <new>
 
+#include "engines/kernel.h"
 #include "engines/notations.h"
 #include "engines/session.h"
 #include "engines/sqlite/api.h"
-#include "engines/sqlite/pool.h"
 
 const sqlite3_api_routines* sqlite3_api = nullptr;
 
@@ -215,13 +215,21 @@ int addFunctions(sqlite3* database) {
   return result;
 }
 
+void* take(void*, std::uint64_t bytes) {
+  return sqlite3_malloc64(bytes);
+}
+void giveBack(void* block) {
+  sqlite3_free(block);
+}
+
 /// The first connection of the process brings SQLite's routines and registers the kernel.
 void startOnce(const sqlite3_api_routines* routines) {
+  constinit static engines::Kernel kernel({.take = take, .giveBack = giveBack});
   static pthread_mutex_t starting = PTHREAD_MUTEX_INITIALIZER;
   pthread_mutex_lock(&starting);
   if (!sqlite3_api) {
     sqlite3_api = routines;
-    registerKernel();
+    kernel.registerWithLibrary();
   }
   pthread_mutex_unlock(&starting);
 }

@@ -55,6 +55,8 @@ static RQPool* faultyCreatePool(RQKernel* kernel, RQPoolParameters* parameters, 
   pool->allocate = faultyAllocate;
   pool->release = broken("pool.words") ? NULL : faultyRelease;
   pool->destroy = faultyDestroyPool;
+  if (broken("pool.words allocate")) pool->allocate = NULL;
+  if (broken("pool.words destroy")) pool->destroy = NULL;
   return pool;
 }
 
@@ -80,6 +82,8 @@ static RQStatus faultyLookUp(RQContext* context, const RQChar* name, uint64_t le
 static RQStatus faultyQuery(RQNlsServices* nls, int32_t* encoding) {
   const RQStatus status = querySession(nls, encoding);
   if (broken("nls.querySession nothing")) *encoding = -1;
+  if (broken("nls.querySession beyond")) encoding[1] = 0;
+  if (broken("nls.querySession before")) encoding[-1] = 0;
   if (broken("nls.identifiers")) *encoding = RQ_ENCODING_UTF8;
   return broken("nls.querySession") ? 7 : status;
 }
@@ -131,6 +135,32 @@ static RQStatus faultyConvert(RQTranscoder* self, const void* input, uint64_t in
       while (c == 0x2028) sched_yield();
     }
   }
+  if (inputBytes == 4 && transcoder->source == RQ_ENCODING_UTF32_LITTLE && toSession) {
+    RQChar c;
+    memcpy(&c, input, 4);
+    /* What is nobody's may become anything. */
+    const int nobodys = (c >= 0xE000 && c <= 0xF8FF) || c >= 0xF0000 || (c & 0xFFFE) == 0xFFFE;
+    const int other = (broken("private use") && nobodys) || (broken("transcoder.roundTrip F900") && c == 0xF900) ||
+                      (broken("transcoder.roundTrip EFFFD") && c == 0xEFFFD) ||
+                      (broken("transcoder.roundTrip FFFD") && c == 0xFFFD) ||
+                      (broken("transcoder.roundTrip one") && c == 1) ||
+                      (broken("transcoder.roundTrip D7FF") && c == 0xD7FF);
+    if (other && capacity > 0) {
+      *(uint8_t*)output = 'A';
+      length = 1;
+      status = RQ_SUCCESS;
+    }
+    if (broken("transcoder.bytes private") && c == 0x80) length = 0, status = FAILED;
+    if (broken("transcoder.bytes private") && c == 0xE000 && capacity > 0) {
+      *(uint8_t*)output = 'A';
+      length = 1;
+      status = RQ_SUCCESS;
+    }
+  }
+  if (broken("transcoder.bytes private") && transcoder->source == ISO_8859_1 && inputBytes == 1 && length == 4 &&
+      *(const uint8_t*)input == 0x80 && transcoder->target == RQ_ENCODING_UTF32_LITTLE) {
+    memcpy(output, &(const RQChar){0xE000}, 4);
+  }
   if (transcoder->source == ISO_8859_1 && inputBytes == 2) {
     const uint8_t* const bytes = (const uint8_t*)input;
     if (broken("transcoder.bytes") && bytes[0] == 0xF0 && bytes[1] == 'A') abort();
@@ -171,6 +201,7 @@ static RQTranscoder* faultyCreate(RQNlsServices* nls, uint64_t source, uint64_t 
   RQTranscoder* const transcoder = createTranscoder(nls, source, target, a, b);
   transcoder->convert = faultyConvert;
   transcoder->destroy = broken("transcoder.words") ? NULL : faultyDestroy;
+  if (broken("transcoder.words convert") && target == RQ_ENCODING_UTF32_BIG) transcoder->convert = NULL;
   return transcoder;
 }
 
@@ -218,6 +249,11 @@ RQStatus rquni_host(RQKernel** kernel, RQContext** context) {
   (*context)->nls->createTranscoder = faultyCreate;
   (*context)->nls->querySession = broken("nls.words") ? NULL : faultyQuery;
   if (broken("context.words")) (*context)->nls = NULL;
+  if (broken("context.words option")) (*context)->lookUpOption = NULL;
+  if (broken("nls.words create")) (*context)->nls->createTranscoder = NULL;
+  if (broken("case.words lower")) cases.lower = NULL;
+  if (broken("case.words look")) cases.lookUp = NULL;
+  if (broken("entry context")) *context = NULL;
   if (broken("journal.status")) (*context)->journal->statusToJnl = NULL;
   if (broken("case.words")) cases.upper = NULL;
   if (broken("case.charset null")) charset.upperCase = NULL;

@@ -49,7 +49,7 @@ TEST(SandboxTest, DoesNotWaitForEver) {
 
 TEST(CheckTest, NeedsAHostThatCanBeLoaded) {
   const auto noRow = [](const checker::Row&) -> host::Done { throw std::logic_error("nothing is found"); };
-  const host::Done checked = checker::checkHost(RQ_LIBRARY_PATH, loadLibrary(), false, noRow);
+  const host::Done checked = checker::checkHost(checker::entryOf(RQ_LIBRARY_PATH), loadLibrary(), false, noRow);
   ASSERT_FALSE(checked);
   EXPECT_NE(checked.error().text.find("undefined symbol: rquni_host"), std::string::npos) << checked.error().text;
 }

@@ -33,8 +33,6 @@ UConverter* converterOf(const host::Encoding& encoding) {
   };
   static std::map<std::uint32_t, std::unique_ptr<UConverter, Close>> opened;
   auto& converter = opened[encoding.identifier];
-  // ICU does not reset this one.
-  if (converter && ucnv_getType(converter.get()) == UCNV_COMPOUND_TEXT) converter.reset();
   if (!converter) {
     UErrorCode error = U_ZERO_ERROR;
     converter.reset(ucnv_open(encoding.name.c_str(), &error));
@@ -222,8 +220,6 @@ void compareHostWithIcu(Choices& choices) {
     const std::size_t capacity = choices.oneIn(2) ? choices.below(0x10000) % (most + 1) : most + choices.below(8);
     compare(encoding, form, input, capacity, cut(form, decoded.characters, decoded.outcome, capacity));
   } else {
-    if (ucnv_getType(converterOf(encoding)) == UCNV_COMPOUND_TEXT)
-      return;  // ICU drops characters that this one lacks
     const std::u32string text = anyText(choices);
     const std::string input = encodedByIcu(form, text).value();
     const std::size_t most = encodedByIcu(encoding, text).value_or(input).size();

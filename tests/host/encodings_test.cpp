@@ -1,3 +1,4 @@
+#include <array>
 #include <set>
 
 #include "tests/host/support.h"
@@ -37,6 +38,21 @@ TEST(Encodings, EveryOneCanBeOpened) {
   EXPECT_EQ(host::codecOf(0), nullptr);
   EXPECT_EQ(host::codecOf(UINT32_MAX), nullptr);
   EXPECT_EQ(host::findEncoding(7U), nullptr);
+}
+
+/// ICU has a converter that drops what its encoding lacks. The host does not offer it.
+TEST(Encodings, NoneDropsACharacter) {
+  EXPECT_FALSE(host::findEncoding("x11-compound-text"));
+  for (const host::Encoding& encoding : host::encodings()) {
+    const host::Codec& codec = *host::codecOf(encoding.identifier);
+    for (char32_t character = 0x21; character < 0x30000; character += character < 0x3000 ? 7 : 101) {
+      if (character >= 0xD800 && character < 0xE000) continue;
+      std::array<std::byte, 64> bytes;
+      const host::Step step = codec.encode({&character, 1}, bytes, true, true);
+      if (step.outcome != host::Outcome::done) continue;
+      ASSERT_GT(step.produced, 0U) << encoding.name << ", U+" << std::hex << static_cast<unsigned>(character);
+    }
+  }
 }
 
 TEST(Encodings, UnknownNamesBringSimilarOnes) {
