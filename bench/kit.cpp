@@ -8,6 +8,7 @@
 #include "bench/families.h"
 #include "bench/peers/highway.h"
 #include "bench/peers/loops.h"
+#include "bench/peers/standard.h"
 #include "bench/peers/stringzilla.h"
 #include "bench/support/host.h"
 #include "bench/support/library.h"
@@ -93,7 +94,7 @@ void scans() {
   scan.column("memchr", [=](Args x) { return indexOf(memchrOf(x.a, wanted, x.n), x.a, 1); });
   scan.column("highway", [=](Args x) { return indexBelow(highwayFind(x.a, x.n, wanted), x.n); });
 
-  stringzillaColumn(scan, [](Args x) { return stringzilla::find(chars(x.a), x.n, wanted); });
+  stringzillaColumn(scan, [f = opaque(stringzilla::find)](Args x) { return f(chars(x.a), x.n, wanted); });
 
   Row spos("kit/rqzspos", 4, equalButLast<RQChar>, last);
   spos.ours(RQ_OURS(rqzspos), [](auto f, Args x) { return f(units(x.a), static_cast<int64_t>(x.n), wanted); });
@@ -102,11 +103,9 @@ void scans() {
   Row notScan("kit/skMemNScan", 1, equalButLast<Byte>, last);
   notScan.ours(RQ_OURS(skMemNScan), [](auto f, Args x) { return f(x.a, x.n, common); });
   notScan.column("highway", [=](Args x) { return indexBelow(highwayNot(x.a, x.n, common), x.n); });
-  notScan.column("find_first_not_of", [=](Args x) {
-    return indexBelow(std::string_view(chars(x.a), x.n).find_first_not_of(char{common}), x.n);
-  });
-
-  stringzillaColumn(notScan, [](Args x) { return stringzilla::findNot(chars(x.a), x.n, common); });
+  notScan.column("find_first_not_of",
+                 [f = opaque(standard::findNot)](Args x) { return indexBelow(f(chars(x.a), x.n, common), x.n); });
+  stringzillaColumn(notScan, [f = opaque(stringzilla::findNot)](Args x) { return f(chars(x.a), x.n, common); });
 
   Row unitNotScan("kit/skMemTNScan", 4, equalButLast<RQChar>, last);
   unitNotScan.ours(RQ_OURS(skMemTNScan), [](auto f, Args x) { return f(units(x.a), x.n, common); });
@@ -146,7 +145,7 @@ void fills() {
   bytes.finer();
   bytes.ours(RQ_OURS(skMemSet), [](auto f, Args x) { return f(x.a, 7, x.n), int64_t{0}; });
   bytes.column("memset", [=](Args x) { return memsetOf(x.a, 7, x.n), int64_t{0}; });
-  stringzillaColumn(bytes, [](Args x) { return stringzilla::fill(chars(x.a), 7, x.n), int64_t{0}; });
+  stringzillaColumn(bytes, [f = opaque(stringzilla::fill)](Args x) { return f(chars(x.a), 7, x.n), int64_t{0}; });
   Row wide("kit/skMemTSet", 4, equalButLast<RQChar>, [](Args x) { return setAll<RQChar>(x.a, x.n, 0x3007), 0; });
   wide.ours(RQ_OURS(skMemTSet), [](auto f, Args x) { return f(units(x.a), 0x3007, x.n), int64_t{0}; });
   wide.column("wmemset", [=](Args x) { return wmemsetOf(wides(x.a), 0x3007, x.n), int64_t{0}; });
@@ -164,7 +163,8 @@ void compares() {
   bytes.finer();
   bytes.ours(RQ_OURS(skMemCmp), [](auto f, Args x) { return int64_t{f(x.a, x.b, x.n)}; });
   bytes.column("memcmp", [=](Args x) { return sign(memcmpOf(x.a, x.b, x.n)); });
-  stringzillaColumn(bytes, [](Args x) { return sign(stringzilla::compare(chars(x.a), chars(x.b), x.n)); });
+  stringzillaColumn(bytes,
+                    [f = opaque(stringzilla::compare)](Args x) { return sign(f(chars(x.a), chars(x.b), x.n)); });
   Row wide("kit/skWMemCmp", 4, equalButLast<RQChar>, smaller);
   wide.ours(RQ_OURS(skWMemCmp), [](auto f, Args x) { return int64_t{f(units(x.a), units(x.b), x.n)}; });
   wide.column("wmemcmp", [=](Args x) { return sign(wmemcmpOf(wides(x.a), wides(x.b), x.n)); });
@@ -216,8 +216,8 @@ void asciiCase() {
   upper.ours(RQ_OURS(skStrUp), call);
   Row lower("kit/skStrLow", 1, mixedText, low);
   lower.ours(RQ_OURS(skStrLow), call);
-  stringzillaColumn(upper, [](Args x) { return stringzilla::upper(chars(x.a), x.n), int64_t{0}; });
-  stringzillaColumn(lower, [](Args x) { return stringzilla::lower(chars(x.a), x.n), int64_t{0}; });
+  stringzillaColumn(upper, [f = opaque(stringzilla::upper)](Args x) { return f(chars(x.a), x.n), int64_t{0}; });
+  stringzillaColumn(lower, [f = opaque(stringzilla::lower)](Args x) { return f(chars(x.a), x.n), int64_t{0}; });
   for (const Loops* loops : bothLoops) {
     const std::string name = loops->column;
     upper.column(name, [f = loops->upper](Args x) { return f(x.a, x.n), int64_t{0}; });
@@ -246,7 +246,8 @@ void copies() {
   disjoint.finer();
   disjoint.ours(oursCopy, [](auto f, Args x) { return f(x.a, x.b, x.n), int64_t{0}; });
   disjoint.column("memcpy", [=](Args x) { return memcpyOf(x.b, x.a, x.n), int64_t{0}; });
-  stringzillaColumn(disjoint, [](Args x) { return stringzilla::copy(chars(x.b), chars(x.a), x.n), int64_t{0}; });
+  stringzillaColumn(disjoint,
+                    [f = opaque(stringzilla::copy)](Args x) { return f(chars(x.b), chars(x.a), x.n), int64_t{0}; });
 
   for (size_t distance : {size_t{1}, size_t{3}, size_t{8}, size_t{64}, size_t{1000}, size_t{4096}}) {
     Row row("kit/skMemCpy+" + std::to_string(distance), 1, countedBytes, [=](Args x) {
@@ -265,8 +266,9 @@ void copies() {
             [=](Args x) { return std::memmove(x.a + 64 + distance, x.a + 64, x.n), 0; });
     row.ours(oursSafe, [=](auto f, Args x) { return f(x.a + 64, x.a + 64 + distance, x.n), int64_t{0}; });
     row.column("memmove", [=](Args x) { return memmoveOf(x.a + 64 + distance, x.a + 64, x.n), int64_t{0}; });
-    stringzillaColumn(
-        row, [=](Args x) { return stringzilla::move(chars(x.a + 64 + distance), chars(x.a + 64), x.n), int64_t{0}; });
+    stringzillaColumn(row, [=, f = opaque(stringzilla::move)](Args x) {
+      return f(chars(x.a + 64 + distance), chars(x.a + 64), x.n), int64_t{0};
+    });
   }
 
   RQPool* const pool = recyclingPool();

@@ -51,6 +51,21 @@ Args buffers(const Shape& shape, std::size_t unitBytes);
 /// Registers a cell of which there is nothing to time.
 void notBuilt(const std::string& cell);
 
+/// Times one call for each count of the shape; `whole` is for the largest.
+template <class Call>
+void measure(benchmark::State& state, const Shape& shape, std::size_t unitBytes, const Args& whole, Call call) {
+  std::int64_t units = 0;
+  for (std::uint32_t n : shape.counts) units += n;
+  for (auto _ : state) {
+    for (std::uint32_t n : shape.counts) {
+      const std::size_t skipped = (whole.n - n) * unitBytes;
+      benchmark::DoNotOptimize(call(Args{whole.a + skipped, whole.b + skipped, n}));
+    }
+  }
+  state.counters["calls"] = static_cast<double>(shape.counts.size());
+  state.counters["bytes"] = static_cast<double>(units) * static_cast<double>(unitBytes);
+}
+
 class Row {
  public:
   using Fill = std::function<void(Args)>;
@@ -74,7 +89,7 @@ class Row {
                                    [*this, call, &shape, checked = false](benchmark::State& state) mutable {
                                      if (!checked && !(checked = answersRight(shape, call)))
                                        return state.SkipWithError("wrong answer");
-                                     run(state, shape, call);
+                                     measure(state, shape, unitBytes_, prepare(shape), call);
                                    });
     }
     return *this;
@@ -94,21 +109,6 @@ class Row {
   }
   bool answersRight(const Shape& shape, const std::function<std::int64_t(Args)>& call) const;
   Args prepare(const Shape& shape) const;  // filled buffers for the largest count
-
-  template <class Call>
-  void run(benchmark::State& state, const Shape& shape, Call call) const {
-    const Args whole = prepare(shape);
-    std::int64_t units = 0;
-    for (std::uint32_t n : shape.counts) units += n;
-    for (auto _ : state) {
-      for (std::uint32_t n : shape.counts) {
-        const std::size_t skipped = (whole.n - n) * unitBytes_;
-        benchmark::DoNotOptimize(call(Args{whole.a + skipped, whole.b + skipped, n}));
-      }
-    }
-    state.counters["calls"] = static_cast<double>(shape.counts.size());
-    state.counters["bytes"] = static_cast<double>(units) * static_cast<double>(unitBytes_);
-  }
 
   std::string name_;
   std::size_t unitBytes_;

@@ -22,8 +22,34 @@ struct FlipAscii {
   }
 };
 
+/// The same for eight bytes in a word.
+template <std::uint8_t first>
+RQ_INLINE std::uint64_t flipWord(std::uint64_t word) {
+  constexpr std::uint64_t ones = 0x0101010101010101, top = 0x80 * ones;
+  const std::uint64_t low = word & ~top;  // no sum carries into the next byte
+  const std::uint64_t fromFirst = low + (asciiEnd - first) * ones;
+  const std::uint64_t behindLast = low + (asciiEnd - first - asciiLetters) * ones;
+  return word ^ (fromFirst & ~behindLast & ~word & top) / (0x80 / asciiCaseBit);
+}
+
+/// Fewer than 16 bytes, in pieces that do not overlap: a load from two earlier stores would wait for both.
+template <std::uint8_t first>
+RQ_INLINE void flipBelow16(std::uint8_t* p, std::uint64_t n) {
+  const auto piece = [&](auto unit) {
+    using Piece = decltype(unit);
+    if (!(n & sizeof(Piece))) return;
+    store(p, static_cast<Piece>(flipWord<first>(load<Piece>(p))));
+    p += sizeof(Piece);
+  };
+  piece(std::uint64_t{});
+  piece(std::uint32_t{});
+  piece(std::uint16_t{});
+  piece(std::uint8_t{});
+}
+
 template <class V, std::uint8_t first>
 void flipAscii(std::uint8_t* p, std::uint64_t n) {
+  if (n < 16) return flipBelow16<first>(p, n);
   map<V>(p, p, n, FlipAscii<std::uint8_t, first>{});
 }
 

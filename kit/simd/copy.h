@@ -13,8 +13,8 @@ namespace {
 
 using Byte = std::uint8_t;
 
-/// From these counts of bytes on the C library is faster.
-constexpr std::uint64_t longCopy = 4 * 1024, longFill = 16 * 1024;
+/// From these counts of bytes on the C library is faster. A move shifts bytes to the front of where they lie.
+constexpr std::uint64_t longCopy = 16 * 1024, longMove = 4 * 1024, longFill = 16 * 1024;
 
 /// Maps `n` bytes, at most 16 and a multiple of the unit's size, by `f`. `f` takes and returns a Vector16 and maps
 /// each lane by itself. `out` may be `in`.
@@ -140,13 +140,18 @@ RQ_INLINE void moveShort(const Byte* s, Byte* d, std::uint64_t n) {
   moveEnds<V, 1>(s, d, n);
 }
 
+/// How far `to` lies behind `from`, modulo 2^64.
+RQ_INLINE std::uint64_t bytesBetween(const Byte* from, const Byte* to) {
+  return reinterpret_cast<std::uintptr_t>(to) - reinterpret_cast<std::uintptr_t>(from);
+}
+
 /// Copies as if through a temporary buffer, unless d lies inside (s, s + n).
 template <class V>
 RQ_INLINE void moveForwards(const Byte* s, Byte* d, std::uint64_t n) {
   if (n <= 2 * V::bytes) return moveShort<V>(s, d, n);
   if (n <= 4 * V::bytes) return moveEnds<V, 2>(s, d, n);
   if (n <= 8 * V::bytes) return moveUpTo8<V>(s, d, n);
-  if (n >= longCopy) return static_cast<void>(memmove(d, s, n));
+  if (n >= longMove && (n >= longCopy || bytesBetween(d, s) < n)) return static_cast<void>(memmove(d, s, n));
   // Load both ends before the loop and store them after it: the loop may overwrite their sources.
   const V head = V::load(s);
   const Byte* const tail = s + n - 4 * V::bytes;
@@ -194,8 +199,7 @@ RQ_INLINE void moveBackwards(const Byte* s, Byte* d, std::uint64_t n) {
 
 /// Does d lie inside (s, s + n)? Then a forward copy reads bytes that it has written.
 RQ_INLINE bool beginsInside(const Byte* s, const Byte* d, std::uint64_t n) {
-  const std::uint64_t distance = reinterpret_cast<std::uintptr_t>(d) - reinterpret_cast<std::uintptr_t>(s);
-  return n != 0 && distance - 1 < n - 1;
+  return n != 0 && bytesBetween(s, d) - 1 < n - 1;
 }
 
 template <class V>
@@ -298,6 +302,9 @@ RQ_INLINE __m128i repeated(const Byte* s, std::uint64_t period) {
   return _mm_set_epi64x(static_cast<std::int64_t>(high), static_cast<std::int64_t>(low));
 }
 
+/// As many bytes and their copy stay in the first cache, whatever lies around them.
+constexpr std::uint64_t maxRepeated = 4 * 1024;
+
 /// Repeats the bytes from s to d + done, which are whole periods, until d has n bytes. Each copy doubles them while
 /// they stay in the cache. Returns d. Never inlined: saving its registers would slow down every copy.
 template <class V>
@@ -308,7 +315,7 @@ template <class V>
     const std::uint64_t piece = ready < n - done ? ready : n - done;
     moveForwards<V>(s, d + done, piece);
     done += piece;
-    if (ready < longCopy) ready = period + done;
+    if (ready < maxRepeated) ready = period + done;
   }
   return d;
 }

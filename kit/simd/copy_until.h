@@ -40,19 +40,23 @@ RQ_READS_WHOLE_VECTORS void copyTerminated(const U* s, U* d) {
   using V = Vector<U>;
   if (reinterpret_cast<std::uintptr_t>(s) % sizeof(U)) [[unlikely]]
     return copyUnitByUnit(s, d);
-  const auto* const from = reinterpret_cast<const Byte*>(s);
-  auto* const to = reinterpret_cast<Byte*>(d);
   if (const std::uint64_t bits = firstZeros<V>(s))
-    return moveShort<Vector<Byte>>(from, to, (firstBit(bits) + 1) * sizeof(U));
+    return moveShort<Vector<Byte>>(reinterpret_cast<const Byte*>(s), reinterpret_cast<Byte*>(d),
+                                   (firstBit(bits) + 1) * sizeof(U));
+  V::load(s).store(d);
   const V zero = V::splat(0);
   const auto zeros = [=](V v) { return V::equal(v, zero).bits(); };
+  // All units before index i are copied.
   auto i = static_cast<std::uint64_t>(alignedDown(s + V::lanes, V::bytes) - s);
-  if (const std::uint64_t bits = zeros(V::load(s + i)))
-    return moveShort<Vector<Byte>>(from, to, (i + firstBit(bits) + 1) * sizeof(U));
-  V::load(s).store(d);
-  for (;; i += V::lanes) {
+  std::uint64_t bits = 0;
+  for (int k = 0; k < 3 && !bits; ++k, i += V::lanes) {
+    const V v = V::load(s + i);
+    if ((bits = zeros(v))) break;
+    v.store(d + i);
+  }
+  if (!bits) {
     // Four vectors that are aligned together lie within a page as well.
-    while (reinterpret_cast<std::uintptr_t>(s + i) % (4 * V::bytes) == 0) {
+    for (i = static_cast<std::uint64_t>(alignedDown(s + i, 4 * V::bytes) - s);; i += 4 * V::lanes) {
       const V a = V::load(s + i), b = V::load(s + i + V::lanes);
       const V c = V::load(s + i + 2 * V::lanes), e = V::load(s + i + 3 * V::lanes);
       if (V::anyZero(a, b, c, e)) break;
@@ -60,15 +64,11 @@ RQ_READS_WHOLE_VECTORS void copyTerminated(const U* s, U* d) {
       b.store(d + i + V::lanes);
       c.store(d + i + 2 * V::lanes);
       e.store(d + i + 3 * V::lanes);
-      i += 4 * V::lanes;
     }
-    const V v = V::load(s + i);
-    if (const std::uint64_t bits = zeros(v)) {
-      const std::uint64_t last = i + firstBit(bits) + 1 - V::lanes;
-      return V::load(s + last).store(d + last);
-    }
-    v.store(d + i);
+    for (; !(bits = zeros(V::load(s + i))); i += V::lanes) V::load(s + i).store(d + i);
   }
+  const std::uint64_t last = i + firstBit(bits) + 1 - V::lanes;
+  V::load(s + last).store(d + last);
 }
 
 /// Copies units up to, not including, the first that `Stop<V>` matches. Returns their number; writes exactly those.

@@ -24,7 +24,7 @@ struct Instance {
       .mismatch = mismatch<Vector<U>>,
       .fill = fill<Vector<U>>,
       .length = terminatedLength<Vector<U>>,
-      .copyTerminated = copyTerminated<Vector, U>,
+      .copyTerminated = copyTerminated<Copier, U>,
       .asciiPrefix = asciiPrefix<Vector<U>>,
       .copyUntilPair = copyUntilPair<Copier<U>>,
       .copyWhileBelow = copyWhileBelow<Copier<U>, U>,
