@@ -106,7 +106,8 @@ RQStatus getNcr(RQInterface* object, const Unit* input, std::uint64_t units, Uni
   RQ_UNINITIALIZED BlockDecoder<CommonReferences<F>, Unit, roundTripRoom> blocks(CommonReferences<F>{second});
   RQStatus status = RQ_SUCCESS;
   while (cursor.hasWork() && cursor.copyUpTo('&', second, static_cast<Unit>(~Unit{0}))) {
-    if (blocks.decode(cursor, roundTrips)) continue;
+    if (blocks.decode(cursor, roundTrips)) [[unlikely]]
+      continue;
     const Decoded decoded = decodeReference<F>(cursor.at(), second, terminators);
     if (decoded.consumed == 0) {
       cursor.copyRest();
