@@ -51,9 +51,9 @@ class BlockDecoder {
   }
 
  private:
-  static constexpr std::uint64_t listedUnits = 64;  // blocks are a multiple of these
-  static constexpr std::uint64_t maxBlock = 1024;   // units
-  static constexpr std::uint64_t lookAhead = 32;    // units behind a block that may be read
+  static constexpr std::uint64_t listedUnits = 64;                 // blocks are a multiple of these
+  static constexpr std::uint64_t minBlock = 128, maxBlock = 1024;  // units
+  static constexpr std::uint64_t lookAhead = 32;                   // units behind a block that may be read
   static constexpr std::uint64_t minInput = listedUnits + lookAhead;
   static constexpr std::uint64_t maxGap = 64;  // units between two notations; longer text is not staged
   static constexpr std::uint64_t maxStep = maxGap + roundTripRoom;  // units that one notation and its gap become
@@ -80,6 +80,7 @@ class BlockDecoder {
       restAfterMisses_ = minRest;
       return true;
     }
+    blockUnits_ = minBlock;
     if (++misses_ == maxMisses) {
       misses_ = 0;
       rest(cursor, restAfterMisses_);
@@ -93,7 +94,8 @@ class BlockDecoder {
     next_ = count_ = 0;
     if (cursor.remaining() < minInput) return false;
     block_ = cursor.at();
-    const std::uint64_t units = std::min(maxBlock, (cursor.remaining() - lookAhead) / listedUnits * listedUnits);
+    const std::uint64_t units = std::min(blockUnits_, (cursor.remaining() - lookAhead) / listedUnits * listedUnits);
+    blockUnits_ = maxBlock;
     const Marks<Unit> marks = notation_.marks();
     const std::uint64_t count = kit::listPairs(block_, units, marks.first, marks.second, marks.kept, places_);
     if (count * maxDistance >= units) {
@@ -183,6 +185,7 @@ class BlockDecoder {
   const Notation notation_;
   const Unit* block_ = nullptr;
   const Unit* restsUntil_ = nullptr;
+  std::uint64_t blockUnits_ = minBlock;  // of the next list: few until something is decoded
   std::uint64_t restAfterMisses_ = minRest;
   std::uint32_t misses_ = 0;
   std::uint64_t next_ = 0, count_ = 0;  // of places_

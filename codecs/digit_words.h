@@ -42,6 +42,27 @@ inline constexpr FourDigits<16, hexDigit> fourHexDigits;
 inline constexpr FourDigits<16, upperHexDigit> fourUpperHexDigits;
 inline constexpr FourDigits<10, decimalDigit> fourDecimalDigits;
 
+// --- A run of digits. Most have four: these are read at once, and the rest are counted with branches. Well
+// predicted, branches hide the latency of finding the next notation.
+
+template <std::uint32_t base, std::uint32_t (*digit)(std::uint32_t), class Unit>
+inline Digits readRun(const FourDigits<base, digit>& fourDigits, const Unit* field, std::uint64_t count) {
+  Digits digits;
+  if (count >= 4) {
+    const std::uint32_t value = fourDigits.at(field);
+    if (value < noFourDigits) digits = {value, 4};
+  }
+  return readDigits<base, digit>(field, count, digits);
+}
+template <class Unit>
+inline Digits readHexDigits(const Unit* field, std::uint64_t count) {
+  return readRun(fourHexDigits, field, count);
+}
+template <class Unit>
+inline Digits readDecimalDigits(const Unit* field, std::uint64_t count) {
+  return readRun(fourDecimalDigits, field, count);
+}
+
 // --- Up to eight digits, in a word that holds eight bytes of text, the first of them lowest.
 
 /// The eight units at `at` as bytes. A unit above 0xFF becomes 0 or 0xFF, which is no digit either.

@@ -61,31 +61,6 @@ inline Digits readDigits(const Unit* field, std::uint64_t count, Digits digits =
   return digits;
 }
 
-// The first four digits are read at once: most notations have as many. The rest are counted with branches: well
-// predicted, these hide the latency of finding the next notation.
-
-template <class Unit>
-inline Digits readHexDigits(const Unit* field, std::uint64_t count) {
-  Digits digits;
-  if (count >= 4) {
-    const std::uint32_t a = hexDigit(load(field)), b = hexDigit(load(field + 1));
-    const std::uint32_t c = hexDigit(load(field + 2)), d = hexDigit(load(field + 3));
-    if ((a | b | c | d) != noDigit) digits = {a << 12 | b << 8 | c << 4 | d, 4};
-  }
-  return readDigits<16, hexDigit>(field, count, digits);
-}
-
-template <class Unit>
-inline Digits readDecimalDigits(const Unit* field, std::uint64_t count) {
-  Digits digits;
-  if (count >= 4) {
-    const std::uint32_t a = load(field) - std::uint32_t{'0'}, b = load(field + 1) - std::uint32_t{'0'};
-    const std::uint32_t c = load(field + 2) - std::uint32_t{'0'}, d = load(field + 3) - std::uint32_t{'0'};
-    if ((a < 10) & (b < 10) & (c < 10) & (d < 10)) digits = {((a * 10 + b) * 10 + c) * 10 + d, 4};
-  }
-  return readDigits<10, decimalDigit>(field, count, digits);
-}
-
 /// The numbers below `count` as text: two digits each, in base `base`.
 template <std::uint32_t base, std::uint32_t count>
 struct Pairs {

@@ -38,14 +38,6 @@ inline void copyLiterals(RQChar* out, const RQChar* text, const std::uint8_t*, s
   copyVectors(out, text, count);
 }
 
-/// Copies a block of literals and returns its length.
-template <class Unit>
-std::uint64_t copyBlock(Unit* out, const RQChar* text, const std::uint8_t* narrow, std::uint64_t) {
-  const void* const block = sizeof(Unit) == 1 ? static_cast<const void*>(narrow) : text;
-  kit::copyForward(block, out, kit::memberBlock * sizeof(Unit));
-  return kit::memberBlock;
-}
-
 constexpr std::uint64_t maxStaged = kit::memberBlock * maxEncoded;
 
 /// Whether there is a block to encode, some text behind it, and more room than it can take.
@@ -55,7 +47,7 @@ constexpr bool fitsBlock(std::uint64_t count, std::uint64_t room) {
 }
 
 /// Encodes whole blocks while fitsBlock(), or up to a character that `write` leaves. Where a block is all `literals`,
-/// copyRun(out, at, narrow, most) copies it, or a longer run of them, and returns its length. For any other character
+/// copyRun(out, at, most) copies it, or a longer run of them, and returns its length. For any other character
 /// write(out, at), which may read the character behind it, returns the units written or `leave`.
 ///
 /// The output of a block is staged, because stores of a fixed size write too many units, and the output must keep all
@@ -72,7 +64,7 @@ template <class Unit, class CopyRun, class Write>
     std::uint64_t others = ~kit::narrowMembers(in, narrow, literals);
     if (others == 0) {
       const std::uint64_t most = std::min(count - moved.read, room - moved.written);
-      const std::uint64_t copied = copyRun(out + moved.written, in, narrow, most);
+      const std::uint64_t copied = copyRun(out + moved.written, in, most);
       moved.read += copied;
       moved.written += copied;
       continue;

@@ -44,12 +44,7 @@ struct Served {
     RQ_UNINITIALIZED Unit scratch[scratchUnits];
     copyUnits(scratch, field, count);
     service->upperCase(service, scratch, count, 0);
-    Digits digits;
-    if (count >= 4) {
-      const std::uint32_t value = fourUpperHexDigits.at(scratch);
-      if (value < noFourDigits) digits = {value, 4};
-    }
-    return readDigits<16, upperHexDigit>(scratch, count, digits);
+    return readRun(fourUpperHexDigits, scratch, count);
   }
   static Digits asServed(Digits own, const Unit* field) { return readHex(field, own.count); }
   static void upperCase(Unit* digits, std::uint64_t count) {

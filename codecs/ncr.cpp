@@ -106,7 +106,8 @@ RQStatus getNcr(RQInterface* object, const Unit* input, std::uint64_t units, Uni
   RQ_UNINITIALIZED BlockDecoder<CommonReferences<F>, Unit, roundTripRoom> blocks(CommonReferences<F>{second});
   RQStatus status = RQ_SUCCESS;
   while (cursor.hasWork() && cursor.copyUpTo('&', second, static_cast<Unit>(~Unit{0}))) {
-    if (blocks.decode(cursor, roundTrips)) continue;
+    if (blocks.decode(cursor, roundTrips)) [[unlikely]]
+      continue;
     const Decoded decoded = decodeReference<F>(cursor.at(), second, terminators);
     if (decoded.consumed == 0) {
       cursor.copyRest();
@@ -292,9 +293,12 @@ class NcrEncoder {
     std::uint64_t written = 0;
     for (std::uint64_t i = 0; i < count && written < capacity_; ++i) {
       if (fitsBlock(count - i, capacity_ - written)) {
-        const Moved blocks =
-            encodeBlocks(text + i, count - i, output_ + written, capacity_ - written, unescaped_.same(),
-                         copyBlock<Unit>, [this](Unit* out, const RQChar* at) { return writeOther(out, at); });
+        const Moved blocks = encodeBlocks(
+            text + i, count - i, output_ + written, capacity_ - written, unescaped_.same(),
+            [this](Unit* out, const RQChar* at, std::uint64_t most) {
+              return kit::copyMemberBlocks(at, most, out, unescaped_.same());
+            },
+            [this](Unit* out, const RQChar* at) { return writeOther(out, at); });
         i += blocks.read;
         written += blocks.written;
       }

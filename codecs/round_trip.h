@@ -38,6 +38,7 @@ class RoundTrips {
   void prepare() {
     if (isPrepared_) return;
     isPrepared_ = true;
+    clear(filled_);
     clear(bytes_);
   }
 
@@ -52,7 +53,7 @@ class RoundTrips {
   Replacement<Unit> of(std::uint32_t codePoint) {
     const std::uint32_t slot = codePoint % slots;
     const bool isFilled = (filled_[slot / 64] >> slot % 64 & 1) != 0;
-    if (!isFilled || bytes_[slot] == 0 || codePoints_[slot] != codePoint) return learn(codePoint);
+    if (!isFilled || codePoints_[slot] != codePoint) return learn(codePoint);
     const std::uint32_t bytes = bytes_[slot];
     if (bytes == unmappable) return {nullptr, 0};
     return {reinterpret_cast<const Unit*>(texts_ + slot), bytes / sizeof(Unit)};

@@ -189,7 +189,7 @@ RQStatus encodeEscapes(const Character* text, std::uint64_t count, Unit* output,
     if (fitsBlock(count - i, capacity - out)) {
       const Moved blocks = encodeBlocks(
           text + i, count - i, output + out, capacity - out, literals,
-          [](Unit* to, const RQChar* at, const std::uint8_t*, std::uint64_t most) {
+          [](Unit* to, const RQChar* at, std::uint64_t most) {
             return kit::copyWhileBelow(at, most, to, '\\', firstEscaped);
           },
           [](Unit* to, const RQChar* at) { return writeOther(to, at); });

@@ -57,7 +57,8 @@ RQStatus decodeUParen(RQInterface* object, const Unit* input, std::uint64_t unit
   RQ_UNINITIALIZED RoundTrips<Unit, roundTripRoom> roundTrips(object);
   RQ_UNINITIALIZED BlockDecoder<CommonNotations<F, wanted>, Unit, roundTripRoom> blocks({});
   while (cursor.hasWork() && cursor.copyUpTo('<', 'U', caseless<Unit>)) {
-    if (blocks.decode(cursor, roundTrips)) continue;
+    if (blocks.decode(cursor, roundTrips)) [[unlikely]]
+      continue;
     const Field field = hexField<F>(cursor.at() + 2, terminators);
     if (field.length == noTerminator) {
       cursor.copyRest();

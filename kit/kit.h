@@ -144,6 +144,14 @@ inline std::uint64_t narrowMembers(const RQChar* in, std::uint8_t* out, const As
   return simd::active.narrowMembers(in, out, set);
 }
 
+/// Copies whole such blocks while all characters are in `set`. Returns the number of characters.
+inline std::uint64_t copyMemberBlocks(const RQChar* in, std::uint64_t n, RQChar* out, const AsciiSet& set) {
+  return simd::active.copyMemberBlocks(in, n, out, set);
+}
+inline std::uint64_t copyMemberBlocks(const RQChar* in, std::uint64_t n, std::uint8_t* out, const AsciiSet& set) {
+  return simd::active.narrowMemberBlocks(in, n, out, set);
+}
+
 /// 1 when one of `n` doubles, given as their bits, is a NaN, else 0.
 inline std::int32_t anyNaN(const std::uint64_t* array, std::uint64_t n) {
   if (n == 0) return 0;

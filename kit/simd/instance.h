@@ -41,6 +41,8 @@ struct Instance {
       .narrowWhileBelow = copyWhileBelow<Vector<RQChar>, std::uint8_t>,
       .copyMembers = copyMembers<Copier<Byte>>,
       .narrowMembers = narrowMembers<Vector<RQChar>>,
+      .copyMemberBlocks = copyMemberBlocks<Vector<RQChar>, RQChar>,
+      .narrowMemberBlocks = copyMemberBlocks<Vector<RQChar>, std::uint8_t>,
       .trim = trim<Vector<RQChar>>,
       .countWide = countWide<Vector<RQChar>>,
       .mapCase = mapCase<Vector<RQChar>>,

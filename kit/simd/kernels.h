@@ -55,6 +55,8 @@ struct Kernels {
   std::uint64_t (*narrowWhileBelow)(const RQChar* in, std::uint64_t n, std::uint8_t* out, RQChar stop, RQChar bound);
   std::uint64_t (*copyMembers)(const std::uint8_t* in, std::uint64_t n, std::uint8_t* out, const AsciiSet& set);
   std::uint64_t (*narrowMembers)(const RQChar* in, std::uint8_t* out, const AsciiSet& set);
+  std::uint64_t (*copyMemberBlocks)(const RQChar* in, std::uint64_t n, RQChar* out, const AsciiSet& set);
+  std::uint64_t (*narrowMemberBlocks)(const RQChar* in, std::uint64_t n, std::uint8_t* out, const AsciiSet& set);
   std::uint64_t (*trim)(const RQChar* p, std::uint64_t n, RQChar c);
   std::uint64_t (*countWide)(const RQChar* p, std::uint64_t n);
   void (*mapCase)(RQChar* p, std::uint64_t n, const CaseMap& map);

@@ -139,6 +139,34 @@ TEST(copyMembers, InEveryShape) {
       });
 }
 
+template <class Out>
+void checkMemberBlocks() {
+  kit::AsciiSet letters;
+  for (std::uint32_t c = 'a'; c <= 'z'; ++c) letters.add(c);
+  Transfer<RQChar, Out> transfer(8);
+  transfer.check(
+      [&](RQChar* p, std::size_t n) {
+        const std::uint64_t oneIn = 1 + transfer.random() % 2000;
+        for (std::size_t i = 0; i < n; ++i)
+          twin::set(
+              p, i,
+              static_cast<RQChar>(transfer.random() % oneIn ? 'a' + transfer.random() % 26 : transfer.random()));
+      },
+      [&](const RQChar* in, std::uint64_t n, Out* out) { return kit::copyMemberBlocks(in, n, out, letters); },
+      [&](const RQChar* in, std::uint64_t n, Out* out) {
+        std::uint64_t i = 0;
+        while (i < n && letters.has(twin::get(in, i))) ++i;
+        i -= i % kit::memberBlock;
+        for (std::uint64_t k = 0; k < i; ++k) twin::set(out, k, static_cast<Out>(twin::get(in, k)));
+        return i;
+      });
+}
+
+TEST(copyMemberBlocks, InEveryShape) {
+  checkMemberBlocks<RQChar>();
+  checkMemberBlocks<Byte>();
+}
+
 // Characters at every distance from a limit of a byte, a half-word and the sign, among others.
 TEST(narrowMembers, TellsEveryCharacterInEveryPlace) {
   kit::AsciiSet set;

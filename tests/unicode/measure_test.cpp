@@ -212,6 +212,21 @@ TEST(Measures, AFalseProducedLengthNeverLeadsOutOfTheBuffer) {
   }
 }
 
+// The buffer holds 256 characters. What a host reports but did not write is no wide character and no blank, whatever
+// the stack held.
+TEST(Measures, ClaimedCharactersThatNobodyWroteAreZero) {
+  for (Flavour flavour : allFlavours) {
+    Session session(sessionFor(flavour));
+    session.host.schedule.add({Service::convert, Failure::always, Outcome::lengthCapacity});
+    for (const unsigned count : {1U, 3U, 17U, 64U, 80U}) {
+      const auto units = unitsOf(flavour, session.encoding, std::u32string(count, U'\u65E5'));
+      if (units.size() / unitBytes(flavour) > 256) continue;
+      EXPECT_EQ(lengthOf(session, flavour, units), 256);
+      EXPECT_EQ(widthOf(session, flavour, units), 256 + i64{count});
+    }
+  }
+}
+
 TEST(Measures, InputIsNotReadBeyondItsLength) {
   GuardedBuffer buffer(4096);
   for (Flavour flavour : allFlavours) {
