@@ -102,6 +102,7 @@ Done Pipeline::add(const std::shared_ptr<FileRun>& file, Input& input) {
     Block& block = **free;
     if (file->failed) return host::done();
     const Result<PieceReader::Piece> piece = reader.next(block.buffer);
+    if (!goesOn_) return goesOn_;  // the results before a pause had a problem
     if (file->failed) return host::done();
     if (!piece) return addProblem(file, piece.error());
     last = piece->last;
@@ -146,9 +147,9 @@ Done Pipeline::deliverFirst() {
   Done delivered = deliver(*file, first);
   if (delivered) return delivered;
   file->failed = true;
-  Done goesOn = onProblem_(*file, delivered.error());
-  if (!goesOn) drop();
-  return goesOn;
+  goesOn_ = onProblem_(*file, delivered.error());
+  if (!goesOn_) drop();
+  return goesOn_;
 }
 
 Done Pipeline::deliver(const FileRun& file, const Block& block) const {

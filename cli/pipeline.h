@@ -98,6 +98,7 @@ class Pipeline {
   const OnProblem onProblem_;
   std::size_t came_ = 0;  // bytes
   bool triedThreads_ = false;
+  Done goesOn_ = host::done();  // or the error that ended the run
 
   std::vector<std::unique_ptr<Block>> blocks_;
   std::vector<std::thread> threads_;
