@@ -1,8 +1,10 @@
 #include "cli/explain.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <cstdio>
+#include <cstring>
 
 #include "cli/json_line.h"
 #include "cli/notations.h"
@@ -63,73 +65,87 @@ struct Row {
   std::string_view fate() const { return found.decoded ? "decoded" : "kept"; }
 };
 
-/// Rows of text. There may be millions, so each is put together without memory of its own.
+/// Rows of text. There may be millions, so each is written into memory that is large enough for all of it.
 class Rows {
  public:
   /// `file` is empty for rows without a file.
   void begin(bool json, const std::string& file) {
     json_ = json;
-    text_.clear();
+    end_ = begin_;
     file_ = file.empty() ? "" : file + "\t";
     if (!json) return;
     const std::string object = jsonLine({{"file", file}});
     file_ = file.empty() ? "{" : object.substr(0, object.rfind('}')) + ",";
   }
   void add(const Row& row) {
-    text_ += file_;
+    makeRoom(row);
+    put(file_);
     json_ ? addJson(row) : addColumns(row);
   }
-  Bytes bytes() const { return std::as_bytes(std::span(text_)); }
+  Bytes bytes() const { return std::as_bytes(std::span(begin_, end_)); }
 
  private:
-  template <class... Parts>
-  void put(const Parts&... parts) {
-    (putOne(parts), ...);
+  void makeRoom(const Row& row) {
+    constexpr std::size_t keysAndNumbers = 256;
+    const std::size_t most = keysAndNumbers + file_.size() + 2 * row.source.size() + row.found.why.size();
+    if (static_cast<std::size_t>(limit_ - end_) >= most) return;
+    const auto used = static_cast<std::size_t>(end_ - begin_);
+    const MutableBytes room = memory_.atLeast(used + most, used);
+    begin_ = reinterpret_cast<char*>(room.data());
+    end_ = begin_ + used;
+    limit_ = begin_ + room.size();
   }
-  void putOne(std::string_view part) { text_ += part; }
-  void putOne(std::uint64_t number) {
-    std::array<char, 20> digits;
-    text_.append(digits.data(), std::to_chars(digits.data(), digits.data() + digits.size(), number).ptr);
+
+  void put(std::string_view part) { end_ = std::copy(part.begin(), part.end(), end_); }
+  void put(char part) { *end_++ = part; }
+  template <std::size_t size>
+  void put(const char (&literal)[size]) {
+    end_ = std::copy_n(literal, size - 1, end_);
+  }
+  void put(std::uint64_t number) { end_ = std::to_chars(end_, limit_, number).ptr; }
+  template <class... Parts>
+  void putAll(const Parts&... parts) {
+    (put(parts), ...);
   }
   void putCharacter(RQChar character) {
-    std::array<char, 8> digits;
-    const char* const end = std::to_chars(digits.data(), digits.data() + digits.size(), character, 16).ptr;
-    text_ += "U+";
-    for (std::ptrdiff_t length = end - digits.data(); length < 4; ++length) text_ += '0';
-    for (const char* digit = digits.data(); digit != end; ++digit)
-      text_ += static_cast<char>(*digit >= 'a' ? *digit - 'a' + 'A' : *digit);
+    put("U+");
+    int digits = 4;
+    while (digits < 8 && character >> 4 * digits != 0) ++digits;
+    while (digits-- > 0) put("0123456789ABCDEF"[character >> 4 * digits & 0xF]);
   }
   /// What shown() makes of a text has no control characters.
   void putQuoted(std::string_view part) {
-    text_ += '"';
+    put('"');
     for (const char c : part) {
-      if (c == '"' || c == '\\') text_ += '\\';
-      text_ += c;
+      if (c == '"' || c == '\\') put('\\');
+      put(c);
     }
-    text_ += '"';
+    put('"');
   }
   void addColumns(const Row& row) {
-    put(row.position.offset, "\t", row.position.line, "\t", row.position.column, "\t", row.source, "\t");
+    putAll(row.position.offset, '\t', row.position.line, '\t', row.position.column, '\t', row.source, '\t');
     if (row.found.character) putCharacter(*row.found.character);
-    put("\t", row.fate(), "\t", row.found.why, "\n");
+    putAll('\t', row.fate(), '\t', row.found.why, '\n');
   }
   void addJson(const Row& row) {
-    put("\"offset\":", row.position.offset, ",\"line\":", row.position.line, ",\"column\":", row.position.column,
-        ",\"bytes\":", row.bytes, ",\"source\":");
+    putAll("\"offset\":", row.position.offset, ",\"line\":", row.position.line, ",\"column\":", row.position.column,
+           ",\"bytes\":", row.bytes, ",\"source\":");
     putQuoted(row.source);
     put(",\"character\":");
     if (row.found.character) {
-      text_ += '"';
+      put('"');
       putCharacter(*row.found.character);
-      text_ += '"';
+      put('"');
     } else {
       put("null");
     }
-    put(",\"fate\":\"", row.fate(), "\",\"why\":\"", row.found.why, "\"}\n");
+    putAll(",\"fate\":\"", row.fate(), "\",\"why\":\"", row.found.why, "\"}\n");
   }
 
   bool json_ = false;
-  std::string file_, text_;
+  std::string file_;
+  Buffer memory_;
+  char *begin_ = nullptr, *end_ = nullptr, *limit_ = nullptr;
 };
 
 /// Positions in one text, from front to back.
@@ -144,18 +160,30 @@ class Places {
 
   const host::Position& advanceTo(std::size_t offset) {
     if (!validUtf8_) return tracker_.advanceTo(offset);
-    for (const std::byte byte : bytes_.subspan(at_, offset - at_)) {
-      position_.column += (byte & std::byte{0xC0}) != std::byte{0x80} ? 1U : 0U;
-      if (byte != std::byte{'\n'}) continue;
-      ++position_.line;
-      position_.column = 1;
-    }
-    position_.offset += offset - at_;
+    const Bytes passed = bytes_.subspan(at_, offset - at_);
     at_ = offset;
-    return position_;
+    constexpr std::size_t shortStretch = 512;
+    return position_ = passed.size() <= shortStretch ? behindShort(passed) : behind(passed);
   }
 
  private:
+  host::Position behind(Bytes passed) const {
+    return host::positionBehind(*host::findEncoding(RQ_ENCODING_UTF8), passed, position_);
+  }
+  /// The same, without the start of a search by blocks.
+  host::Position behindShort(Bytes passed) const {
+    host::Position position = position_;
+    position.offset += passed.size();
+    if (const void* lineEnd = ::memrchr(passed.data(), '\n', passed.size())) {
+      const auto length = static_cast<std::size_t>(static_cast<const std::byte*>(lineEnd) - passed.data()) + 1;
+      position.line += static_cast<std::uint64_t>(std::ranges::count(passed.first(length), std::byte{'\n'}));
+      position.column = 1;
+      passed = passed.subspan(length);
+    }
+    for (const std::byte byte : passed) position.column += (byte & std::byte{0xC0}) != std::byte{0x80} ? 1U : 0U;
+    return position;
+  }
+
   const Bytes bytes_;
   std::size_t at_ = 0;
   host::Position position_;

@@ -181,14 +181,12 @@ Done Output::write(Bytes bytes) {
   if (!start_.empty() && !bytes.empty()) {
     if (Done written = write(std::exchange(start_, {})); !written) return written;
   }
-  if (kept_.size() + bytes.size() <= pieceBytes) {
-    kept_.insert(kept_.end(), bytes.begin(), bytes.end());
-    return host::done();
+  const bool isLong = bytes.size() >= pieceBytes / 8;  // worth a call of its own, and no copy
+  if (isLong || kept_.size() + bytes.size() > pieceBytes) {
+    if (Done written = flush(); !written) return written;
   }
-  if (Done written = writeNow(kept_); !written) return written;
-  kept_.clear();
-  if (bytes.size() > pieceBytes) return writeNow(bytes);
-  kept_.assign(bytes.begin(), bytes.end());
+  if (isLong) return writeNow(bytes);
+  kept_.insert(kept_.end(), bytes.begin(), bytes.end());
   return host::done();
 }
 

@@ -58,7 +58,9 @@ class Input {
   Input(std::string name, Descriptor descriptor, Progress& progress, Pause pause = {});
   const std::string& name() const { return name_; }
   int descriptor() const { return descriptor_.number(); }
-  /// True if a read has to wait for somebody who writes.
+  /// True if somebody writes what is read.
+  bool mayPause() const { return !regularFile_; }
+  /// True if a read has to wait for them.
   bool waits() const;
   /// Hands out only what follows the mark. Call it before the first read.
   void expectMark(const ExpectedMark& mark) { marked_.emplace(mark); }

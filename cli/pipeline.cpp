@@ -16,6 +16,15 @@ host::Position moved(const host::Position& start, const host::Position& behind) 
           behind.line > 1 ? behind.column : start.column + behind.column - 1};
 }
 
+/// Threads share a heap: one for each would keep what it once held. Pages stay when a piece is done, because the next
+/// one needs as many.
+void shareHeap() {
+  constexpr int keptBytes = 8 << 20;
+  ::mallopt(M_ARENA_MAX, 1);
+  ::mallopt(M_MMAP_THRESHOLD, keptBytes);
+  ::mallopt(M_TRIM_THRESHOLD, keptBytes);
+}
+
 }  // namespace
 
 Pipeline::Pipeline(const TextOperation& operation, std::optional<LineEnds> lineEnds, Bytes lineEndOfResults,
@@ -35,16 +44,16 @@ Pipeline::~Pipeline() {
   {
     const std::lock_guard lock(mutex_);
     stopping_ = true;
-    submittedMore_.notify_all();
+    moreToDo_.notify_all();
   }
   for (std::thread& thread : threads_) thread.join();
 }
 
 void Pipeline::startThreads() {
-  // While a block is read or written there is one for each thread to work on.
-  const std::size_t wanted = jobs_ + 2;
+  // Each thread has one block to work on and one to go on with while others are written.
+  const std::size_t wanted = 2 * std::size_t{jobs_};
   const SignalsBlocked blocked;  // they are the main thread's business
-  ::mallopt(M_ARENA_MAX, 1);     // a heap for each thread would keep what it once held
+  shareHeap();
   try {
     while (blocks_.size() < wanted) {
       Result<Work> work = operation_.another();
@@ -53,105 +62,158 @@ void Pipeline::startThreads() {
       block->work = std::move(*work);
       blocks_.push_back(std::move(block));
     }
-    while (threads_.size() < std::min<std::size_t>(jobs_, blocks_.size()))
+    while (threads_.size() + 1 < std::min<std::size_t>(jobs_, blocks_.size()))
       threads_.emplace_back(&Pipeline::runThread, this);
   } catch (const std::exception&) {  // NOLINT(bugprone-empty-catch)
     // Without memory for more, the threads that there are do the work, or this one.
   }
 }
 
-Result<Block*> Pipeline::next() {
-  if (threads_.empty() && jobs_ > 1 && came_ >= worthwhile_ && !triedThreads_) {
-    triedThreads_ = true;
-    startThreads();
+void Pipeline::runThread() {
+  Lock lock(mutex_);
+  for (;;) {
+    moreToDo_.wait(lock, [this] { return stopping_ || hasWork() || (mayRead() && source_->shared); });
+    if (stopping_) return;
+    if (!hasWork()) read(lock);
+    work(lock);
   }
-  while (submitted_ > delivered_ && (submitted_ - delivered_ == blocks_.size() || firstIsFinished()))
-    if (Done delivered = deliverFirst(); !delivered) return delivered.error();
-  return &block(submitted_);
-}
-
-Done Pipeline::submit() {
-  Block& filled = block(submitted_);
-  filled.piece.beginning = filled.beginning.bytes();
-  came_ += filled.piece.bytes.size();
-  filled.finished = false;
-  {
-    const std::lock_guard lock(mutex_);
-    ++submitted_;
-    if (threads_.empty()) ++taken_;
-    submittedMore_.notify_one();
-  }
-  if (!threads_.empty()) return host::done();
-  workOn(submitted_ - 1);
-  return deliverFirst();
-}
-
-Done Pipeline::finish() {
-  while (submitted_ > delivered_)
-    if (Done delivered = deliverFirst(); !delivered) return delivered;
-  return host::done();
 }
 
 Done Pipeline::add(const std::shared_ptr<FileRun>& file, Input& input) {
   if (!operation_.mark.bytes.empty()) input.expectMark(operation_.mark);
-  PieceReader reader(input, cut_, operation_.pieceBytes);
-  Beginning beginning;
-  for (bool first = true, last = false; !last; first = false) {
-    const Result<Block*> free = next();
-    if (!free) return free.error();
-    Block& block = **free;
+  Source source{*this, file, input, PieceReader(input, cut_, operation_.pieceBytes), !input.mayPause()};
+  Lock lock(mutex_);
+  source_ = &source;
+  while (reading_ || !source.ended) {
+    if (Done done = advance(lock); !done) return done;
     if (file->failed) return host::done();
-    const Result<PieceReader::Piece> piece = reader.next(block.buffer);
-    if (file->failed) return host::done();
-    if (!piece) return addProblem(file, piece.error());
-    last = piece->last;
-    beginning.add(piece->text);
-    block.file = file;
-    // The first text of a file begins behind its mark.
-    block.piece = {piece->text, {input.markBytes()}, file->name, first, last, false, input.reversed()};
-    block.beginning = beginning;
-    block.problem = host::done();
-    if (Done done = submit(); !done) return done;
   }
-  return host::done();
+  return threads_.empty() ? finishAll(lock) : host::done();
 }
 
 Done Pipeline::addProblem(const std::shared_ptr<FileRun>& file, const Error& error) {
-  const Result<Block*> free = next();
-  if (!free) return free.error();
-  (*free)->file = file;
-  (*free)->piece = {};
-  (*free)->problem = error;
-  return submit();
+  Lock lock(mutex_);
+  while (!hasFreeBlock())
+    if (Done done = finishFirst(lock); !done) return done;
+  Block& free = block(submitted_);
+  free.file = file;
+  free.piece = {};
+  free.problem = error;
+  submit(free);
+  return threads_.empty() ? finishAll(lock) : host::done();
 }
 
-bool Pipeline::firstIsFinished() {
-  const std::lock_guard lock(mutex_);
-  return block(delivered_).finished;
+Done Pipeline::finish() {
+  Lock lock(mutex_);
+  return finishAll(lock);
 }
 
-Done Pipeline::deliverFirst() {
+Pipeline::Source::~Source() {
+  Lock lock(pipeline.mutex_);
+  pipeline.source_ = nullptr;
+  pipeline.moreDone_.wait(lock, [this] { return !pipeline.reading_; });
+}
+
+Done Pipeline::advance(Lock& lock) {
+  if (jobs_ > 1 && came_ >= worthwhile_ && delivered_ == submitted_ && !triedThreads_) {
+    triedThreads_ = true;
+    startThreads();
+  }
+  if (delivered_ < submitted_ && block(delivered_).finished) return deliver(lock);
+  if (mayRead()) {
+    read(lock);
+    // Also what writing in a pause has thrown: nothing can be written behind it.
+    if (block(submitted_ - 1).thrown) std::rethrow_exception(block(submitted_ - 1).thrown);
+    // The last piece is for another thread: this one goes on with the next file.
+    if (hasWork() && source_->shared && !source_->ended) work(lock);
+    return goesOn_;
+  }
+  hasWork() ? work(lock) : moreDone_.wait(lock);
+  return host::done();
+}
+
+void Pipeline::read(Lock& lock) {
+  Source& source = *source_;
+  Block& block = this->block(submitted_);
+  reading_ = true;
+  lock.unlock();
+  block.file = source.file;
+  block.piece = {};
+  block.problem = host::done();
+  try {
+    fill(block, source);
+  } catch (...) {
+    block.thrown = std::current_exception();
+    source.ended = true;
+  }
+  lock.lock();
+  reading_ = false;
+  came_ += block.piece.bytes.size();
+  submit(block);
+  moreDone_.notify_all();
+}
+
+void Pipeline::fill(Block& block, Source& source) {
+  const Result<PieceReader::Piece> piece = source.reader.next(block.buffer);
+  source.ended = !piece || piece->last;
+  if (!piece) {
+    block.problem = piece.error();
+    return;
+  }
+  source.beginning.add(piece->text);
+  block.beginning = source.beginning;
+  // The first text of a file begins behind its mark.
+  block.piece = {piece->text, {source.input.markBytes()}, source.file->name,      source.first, piece->last,
+                 false,       source.input.reversed(),    block.beginning.bytes()};
+  source.first = false;
+}
+
+void Pipeline::submit(Block& block) {
+  block.finished = false;
+  ++submitted_;
+  moreToDo_.notify_one();
+}
+
+void Pipeline::work(Lock& lock) {
+  const std::size_t number = taken_++;
+  lock.unlock();
+  workOn(number);
+  lock.lock();
+  block(number).finished = true;
+  moreDone_.notify_all();
+}
+
+Done Pipeline::deliver(Lock& lock) {
   Block& first = block(delivered_);
-  {
-    std::unique_lock lock(mutex_);
-    workedMore_.wait(lock, [&first] { return first.finished; });
-    ++delivered_;
-  }
-  if (first.thrown) {
-    drop();
-    std::rethrow_exception(std::exchange(first.thrown, nullptr));
-  }
-  const std::shared_ptr<FileRun> file = std::move(first.file);
-  if (file->failed) return host::done();
-  Done delivered = deliver(*file, first);
-  if (delivered) return delivered;
-  file->failed = true;
-  Done goesOn = onProblem_(*file, delivered.error());
-  if (!goesOn) drop();
-  return goesOn;
+  if (first.thrown) std::rethrow_exception(first.thrown);
+  lock.unlock();
+  goesOn_ = handOut(first);
+  lock.lock();
+  ++delivered_;
+  moreToDo_.notify_one();
+  return goesOn_;
 }
 
-Done Pipeline::deliver(const FileRun& file, const Block& block) const {
+Done Pipeline::finishFirst(Lock& lock) {
+  while (!block(delivered_).finished) hasWork() ? work(lock) : moreDone_.wait(lock);
+  return deliver(lock);
+}
+
+Done Pipeline::finishAll(Lock& lock) {
+  while (goesOn_ && delivered_ < submitted_) static_cast<void>(finishFirst(lock));
+  return goesOn_;
+}
+
+Done Pipeline::handOut(Block& block) const {
+  const std::shared_ptr<FileRun> file = std::move(block.file);
+  if (file->failed) return host::done();
+  Done written = write(*file, block);
+  if (written) return written;
+  file->failed = true;
+  return onProblem_(*file, written.error());
+}
+
+Done Pipeline::write(const FileRun& file, const Block& block) const {
   Done written = host::done();
   if (operation_.gather && block.problem) {
     written = operation_.gather(block.piece, block.result, file.write);
@@ -162,28 +224,6 @@ Done Pipeline::deliver(const FileRun& file, const Block& block) const {
   return block.problem && block.piece.last ? file.end() : block.problem;
 }
 
-void Pipeline::drop() {
-  std::unique_lock lock(mutex_);
-  taken_ = submitted_;
-  workedMore_.wait(lock, [this] { return working_ == 0; });
-  placed_ = delivered_ = submitted_;
-}
-
-void Pipeline::runThread() {
-  std::unique_lock lock(mutex_);
-  for (;;) {
-    submittedMore_.wait(lock, [this] { return stopping_ || taken_ < submitted_; });
-    if (stopping_) return;
-    const std::size_t number = taken_++;
-    ++working_;
-    lock.unlock();
-    workOn(number);
-    lock.lock();
-    --working_;
-    workedMore_.notify_all();
-  }
-}
-
 host::Position Pipeline::lengthOf(const Block& block) const {
   if (block.piece.last) return {};  // nothing comes behind it
   if (lineEnds_) return {block.piece.bytes.size(), 1 + lineEnds_->count(block.piece.bytes), 1};
@@ -192,13 +232,13 @@ host::Position Pipeline::lengthOf(const Block& block) const {
 }
 
 void Pipeline::place(std::size_t number, const host::Position& length) {
-  std::unique_lock lock(mutex_);
-  workedMore_.wait(lock, [this, number] { return placed_ == number; });
+  Lock lock(mutex_);
+  moreDone_.wait(lock, [this, number] { return placed_ == number; });
   Block& placed = block(number);
   if (!placed.piece.first) placed.piece.start = position_;
   position_ = moved(placed.piece.start, length);
   ++placed_;
-  workedMore_.notify_all();
+  moreDone_.notify_all();
 }
 
 void Pipeline::workOn(std::size_t number) {
@@ -216,8 +256,6 @@ void Pipeline::workOn(std::size_t number) {
   } catch (...) {
     block.thrown = std::current_exception();
   }
-  const std::lock_guard lock(mutex_);
-  block.finished = true;
 }
 
 void Pipeline::workOnPiece(Block& block) {

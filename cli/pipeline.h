@@ -40,9 +40,12 @@ struct Block {
   bool finished = false;
 };
 
-/// One thread owns a pipeline: it reads files, hands their pieces to the others and writes the results. Where a piece
-/// stands is known from the pieces before it, which other threads may still work on: each thread counts the lines of
-/// its piece first.
+/// One thread owns a pipeline: it hands in the files and writes the results, in their order, and works as the others
+/// do. A thread that is free reads the next piece itself: a text that another processor has read would have to come
+/// from its cache. What pauses is read by the owner alone, which writes what is finished before it waits.
+///
+/// Where a piece stands is known from the pieces before it, which other threads may still work on: each thread counts
+/// the lines of its piece first.
 ///
 /// Threads cost more than they bring for little text: they start when `worthwhile` bytes have come.
 class Pipeline {
@@ -65,20 +68,47 @@ class Pipeline {
   Done finish();
 
  private:
+  /// A file that is being read, by one thread at a time.
+  struct Source {
+    /// Waits for the thread that reads it.
+    ~Source();
+
+    Pipeline& pipeline;
+    const std::shared_ptr<FileRun>& file;
+    Input& input;
+    PieceReader reader;
+    const bool shared;  // any thread may read it
+    Beginning beginning = {};
+    bool first = true, ended = false;
+  };
+  using Lock = std::unique_lock<std::mutex>;
+
   Block& block(std::size_t number) { return *blocks_[number % blocks_.size()]; }
-  /// A block to be filled. Writes what is finished, and waits for a block if all are in use.
-  Result<Block*> next();
-  /// Has the block of next() worked on.
-  Done submit();
-  /// Makes threads and a block for each. Without threads the work is done at once.
+  bool hasWork() const { return taken_ < submitted_; }
+  bool hasFreeBlock() const { return submitted_ - delivered_ < blocks_.size(); }
+  bool mayRead() const { return source_ != nullptr && !reading_ && !source_->ended && hasFreeBlock(); }
+
+  /// Makes blocks and threads for all jobs but the first, which is the owner's. Without threads the owner does all.
   void startThreads();
   void runThread();
-  bool firstIsFinished();
-  /// Waits for the first block and writes its result.
-  Done deliverFirst();
-  Done deliver(const FileRun& file, const Block& block) const;
-  /// Drops all blocks that are not delivered.
-  void drop();
+  void fill(Block& block, Source& source);
+  Done handOut(Block& block) const;
+  Done write(const FileRun& file, const Block& block) const;
+
+  // All that take a lock have it before and after, and release it while they read, work or write.
+  /// What the owner does next for the source: writes, reads, works or waits.
+  Done advance(Lock& lock);
+  /// Fills the next block from the source.
+  void read(Lock& lock);
+  /// Has the next block worked on.
+  void submit(Block& block);
+  /// Works on the first block that no thread has taken.
+  void work(Lock& lock);
+  /// Writes the result of the first block, which is finished.
+  Done deliver(Lock& lock);
+  /// Works until the first block is finished, and writes its result.
+  Done finishFirst(Lock& lock);
+  Done finishAll(Lock& lock);
 
   void workOn(std::size_t number);
   /// The position behind the block if it stood at the beginning of a file.
@@ -98,14 +128,16 @@ class Pipeline {
   const OnProblem onProblem_;
   std::size_t came_ = 0;  // bytes
   bool triedThreads_ = false;
+  Done goesOn_ = host::done();  // or the error that ended the run
 
   std::vector<std::unique_ptr<Block>> blocks_;
   std::vector<std::thread> threads_;
   std::mutex mutex_;
-  std::condition_variable submittedMore_, workedMore_;
+  std::condition_variable moreToDo_, moreDone_;
+  Source* source_ = nullptr;
+  bool reading_ = false;  // a thread fills the next block
   // Numbers of blocks: these many were submitted and so on.
   std::size_t submitted_ = 0, taken_ = 0, placed_ = 0, delivered_ = 0;
-  std::size_t working_ = 0;  // threads
   host::Position position_;  // behind the block that was placed last
   bool stopping_ = false;
 };

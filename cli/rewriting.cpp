@@ -283,7 +283,7 @@ Result<TextOperation> encode(const Job& job) {
   const std::shared_ptr<Workbench> bench = std::move(*opened);
   const host::Encoding& session = bench->encoding();
   TextOperation operation{&session, &session, cutForEncoding(job.notation, session)};
-  operation.pieceBytes /= 2;  // the results are up to eight times as long
+  operation.pieceBytes /= 4;  // the results are up to eight times as long
   if (!bench->wide() && !host::isAsciiCompatible(bench->codec())) {
     operation.work = ForeignEncoding(bench, job.notation);
     return operation;

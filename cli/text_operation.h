@@ -26,9 +26,9 @@ struct TextOperation {
   std::function<Done(const Text& text, Bytes result, const Write& write)> gather = {};
   /// The position behind a piece at the beginning of a file. Empty for host::positionBehind.
   std::function<host::Position(Bytes piece)> behind = {};
-  ExpectedMark mark = {};                           // in front of each file
-  std::string outputMark = {};                      // before the results
-  std::size_t pieceBytes = std::size_t{128} << 10;  // so much makes a piece where it can be cut
+  ExpectedMark mark = {};                    // in front of each file
+  std::string outputMark = {};               // before the results
+  std::size_t pieceBytes = cli::pieceBytes;  // so much makes a piece where it can be cut
 };
 
 Result<TextOperation> fromForm(const Job& job);

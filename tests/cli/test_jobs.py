@@ -35,13 +35,18 @@ class SameAsOne(ToolTest):
 
     def test_bytes(self):
         text = long_text()
+        path = self.file("long", text)
         ascii_only = b"plain text +AOk- " * 200_000
         for arguments in COMMANDS:
             for lines in ([], ["--lines"]):
                 shifts = "UTF-7" in arguments
                 if lines and (shifts or "--pad" in arguments):
                     continue
-                self.assertEqual(self.compare(*arguments, *lines, text=ascii_only if shifts else text).returncode, DONE)
+                result = self.compare(*arguments, *lines, text=ascii_only if shifts else text)
+                self.assertEqual(result.returncode, DONE)
+                # All threads read a file; a pipe is read by one.
+                if not shifts:
+                    self.assertTrue(self.succeed(*arguments, *lines, "-j", "2", path) == result.stdout, arguments)
 
     def test_the_first_of_several_problems(self):
         text = long_text()

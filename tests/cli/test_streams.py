@@ -1,5 +1,6 @@
 """Streams: output comes when the input pauses, and memory is bounded whatever the length of the text."""
 
+import contextlib
 import os
 import pathlib
 import select
@@ -7,7 +8,7 @@ import subprocess
 import time
 import unittest
 
-from tool import CORPUS, DONE, LIBRARY, SANITIZED, TOOL, ToolTest, peak_memory, run
+from tool import CORPUS, DATA, DONE, LIBRARY, SANITIZED, TOOL, ToolTest, peak_memory, run
 
 REWRITES = (["from", "utf8"], ["from", "utf8", "-s", "GB18030"], ["from", "utf8", "-s", "UTF-7"], ["to", "utf16be"],
             ["decode", "ncr"], ["decode", "uesc"], ["decode", "uparen"], ["decode", "uparen-ascii"], ["encode", "ncr"],
@@ -87,6 +88,23 @@ class Latency(ToolTest):
                 for byte in text:
                     tool.process.stdin.write(bytes([byte]))
                 self.assertEqual(tool.end(), (self.succeed(*arguments, text=text), DONE), (path, arguments))
+
+
+class Problems(ToolTest):
+    def test_a_problem_before_a_pause_ends_the_run(self):
+        good = b"a line of text\n" * 200_000
+        output = self.folder / "output"
+        for jobs in ("1", "2", "2", "2", "2", "2"):
+            with subprocess.Popen([TOOL, "decode", "ncr", "-j", jobs, "--library", LIBRARY, "-o", output], stdin=subprocess.PIPE,
+                                  stderr=subprocess.PIPE, bufsize=0) as process:
+                with contextlib.suppress(BrokenPipeError):
+                    for text in (good + b"\xff\n", b"more\n", b"and more\n"):
+                        process.stdin.write(text)
+                        time.sleep(0.1)
+                message = process.stderr.read()
+            self.assertIn(b"invalid bytes FF at offset 3000000, line 200001, column 1", message)
+            self.assertEqual(process.returncode, DATA)
+            self.assertTrue(good.startswith(output.read_bytes()))
 
 
 @unittest.skipIf(SANITIZED, "a sanitizer's own memory is not bounded")
