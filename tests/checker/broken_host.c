@@ -112,7 +112,7 @@ static RQStatus faultyConvert(RQTranscoder* self, const void* input, uint64_t in
   if (broken("transcoder.answer") && wasStuck) return *produced = 0, FAILED;
   if (broken("object") && inputBytes == 4 && memcmp(input, "A\0\0\0", 4) == 0) return *produced = 0, FAILED;
   // On a busy machine each yield is a long wait, so only a few characters have one.
-  if (broken("threads") && inputBytes == 4 && ((const uint8_t*)input)[1] == 0) {
+  if (broken("threads") && inputBytes == 4 && memcmp((const uint8_t*)input + 1, "\0\0", 3) == 0) {
     memcpy(&shared, input, 4);
     sched_yield();
     input = &shared;
