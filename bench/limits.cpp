@@ -29,6 +29,8 @@ void cell(const BareWork& bare, const Shape& shape) {
 void registerLimits() {
   for (const Shape& shape : shapes(1, true))
     if (shape.counts.size() > 1) cell({"call", "within the program", opaque(nothing)}, shape);
+  static const Shape characters = {"4096", {4 * 4096}};  // as many as the rows of wide have
+  for (const BareWork& bare : longWork) cell(bare, characters);
   for (const Shape& shape : shapes(1, true))
     for (const BareWork& bare : shape.counts.size() == 1 ? longWork : shortWork) cell(bare, shape);
 }

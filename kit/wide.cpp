@@ -23,14 +23,12 @@ void mapByTable(RQChar* string, std::int64_t length, const CaseMap& map) {
   rq::kit::simd::active.mapCase(string, unitsOf(length), map);
 }
 
-/// Maps ASCII by the table and every other unit by the host's case service.
+/// Maps ASCII by the table and every other unit by the host's case service. Never inlined: saving its registers would
+/// slow down short texts without a service.
 template <class Map>
-void mapByService(RQChar* string, std::uint64_t n, const CaseMap& table, Map map) {
+[[gnu::noinline]] void mapByService(RQChar* string, std::uint64_t n, const CaseMap& table, Map map) {
   for (std::uint64_t i = 0; i < n;) {
-    if (const std::uint64_t ascii = rq::kit::asciiPrefix(string + i, n - i)) {
-      rq::kit::simd::active.mapCase(string + i, ascii, table);
-      i += ascii;
-    }
+    i += rq::kit::simd::active.mapAsciiPrefix(string + i, n - i, table);
     for (; i < n && load<RQChar>(string + i) >= rq::kit::asciiEnd; ++i)
       store(string + i, map(load<RQChar>(string + i)));
   }
@@ -59,6 +57,15 @@ std::int32_t compareIgnoringCase(const RQChar* a, const RQChar* b, std::uint64_t
   return 2 * signedOrder(lower(load<RQChar>(a + k)), lower(load<RQChar>(b + k)));
 }
 
+/// Are long texts equal ignoring case? Most of them is identical, which mismatch() passes faster. Never inlined:
+/// saving its registers would slow down short texts.
+[[gnu::noinline]] bool longAreEqual(const RQChar* a, const RQChar* b, std::uint64_t n) {
+  const std::int64_t first = rq::kit::mismatch(a, b, n);
+  if (first < 0) return true;
+  const auto i = static_cast<std::uint64_t>(first);
+  return rq::kit::simd::active.mappedMismatch(a + i, b + i, n - i, rq::kit::toLower) < 0;
+}
+
 }  // namespace
 
 extern "C" {
@@ -82,7 +89,10 @@ void rqzstup(RQChar* string, std::int64_t length) {
 }
 
 std::int32_t rqzseqn(const RQChar* a, std::int64_t aLength, const RQChar* b, std::int64_t bLength) {
-  return aLength == bLength && rq::kit::simd::active.mappedMismatch(a, b, unitsOf(aLength), rq::kit::toLower) < 0;
+  if (aLength != bLength) return 0;
+  const std::uint64_t n = unitsOf(aLength);
+  if (n > rq::kit::simd::maxShortBytes) return longAreEqual(a, b, n);
+  return rq::kit::simd::active.mappedMismatch(a, b, n, rq::kit::toLower) < 0;
 }
 
 std::int32_t rqzsncmp(const RQChar* a, std::int64_t aLength, const RQChar* b, std::int64_t bLength) {

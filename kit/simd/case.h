@@ -136,6 +136,7 @@ struct MapCase {
       open[i] = tabledHalves(low[i]) & inPlane0;
       mapped[i] = low[i] ^ H::selectOrZero(letterHalves(low[i]) & inPlane0, half<H>(map.asciiFlip));
     }
+    if (map.asciiLast == 0) mapBlock(0, low, mapped, open);  // blanks are in most texts
     for (std::uint64_t blocks = 0;; ++blocks) {
       H next = low[0];
       typename H::Mask rest = open[0];
@@ -145,16 +146,21 @@ struct MapCase {
       // Measured: after one block 4 characters of a vector may be left, after two blocks 2.
       if (mayRefuse && blocks != 0 && blocks * countOf(open) > 4 * count) [[unlikely]]
         return false;
-      const RQChar first = next.firstSelected(rest) & ~(blockSize - 1);
-      const std::int32_t start = map.meta[first / blockSize];
-      for (std::size_t i = 0; i < pairs; ++i) {
-        const auto here = open[i] & H::lessEqual(low[i] ^ half<H>(first), half<H>(blockSize - 1));
-        if (start != 0) mapped[i] = mapped[i] + H::lookUp128(map.shift16 + start, low[i], here);
-        open[i] = open[i] & ~here;
-      }
+      mapBlock(next.firstSelected(rest) & ~(blockSize - 1), low, mapped, open);
     }
     for (std::size_t i = 0; i < pairs; ++i) V::join(mapped[i], high[i], c[2 * i], second(i));
     return true;
+  }
+  /// Maps the open characters of the block that begins at `first`, and closes them.
+  template <class H, std::size_t pairs>
+  RQ_INLINE void mapBlock(RQChar first, const H (&low)[pairs], H (&mapped)[pairs],
+                          typename H::Mask (&open)[pairs]) const {
+    const std::int32_t start = map.meta[first / blockSize];
+    for (std::size_t i = 0; i < pairs; ++i) {
+      const auto here = open[i] & H::lessEqual(low[i] ^ half<H>(first), half<H>(blockSize - 1));
+      if (start != 0) mapped[i] = mapped[i] + H::lookUp128(map.shift16 + start, low[i], here);
+      open[i] = open[i] & ~here;
+    }
   }
   template <class Mask, std::size_t count>
   static RQ_INLINE std::uint64_t countOf(const Mask (&masks)[count]) {
@@ -237,7 +243,8 @@ RQ_INLINE std::uint64_t mapAscii(RQChar* p, std::uint64_t n, const MapCase& mapp
 /// Maps at most 64 bytes of characters, by vectors if they are ASCII.
 RQ_INLINE void mapFew(RQChar* p, std::uint64_t n, const MapCase& mapped) {
   using V = Vector16<RQChar>;
-  if (n < V::lanes) return mapOneByOne(p, n, mapped.map);
+  // Text that begins beyond ASCII is hardly all ASCII. Loading it as vectors waits for those who stored characters.
+  if (n < V::lanes || load<RQChar>(p) > mapped.map.asciiLast) return mapOneByOne(p, n, mapped.map);
   const std::uint64_t inner = n / (2 * V::lanes) * V::lanes, last = n - V::lanes;
   const V a = V::load(p), b = V::load(p + inner), c = V::load(p + last - inner), d = V::load(p + last);
   if (!mapped.needsNoTable((a | b) | (c | d))) return mapOneByOne(p, n, mapped.map);
@@ -261,6 +268,16 @@ template <class V>
 template <class V>
 void mapCase(RQChar* p, std::uint64_t n, const CaseMap& caseMap) {
   n <= maxShortBytes / sizeof *p ? mapFew(p, n, MapCase{caseMap}) : mapMany<V>(p, n, caseMap);
+}
+
+/// Maps the ASCII characters before the first that is none, by a map that needs no table for them. Returns their
+/// number.
+template <class V>
+std::uint64_t mapAsciiPrefix(RQChar* p, std::uint64_t n, const CaseMap& caseMap) {
+  const std::uint64_t whole = mapAscii<V, 4>(p, n, MapCase{caseMap});
+  const std::uint64_t rest = asciiPrefix<V>(p + whole, n - whole);
+  mapCase<V>(p + whole, rest, caseMap);
+  return whole + rest;
 }
 
 /// Do `count` vectors of both texts differ?

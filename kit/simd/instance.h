@@ -46,6 +46,7 @@ struct Instance {
       .trim = trim<Vector<RQChar>>,
       .countWide = countWide<Vector<RQChar>>,
       .mapCase = mapCase<Vector<RQChar>>,
+      .mapAsciiPrefix = mapAsciiPrefix<Vector<RQChar>>,
       .mappedMismatch = mappedMismatch<Vector<RQChar>>,
   };
 };

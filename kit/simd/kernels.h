@@ -60,6 +60,7 @@ struct Kernels {
   std::uint64_t (*trim)(const RQChar* p, std::uint64_t n, RQChar c);
   std::uint64_t (*countWide)(const RQChar* p, std::uint64_t n);
   void (*mapCase)(RQChar* p, std::uint64_t n, const CaseMap& map);
+  std::uint64_t (*mapAsciiPrefix)(RQChar* p, std::uint64_t n, const CaseMap& map);
   std::int64_t (*mappedMismatch)(const RQChar* a, const RQChar* b, std::uint64_t n, const CaseMap& map);
 };
 
