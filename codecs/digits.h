@@ -27,7 +27,7 @@ constexpr std::uint32_t noDigit = 0xFF;
 struct HexDigits {
   std::uint8_t values[256];
   consteval explicit HexDigits(bool lowerCaseToo) : values{} {
-    for (std::uint8_t& value : values) value = noDigit;
+    for (std::uint8_t& value : values) value = static_cast<std::uint8_t>(noDigit);
     for (std::uint8_t digit = 0; digit < 10; ++digit) values['0' + digit] = digit;
     for (std::uint8_t digit = 10; digit < 16; ++digit) {
       values['A' + digit - 10] = digit;
