@@ -186,14 +186,17 @@ void encode(const Codec& codec) {
         .add(widened(encoding(size, text(Script::ascii, characters), codec)));
 }
 
-/// What the served flavour pays the host for each hexadecimal notation.
+/// What the served flavour pays the host for each hexadecimal notation: for its digits, or for as many units as an
+/// escape may have digits.
 void serviceCall() {
   RQCharsetService* const service = caseService()->charset;
-  timed(Cell{"codecs/service call/4B/host", 4}, [service] {
-    static char digits[] = "00e9";
-    service->upperCase(service, digits, 4, 0);
-    return digits[3];
-  });
+  for (const auto& [size, units] : {std::pair{"4B", 4}, {"8B", 8}})
+    timed(Cell{std::string("codecs/service call/") + size + "/host", static_cast<double>(units)},
+          [service, count = static_cast<std::uint64_t>(units)] {
+            static char digits[] = "00e9\\u04";
+            service->upperCase(service, digits, count, 0);
+            return digits[3];
+          });
 }
 
 }  // namespace

@@ -22,27 +22,27 @@ struct Digits {
 
 constexpr std::uint32_t noDigit = 0xFF;
 
-/// The value of a hexadecimal digit, or noDigit. Lower case letters are not digits.
-constexpr std::uint32_t upperHexDigit(std::uint32_t unit) {
-  if (unit - '0' < 10) return unit - '0';
-  if (unit - 'A' < 6) return unit - 'A' + 10;
-  return noDigit;
-}
-
-/// The value of each byte as a hexadecimal digit in either case, or noDigit.
+/// The value of each byte as a hexadecimal digit, or noDigit. A table, because whether a digit is a letter is hard to
+/// predict.
 struct HexDigits {
   std::uint8_t values[256];
-  consteval HexDigits() : values{} {
-    for (std::uint32_t c = 0; c < 256; ++c) {
-      const bool letter = (c | 0x20) >= 'a' && (c | 0x20) <= 'f';
-      values[c] = static_cast<std::uint8_t>(upperHexDigit(letter ? c & ~0x20u : c));
+  consteval explicit HexDigits(bool lowerCaseToo) : values{} {
+    for (std::uint8_t& value : values) value = static_cast<std::uint8_t>(noDigit);
+    for (std::uint8_t digit = 0; digit < 10; ++digit) values['0' + digit] = digit;
+    for (std::uint8_t digit = 10; digit < 16; ++digit) {
+      values['A' + digit - 10] = digit;
+      if (lowerCaseToo) values['a' + digit - 10] = digit;
     }
   }
 };
-inline constexpr HexDigits hexDigits;
+inline constexpr HexDigits hexDigits(true), upperHexDigits(false);
 
 constexpr std::uint32_t hexDigit(std::uint32_t unit) {
   return unit < 256 ? hexDigits.values[unit] : noDigit;
+}
+/// Lower case letters are not digits.
+constexpr std::uint32_t upperHexDigit(std::uint32_t unit) {
+  return unit < 256 ? upperHexDigits.values[unit] : noDigit;
 }
 
 constexpr std::uint32_t decimalDigit(std::uint32_t unit) {
