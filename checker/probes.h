@@ -5,8 +5,8 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <numeric>
 #include <optional>
-#include <ranges>
 #include <string>
 #include <string_view>
 
@@ -94,7 +94,11 @@ class Transcoders {
     return number % 2 == 0 ? pair.toSession : pair.fromSession;
   }
   static constexpr std::size_t count = std::size_t{2} * RQ_FORMS;
-  static constexpr auto numbers() { return std::views::iota(std::size_t{0}, count); }
+  static constexpr std::array<std::size_t, count> numbers() {
+    std::array<std::size_t, count> all{};
+    std::iota(all.begin(), all.end(), std::size_t{0});
+    return all;
+  }
 
  private:
   std::array<RQTranscoderPair, RQ_FORMS> pairs_;

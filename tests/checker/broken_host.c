@@ -50,6 +50,7 @@ static RQPool* faultyCreatePool(RQKernel* kernel, RQPoolParameters* parameters, 
                                 const char* description) {
   static RQPool* only;
   if (broken("kernel.createPool") && only != NULL) return only;
+  if (broken("kernel.createPool second") && only != NULL) return NULL;
   RQPool* const pool = only = createPool(kernel, parameters, journal, description);
   keptParameters = parameters;
   pool->allocate = faultyAllocate;
@@ -74,6 +75,13 @@ static RQStatus faultyLookUp(RQContext* context, const RQChar* name, uint64_t le
   if (broken("context.name any") || (broken("context.value") && length == 21 && name[0] == 'R')) {
     value[0] = ISO_8859_1;
     if (broken("context.value")) value[1] = 0;
+    return RQ_SUCCESS;
+  }
+  const int isAsked = length == 21 && name[0] == 'R';
+  if (isAsked && broken("context.value nothing")) return RQ_SUCCESS;
+  if (isAsked && broken("context.value length")) {
+    *value = ISO_8859_1;
+    *bytes = 9;
     return RQ_SUCCESS;
   }
   return lookUpOption(context, name, length, three, value, bytes);
@@ -167,6 +175,7 @@ static RQStatus faultyConvert(RQTranscoder* self, const void* input, uint64_t in
   }
   if (broken("transcoder.long") && inputBytes > 1024 && !toSession && status == RQ_SUCCESS) *(uint8_t*)output ^= 1;
   if (broken("transcoder.long cut") && inputBytes > 4096 && toSession && status == RQ_SUCCESS) --length;
+  if (broken("transcoder.answer status") && wasStuck) status = FAILED;
   if (broken("transcoder.status failure") && status == RQ_SUCCESS && length == 7 && inputBytes == 14) status = FAILED;
   if (broken("transcoder.status full") && status == RQ_SUCCESS && length > 1 && length == capacity) status = FAILED;
   if (broken("transcoder.status invalid") && inputBytes == 2 && memcmp(input, "A\xFF", 2) == 0) {

@@ -215,6 +215,15 @@ TEST(RulesAskTheContext, ForNamesThatBeginAlikeOrAreAsLong) {
                                          U"ZMX.NO_OPTION_OF_THAT", U""}));
 }
 
+TEST(Probes, NameTranscodersByTheirWay) {
+  const char* const forms[] = {"UTF-8", "UTF-16LE", "UTF-16BE", "UTF-16LE", "UTF-32LE", "UTF-32BE", "UTF-32LE"};
+  for (std::size_t form = 0; form < std::size(forms); ++form) {
+    EXPECT_EQ(checker::Transcoders::nameOf(2 * form),
+              std::string("from ") + forms[form] + " to the session encoding");
+    EXPECT_EQ(checker::Transcoders::nameOf(2 * form + 1), std::string("from the session encoding to ") + forms[form]);
+  }
+}
+
 /// Each transcoder is asked alike; what was asked first, of a rule that has no other way to know the host.
 using Inputs = std::vector<std::pair<std::string, std::uint64_t>>;
 

@@ -1,139 +1,114 @@
 """Mutants of what surrounds the library: the rooms host, checker, cli and engines, in a copy of the tree that CMake
 builds with all of them switched. The tests are those of ctest; RQ_MUTANT reaches every process that they start."""
 import collections
-import json
+import hashlib
 import os
 import pathlib
 import re
-import shutil
 import subprocess
-import time
 
 from mutation import suite, switched
 
 HERE = pathlib.Path(__file__).resolve().parent
-# The targets made of each room, and the tests of ctest that are tried for its mutants.
+HOSTS = ("rq_broken_host", "rq_development_host", "rq_minimal_host")
+# The targets made of each room, what the tests for its mutants run, and the names in ctest that these tests begin with.
 ROOMS = {
-    "host": (("rqhost",), r"^(host|checker|cli\.)"),
-    "checker": (("rqcheck",), r"^checker"),
-    "cli": (("rqtool", "rqtext"), r"^(cli\.|checker\.check_host)"),
-    "engines": (("rq_engines", "rq_sqlite", "rq_postgresql", "rq_postgresql_callbacks"), r"^engines\."),
-}
-PROGRAMS = {
-    "host": ("host_test", "rq_host_differential"),
-    "checker": ("checker_test", "rq_broken_host", "rq_development_host", "rq_minimal_host", "rqtext"),
-    "cli": ("rqtext", "cli_pieces_tests", "rq_stub_library", "rq_failing_calls", "rq_kill_at_call"),
-    "engines": ("all",),
+    "host": (("rqhost",), ("host_test", "rq_host_differential", "text_session", "rqtext", "cli_pieces_tests", *HOSTS),
+             r"host|examples\.text_session|cli\.(pieces|codecs|transforms|tool|streams)|checker\.check_host"),
+    "checker": (("rqcheck",), ("checker_test", "checker_rules_test", *HOSTS, "rqtext"), r"checker"),
+    "cli": (("rqtool", "rqtext"),
+            ("rqtext", "cli_pieces_tests", "rq_stub_library", "rq_failing_calls", "rq_kill_at_call", *HOSTS),
+            r"cli\.|checker\.check_host"),
+    "engines": (("rq_engines", "rq_sqlite", "rq_postgresql", "rq_postgresql_callbacks", "rq_postgresql_checked",
+                 "rq_engines_differential"),
+                ("rq_sqlite", "rq_sqlite_threads", "rq_engines_differential", "rq_postgresql", "rq_postgresql_callbacks",
+                 "rq_postgresql_checked", "rqtext"), r"engines\."),
 }
 MOST_ROUNDS = 12  # of leaving out what the compiler refuses
-LIST_UNITTESTS = """import sys, unittest
-def show(tests):
-    for test in tests:
-        show(test) if isinstance(test, unittest.TestSuite) else print(test.id())
-show(unittest.defaultTestLoader.loadTestsFromName(sys.argv[1]))"""
 
 
-def programs_of(rooms):
-    """What the tests of these rooms run."""
-    wanted = set()
-    for room in rooms:
-        pattern = re.compile(ROOMS[room][1])
-        wanted |= {p for r, programs in PROGRAMS.items() if pattern.match(r + ".") or r == room for p in programs}
-    return sorted(wanted)
+def write(path, text):
+    """Writes what is not there already, so that a build that is kept makes nothing anew."""
+    if not path.exists() or path.read_bytes() != text:
+        path.parent.mkdir(parents=True, exist_ok=True)
+        path.write_bytes(text)
 
 
 class Tree:
     """The copy, and the mutants that it is built with."""
 
-    def __init__(self, root, rooms, texts, folder):
-        self.rooms, self.texts = rooms, texts
+    def __init__(self, root, rooms, texts, folder, jobs):
+        self.rooms, self.texts, self.folder, self.jobs = rooms, texts, folder, jobs
         self.sources, self.build = folder / "tree", folder / "build"
-        listed = subprocess.run(["git", "-C", str(root), "ls-files", "-z"], check=True, capture_output=True, text=True)
+        self.mutants_of, self.left = collections.defaultdict(list), set()
+        self.programs = sorted({program for room in rooms for program in ROOMS[room][1]})
+        self.tests = re.compile("|".join(ROOMS[room][2] for room in rooms))
+        listed = subprocess.run(["git", "-C", str(root), "ls-files", "-z", "-co", "--exclude-standard"], check=True,
+                                capture_output=True, text=True)
         for name in filter(None, listed.stdout.split("\0")):
-            if (root / name).is_file():
-                (self.sources / name).parent.mkdir(parents=True, exist_ok=True)
-                shutil.copy(root / name, self.sources / name)
-        switch = folder / "libswitch.a"
+            if (root / name).is_file() and name not in texts:
+                write(self.sources / name, (root / name).read_bytes())
+                (self.sources / name).chmod((root / name).stat().st_mode)
+        self.environment = dict(os.environ, CCACHE_BASEDIR=str(folder))
+        switch, includes = folder / "libswitch.a", HERE / "switches.cmake"
         subprocess.run(["cc", "-O1", "-fPIC", "-c", str(HERE / "switch.c"), "-o", str(folder / "switch.o")], check=True)
-        subprocess.run(["ar", "rc", str(switch), str(folder / "switch.o")], check=True)
-        targets = ";".join(target for room in rooms for target in ROOMS[room][0])
-        subprocess.run(["cmake", "--preset", "gcc", "-B", str(self.build), f"-DRQ_SWITCHED={targets}",
-                        f"-DRQ_SWITCH={switch}", f"-DCMAKE_PROJECT_rquni_INCLUDE={HERE / 'switches.cmake'}"],
-                       cwd=self.sources, check=True, stdout=subprocess.DEVNULL)
+        subprocess.run(["ar", "rcD", str(switch), str(folder / "switch.o")], check=True)
+        self.targets = [target for room in rooms for target in ROOMS[room][0]]
+        for name, text in texts.items():
+            write(self.sources / name, text.encode())
+        subprocess.run(["cmake", "--preset", "gcc", "-B", str(self.build), f"-DRQ_SWITCHED={';'.join(self.targets)}",
+                        f"-DRQ_SWITCH={switch}", f"-DCMAKE_PROJECT_rquni_INCLUDE={includes}"],
+                       cwd=self.sources, check=True, stdout=subprocess.DEVNULL, env=self.environment)
 
-    def write(self, names, mutants_of, left):
+    def write(self, names):
         for name in names:
-            places = {m.begin: (m.place, m.number - m.place + 1) for m in mutants_of[name] if m not in left}
-            (self.sources / name).write_text(switched.switched(name, self.texts[name], places))
+            write(self.sources / name, switched.switched(name, self.texts[name], self.places(name)).encode())
 
-    def build_switched(self, mutants, jobs):
-        """Builds all. Returns the mutants that the compiler refuses as a switch."""
-        mutants_of = collections.defaultdict(list)
+    def places(self, name):
+        return {m.begin: (m.place, m.number - m.place + 1) for m in self.mutants_of[name] if m not in self.left}
+
+    def ninja(self):
+        return subprocess.run(["ninja", "-C", str(self.build), "-k0", f"-j{self.jobs}", *self.programs],
+                              capture_output=True, text=True, check=False, env=self.environment)
+
+    def build_switched(self, mutants):
+        """Builds all. Those that the compiler refuses as a switch are in `left` then."""
         for mutant in mutants:
-            mutants_of[mutant.file].append(mutant)
-        left = {mutant for mutant in mutants if not switched.can_be(self.texts[mutant.file], mutant)}
-        changed = set(mutants_of)
-        place = re.compile(rf"^\S*?((?:{'|'.join(self.rooms)})/[\w/.]+):(\d+):\d+: +(?:error|required from here)", re.M)
+            self.mutants_of[mutant.file].append(mutant)
+        known = self.folder / "left"  # from the last time in this folder
+        labels = set(known.read_text().splitlines()) if known.exists() else ()
+        self.left = {m for m in mutants if m.label in labels or not switched.can_be(self.texts[m.file], m)}
+        named = rf"\S*?((?:{'|'.join(self.rooms)})/[\w/.]+):(\d+):\d+:"
+        place = re.compile(rf"(?:^|inlined from .* at ){named}(?: +(?:error|required from here)|$)", re.M)
         for _ in range(MOST_ROUNDS):
-            self.write(changed, mutants_of, left)
-            done = subprocess.run(["ninja", "-C", str(self.build), "-k0", f"-j{jobs}", *programs_of(self.rooms)],
-                                  capture_output=True, text=True, check=False)
+            self.write(self.mutants_of)
+            done = self.ninja()
             if done.returncode == 0:
-                return left
+                known.write_text("".join(f"{m.label}\n" for m in mutants if m in self.left))
+                return
             lines = {(name, int(line)) for name, line in place.findall(done.stdout)}
-            more = {m for name, line in lines for m in mutants_of[name]
-                    if self.texts[name].count("\n", 0, m.begin) + 1 == line} - left
+            more = {m for name, line in lines for m in self.mutants_of[name]
+                    if self.texts[name].count("\n", 0, m.begin) + 1 == line} - self.left
             if not more:
                 raise RuntimeError(done.stdout[-4000:])
-            left |= more
-            changed = {m.file for m in more}
+            self.left |= more
         raise RuntimeError("the switched tree does not build")
 
+    def objects(self):
+        """A sum over what the compiler makes of the rooms."""
+        total = hashlib.sha256()
+        for path in sorted(path for target in self.targets for path in self.build.rglob(f"{target}.dir/**/*.o")):
+            total.update(path.read_bytes())
+        return total.digest()
 
-class Suite(suite.Suite):
-    """The tests of ctest in the copy: those on GoogleTest and unittest one by one."""
+    def build_one(self, mutant):
+        """Builds a mutant beside the switches of the others: whether the compiler takes it."""
+        text, longer = self.texts[mutant.file], len(mutant.other) - (mutant.end - mutant.begin)
+        places = {begin + (longer if begin > mutant.begin else 0): switch
+                  for begin, switch in self.places(mutant.file).items() if begin != mutant.begin}
+        text = text[:mutant.begin] + mutant.other + text[mutant.end:]
+        write(self.sources / mutant.file, switched.switched(mutant.file, text, places).encode())
+        return self.ninja().returncode == 0
 
-    def __init__(self, tree, folder, patience):  # pylint: disable=super-init-not-called
-        self.folder, self.patience, self.tree = folder, patience, tree
-        self.history, self.folders = {}, collections.Counter()
-        pattern = re.compile("|".join(ROOMS[room][1] for room in tree.rooms))
-        shown = subprocess.run(["ctest", "--test-dir", str(tree.build), "--show-only=json-v1"], check=True,
-                               capture_output=True, text=True).stdout
-        self.tests = []
-        for entry in json.loads(shown)["tests"]:
-            if pattern.match(entry["name"]) and entry.get("command"):
-                self.tests += self.made_of(entry)
-
-    def made_of(self, entry):
-        properties = {p["name"]: p["value"] for p in entry["properties"]}
-        environment = dict(pair.split("=", 1) for pair in properties.get("ENVIRONMENT", []))
-        place, command = properties["WORKING_DIRECTORY"], entry["command"]
-        if "unittest" in command:
-            listed = subprocess.run([*command[:2], "-c", LIST_UNITTESTS, command[-1][:-3]], cwd=place, check=True,
-                                    capture_output=True, text=True, env=dict(os.environ, **environment)).stdout
-            commands = [command[:-1] + [name] for name in listed.split()]
-        elif command[-1].startswith("--gtest_filter=-"):
-            listed = subprocess.run([command[0], "--gtest_list_tests"], check=True, capture_output=True, text=True).stdout
-            commands = [[command[0], f"--gtest_filter={name}"] for name in suite.googletests(listed)]
-        else:
-            commands = [command]
-        for words in commands:
-            test = suite.Test(f"{entry['name']} {words[-1]}", words[0], words[1:])
-            test.environment, test.place = environment, place
-            yield test
-
-    def run(self, test, folder, mutant=0, reached=None):
-        environment = dict(os.environ, **test.environment, RQ_MUTANT=str(mutant), PYTHONDONTWRITEBYTECODE="1")
-        refusal = folder / f"refused.{mutant}"
-        environment["RQ_REFUSED"] = str(refusal)
-        if reached:
-            environment["RQ_REACHED"] = str(reached)
-        limit, start = 30 + int(3 * test.seconds), time.monotonic()
-        with subprocess.Popen(["timeout", "-k1", str(limit), test.program, *test.arguments], cwd=test.place,
-                              env=environment, stdin=subprocess.DEVNULL, stdout=subprocess.DEVNULL,
-                              stderr=subprocess.DEVNULL, start_new_session=True) as process:
-            status = process.wait()
-        if refusal.exists():
-            refusal.unlink()
-            status = suite.REFUSED
-        return status, time.monotonic() - start
+    def restore(self, mutant):
+        self.write([mutant.file])

@@ -33,6 +33,11 @@ class Mutant:
     place: int = 0  # the number that its place is known by
     tests: tuple = ()  # those that reach it
 
+    @property
+    def function(self):
+        """The file and the function or table that it stands in, as its name has them."""
+        return ": ".join(self.label.split(": ")[:2])
+
 
 def is_operator(text, match):
     """Binary operators of our format stand between blanks; what does not is a template, a pointer or a sign."""

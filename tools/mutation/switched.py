@@ -10,7 +10,7 @@ UNARY = {"!": "Not", "~": "Complement", "++": "Increment", "--": "Decrement"}
 
 # Lines whose values must be constant for the compiler: what macros may paste, constraints, immediate operands.
 CONSTANT = re.compile(r"\bRQ_[A-Z_]+\(|\brequires\b|\bconcept\b|\bsame_as\b"
-                      r"|_mm\w*_(shuffle_epi32|extracti128|\w*gather)")
+                      r"|_mm\w*_(shuffle_epi32|extracti128|srli_si256|permute4x64|\w*gather)")
 CONSTANT_AT_RUN_TIME = re.compile(r"std::array<\S+ |constexpr std::(?:size_t|int8_t)|<\d+>\(")
 
 
