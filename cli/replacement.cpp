@@ -226,7 +226,7 @@ Done Replacement::replace() {
 
 Done Replacement::syncFolder() const {
   if (cli::syncFolder(folder_, input_.descriptor())) return host::done();
-  return failure("bring to the disk the folder of", errno);
+  return failure("save the folder of", errno);
 }
 
 /// One call for each file system, which waits once for all texts. False if there is anything to be said of one of

@@ -11,12 +11,20 @@
 namespace rq::cli {
 namespace {
 
+/// What another library leaves empty.
+constexpr const char* missing = "missing";
+
+std::string textOf(const char* word) {
+  return word != nullptr ? word : missing;
+}
+
 std::string withoutBlanksAtTheEnd(std::string text) {
   text.erase(text.find_last_not_of(' ') + 1);
   return text;
 }
 
 std::string versionFrom(RQInterface* object, decltype(RQInterface::getVersion) slot) {
+  if (slot == nullptr) return missing;
   std::uint64_t major = 0;
   std::uint64_t minor = 0;
   std::uint64_t patch = 0;
@@ -112,18 +120,18 @@ Done showInfo(const Job& job, Progress&, Output& output) {
       {"library version", versionFrom(object, object->getVersion)},
       {"host interface required", versionFrom(object, object->getReqVersion)},
       {"extension interface", "9.1"},
-      {"version stamp", record.version},
-      {"stream", record.stream},
+      {"version stamp", textOf(record.version)},
+      {"stream", textOf(record.stream)},
       {"build time", static_cast<std::uint64_t>(record.buildTime)},
-      {"build date", record.buildDate},
-      {"build machine", record.machine},
-      {"prefix", record.prefix},
-      {"component", record.component},
-      {"group", record.group},
-      {"build identifier", record.buildId},
-      {"second build identifier", record.secondBuildId},
-      {"hot fix", withoutBlanksAtTheEnd(record.hotFix)},
-      {"image description", withoutBlanksAtTheEnd(record.imageDescription)},
+      {"build date", textOf(record.buildDate)},
+      {"build machine", textOf(record.machine)},
+      {"prefix", textOf(record.prefix)},
+      {"component", textOf(record.component)},
+      {"group", textOf(record.group)},
+      {"build identifier", textOf(record.buildId)},
+      {"second build identifier", textOf(record.secondBuildId)},
+      {"hot fix", withoutBlanksAtTheEnd(textOf(record.hotFix))},
+      {"image description", withoutBlanksAtTheEnd(textOf(record.imageDescription))},
       {"kernels", kernels()},
   };
   return output.write(job.json ? jsonLine(withJsonNames(rows)) : table(rows));

@@ -8,8 +8,8 @@
 
 namespace rq::cli {
 
-/// Text for which threads are not worth their start.
-inline constexpr std::size_t littleText = std::size_t{1} << 20;
+/// Text for which threads are not worth their start, which costs as much time as one or two million bytes take.
+inline constexpr std::size_t littleText = std::size_t{2} << 20;
 
 /// Writes the results of all texts to the output, or those of each file into that file.
 Done runOverTexts(const Job& job, const TextOperation& operation, Progress& progress, Output& output,

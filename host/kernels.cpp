@@ -30,7 +30,7 @@ std::string_view nameOf(KernelSet set) {
 
 KernelChoice chooseKernels(const ProcessorOffers& processor, std::string_view wanted) {
   const KernelSet widest = processor.avx512 ? KernelSet::avx512 : processor.avx2 ? KernelSet::avx2 : KernelSet::sse2;
-  KernelChoice choice{widest, widest, std::string(wanted)};
+  KernelChoice choice{widest, std::string(wanted)};
   for (const KernelSet lesser : {KernelSet::sse2, KernelSet::avx2})
     if (wanted == nameOf(lesser) && lesser < widest) choice.inUse = lesser;
   return choice;

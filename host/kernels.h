@@ -19,8 +19,7 @@ struct ProcessorOffers {
 };
 
 struct KernelChoice {
-  KernelSet widest;    // that processor and system offer
-  KernelSet inUse;     // a lesser one if RQUNI_KERNELS names it
+  KernelSet inUse;     // the widest that processor and system offer, or a lesser one that RQUNI_KERNELS names
   std::string wanted;  // RQUNI_KERNELS, empty where it is not set or not obeyed
 };
 

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <optional>
 
 #include "frame/types.h"
 
@@ -70,42 +71,69 @@ struct Lines {
   std::uint64_t ends = 0, charactersBehind = 0;
 };
 
-/// Counts over the units of a text: those that end a line, and behind the last of them those that begin a character.
-/// Blocks count in a unit, which compilers vectorise.
+constexpr std::size_t blockUnits = 128;  // no unit is too small to count them
+
+template <class Unit>
+Unit unitAt(Bytes text, std::size_t index) {
+  Unit unit;
+  std::memcpy(&unit, &text[index * sizeof unit], sizeof unit);
+  return unit;
+}
+
+/// Counts in a unit, which compilers vectorise.
+template <class Unit, class Counts>
+Unit countBlock(Bytes text, std::size_t begin, Counts counts) {
+  Unit count = 0;
+  for (std::size_t i = 0; i < blockUnits; ++i)
+    count = static_cast<Unit>(count + (counts(unitAt<Unit>(text, begin + i)) ? 1 : 0));
+  return count;
+}
+
+template <class Unit, class Counts>
+std::uint64_t countUnits(Bytes text, Counts counts) {
+  const std::size_t units = text.size() / sizeof(Unit);
+  std::uint64_t count = 0;
+  std::size_t i = 0;
+  for (; units - i >= blockUnits; i += blockUnits) count += countBlock<Unit>(text, i, counts);
+  for (; i < units; ++i) count += counts(unitAt<Unit>(text, i)) ? 1U : 0U;
+  return count;
+}
+
+/// Counts the units of a text that end a line, and behind the last of them those that begin a character.
 template <class Unit, class Begins>
 Lines countLines(Bytes text, Unit lineFeed, Begins begins) {
-  constexpr std::size_t block = 128;
-  const std::size_t units = text.size() / sizeof(Unit);
-  const auto endsLine = [=](std::size_t i) {
-    Unit unit;
-    std::memcpy(&unit, &text[i * sizeof unit], sizeof unit);
-    return unit == lineFeed;
-  };
-  Lines lines;
-  std::size_t i = 0;
-  for (; units - i >= block; i += block) {
-    Unit ends = 0;
-    for (std::size_t k = 0; k < block; ++k) ends = static_cast<Unit>(ends + (endsLine(i + k) ? 1 : 0));
-    lines.ends += ends;
+  const auto endsLine = [lineFeed](Unit unit) { return unit == lineFeed; };
+  std::size_t behind = text.size() / sizeof(Unit);
+  while (behind >= blockUnits && countBlock<Unit>(text, behind - blockUnits, endsLine) == 0) behind -= blockUnits;
+  while (behind > 0 && !endsLine(unitAt<Unit>(text, behind - 1))) --behind;
+  const std::size_t bytes = behind * sizeof(Unit);
+  return {countUnits<Unit>(text.first(bytes), endsLine), countUnits<Unit>(text.subspan(bytes), begins)};
+}
+
+/// The byte of a single-byte encoding that ends a line; nothing for other encodings, or if there are two.
+std::optional<std::uint8_t> lineEndByte(const Encoding& encoding) {
+  if (unitBytes(encoding) != 1) return std::nullopt;
+  const Codec& codec = *codecOf(encoding.identifier);
+  std::optional<std::uint8_t> found;
+  for (unsigned value = 0; value < 0x100; ++value) {
+    const auto byte = static_cast<std::byte>(value);
+    char32_t character = 0;
+    if (codec.decodeOne({&byte, 1}, character, true).produced == 0 || character != U'\n') continue;
+    if (found) return std::nullopt;
+    found = static_cast<std::uint8_t>(value);
   }
-  for (; i < units; ++i) lines.ends += endsLine(i) ? 1U : 0U;
-  std::size_t behind = units;
-  while (behind > 0 && !endsLine(behind - 1)) --behind;
-  for (; behind < units; ++behind) lines.charactersBehind += begins(behind * sizeof(Unit)) ? 1U : 0U;
-  return lines;
+  return found;
 }
 
 Lines linesOf(const Encoding& encoding, Bytes text) {
-  const auto beginsPair = [&](std::size_t at) { return (utf16At(encoding, text, at) & 0xFC00) != 0xDC00; };
-  const auto always = [](std::size_t) { return true; };
+  const auto always = [](auto) { return true; };
   switch (encoding.identifier) {
     case RQ_ENCODING_UTF8:
-      return countLines<std::uint8_t>(text, '\n',
-                                      [text](std::size_t at) { return (byteAt(text, at) & 0xC0) != 0x80; });
+      return countLines<std::uint8_t>(text, '\n', [](std::uint8_t byte) { return (byte & 0xC0) != 0x80; });
     case RQ_ENCODING_UTF16_LITTLE:
-      return countLines<std::uint16_t>(text, '\n', beginsPair);
+      return countLines<std::uint16_t>(text, '\n', [](std::uint16_t unit) { return (unit & 0xFC00) != 0xDC00; });
     case RQ_ENCODING_UTF16_BIG:
-      return countLines<std::uint16_t>(text, '\n' << 8, beginsPair);
+      return countLines<std::uint16_t>(text, '\n' << 8, [](std::uint16_t unit) { return (unit & 0xFC) != 0xDC; });
     case RQ_ENCODING_UTF32_LITTLE:
       return countLines<std::uint32_t>(text, '\n', always);
     case RQ_ENCODING_UTF32_BIG:
@@ -113,6 +141,7 @@ Lines linesOf(const Encoding& encoding, Bytes text) {
     default:
       break;
   }
+  if (const auto lineEnd = lineEndByte(encoding)) return countLines<std::uint8_t>(text, *lineEnd, always);
   Lines lines;
   readCharacters(*codecOf(encoding.identifier), text, [&](std::span<const char32_t> piece) {
     const Lines more = countLines<char32_t>(std::as_bytes(piece), U'\n', always);

@@ -93,7 +93,7 @@ std::string describe(const Problem& problem, const Encoding& source, const Encod
   const std::string bytes = "bytes " + hexadecimal(problem.bytes) + at;
   switch (problem.outcome) {
     case Outcome::truncated:
-      return "the text ends inside a character: " + bytes + ", need more to be valid " + source.name;
+      return "the text ends inside a character: " + bytes + ", are not a whole character of " + source.name;
     case Outcome::malformed:
       return "invalid " + bytes + ": not valid in " + source.name;
     case Outcome::unmappable: {

@@ -12,6 +12,7 @@
 #include "cli/pipeline.h"
 #include "cli/text_operation.h"
 #include "host/host.h"
+#include "host/pieces.h"
 #include "host/text_work.h"
 
 namespace rq::cli {
@@ -354,6 +355,41 @@ TEST(Pieces, LongFilesAsTheWhole) {
           "result: " + std::to_string(*whole->measure(TextWork::Measure::width, bytesOf(text))) + "\n");
   }
   ::unlink(file.c_str());
+}
+
+std::string inEncoding(const Encoding& encoding, const std::u32string& written) {
+  return host::convertAll(*host::codecOf(RQ_ENCODING_UTF32_LITTLE), *host::codecOf(encoding.identifier),
+                          std::as_bytes(std::span(written)))
+      .value_or("");
+}
+
+void checkPositionBehind(const Encoding& encoding, const std::u32string& written, const host::Position& start) {
+  const std::string text = inEncoding(encoding, written);
+  const std::size_t lineEnd = written.rfind(U'\n');
+  const host::Position behind = host::positionBehind(encoding, bytesOf(text), start);
+  EXPECT_EQ(behind.offset, start.offset + text.size());
+  EXPECT_EQ(behind.line, start.line + static_cast<std::size_t>(std::ranges::count(written, U'\n')));
+  EXPECT_EQ(behind.column,
+            lineEnd == std::u32string::npos ? start.column + written.size() : written.size() - lineEnd);
+}
+
+TEST(Pieces, PositionsAreThoseOfCharacters) {
+  std::mt19937 random(37);
+  for (const char* name : {"UTF-8", "UTF-16LE", "UTF-16BE", "UTF-32LE", "UTF-32BE", "ISO-8859-1", "KOI8-R",
+                           "ibm-1047", "GB18030", "Shift_JIS"}) {
+    SCOPED_TRACE(name);
+    const Encoding& encoding = **host::findEncoding(name);
+    std::u32string known;
+    for (const char32_t c : std::u32string(U"ab \u00E9\u0416\u65E5\U0001F600"))
+      if (!inEncoding(encoding, {c}).empty()) known += c;
+    for (int i = 0; i < 200; ++i) {
+      const unsigned oneLineEndIn = std::array{1U, 3U, 200U, 2000U, 1'000'000U}[random() % 5];
+      std::u32string written(random() % 1500, U'\n');
+      for (char32_t& c : written)
+        if (random() % oneLineEndIn != 0) c = known[random() % known.size()];
+      checkPositionBehind(encoding, written, {random() % 100, 1 + random() % 100, 1 + random() % 100});
+    }
+  }
 }
 
 /// The outcome with one thread and with several, of a text in short pieces.

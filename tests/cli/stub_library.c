@@ -5,8 +5,6 @@
 
 #include "frame/rquni.h"
 
-static RQInterface object;
-
 static int failing(const char* how) {
   const char* wished = getenv("RQ_STUB");
   return wished != NULL && strcmp(wished, how) == 0;
@@ -40,6 +38,7 @@ static uint64_t destroy(RQInterface* self) {
       if (both[i] != NULL) both[i]->destroy(both[i]);
     }
   }
+  free(self);
   return 0;
 }
 
@@ -62,15 +61,16 @@ void rqvercn1(RQVersionRecord* destination) {
 
 RQInterface* rquni(RQContext* context, RQJournal* journal) {
   (void)journal;
-  if (failing("object")) return NULL;
+  RQInterface* object = failing("object") ? NULL : calloc(1, sizeof *object);
+  if (object == NULL) return NULL;
   RQOperations operations;
 #include "frame/operations.def"
-  object.plain = object.served = object.wide = operations;
-  object.destroy = destroy;
+  object->plain = object->served = object->wide = operations;
+  object->destroy = destroy;
   for (int form = 0; form < RQ_FORMS && !failing("transcoders"); ++form) {
     RQNlsServices* nls = context->nls;
-    object.transcoders[form].toSession = nls->createTranscoder(nls, RQ_ENCODING_UTF8, RQ_ENCODING_UTF8, 0, 0);
-    object.transcoders[form].fromSession = nls->createTranscoder(nls, RQ_ENCODING_UTF8, RQ_ENCODING_UTF8, 0, 0);
+    object->transcoders[form].toSession = nls->createTranscoder(nls, RQ_ENCODING_UTF8, RQ_ENCODING_UTF8, 0, 0);
+    object->transcoders[form].fromSession = nls->createTranscoder(nls, RQ_ENCODING_UTF8, RQ_ENCODING_UTF8, 0, 0);
   }
-  return &object;
+  return object;
 }

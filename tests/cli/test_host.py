@@ -82,6 +82,8 @@ class WorkWithHost(ToolTest):
         path = self.folder / "own.c"
         path.write_text(f'''#define rquni_host soundHost
 #define main exampleMain
+#include <signal.h>
+#include <unistd.h>
 #include "{PROJECT}/examples/minimal_host.c"
 #undef rquni_host
 #undef main
@@ -90,21 +92,26 @@ class WorkWithHost(ToolTest):
         subprocess.run(["cc", "-std=gnu11", "-shared", "-fPIC", "-I", include, "-o", path.with_suffix(".so"), path], check=True)
         return str(path.with_suffix(".so"))
 
-    def test_a_host_that_reads_less_than_there_is(self):
-        host = self.own_host('''
-static RQStatus half(RQTranscoder* self, const void* in, uint64_t bytes, void* out, uint64_t room, uint64_t* n, uint64_t f) {
-  const int reads = ((Transcoder*)self)->source == ISO_8859_1;
-  return convert(self, in, reads && bytes > 1 ? bytes / 2 : bytes, out, room, n, f);
-}
-static RQTranscoder* create(RQNlsServices* nls, uint64_t from, uint64_t to, uint64_t a, uint64_t b) {
+    def host_that_converts(self, convert):
+        """The same with another way to convert. The function has the name `other`."""
+        return self.own_host(f'''
+{convert}
+static RQTranscoder* create(RQNlsServices* nls, uint64_t from, uint64_t to, uint64_t a, uint64_t b) {{
   RQTranscoder* const made = createTranscoder(nls, from, to, a, b);
-  made->convert = half;
+  made->convert = other;
   return made;
-}
-RQStatus rquni_host(RQKernel** kernel, RQContext** context) {
+}}
+RQStatus rquni_host(RQKernel** kernel, RQContext** context) {{
   soundHost(kernel, context);
   (*context)->nls->createTranscoder = create;
   return RQ_SUCCESS;
+}}''')
+
+    def test_a_host_that_reads_less_than_there_is(self):
+        host = self.host_that_converts('''
+static RQStatus other(RQTranscoder* self, const void* in, uint64_t bytes, void* out, uint64_t room, uint64_t* n, uint64_t f) {
+  const int reads = ((Transcoder*)self)->source == ISO_8859_1;
+  return convert(self, in, reads && bytes > 1 ? bytes / 2 : bytes, out, room, n, f);
 }''')
         for arguments in (["encode", "uparen"], ["encode", "ncr"], ["length"], ["width"]):
             self.fail_with(SYSTEM, "the host reads 2 of the text's 4 characters, with status 0x00000000: it begins at offset 0, "
@@ -118,21 +125,11 @@ RQStatus rquni_host(RQKernel** kernel, RQContext** context) {
                        text="€".encode(), env={**ENVIRONMENT, "RQ_BROKEN": "transcoder.capacity reported"})
 
     def test_a_host_that_fills_whatever_room_it_gets(self):
-        host = self.own_host('''
-static RQStatus fill(RQTranscoder* self, const void* in, uint64_t bytes, void* out, uint64_t room, uint64_t* n, uint64_t f) {
+        host = self.host_that_converts('''
+static RQStatus other(RQTranscoder* self, const void* in, uint64_t bytes, void* out, uint64_t room, uint64_t* n, uint64_t f) {
   (void)self, (void)in, (void)bytes, (void)f;
   memset(out, 'x', *n = room);
   return FAILED;
-}
-static RQTranscoder* create(RQNlsServices* nls, uint64_t from, uint64_t to, uint64_t a, uint64_t b) {
-  RQTranscoder* const made = createTranscoder(nls, from, to, a, b);
-  made->convert = fill;
-  return made;
-}
-RQStatus rquni_host(RQKernel** kernel, RQContext** context) {
-  soundHost(kernel, context);
-  (*context)->nls->createTranscoder = create;
-  return RQ_SUCCESS;
 }''')
         for arguments in (["from", "utf8"], ["to", "utf8"], ["to", "utf32be"]):
             self.fail_with(SYSTEM, "the operation failed with status 0x00000001", *arguments, *LATIN, "--host", host, text=b"x" * 300)
@@ -159,8 +156,18 @@ RQStatus rquni_host(RQKernel** kernel, RQContext** context) { puts("hello"); ret
         self.assertEqual((result.returncode, result.stdout), (DONE, b"1\n"))
         self.assertIn(b"hello", result.stderr)
 
+    def test_a_host_that_crashes_while_it_is_loaded(self):
+        host = self.own_host("__attribute__((constructor)) static void crash(void) { raise(SIGKILL); }")
+        self.fail_with(SYSTEM, "the host crashed with signal 9, Killed", "length", *LATIN, "--host", host, text=b"x")
+
     def test_an_ending_signal_ends_both_processes(self):
-        process = subprocess.Popen([TOOL, "length", "--host", MINIMAL, *LATIN, "--library", LIBRARY], stdin=subprocess.PIPE,
+        self.end_by_a_signal(MINIMAL)  # which waits for input
+
+    def test_an_ending_signal_ends_a_host_that_hangs_while_it_is_loaded(self):
+        self.end_by_a_signal(self.own_host("__attribute__((constructor)) static void hang(void) { for (;;) pause(); }"))
+
+    def end_by_a_signal(self, host):
+        process = subprocess.Popen([TOOL, "length", "--host", host, *LATIN, "--library", LIBRARY], stdin=subprocess.PIPE,
                                    stdout=subprocess.PIPE, stderr=subprocess.PIPE)
         time.sleep(0.3)
         children = pathlib.Path(f"/proc/{process.pid}/task/{process.pid}/children").read_text().split()

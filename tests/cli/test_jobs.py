@@ -50,7 +50,7 @@ class SameAsOne(ToolTest):
 
     def test_the_first_of_several_problems(self):
         text = long_text()
-        for at in (1_500_000, 2_000_000, len(text)):
+        for at in (2_500_000, 3_000_000, len(text)):
             cut = text.rfind(b"\n", 0, at) + 1
             # From a file, whose pieces are the same whoever works on them.
             path = self.file("bad", text[:cut] + b"\xff" + text[cut:] + b"\xfe")
@@ -121,7 +121,7 @@ class SameAsOne(ToolTest):
 
 
 class InPlace(ToolTest):
-    OLD = b"caf&#233; and &#8364;\n" * 700
+    OLD = b"caf&#233; and &#8364;\n" * 1000
     NEW = OLD.replace(b"&#233;", "é".encode()).replace(b"&#8364;", "€".encode())
 
     def files(self, count):

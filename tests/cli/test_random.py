@@ -106,7 +106,9 @@ class Line:
         elif name == "--library":
             self.arguments += [name, self.source.choice([LIBRARY, STUB, STUB, "libc.so.6", "library.so", self.file()])]
         elif name in ("-o", "--output"):
-            self.arguments += [name, self.output()]
+            output = self.output()
+            # In one word: as a file to read it has no end.
+            self.arguments += [f"--output={output}"] if output == "/dev/full" else [name, output]
         elif name == "--pad" and self.source.random() < 0.5:
             self.arguments += [name, "256", "--lines"]
         elif not kind:

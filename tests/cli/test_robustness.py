@@ -66,7 +66,7 @@ class Inputs(ToolTest):
     def test_every_message_about_a_text_says_where(self):
         for message, arguments, text in (
                 ("invalid bytes C3 at offset 3, line 2, column 2: not valid in UTF-8", ["to", "utf8"], b"a\nb\xc3x"),
-                ("bytes E2 82 at offset 3, line 2, column 2, need more", ["to", "utf8"], b"a\nb\xe2\x82"),
+                ("bytes E2 82 at offset 3, line 2, column 2, are not a whole character", ["to", "utf8"], b"a\nb\xe2\x82"),
                 ("character U+20AC at offset 3, line 2, column 2 does not exist", ["from", "utf8", "-s", "latin1"],
                  "a\nb€".encode()),
                 ("the text does not fit into the field: it begins at offset 2, line 2",

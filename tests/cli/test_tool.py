@@ -164,6 +164,7 @@ class Libraries(ToolTest):
                            **self.stub("unsupported"))
 
     def test_library_of_another_interface(self):
+        self.assertIn(b"library version: missing\n", self.succeed("info", "--library", STUB, library=False))
         self.fail_with(SYSTEM, "speaks version 8.1 of the extension interface, the host 9.1", "info", "--library", STUB,
                        **self.stub("version"))
 

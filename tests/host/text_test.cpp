@@ -22,9 +22,9 @@ TEST(TextTest, SaysWhereAndWhyATextIsInvalid) {
                       "\u00E9\nab\xFF"
                       "c"),
             "invalid bytes FF at offset 5, line 2, column 3: not valid in UTF-8");
-  EXPECT_EQ(
-      problemOf("UTF-8", "UTF-8", "\u00E9\xE2\x82"),
-      "the text ends inside a character: bytes E2 82 at offset 2, line 1, column 2, need more to be valid UTF-8");
+  EXPECT_EQ(problemOf("UTF-8", "UTF-8", "\u00E9\xE2\x82"),
+            "the text ends inside a character: bytes E2 82 at offset 2, line 1, column 2, are not a whole character "
+            "of UTF-8");
   EXPECT_EQ(problemOf("UTF-16BE", "UTF-8", "\0A\0\n\xDE\0\0B"s),
             "invalid bytes DE 00 at offset 4, line 2, column 1: not valid in UTF-16BE");
   EXPECT_EQ(problemOf("UTF-8", "ISO-8859-1", "a\n\n\u00E9\U0001F600"),
