@@ -130,6 +130,19 @@ class Memory(ToolTest):
         self.assertLess(self.peak(["decode", "ncr", "--flavour", "t"], ["&#233; and 日本 ".encode("utf-32-le") * 20_000] * 48),
                         self.LIMIT)
 
+    def test_bounded_with_long_fields_for_short_lines(self):
+        lines, field = 4000, 1 << 16
+        with subprocess.Popen([TOOL, "to", "utf16be", "--lines", "--pad", str(field), "-j", "2", "--library", LIBRARY],
+                              stdin=subprocess.PIPE, stdout=subprocess.PIPE) as process:
+            process.stdin.write(b"y\n" * lines)
+            process.stdin.flush()
+            awaited = lines * (field + len("\n".encode("utf-16-be")))
+            while awaited > 0:
+                awaited -= len(process.stdout.read1(1 << 20))
+            self.assertLess(peak_memory(process), self.LIMIT)
+            process.stdin.close()
+            self.assertEqual(process.wait(), DONE)
+
     def test_bounded_when_nothing_but_notations_comes(self):
         for arguments, piece in ((["decode", "ncr"], b"&#233;" * 150_000), (["decode", "ncr"], b"&#;" * 300_000),
                                  (["decode", "uesc"], b"\\u00e9" * 150_000), (["decode", "uparen"], b"<U00E9>" * 150_000),
