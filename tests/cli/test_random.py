@@ -78,6 +78,8 @@ class Line:
                                                                 "transcoder.whole", "transcoder.status", "transcoder.long cut"])
         self.input = FILES[self.source.choice(list(FILES))]
         self.arguments = [word.replace("\0", "") for word in self.arguments]
+        if "--lines" in self.arguments:  # a megabyte for each line of the long file takes minutes to write
+            self.arguments = [word.replace(str(1 << 20), str(1 << 12)) for word in self.arguments]
 
     def file(self):
         kinds = list(FILES) * 2 + ["-", "folder", "missing", "link", "/dev/null", "text/x", "", "./text"]
