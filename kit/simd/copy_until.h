@@ -51,7 +51,8 @@ RQ_READS_WHOLE_VECTORS void copyTerminated(const U* s, U* d) {
   std::uint64_t bits = 0;
   for (int k = 0; k < 3 && !bits; ++k, i += V::lanes) {
     const V v = V::load(s + i);
-    if ((bits = zeros(v))) break;
+    bits = zeros(v);
+    if (bits) break;
     v.store(d + i);
   }
   if (!bits) {
