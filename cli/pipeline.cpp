@@ -83,6 +83,7 @@ Done Pipeline::add(const std::shared_ptr<FileRun>& file, Input& input) {
   if (!operation_.mark.bytes.empty()) input.expectMark(operation_.mark);
   Source source{*this, file, input, PieceReader(input, cut_, operation_.pieceBytes), !input.mayPause()};
   Lock lock(mutex_);
+  // cppcheck-suppress danglingLifetime // the source takes itself out at its end
   source_ = &source;
   while (reading_ || !source.ended) {
     if (Done done = advance(lock); !done) return done;

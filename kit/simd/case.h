@@ -35,11 +35,12 @@ RQ_INLINE std::uint64_t flipWord(std::uint64_t word) {
 /// Fewer than 16 bytes, in pieces that do not overlap: a load from two earlier stores would wait for both.
 template <std::uint8_t first>
 RQ_INLINE void flipBelow16(std::uint8_t* p, std::uint64_t n) {
+  std::uint8_t* rest = p;
   const auto piece = [&](auto unit) {
     using Piece = decltype(unit);
     if (!(n & sizeof(Piece))) return;
-    store(p, static_cast<Piece>(flipWord<first>(load<Piece>(p))));
-    p += sizeof(Piece);
+    store(rest, static_cast<Piece>(flipWord<first>(load<Piece>(rest))));
+    rest += sizeof(Piece);
   };
   piece(std::uint64_t{});
   piece(std::uint32_t{});
