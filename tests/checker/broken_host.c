@@ -119,10 +119,9 @@ static RQStatus faultyConvert(RQTranscoder* self, const void* input, uint64_t in
   stuck = capacity == 1 ? self : NULL;
   if (broken("transcoder.answer") && wasStuck) return *produced = 0, FAILED;
   if (broken("object") && inputBytes == 4 && memcmp(input, "A\0\0\0", 4) == 0) return *produced = 0, FAILED;
-  // On a busy machine each yield is a long wait, so only a few characters have one.
-  if (broken("threads") && inputBytes == 4 && memcmp((const uint8_t*)input + 1, "\0\0", 3) == 0) {
+  if (broken("threads") && inputBytes == 4) {
     memcpy(&shared, input, 4);
-    sched_yield();
+    for (volatile int wait = 100; wait > 0; --wait) continue;  // to give way takes forever on a busy machine
     input = &shared;
   }
   const int toSession = transcoder->target == ISO_8859_1 && transcoder->source != ISO_8859_1;
