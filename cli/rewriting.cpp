@@ -255,8 +255,9 @@ Result<TextOperation> toForm(const Job& job) {
   if (!operation) return operation;
   if (Done possible = checkPad(job); !possible) return possible.error();
   operation->lineEnds = &host::encodingOf(form);
+  if (form != RQ_FORM_UTF8) operation->pieceBytes /= 2;  // the results are two to four times as long
   // Each line becomes a field. Even with a line in each byte, the fields of a piece take 16 usual pieces at most.
-  if (pad) operation->pieceBytes = std::max(pieceBytes * 16 / (*pad + 16), std::uint64_t{1});
+  if (pad) operation->pieceBytes = std::max(operation->pieceBytes * 16 / (*pad + 16), std::uint64_t{1});
   if (job.padBytes && !job.lines) operation->gather = Field(form, *job.padBytes);
   if (isMarked(job.form) || job.byteOrderMark) operation->outputMark = byteOrderMark(form);
   return operation;
