@@ -110,7 +110,7 @@ Finding longTexts(const Subject& subject) {
     text.characters.resize(length);
     text.session =
         convertAll(all.toSession(RQ_FORM_UTF32_NATIVE), bytesOf(std::u32string_view(text.characters))).bytes;
-    for (const std::size_t number : Transcoders::numbers()) {
+    for (std::size_t number = 0; number < Transcoders::count; ++number) {
       if (charactersOf(all, text, number) == bytesOf(std::u32string_view(text.characters))) continue;
       return broken("the transcoder " + Transcoders::nameOf(number) + " converts a text of " + decimal(length) +
                     " characters otherwise than a short one");

@@ -5,7 +5,6 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <numeric>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -94,11 +93,6 @@ class Transcoders {
     return number % 2 == 0 ? pair.toSession : pair.fromSession;
   }
   static constexpr std::size_t count = std::size_t{2} * RQ_FORMS;
-  static constexpr std::array<std::size_t, count> numbers() {
-    std::array<std::size_t, count> all{};
-    std::iota(all.begin(), all.end(), std::size_t{0});
-    return all;
-  }
 
  private:
   std::array<RQTranscoderPair, RQ_FORMS> pairs_;

@@ -9,7 +9,7 @@ namespace {
 
 Finding creation(const Subject& subject) {
   const Transcoders all(subject);
-  for (const std::size_t number : Transcoders::numbers()) {
+  for (std::size_t number = 0; number < Transcoders::count; ++number) {
     if (!all.at(number)) return broken("the transcoder " + Transcoders::nameOf(number) + " is missing");
   }
   return ok();
@@ -17,7 +17,7 @@ Finding creation(const Subject& subject) {
 
 Finding words(const Subject& subject) {
   const Transcoders all(subject);
-  for (const std::size_t number : Transcoders::numbers()) {
+  for (std::size_t number = 0; number < Transcoders::count; ++number) {
     for (const std::string& null : {nullWord(all.at(number)->destroy, 2), nullWord(all.at(number)->convert, 4)}) {
       if (!null.empty()) return broken(null + " in the transcoder " + Transcoders::nameOf(number));
     }
@@ -44,7 +44,7 @@ Finding eachTranscoder(const Subject& subject, const Look& look) {
   const Transcoders all(subject);
   const std::optional<Sample> sample = sampleOf(all);
   if (!sample) return notChecked(noSample);
-  for (const std::size_t number : Transcoders::numbers()) {
+  for (std::size_t number = 0; number < Transcoders::count; ++number) {
     const std::string complaint = look(all, *sample, number);
     if (!complaint.empty()) return broken("the transcoder " + Transcoders::nameOf(number) + " " + complaint);
   }
@@ -219,7 +219,7 @@ Finding returns(const Subject& subject) {
   const Transcoders all(subject);
   const std::vector<std::string> inputs = strangeInputs();
   try {
-    for (const std::size_t number : Transcoders::numbers()) {
+    for (std::size_t number = 0; number < Transcoders::count; ++number) {
       for (const std::string& each : inputs) convertAll(all.at(number), each);
     }
   } catch (...) {
@@ -233,8 +233,7 @@ Finding destroy(const Subject& subject) {
   const std::optional<Sample> sample = sampleOf(all);
   if (!sample) return notChecked(noSample);
   constexpr std::size_t last = Transcoders::count - 1;
-  for (const std::size_t number : Transcoders::numbers()) {
-    if (number == last) break;
+  for (std::size_t number = 0; number < last; ++number) {
     all.at(number)->destroy(all.at(number));
     if (convertAll(all.at(last), inputOf(*sample, last)).bytes != outputOf(*sample, last)) {
       return broken("the transcoder " + Transcoders::nameOf(number) + " took another one with it");
