@@ -6,6 +6,9 @@
 #include "host/host_file.h"
 
 namespace rq::checker {
+
+using std::chrono::milliseconds;
+
 namespace {
 
 bool blocks(const Row& row) {
@@ -21,8 +24,6 @@ const Row* obstacle(const Rule& rule, const std::vector<Row>& rows) {
   }
   return nullptr;
 }
-
-using std::chrono::milliseconds;
 
 }  // namespace
 
@@ -68,12 +69,12 @@ host::Done checkHost(const Entry& enter, const host::Library& library, bool thre
                      const std::function<host::Done(const Row&)>& report, milliseconds patience) {
   const Rule entry = {
       "entry", "rquni_host stores a kernel and a context and returns 0", {}, [](const Subject&) { return ok(); }};
-  const Finding entered = tried(entry, enter, library, threads);
+  const Finding entered = tried(entry, enter, library, threads, patience);
   if (entered.verdict == Verdict::notChecked) return host::Error{host::Error::Kind::system, entered.seen};
   std::vector<Row> rows = {{entry.name, entry.statement, entered}};
   host::Done reported = report(rows.back());
-  milliseconds allowance =
-      patience * 3 / 2;  // the other rules take a few seconds: a host that always hangs ends soon
+  // Hanging rules share the time of one and a half: a host that hangs in all of them ends soon.
+  milliseconds allowance = patience * 3 / 2;
   for (const Rule& rule : allRules()) {
     if (!reported) break;
     const Row* obstructing = obstacle(rule, rows);
