@@ -152,7 +152,8 @@ class Rows {
 class Places {
  public:
   Places(const Workbench& bench, const Text& text)
-      : bytes_(text.bytes),
+      : encoding_(bench.encoding()),
+        bytes_(text.bytes),
         position_(text.start),
         tracker_(bench.codec(), text.bytes, text.start),
         // Then each byte but those that continue a character begins one.
@@ -162,28 +163,11 @@ class Places {
     if (!validUtf8_) return tracker_.advanceTo(offset);
     const Bytes passed = bytes_.subspan(at_, offset - at_);
     at_ = offset;
-    constexpr std::size_t shortStretch = 512;
-    return position_ = passed.size() <= shortStretch ? behindShort(passed) : behind(passed);
+    return position_ = host::positionBehind(encoding_, passed, position_);
   }
 
  private:
-  host::Position behind(Bytes passed) const {
-    return host::positionBehind(*host::findEncoding(RQ_ENCODING_UTF8), passed, position_);
-  }
-  /// The same, without the start of a search by blocks.
-  host::Position behindShort(Bytes passed) const {
-    host::Position position = position_;
-    position.offset += passed.size();
-    if (const void* lineEnd = ::memrchr(passed.data(), '\n', passed.size())) {
-      const auto length = static_cast<std::size_t>(static_cast<const std::byte*>(lineEnd) - passed.data()) + 1;
-      position.line += static_cast<std::uint64_t>(std::ranges::count(passed.first(length), std::byte{'\n'}));
-      position.column = 1;
-      passed = passed.subspan(length);
-    }
-    for (const std::byte byte : passed) position.column += (byte & std::byte{0xC0}) != std::byte{0x80} ? 1U : 0U;
-    return position;
-  }
-
+  const host::Encoding& encoding_;
   const Bytes bytes_;
   std::size_t at_ = 0;
   host::Position position_;

@@ -99,11 +99,27 @@ std::uint64_t countUnits(Bytes text, Counts counts) {
   return count;
 }
 
+/// The same as countLines, without the start of a search by blocks.
+template <class Unit, class Begins>
+Lines countFewLines(Bytes text, Unit lineFeed, Begins begins) {
+  Lines lines;
+  for (std::size_t i = 0; i < text.size() / sizeof(Unit); ++i) {
+    const Unit unit = unitAt<Unit>(text, i);
+    if (unit == lineFeed) {
+      lines = {lines.ends + 1, 0};
+    } else if (begins(unit)) {
+      ++lines.charactersBehind;
+    }
+  }
+  return lines;
+}
+
 /// Counts the units of a text that end a line, and behind the last of them those that begin a character.
 template <class Unit, class Begins>
 Lines countLines(Bytes text, Unit lineFeed, Begins begins) {
   const auto endsLine = [lineFeed](Unit unit) { return unit == lineFeed; };
   std::size_t behind = text.size() / sizeof(Unit);
+  if (behind < blockUnits) return countFewLines(text, lineFeed, begins);
   while (behind >= blockUnits && countBlock<Unit>(text, behind - blockUnits, endsLine) == 0) behind -= blockUnits;
   while (behind > 0 && !endsLine(unitAt<Unit>(text, behind - 1))) --behind;
   const std::size_t bytes = behind * sizeof(Unit);
@@ -125,7 +141,8 @@ std::optional<std::uint8_t> lineEndByte(const Encoding& encoding) {
   return found;
 }
 
-Lines linesOf(const Encoding& encoding, Bytes text) {
+/// Nothing for stateful encodings.
+std::optional<Lines> linesOf(const Encoding& encoding, Bytes text) {
   const auto always = [](auto) { return true; };
   switch (encoding.identifier) {
     case RQ_ENCODING_UTF8:
@@ -141,9 +158,11 @@ Lines linesOf(const Encoding& encoding, Bytes text) {
     default:
       break;
   }
+  const Codec& codec = *codecOf(encoding.identifier);
+  if (codec.stateful()) return std::nullopt;
   if (const auto lineEnd = lineEndByte(encoding)) return countLines<std::uint8_t>(text, *lineEnd, always);
   Lines lines;
-  readCharacters(*codecOf(encoding.identifier), text, [&](std::span<const char32_t> piece) {
+  readCharacters(codec, text, [&](std::span<const char32_t> piece) {
     const Lines more = countLines<char32_t>(std::as_bytes(piece), U'\n', always);
     lines.charactersBehind = more.charactersBehind + (more.ends == 0 ? lines.charactersBehind : 0);
     lines.ends += more.ends;
@@ -196,10 +215,10 @@ bool writesInBlocks(const Encoding& encoding) {
 }
 
 Position positionBehind(const Encoding& encoding, Bytes text, Position start) {
-  if (codecOf(encoding.identifier)->stateful()) return {start.offset + text.size(), start.line, start.column};
-  const Lines lines = linesOf(encoding, text);
-  return {start.offset + text.size(), start.line + lines.ends,
-          (lines.ends == 0 ? start.column : 1) + lines.charactersBehind};
+  const std::optional<Lines> lines = linesOf(encoding, text);
+  start.offset += text.size();
+  if (!lines) return start;
+  return {start.offset, start.line + lines->ends, (lines->ends == 0 ? start.column : 1) + lines->charactersBehind};
 }
 
 std::uint64_t blanksAtEnd(const Encoding& encoding, Bytes text) {
