@@ -102,6 +102,30 @@ static const RQTranscoder* stuck;
 static RQChar shared;
 volatile uint8_t seenBeyond; /* visible, so that the reading is not dropped */
 
+/* Spoils how one character of UTF-32 became `length` bytes of the session. */
+static RQStatus faultyCharacter(RQChar c, uint8_t* output, uint64_t capacity, uint64_t* length, RQStatus status) {
+  if (broken("transcoder.roundTrip") && c == 0xE0) *output = 0xE1;
+  if (broken("transcoder.roundTrip table") && c >= 0xC0 && c <= 0xDF && c != 0xC9) ++*output;
+  if (broken("transcoder.roundTrip abort") && c == 0x491) abort();
+  if (broken("transcoder.roundTrip half") && c == 0xF1) *output = 0x81, *length = 1;
+  while (broken("transcoder.roundTrip hang") && c == 0x2028) sched_yield();
+  if (broken("transcoder.bytes private") && c == 0x80) return *length = 0, FAILED;
+  if (capacity == 0) return status;
+
+  /* What is nobody's may become anything. */
+  const int nobodys = (c >= 0xE000 && c <= 0xF8FF) || c >= 0xF0000 || (c & 0xFFFE) == 0xFFFE;
+  const int otherLetter =
+      (broken("private use") && nobodys) || (broken("transcoder.roundTrip F900") && c == 0xF900) ||
+      (broken("transcoder.roundTrip EFFFD") && c == 0xEFFFD) ||
+      (broken("transcoder.roundTrip FFFD") && c == 0xFFFD) || (broken("transcoder.roundTrip one") && c == 1) ||
+      (broken("transcoder.roundTrip D7FF") && c == 0xD7FF) || (broken("transcoder.bytes private") && c == 0xE000);
+  const int substituted = broken("transcoder.roundTrip substitution") && status != RQ_SUCCESS && c <= 0x10FFFF;
+  if (!otherLetter && !substituted) return status;
+  *output = substituted ? '?' : 'A';
+  *length = 1;
+  return RQ_SUCCESS;
+}
+
 static RQStatus faultyConvert(RQTranscoder* self, const void* input, uint64_t inputBytes, void* output,
                               uint64_t capacity, uint64_t* produced, uint64_t flags) {
   expect(flags, 0);
@@ -128,42 +152,7 @@ static RQStatus faultyConvert(RQTranscoder* self, const void* input, uint64_t in
   const int toSession = transcoder->target == ISO_8859_1 && transcoder->source != ISO_8859_1;
   RQStatus status = convert(self, input, inputBytes, output, capacity, &length, flags);
   if (inputBytes == 4 && transcoder->source == RQ_ENCODING_UTF32_LITTLE && toSession) {
-    RQChar c;
-    memcpy(&c, input, 4);
-    if (broken("transcoder.roundTrip") && c == 0xE0) *(uint8_t*)output = 0xE1;
-    if (broken("transcoder.roundTrip table") && c >= 0xC0 && c <= 0xDF && c != 0xC9) ++*(uint8_t*)output;
-    if (broken("transcoder.roundTrip abort") && c == 0x491) abort();
-    if (broken("transcoder.roundTrip half") && c == 0xF1) *(uint8_t*)output = 0x81, length = 1;
-    if (broken("transcoder.roundTrip substitution") && status != RQ_SUCCESS && c <= 0x10FFFF && capacity > 0) {
-      *(uint8_t*)output = '?';
-      length = 1;
-      status = RQ_SUCCESS;
-    }
-    if (broken("transcoder.roundTrip hang")) {
-      while (c == 0x2028) sched_yield();
-    }
-  }
-  if (inputBytes == 4 && transcoder->source == RQ_ENCODING_UTF32_LITTLE && toSession) {
-    RQChar c;
-    memcpy(&c, input, 4);
-    /* What is nobody's may become anything. */
-    const int nobodys = (c >= 0xE000 && c <= 0xF8FF) || c >= 0xF0000 || (c & 0xFFFE) == 0xFFFE;
-    const int other = (broken("private use") && nobodys) || (broken("transcoder.roundTrip F900") && c == 0xF900) ||
-                      (broken("transcoder.roundTrip EFFFD") && c == 0xEFFFD) ||
-                      (broken("transcoder.roundTrip FFFD") && c == 0xFFFD) ||
-                      (broken("transcoder.roundTrip one") && c == 1) ||
-                      (broken("transcoder.roundTrip D7FF") && c == 0xD7FF);
-    if (other && capacity > 0) {
-      *(uint8_t*)output = 'A';
-      length = 1;
-      status = RQ_SUCCESS;
-    }
-    if (broken("transcoder.bytes private") && c == 0x80) length = 0, status = FAILED;
-    if (broken("transcoder.bytes private") && c == 0xE000 && capacity > 0) {
-      *(uint8_t*)output = 'A';
-      length = 1;
-      status = RQ_SUCCESS;
-    }
+    status = faultyCharacter(readUnit(RQ_ENCODING_UTF32_LITTLE, input), output, capacity, &length, status);
   }
   if (broken("transcoder.bytes private") && transcoder->source == ISO_8859_1 && inputBytes == 1 && length == 4 &&
       *(const uint8_t*)input == 0x80 && transcoder->target == RQ_ENCODING_UTF32_LITTLE) {
