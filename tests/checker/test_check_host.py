@@ -7,6 +7,7 @@ import subprocess
 import time
 import unittest
 
+from rules import NOT_CHECKED_WITHOUT_CASES
 from tool import DATA, DONE, LIBRARY, PROJECT, SANITIZED, SYSTEM, TOOL, USAGE, ToolTest, run
 
 MINIMAL, BROKEN, DEVELOPMENT = (os.environ[f"RQ_{name}_HOST"] for name in ("MINIMAL", "BROKEN", "DEVELOPMENT"))
@@ -40,9 +41,7 @@ class CheckHost(ToolTest):
     def test_the_smallest_host_passes(self):
         rows, _ = self.rows(DONE, MINIMAL)
         self.assertEqual(self.with_verdict(rows, "broken"), set())
-        # It has no case service.
-        self.assertEqual(self.with_verdict(rows, "not checked"),
-                         {"case.words", "case.any", "case.charset", "charset.length", "charset.letters", "threads"})
+        self.assertEqual(self.with_verdict(rows, "not checked"), NOT_CHECKED_WITHOUT_CASES)
 
     def test_the_development_host_passes(self):
         rows, _ = self.rows(DONE, "--threads", DEVELOPMENT)
