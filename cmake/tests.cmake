@@ -41,6 +41,16 @@ function(rq_add_native_test name)
   endforeach()
 endfunction()
 
+# The tests' own code need not be fast; the library that they load is.
+set(RQ_TEST_FLAGS $<$<CONFIG:Release>:-O1>)
+# A third of the time that a test takes to compile goes into GoogleTest's header. All programs share one copy, which
+# belongs to a program of its own: whoever reuses a copy builds its owner as well.
+file(CONFIGURE OUTPUT ${PROJECT_BINARY_DIR}/googletest.cpp CONTENT "int main() {}\n")
+add_executable(rq_googletest EXCLUDE_FROM_ALL ${PROJECT_BINARY_DIR}/googletest.cpp)
+target_link_libraries(rq_googletest PRIVATE rq_warnings GTest::gtest)
+target_compile_options(rq_googletest PRIVATE ${RQ_TEST_FLAGS})
+target_precompile_headers(rq_googletest PRIVATE <gtest/gtest.h>)
+
 # rq_add_googletest(PROGRAM [NAME NAME] [LONG FILTER] [KERNELS] [LABELS LABEL...] [ENVIRONMENT NAME=VALUE...])
 # The tests of a program on GoogleTest, in one process: NAME, and NAME.long for those that FILTER chooses. With KERNELS
 # once with each set of kernels, which ends the names.
@@ -49,16 +59,8 @@ function(rq_add_googletest program)
   if(NOT test_NAME)
     set(test_NAME ${program})
   endif()
-  # The tests' own code need not be fast; the library that they load is.
-  target_compile_options(${program} PRIVATE $<$<CONFIG:Release>:-O1>)
-  # A third of the time that a test takes to compile goes into this header. All programs share one copy.
-  get_property(first GLOBAL PROPERTY RQ_FIRST_GOOGLETEST)
-  if(first)
-    target_precompile_headers(${program} REUSE_FROM ${first})
-  else()
-    target_precompile_headers(${program} PRIVATE <gtest/gtest.h>)
-    set_property(GLOBAL PROPERTY RQ_FIRST_GOOGLETEST ${program})
-  endif()
+  target_compile_options(${program} PRIVATE ${RQ_TEST_FLAGS})
+  target_precompile_headers(${program} REUSE_FROM rq_googletest)
   set(ends "-") # a list of one empty string has no elements
   if(test_KERNELS)
     set(ends .sse2 .avx2 .avx512)
