@@ -23,34 +23,56 @@ constexpr bool isScalar(RQChar value) {
 
 struct Utf8 {
   static std::uint64_t read(const std::uint8_t* in, std::uint64_t left, RQChar* character) {
-    const std::uint8_t lead = in[0];
+    const RQChar lead = in[0];
     if (lead < 0x80) {
       *character = lead;
       return 1;
     }
-    const std::uint64_t length = lead < 0xC2 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : lead < 0xF5 ? 4 : 0;
-    if (length == 0 || length > left) return 0;
-    RQChar value = lead & (0x7FU >> length);
-    for (std::uint64_t i = 1; i < length; ++i) {
-      if ((in[i] & 0xC0) != 0x80) return 0;
-      value = value << 6 | (in[i] & 0x3F);
+    if (lead < 0xC2 || lead >= 0xF5) return 0;
+    const auto trail = [in](int i) { return RQChar{in[i]} ^ 0x80; };  // its six bits; above 0x3F in any other byte
+    if (lead < 0xE0) {
+      if (left < 2 || trail(1) > 0x3F) return 0;
+      *character = (lead & 0x1F) << 6 | trail(1);
+      return 2;
     }
-    const RQChar least = length == 2 ? 0x80 : length == 3 ? 0x800 : 0x10000;
-    if (value < least || !isScalar(value)) return 0;
+    if (lead < 0xF0) {
+      if (left < 3 || (trail(1) | trail(2)) > 0x3F) return 0;
+      const RQChar value = (lead & 0x0F) << 12 | trail(1) << 6 | trail(2);
+      if (value < 0x800 || !isScalar(value)) return 0;
+      *character = value;
+      return 3;
+    }
+    if (left < 4 || (trail(1) | trail(2) | trail(3)) > 0x3F) return 0;
+    const RQChar value = (lead & 0x07) << 18 | trail(1) << 12 | trail(2) << 6 | trail(3);
+    if (value < 0x10000 || !isScalar(value)) return 0;
     *character = value;
-    return length;
+    return 4;
   }
 
   static std::uint64_t write(RQChar character, std::uint8_t* out) {
+    const auto trail = [character](int shift) {
+      return static_cast<std::uint8_t>(0x80 | (character >> shift & 0x3F));
+    };
     if (character < 0x80) {
       out[0] = static_cast<std::uint8_t>(character);
       return 1;
     }
-    const std::uint64_t length = character < 0x800 ? 2 : character < 0x10000 ? 3 : 4;
-    for (std::uint64_t i = length; --i > 0; character >>= 6)
-      out[i] = static_cast<std::uint8_t>(0x80 | (character & 0x3F));
-    out[0] = static_cast<std::uint8_t>(0xF00U >> length | character);
-    return length;
+    if (character < 0x800) {
+      out[0] = static_cast<std::uint8_t>(0xC0 | character >> 6);
+      out[1] = trail(0);
+      return 2;
+    }
+    if (character < 0x10000) {
+      out[0] = static_cast<std::uint8_t>(0xE0 | character >> 12);
+      out[1] = trail(6);
+      out[2] = trail(0);
+      return 3;
+    }
+    out[0] = static_cast<std::uint8_t>(0xF0 | character >> 18);
+    out[1] = trail(12);
+    out[2] = trail(6);
+    out[3] = trail(0);
+    return 4;
   }
 };
 
