@@ -18,7 +18,7 @@ inline constexpr std::uint64_t longestCharacter = 4;
 
 /// Whether a value is a Unicode scalar value: at most U+10FFFF and no surrogate.
 constexpr bool isScalar(RQChar value) {
-  return value < 0xD800 || (value > 0xDFFF && value <= 0x10FFFF);
+  return (value & ~RQChar{0x7FF}) != 0xD800 && value <= 0x10FFFF;
 }
 
 struct Utf8 {
@@ -28,22 +28,21 @@ struct Utf8 {
       *character = lead;
       return 1;
     }
-    if (lead < 0xC2 || lead >= 0xF5) return 0;
-    const auto trail = [in](int i) { return RQChar{in[i]} ^ 0x80; };  // its six bits; above 0x3F in any other byte
     if (lead < 0xE0) {
-      if (left < 2 || trail(1) > 0x3F) return 0;
-      *character = (lead & 0x1F) << 6 | trail(1);
+      if (lead < 0xC2 || left < 2 || !isTrail(in[1])) return 0;
+      *character = (lead & 0x1F) << 6 | bitsOf(in[1]);
       return 2;
     }
     if (lead < 0xF0) {
-      if (left < 3 || (trail(1) | trail(2)) > 0x3F) return 0;
-      const RQChar value = (lead & 0x0F) << 12 | trail(1) << 6 | trail(2);
+      if (left < 3 || !isTrail(in[1]) || !isTrail(in[2])) return 0;
+      const RQChar value = (lead & 0x0F) << 12 | bitsOf(in[1]) << 6 | bitsOf(in[2]);
       if (value < 0x800 || !isScalar(value)) return 0;
       *character = value;
       return 3;
     }
-    if (left < 4 || (trail(1) | trail(2) | trail(3)) > 0x3F) return 0;
-    const RQChar value = (lead & 0x07) << 18 | trail(1) << 12 | trail(2) << 6 | trail(3);
+    // From 0xF5 up a lead gives a value above U+10FFFF.
+    if (left < 4 || !isTrail(in[1]) || !isTrail(in[2]) || !isTrail(in[3])) return 0;
+    const RQChar value = (lead & 0x0F) << 18 | bitsOf(in[1]) << 12 | bitsOf(in[2]) << 6 | bitsOf(in[3]);
     if (value < 0x10000 || !isScalar(value)) return 0;
     *character = value;
     return 4;
@@ -74,6 +73,10 @@ struct Utf8 {
     out[3] = trail(0);
     return 4;
   }
+
+ private:
+  static bool isTrail(std::uint8_t byte) { return static_cast<std::int8_t>(byte) < -0x40; }  // 0x80 to 0xBF
+  static RQChar bitsOf(std::uint8_t trail) { return trail & 0x3F; }
 };
 
 constexpr std::uint16_t swapped(std::uint16_t unit) {
