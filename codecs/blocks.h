@@ -149,7 +149,7 @@ class BlockDecoder {
       const Remembered remembered = common.stays ? Remembered{} : roundTrips.remembered(common.codePoint);
       Replacement<Unit> asked = {nullptr, 0};
       if (remembered.bytes == 0) [[unlikely]] {
-        if (!common.stays) asked = roundTrips.of(common.codePoint);
+        if (!common.stays) asked = ask(roundTrips, common.codePoint);
         if (!asked.units) {  // the notation is text
           end = at + common.length;
           continue;
@@ -167,6 +167,12 @@ class BlockDecoder {
     }
     moveStaged();
     return true;
+  }
+
+  /// Not inlined: most answers are remembered, and the loop that decodes needs the registers.
+  [[gnu::noinline]] static Replacement<Unit> ask(RoundTrips<Unit, roundTripRoom>& roundTrips,
+                                                 std::uint32_t codePoint) {
+    return roundTrips.of(codePoint);
   }
 
   /// Where the staged output may no more be followed by a notation and its gap.

@@ -63,7 +63,7 @@ class RoundTrips {
   static constexpr std::uint32_t slots = 256;
   static constexpr std::uint64_t unmappable = 0xFF;
 
-  __attribute__((noinline)) Replacement<Unit> learn(std::uint32_t codePoint) {
+  Replacement<Unit> learn(std::uint32_t codePoint) {
     const std::uint64_t bytes = ask(codePoint);
     const std::uint64_t count = bytes / sizeof(Unit);
     const std::uint32_t slot = codePoint % slots;
