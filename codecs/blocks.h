@@ -43,7 +43,7 @@ class BlockDecoder {
 
   /// Decodes from the notation at the cursor on. Returns false when it leaves that notation to the caller.
   bool decode(Cursor<Unit>& cursor, RoundTrips<Unit, roundTripRoom>& roundTrips) {
-    if (cursor.at() < restsUntil_ || cursor.remaining() < minInput || cursor.room() < maxStep) return false;
+    if (cursor.at() < restsUntil_ || cursor.remaining() < minStart || cursor.room() < maxStep) return false;
     Cursor<Unit> moved = cursor;  // a copy, so that the caller can keep its cursor in registers
     const bool hasMoved = decodeBlocks(moved, roundTrips);
     cursor.moveTo(moved);
@@ -55,6 +55,7 @@ class BlockDecoder {
   static constexpr std::uint64_t minBlock = 128, maxBlock = 1024;  // units
   static constexpr std::uint64_t lookAhead = 32;                   // units behind a block that may be read
   static constexpr std::uint64_t minInput = listedUnits + lookAhead;
+  static constexpr std::uint64_t minStart = 2 * listedUnits + lookAhead;  // for less, the set-up does not pay
   static constexpr std::uint64_t maxGap = 64;  // units between two notations; longer text is not staged
   static constexpr std::uint64_t maxStep = maxGap + roundTripRoom;  // units that one notation and its gap become
   static constexpr std::uint64_t maxStaged = 1024;                  // units
@@ -148,7 +149,7 @@ class BlockDecoder {
       const Remembered remembered = common.stays ? Remembered{} : roundTrips.remembered(common.codePoint);
       Replacement<Unit> asked = {nullptr, 0};
       if (remembered.bytes == 0) [[unlikely]] {
-        if (!common.stays) asked = roundTrips.of(common.codePoint);
+        if (!common.stays) asked = ask(roundTrips, common.codePoint);
         if (!asked.units) {  // the notation is text
           end = at + common.length;
           continue;
@@ -166,6 +167,12 @@ class BlockDecoder {
     }
     moveStaged();
     return true;
+  }
+
+  /// Not inlined: most answers are remembered, and the loop that decodes needs the registers.
+  [[gnu::noinline]] static Replacement<Unit> ask(RoundTrips<Unit, roundTripRoom>& roundTrips,
+                                                 std::uint32_t codePoint) {
+    return roundTrips.of(codePoint);
   }
 
   /// Where the staged output may no more be followed by a notation and its gap.

@@ -36,16 +36,17 @@ class Cursor {
   bool copyUpTo(Unit first, Unit second, Unit kept) {
     const auto isPair = [&](const Unit* p) { return load(p) == first && (load(p + 1) & kept) == second; };
     const std::uint64_t left = remaining();
-    if (left > 1 && isPair(in_)) return true;
-    if (left > 2 && capacity_ - written_ > 1 && isPair(in_ + 1)) {  // a blank between two words of notations
-      store(out_ + written_, load(in_));
-      advance(1);
-      return true;
-    }
-    std::uint64_t count = std::min(left, capacity_ - written_);
-    if (count < left && isPair(in_ + count - 1)) --count;  // the output ends inside a pair, which is not text
-
+    std::uint64_t count = std::min(left, room());
     constexpr std::uint64_t shortCopy = 4;  // a loop is faster than a kernel
+    if (count > shortCopy) {
+      if (isPair(in_)) return true;
+      if (isPair(in_ + 1)) {  // a blank between two words of notations
+        store(out_ + written_, load(in_));
+        advance(1);
+        return true;
+      }
+    }
+    if (count < left && isPair(in_ + count - 1)) --count;  // the output ends inside a pair, which is not text
     if (count > shortCopy) {
       advance(kit::copyUntilPair(in_, count, out_ + written_, first, second, kept));
     } else {

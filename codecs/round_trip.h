@@ -63,7 +63,7 @@ class RoundTrips {
   static constexpr std::uint32_t slots = 256;
   static constexpr std::uint64_t unmappable = 0xFF;
 
-  __attribute__((noinline)) Replacement<Unit> learn(std::uint32_t codePoint) {
+  Replacement<Unit> learn(std::uint32_t codePoint) {
     const std::uint64_t bytes = ask(codePoint);
     const std::uint64_t count = bytes / sizeof(Unit);
     const std::uint32_t slot = codePoint % slots;
@@ -79,16 +79,21 @@ class RoundTrips {
   /// Converts to the session encoding and back. Only the values are compared: statuses and the length of the way back
   /// are ignored. Returns the number of bytes in scratch_, or unmappable.
   std::uint64_t ask(std::uint32_t codePoint) {
-    std::uint64_t produced = sizeof scratch_;
-    transcode(pair_.toSession, &codePoint, sizeof codePoint, scratch_, sizeof scratch_, &produced);
+    asked_ = codePoint;
+    back_ = 0;
+    produced_ = sizeof scratch_;
+    transcode(pair_.toSession, &asked_, sizeof asked_, scratch_, sizeof scratch_, &produced_);
+    const std::uint64_t produced = produced_;
     if (produced > sizeof scratch_) return unmappable;
-    std::uint32_t back = 0;
-    std::uint64_t backBytes = 0;
-    transcode(pair_.fromSession, scratch_, produced, &back, sizeof back, &backBytes);
-    return back == codePoint ? produced : unmappable;
+    produced_ = 0;
+    transcode(pair_.fromSession, scratch_, produced, &back_, sizeof back_, &produced_);
+    return back_ == codePoint ? produced : unmappable;
   }
 
   const RQTranscoderPair pair_;
+  // What a transcoder reads and stores. Local variables would cost a stack canary for each question.
+  RQChar asked_ = {}, back_ = {};
+  std::uint64_t produced_ = {};
   Unit scratch_[room] = {};
   bool isPrepared_ = false;
   std::uint64_t filled_[slots / 64] = {};  // the slots with values in the arrays below

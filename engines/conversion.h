@@ -43,10 +43,9 @@ template <class Target>
 }
 
 /// Converts a text character by character. Both encodings have the functions of a form, see forms.h; a target's
-/// write() returns 0 for a character that it lacks. Most texts are one character, which a decoder asks for: a call
-/// and a result in memory would take longer than the conversion.
+/// write() returns 0 for a character that it lacks.
 template <class Source, class Target>
-[[gnu::always_inline]] inline Moved convert(const Source& source, const Target& target, Input in, Output out) {
+Moved convert(const Source& source, const Target& target, Input in, Output out) {
   Moved moved;
   while (moved.read < in.length) {
     RQChar character;
@@ -67,6 +66,16 @@ template <class Source, class Target>
     moved.written += written;
   }
   return moved;
+}
+
+/// Converts a text of one character. Returns the bytes written, or 0 for any other text and when it might not fit.
+template <class Source, class Target>
+[[gnu::always_inline]] inline std::uint64_t convertOne(const Source& source, const Target& target, Input in,
+                                                       Output out) {
+  if (in.length == 0 || out.capacity < longestCharacter) return 0;
+  RQChar character;
+  if (source.read(in.bytes, in.length, &character) != in.length) return 0;
+  return target.write(character, out.bytes);
 }
 
 /// What the session gets for U+0000, which its text cannot hold. The substitute fails the round trip, so a notation

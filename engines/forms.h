@@ -18,40 +18,65 @@ inline constexpr std::uint64_t longestCharacter = 4;
 
 /// Whether a value is a Unicode scalar value: at most U+10FFFF and no surrogate.
 constexpr bool isScalar(RQChar value) {
-  return value < 0xD800 || (value > 0xDFFF && value <= 0x10FFFF);
+  return (value & ~RQChar{0x7FF}) != 0xD800 && value <= 0x10FFFF;
 }
 
 struct Utf8 {
   static std::uint64_t read(const std::uint8_t* in, std::uint64_t left, RQChar* character) {
-    const std::uint8_t lead = in[0];
+    const RQChar lead = in[0];
     if (lead < 0x80) {
       *character = lead;
       return 1;
     }
-    const std::uint64_t length = lead < 0xC2 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : lead < 0xF5 ? 4 : 0;
-    if (length == 0 || length > left) return 0;
-    RQChar value = lead & (0x7FU >> length);
-    for (std::uint64_t i = 1; i < length; ++i) {
-      if ((in[i] & 0xC0) != 0x80) return 0;
-      value = value << 6 | (in[i] & 0x3F);
+    if (lead < 0xE0) {
+      if (lead < 0xC2 || left < 2 || !isTrail(in[1])) return 0;
+      *character = (lead & 0x1F) << 6 | bitsOf(in[1]);
+      return 2;
     }
-    const RQChar least = length == 2 ? 0x80 : length == 3 ? 0x800 : 0x10000;
-    if (value < least || !isScalar(value)) return 0;
+    if (lead < 0xF0) {
+      if (left < 3 || !isTrail(in[1]) || !isTrail(in[2])) return 0;
+      const RQChar value = (lead & 0x0F) << 12 | bitsOf(in[1]) << 6 | bitsOf(in[2]);
+      if (value < 0x800 || !isScalar(value)) return 0;
+      *character = value;
+      return 3;
+    }
+    // From 0xF5 up a lead gives a value above U+10FFFF.
+    if (left < 4 || !isTrail(in[1]) || !isTrail(in[2]) || !isTrail(in[3])) return 0;
+    const RQChar value = (lead & 0x0F) << 18 | bitsOf(in[1]) << 12 | bitsOf(in[2]) << 6 | bitsOf(in[3]);
+    if (value < 0x10000 || !isScalar(value)) return 0;
     *character = value;
-    return length;
+    return 4;
   }
 
   static std::uint64_t write(RQChar character, std::uint8_t* out) {
+    const auto trail = [character](int shift) {
+      return static_cast<std::uint8_t>(0x80 | (character >> shift & 0x3F));
+    };
     if (character < 0x80) {
       out[0] = static_cast<std::uint8_t>(character);
       return 1;
     }
-    const std::uint64_t length = character < 0x800 ? 2 : character < 0x10000 ? 3 : 4;
-    for (std::uint64_t i = length; --i > 0; character >>= 6)
-      out[i] = static_cast<std::uint8_t>(0x80 | (character & 0x3F));
-    out[0] = static_cast<std::uint8_t>(0xF00U >> length | character);
-    return length;
+    if (character < 0x800) {
+      out[0] = static_cast<std::uint8_t>(0xC0 | character >> 6);
+      out[1] = trail(0);
+      return 2;
+    }
+    if (character < 0x10000) {
+      out[0] = static_cast<std::uint8_t>(0xE0 | character >> 12);
+      out[1] = trail(6);
+      out[2] = trail(0);
+      return 3;
+    }
+    out[0] = static_cast<std::uint8_t>(0xF0 | character >> 18);
+    out[1] = trail(12);
+    out[2] = trail(6);
+    out[3] = trail(0);
+    return 4;
   }
+
+ private:
+  static bool isTrail(std::uint8_t byte) { return static_cast<std::int8_t>(byte) < -0x40; }  // 0x80 to 0xBF
+  static RQChar bitsOf(std::uint8_t trail) { return trail & 0x3F; }
 };
 
 constexpr std::uint16_t swapped(std::uint16_t unit) {

@@ -45,6 +45,13 @@ void Session::prepare(Transcoder& transcoder, Conversions::Callback convert) {
   transcoder.session = this;
 }
 
+RQStatus Session::answer(const Moved& moved, std::uint64_t* producedBytes) {
+  *producedBytes = moved.written;
+  if (moved.failure == Failure::none) return RQ_SUCCESS;
+  if (firstFailure.failure == Failure::none) firstFailure = moved;
+  return conversionFailed;
+}
+
 RQInterface* Session::makeObject() {
   RQInterface* const object = rquni(context(), nullptr);
   if (!object) return nullptr;

@@ -47,9 +47,9 @@ class Session {
   /// happened.
   RQInterface* makeObject();
 
-  /// A transcoder's callback over `convert`, which takes (what `encoding` points to, Input, Output) and returns
-  /// Moved.
-  template <class Encoding, Moved (*convert)(const Encoding&, Input, Output)>
+  /// A transcoder's callback. `Way` has two functions that take (what `encoding` points to, Input, Output): convert()
+  /// returns Moved; convertOne() is tried first and returns the bytes of a text of one character, or 0.
+  template <class Encoding, class Way>
   static RQStatus callback(RQTranscoder* transcoder, const void* input, std::uint64_t inputBytes, void* output,
                            std::uint64_t capacityBytes, std::uint64_t* producedBytes, std::uint64_t flags);
 
@@ -71,6 +71,10 @@ class Session {
 
   void prepare(Transcoder& transcoder, Conversions::Callback convert);
 
+  template <class Encoding, class Way>
+  [[gnu::noinline]] RQStatus convertText(Input in, Output out, std::uint64_t* producedBytes);
+  RQStatus answer(const Moved& moved, std::uint64_t* producedBytes);
+
   RQContext context_ = {};
   Services services_ = {};
   RQJournal journal_ = {};
@@ -78,29 +82,32 @@ class Session {
   const void* const encoding_;
 };
 
-template <class Encoding, Moved (*convert)(const Encoding&, Input, Output)>
+/// A decoder asks for one character at a time. That needs no stack frame, which would take as long as the conversion.
+template <class Encoding, class Way>
 RQStatus Session::callback(RQTranscoder* transcoder, const void* input, std::uint64_t inputBytes, void* output,
                            std::uint64_t capacityBytes, std::uint64_t* producedBytes, std::uint64_t) {
   Session* const session = reinterpret_cast<Transcoder*>(transcoder)->session;
-  Moved moved{.failure = Failure::unreadable};
-  if (!callbackFails()) {
-    moved = convert(*static_cast<const Encoding*>(session->encoding_),
-                    {static_cast<const std::uint8_t*>(input), inputBytes},
-                    {static_cast<std::uint8_t*>(output), capacityBytes});
-  }
-  *producedBytes = moved.written;
-  if (moved.failure == Failure::none) return RQ_SUCCESS;
-  if (session->firstFailure.failure == Failure::none) session->firstFailure = moved;
-  return conversionFailed;
+  if (callbackFails()) return session->answer({.failure = Failure::unreadable}, producedBytes);
+  const Input in = {static_cast<const std::uint8_t*>(input), inputBytes};
+  const Output out = {static_cast<std::uint8_t*>(output), capacityBytes};
+  const std::uint64_t one = Way::convertOne(*static_cast<const Encoding*>(session->encoding_), in, out);
+  if (one == 0) return session->convertText<Encoding, Way>(in, out, producedBytes);
+  *producedBytes = one;
+  return RQ_SUCCESS;
+}
+
+template <class Encoding, class Way>
+RQStatus Session::convertText(Input in, Output out, std::uint64_t* producedBytes) {
+  return answer(Way::convert(*static_cast<const Encoding*>(encoding_), in, out), producedBytes);
 }
 
 /// The conversions of a session encoding, given the two templates over a form that convert its texts.
-template <class Encoding, template <class Form> class Way>
+template <class Encoding, template <class Form> class ToSession, template <class Form> class FromSession>
 struct ConversionsBy {
   template <class Form>
-  static constexpr auto to = Session::callback<Encoding, Way<Form>::toSession>;
+  static constexpr auto to = Session::callback<Encoding, ToSession<Form>>;
   template <class Form>
-  static constexpr auto from = Session::callback<Encoding, Way<Form>::fromSession>;
+  static constexpr auto from = Session::callback<Encoding, FromSession<Form>>;
 
   static constexpr Conversions table = {
       {to<Utf8>, to<Utf16<std::endian::big>>, to<Utf16<std::endian::little>>, to<Utf32<std::endian::big>>,
@@ -110,22 +117,31 @@ struct ConversionsBy {
   };
 };
 
-/// The way of a session encoding that reads and writes as a form does.
+/// The ways to and from a session encoding that reads and writes as a form does.
 template <class Encoding>
 struct ByCharacter {
   template <class Form>
-  struct Way {
-    static Moved toSession(const Encoding& encoding, Input in, Output out) {
-      return convert(Form{}, WithoutZero<Encoding>{encoding}, in, out);
+  struct ToSession {
+    static Moved convert(const Encoding& encoding, Input in, Output out) {
+      return engines::convert(Form{}, WithoutZero<Encoding>{encoding}, in, out);
     }
-    static Moved fromSession(const Encoding& encoding, Input in, Output out) {
-      return convert(encoding, Form{}, in, out);
+    static std::uint64_t convertOne(const Encoding& encoding, Input in, Output out) {
+      return engines::convertOne(Form{}, WithoutZero<Encoding>{encoding}, in, out);
+    }
+  };
+  template <class Form>
+  struct FromSession {
+    static Moved convert(const Encoding& encoding, Input in, Output out) {
+      return engines::convert(encoding, Form{}, in, out);
+    }
+    static std::uint64_t convertOne(const Encoding& encoding, Input in, Output out) {
+      return engines::convertOne(encoding, Form{}, in, out);
     }
   };
 };
 template <class Encoding>
-inline constexpr const Conversions& conversionsOf =
-    ConversionsBy<Encoding, ByCharacter<Encoding>::template Way>::table;
+inline constexpr const Conversions& conversionsOf = ConversionsBy<Encoding, ByCharacter<Encoding>::template ToSession,
+                                                                  ByCharacter<Encoding>::template FromSession>::table;
 
 }  // namespace rq::engines
 

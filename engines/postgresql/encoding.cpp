@@ -120,10 +120,17 @@ Moved toMultibyte(const Multibyte& multibyte, Input in, Output out) {
   return moved;
 }
 
-template <class Form>
+/// A procedure takes as long for one character as for a few: there is no shorter way.
 struct ByProcedure {
-  static constexpr auto toSession = toMultibyte<Form>;
-  static constexpr auto fromSession = fromMultibyte<Form>;
+  static std::uint64_t convertOne(const Multibyte&, Input, Output) { return 0; }
+};
+template <class Form>
+struct ToMultibyte : ByProcedure {
+  static constexpr auto convert = toMultibyte<Form>;
+};
+template <class Form>
+struct FromMultibyte : ByProcedure {
+  static constexpr auto convert = fromMultibyte<Form>;
 };
 
 /// The server's own conversion between two encodings. One that somebody made does not count: an index over the
@@ -155,7 +162,7 @@ void DatabaseEncoding::prepare(MemoryContext context) {
   lookUp(encoding, PG_UTF8, &multibyte_.toUtf8, context);
   lookUp(PG_UTF8, encoding, &multibyte_.fromUtf8, context);
   if (pg_encoding_max_length(encoding) > 1) {
-    conversions_ = &engines::ConversionsBy<Multibyte, ByProcedure>::table;
+    conversions_ = &engines::ConversionsBy<Multibyte, ToMultibyte, FromMultibyte>::table;
     encoding_ = &multibyte_;
     return;
   }

@@ -198,7 +198,7 @@ std::u32string repeated(const std::u32string& unit, std::size_t length) {
 // Common shapes before and behind, so that the place lies in the middle of a block.
 TEST(Blocks, EveryShapeAtEveryPlace) {
   forAll([](const Codec& codec, Comparison& comparison) {
-    const std::u32string before = repeated(codec.shapes[0], 8), behind = repeated(codec.shapes[1], 100);
+    const std::u32string before = repeated(codec.shapes[0], 8), behind = repeated(codec.shapes[1], 200);
     for (const std::u32string& shape : codec.shapes)
       for (std::size_t place = 0; place < 70; ++place) {
         const std::u32string text = before + std::u32string(place, U'x') + shape + behind;
