@@ -298,15 +298,16 @@ template <class U>
   return i;
 }
 
-/// The zeros of the vector at `s`, and of the aligned one around its beginning if that at `s` leaves the page, as
-/// bits from `s` on.
+/// The zeros of the vector at `s`, as bits. The next page is read only when this one holds no zero: then the string
+/// goes on there.
 template <class V, class U>
 RQ_INLINE RQ_READS_WHOLE_VECTORS std::uint64_t firstZeros(const U* s) {
   const V zero = V::splat(0);
-  if (isWithinPage<V>(s)) [[likely]]
-    return V::equal(V::load(s), zero).bits();
-  const U* const p = alignedDown(s, V::bytes);
-  return V::equal(V::load(p), zero).bits() >> (s - p);
+  if (!isWithinPage<V>(s)) [[unlikely]] {
+    const U* const p = alignedDown(s, V::bytes);
+    if (const std::uint64_t bits = V::equal(V::load(p), zero).bits() >> (s - p)) return bits;
+  }
+  return V::equal(V::load(s), zero).bits();
 }
 
 /// The units before the first zero. A string has no count, so this reads whole vectors around it, but no other page.

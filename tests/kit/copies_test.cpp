@@ -164,6 +164,35 @@ TEST(skStrTCpy, CopiesExactlyTheStringAndItsTerminator) {
   checkStringCopies<RQChar>(skStrTCpy);
 }
 
+/// A kernel's first vector may begin in one page, while the terminator lies in the next.
+template <class U>
+void checkStringsAcrossPages(std::uint64_t (*length)(const U*), void (*copy)(const U*, U*)) {
+  constexpr std::size_t longest = 80, page = 4096;
+  GuardedBuffer source(2 * page), pages(2 * longest * sizeof(U)), expected(pages.size());
+  std::memset(source.begin(), 0x31, source.size());
+  for (std::size_t before = 1; before <= longest; ++before) {
+    auto* const s = reinterpret_cast<U*>(source.begin() + page) - before;
+    for (std::size_t n = 0; n <= longest; ++n) {
+      const U kept = twin::get(s, n);
+      twin::set(s, n, U{0});
+      ASSERT_EQ(length(s), n) << before << " before the next page";
+      std::memset(pages.begin(), 0x5A, pages.size());
+      expected.copyFrom(pages);
+      copy(s, reinterpret_cast<U*>(pages.begin()) + longest / 2);
+      std::memcpy(expected.begin() + longest / 2 * sizeof(U), s, (n + 1) * sizeof(U));
+      ASSERT_TRUE(pages == expected) << n << " units, " << before << " before the next page";
+      twin::set(s, n, kept);
+    }
+  }
+}
+
+TEST(skStrCpy, CopiesStringsAcrossPages) {
+  checkStringsAcrossPages<char>(skStrLen, skStrCpy);
+}
+TEST(skStrTCpy, CopiesStringsAcrossPages) {
+  checkStringsAcrossPages<RQChar>(skStrTLen, skStrTCpy);
+}
+
 TEST(skStrTCpy, TakesUnitsAtAnyAddress) {
   Byte source[256] = {}, copied[256];
   for (std::size_t from = 0; from < sizeof(RQChar); ++from)
