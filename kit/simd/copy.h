@@ -16,35 +16,11 @@ using Byte = std::uint8_t;
 /// From these counts of bytes on the C library is faster. A move shifts bytes to the front of where they lie.
 constexpr std::uint64_t longCopy = 16 * 1024, longMove = 4 * 1024, longFill = 16 * 1024;
 
-/// Maps `n` bytes, at most 16 and a multiple of the unit's size, by `f`. `f` takes and returns a Vector16 and maps
-/// each lane by itself. `out` may be `in`.
-template <class U, class F>
-RQ_INLINE void mapUpTo16(const U* in, U* out, std::uint64_t n, F f) {
-  const auto ends = [=](auto unit) {  // two pieces that meet or overlap
-    using Piece = decltype(unit);
-    const std::uint64_t last = n - sizeof(Piece);
-    const std::uint64_t both[2] = {load<Piece>(in), load<Piece>(advanced(in, last))};
-    const __m128i pieces = _mm_set_epi64x(static_cast<std::int64_t>(both[1]), static_cast<std::int64_t>(both[0]));
-    const __m128i mapped = f(Vector16<U>{pieces}).v;
-    store(out, static_cast<Piece>(_mm_cvtsi128_si64(mapped)));
-    store(advanced(out, last), static_cast<Piece>(_mm_cvtsi128_si64(_mm_unpackhi_epi64(mapped, mapped))));
-  };
-  if (n >= 8) return ends(std::uint64_t{});
-  if (n >= 4) return ends(std::uint32_t{});
-  if constexpr (sizeof(U) == 1) {
-    if (n >= 2) return ends(std::uint16_t{});
-    if (n == 1) return ends(std::uint8_t{});
-  }
-}
-
-/// out[i] = f(in[i]) for `n` lanes. `out` is `in` or does not overlap it.
+/// out[i] = f(in[i]) for `n` lanes, 16 bytes at least. `out` is `in` or does not overlap it.
 template <class V, class U, class F>
 RQ_INLINE void map(const U* in, U* out, std::uint64_t n, F f) {
-  if (n < V::lanes) {
-    if constexpr (requires { typename V::Half; })
-      return map<typename V::Half>(in, out, n, f);
-    else
-      return mapUpTo16(in, out, n * sizeof(U), f);
+  if constexpr (requires { typename V::Half; }) {
+    if (n < V::lanes) return map<typename V::Half>(in, out, n, f);
   }
   // Load the last vector first: in place, storing the one before it may change lanes that both hold.
   const V last = V::load(in + n - V::lanes);

@@ -49,7 +49,7 @@ RQ_READS_WHOLE_VECTORS void copyTerminated(const U* s, U* d) {
   // All units before index i are copied.
   auto i = static_cast<std::uint64_t>(alignedDown(s + V::lanes, V::bytes) - s);
   std::uint64_t bits = 0;
-  for (int k = 0; k < 3 && !bits; ++k, i += V::lanes) {
+  for (int k = 0; k < 3; ++k, i += V::lanes) {
     const V v = V::load(s + i);
     bits = zeros(v);
     if (bits) break;
