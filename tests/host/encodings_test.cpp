@@ -1,3 +1,6 @@
+#include <unicode/ucnv.h>
+
+#include <algorithm>
 #include <array>
 #include <set>
 
@@ -65,6 +68,55 @@ TEST(Encodings, UnknownNamesBringSimilarOnes) {
   ASSERT_FALSE(hopeless);
   EXPECT_EQ(hopeless.error().text, "encoding 'qqqqqqqqqqqqqqqqqqqq' is unknown");
   EXPECT_FALSE(host::findEncoding(""));
+}
+
+/// The nearest names first: at most four, and one of each encoding.
+TEST(Encodings, OrdersSimilarNames) {
+  const std::pair<const char*, const char*> rows[] = {
+      {"UTF-9", "UTF-7, UTF-8, UTF-16, UTF-32"},
+      {"utf-88", "UTF-8, UTF-16, UTF-32, UTF-7"},
+      {"tf8", "UTF-8"},
+      {"iso8859-17", "ISO-8859-1, ISO-8859-10, ISO-8859-11, ISO-8859-13"},
+      {"KOI8-X", "KOI8-R, KOI8-U"},
+      {"shift_jisx", "Shift_JIS, shift_jis78"},
+      {"gb18031", "GB18030"},
+      {"windows-1249", "windows-1200, windows-1201, windows-1250, windows-1251"},
+      {"u", "us"}};
+  for (const auto& [name, similar] : rows) {
+    const auto encoding = host::findEncoding(name);
+    ASSERT_FALSE(encoding) << name;
+    EXPECT_EQ(encoding.error().text, "encoding '" + std::string(name) + "' is unknown; similar names: " + similar);
+  }
+}
+
+TEST(Encodings, ShowsSixtyFourBytesOfAnUnknownName) {
+  const std::string longest(64, 'q');
+  EXPECT_EQ(host::findEncoding(longest).error().text, "encoding '" + longest + "' is unknown");
+  EXPECT_EQ(host::findEncoding(longest + "q").error().text, "encoding '" + longest + "...' is unknown");
+}
+
+/// All of ICU's names find the encoding, which lists them; first those that mail and web prefer.
+TEST(Encodings, HaveTheAliasesOfIcu) {
+  const auto has = [](const host::Encoding& encoding, std::string_view name) {
+    return encoding.name == name || std::ranges::count(encoding.aliases, name) == 1;
+  };
+  std::size_t names = 0;
+  for (std::int32_t i = 0; i < ucnv_countAvailable(); ++i) {
+    const char* const icuName = ucnv_getAvailableName(i);
+    const auto encoding = host::findEncoding(icuName);
+    if (!encoding) continue;  // the one that drops characters
+    UErrorCode error = U_ZERO_ERROR;
+    for (std::uint16_t k = 0; k < ucnv_countAliases(icuName, &error); ++k, ++names)
+      EXPECT_TRUE(has(**encoding, ucnv_getAlias(icuName, k, &error))) << icuName << ", " << k;
+  }
+  EXPECT_GT(names, 1000U);
+  const std::pair<const char*, const char*> rows[] = {
+      {"ibm-943_P15A-2003", "Shift_JIS"}, {"ISO-8859-1", "ISO_8859-1:1987"}, {"ibm-1047_P100-1995", "IBM1047"}};
+  for (const auto& [name, first] : rows) {
+    const host::Encoding& encoding = **host::findEncoding(name);
+    EXPECT_EQ(encoding.name, name);
+    EXPECT_EQ(encoding.aliases.at(0), first);
+  }
 }
 
 TEST(Encodings, KnowsWhichCarryNotations) {

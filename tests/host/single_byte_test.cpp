@@ -126,5 +126,29 @@ TEST_P(SingleByte, EncodesLongTextsAsSingleCharactersAndChangesNothingBehind) {
   }
 }
 
+/// Blocks of one unit: what a block takes for granted is wrong for all of it.
+TEST_P(SingleByte, ConvertsRunsOfOneUnitAsThatUnit) {
+  const Twin twin(GetParam());
+  constexpr std::size_t length = 17;
+  for (unsigned value = 0; value < 256; ++value) {
+    const std::vector<std::byte> bytes(length, static_cast<std::byte>(value));
+    std::u32string characters(length, U'?');
+    characters.resize(twin.codec().decode(bytes, characters, true).produced);
+    const auto found = twin.characters().find(value);
+    const bool known = found != twin.characters().end();
+    ASSERT_TRUE(characters == std::u32string(known ? length : 0, known ? found->second : 0)) << value;
+  }
+  for (char32_t c = 0; c <= 0x10FFFF; c += c < 0x10100 ? 1U : 0x101U) {
+    std::string bytes(length, '?');
+    const host::Step step =
+        twin.codec().encode(std::u32string(length, c), std::as_writable_bytes(std::span(bytes)), true, true);
+    bytes.resize(step.produced);
+    const auto found = twin.bytes().find(c);
+    const bool known = found != twin.bytes().end();
+    ASSERT_EQ(bytes, std::string(known ? length : 0, known ? static_cast<char>(found->second) : '?'))
+        << static_cast<unsigned>(c);
+  }
+}
+
 }  // namespace
 }  // namespace rq::test

@@ -38,6 +38,16 @@ TEST(TextTest, SaysWhereAndWhyATextIsInvalid) {
   EXPECT_EQ(problemOf("ISO-2022-JP", "ISO-8859-1", "a\x1B$BF|\x1B(B").substr(0, 16), "character U+65E5");
 }
 
+/// Encodings of ICU that can write them: the whole range, and nothing beside it.
+TEST(TextTest, FindsLoneSurrogatesInEncodingsOfIcu) {
+  EXPECT_EQ(problemOf("UTF-7", "UTF-8", "a+1/8-"), "");  // U+D7FF
+  for (const char* lone : {"+2AA-", "+2/8-", "+3AA-", "+3/8-"}) {
+    const std::string problem = problemOf("UTF-7", "UTF-8", std::string("a\n") + lone);
+    EXPECT_TRUE(problem.ends_with(" at offset 2, line 2, column 1: not valid in UTF-7")) << lone << problem;
+  }
+  EXPECT_EQ(problemOf("UTF-7", "UTF-8", "a+4AA-"), "");  // U+E000
+}
+
 TEST(TextTest, FindsProblemsBehindManyPieces) {
   std::string text;
   for (int i = 0; i < 5000; ++i) text += "\u65E5\n";
@@ -98,6 +108,19 @@ TEST(TextTest, ReadsCharactersInPieces) {
   EXPECT_TRUE(host::readCharacters(codecNamed("UTF-8"), bytesOf(text), take));
   EXPECT_EQ(count, 2500U);
   EXPECT_FALSE(host::readCharacters(codecNamed("UTF-8"), bytesOf("a\xFF"), take));
+}
+
+/// A text that stopped in a shifted state leaves nothing of it to the next one.
+TEST(TextTest, ReadsEachTextAfresh) {
+  for (const auto& [encoding, stopped] :
+       {std::pair("ISO-2022-JP", "\x1B$B\xFF"), {"ISO-2022-KR", "\x1B$)C\x0E\xFF"}}) {
+    std::u32string read;
+    const auto take = [&read](std::span<const char32_t> piece) { read.append(piece.begin(), piece.end()); };
+    EXPECT_FALSE(host::readCharacters(codecNamed(encoding), bytesOf(stopped), take)) << encoding;
+    read.clear();
+    EXPECT_TRUE(host::readCharacters(codecNamed(encoding), bytesOf("0!0!"), take)) << encoding;
+    EXPECT_TRUE(read == U"0!0!") << encoding;
+  }
 }
 
 }  // namespace

@@ -260,6 +260,55 @@ TEST(UnicodeForms, FindEveryErrorAtEveryPlaceOfABlock) {
   }
 }
 
+/// Every beginning of two bytes, and every end of those that may have one: alone, and where a block takes them.
+TEST(UnicodeForms, ReadEveryBeginningOfUtf8) {
+  const host::Codec& codec = *host::codecOf(20);
+  const std::string behind(160, 'a');
+  const auto check = [&](const std::string& text) {
+    ASSERT_EQ(codecReading(codec, bytesOf(text), 8), twinReading(forms[0], text)) << text;
+    ASSERT_EQ(codecReading(codec, bytesOf(text + behind), 200), twinReading(forms[0], text + behind)) << text;
+  };
+  for (unsigned value = 0; value < 0x10000; ++value) {
+    const std::string two = {static_cast<char>(value >> 8), static_cast<char>(value)};
+    check(two);
+    check(two + "\x80\xBF");
+  }
+  for (const std::string_view two :
+       {"\xE0\xA0", "\xE1\x80", "\xED\x9F", "\xEF\xBF", "\xF0\x90", "\xF1\xBF", "\xF4\x8F"}) {
+    for (unsigned third = 0; third < 0x100; ++third) {
+      const std::string three = std::string(two) + static_cast<char>(third);
+      check(three);
+      for (const unsigned last : {0x00U, 0x7FU, 0x80U, 0x9FU, 0xBFU, 0xC0U, 0xFFU})
+        check(three + static_cast<char>(last));
+    }
+  }
+}
+
+/// Every unit of UTF-16 alone and before the first and last units of either half; every unit of UTF-32 about the
+/// limits.
+TEST(UnicodeForms, ReadEveryUnitAlone) {
+  const auto check = [](const Form& form, const std::string& text) {
+    ASSERT_EQ(codecReading(*host::codecOf(form.identifier), bytesOf(text), 4), twinReading(form, text)) << form.name;
+  };
+  for (const bool big : {true, false}) {
+    for (std::uint32_t first = 0; first < 0x10000; ++first) {
+      std::string alone;
+      appendUnit(alone, first, 2, big);
+      check(forms[big ? 1 : 2], alone);
+      for (const std::uint32_t second : {0xD7FFU, 0xD800U, 0xDBFFU, 0xDC00U, 0xDFFFU, 0xE000U}) {
+        std::string two = alone;
+        appendUnit(two, second, 2, big);
+        check(forms[big ? 1 : 2], two);
+      }
+    }
+    for (std::uint32_t unit = 0; unit < 0x110100; unit += unit == 0xE100 ? 0x101F00U : 1U) {
+      std::string alone;
+      appendUnit(alone, unit, 4, big);
+      check(forms[big ? 3 : 4], alone);
+    }
+  }
+}
+
 /// All characters in one text, whose neighbours fall into every place of a block as the text is read from later
 /// starts.
 TEST(UnicodeForms, ConvertEveryCharacter) {
