@@ -152,7 +152,7 @@ std::optional<Sample> sampleOf(const Transcoders& transcoders) {
   for (const char32_t character : std::u32string_view(U"Az 09é\u0416\u03BB\u65E5\uAC00\U0001F600;")) {
     const std::string_view bytes = bytesOf(character);
     const Converted there = convertAll(transcoders.toSession(RQ_FORM_UTF32_NATIVE), bytes);
-    if (there.status != 0 || there.bytes.empty()) continue;
+    if (there.status != 0) continue;
     const Converted back = convertAll(transcoders.fromSession(RQ_FORM_UTF32_NATIVE), there.bytes);
     if (back.status == 0 && back.bytes == bytes) sample.characters += character;
   }

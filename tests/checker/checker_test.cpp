@@ -1,5 +1,6 @@
 // The checker's child processes. What it finds in hosts is tested through the tool.
 #include <cstdlib>
+#include <filesystem>
 #include <stdexcept>
 #include <thread>
 
@@ -35,6 +36,17 @@ TEST(SandboxTest, SurvivesWhateverEndsTheChild) {
   const Finding thrown = apart([]() -> Finding { throw std::runtime_error("a reason"); });
   EXPECT_EQ(thrown.verdict, Verdict::broken);
   EXPECT_EQ(thrown.seen, "it threw an exception: a reason");
+}
+
+TEST(SandboxTest, LeavesNoDescriptorsOpen) {
+  const auto open = [] {
+    const std::filesystem::directory_iterator descriptors("/proc/self/fd");
+    return std::distance(begin(descriptors), end(descriptors));
+  };
+  const auto before = open();
+  apart([] { return checker::ok(); });
+  apart([]() -> Finding { std::_Exit(7); });
+  EXPECT_EQ(open(), before);
 }
 
 TEST(SandboxTest, DoesNotWaitForEver) {

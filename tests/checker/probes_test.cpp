@@ -54,7 +54,7 @@ class RecordingHost {
   std::vector<PoolRequest> pools;
   std::vector<RQChar> uppers, lowers;
   std::vector<std::u32string> options;
-  std::vector<std::uint64_t> charsetLengths;
+  std::vector<std::string> charsetTexts;
   /// What each transcoder, numbered as they were made, converted with which capacity.
   std::vector<std::vector<std::pair<std::string, std::uint64_t>>> conversions;
 
@@ -104,11 +104,12 @@ class RecordingHost {
     current->lowers.push_back(character);
     return current->forward_.lower(service, character, one);
   }
-  static void upperCase(RQCharsetService*, void*, std::uint64_t length, std::uint64_t) {
-    current->charsetLengths.push_back(length);
+  static void upperCase(RQCharsetService*, void* text, std::uint64_t length, std::uint64_t) {
+    current->charsetTexts.emplace_back(static_cast<const char*>(text), length);
   }
   static RQStatus lookUpOption(RQContext*, const RQChar* name, std::uint64_t length, std::uint64_t, std::int64_t*,
-                               std::uint64_t*) {
+                               std::uint64_t* bytes) {
+    EXPECT_EQ(*bytes, 8U);
     current->options.emplace_back(name, name + length);
     return 1;
   }
@@ -204,7 +205,8 @@ TEST(RulesAskCases, ForEveryCodePointAndManyOtherValues) {
 TEST(RulesAskCases, ForEveryLengthThatTheLibraryPasses) {
   RecordingHost recorder;
   EXPECT_EQ(recorder.check("charset.length").verdict, Verdict::ok);
-  EXPECT_EQ(recorder.charsetLengths, (std::vector<std::uint64_t>{0, 1, 2, 3, 4, 5, 6, 7, 8}));
+  EXPECT_EQ(recorder.charsetTexts,
+            (std::vector<std::string>{"", "a", "aa", "aab", "aabb", "aabbc", "aabbcc", "aabbccd", "aabbccdd"}));
 }
 
 TEST(RulesAskTheContext, ForNamesThatBeginAlikeOrAreAsLong) {
@@ -213,6 +215,16 @@ TEST(RulesAskTheContext, ForNamesThatBeginAlikeOrAreAsLong) {
   EXPECT_EQ(recorder.options,
             (std::vector<std::u32string>{U"RQNLS.ZMX_SESSION_CEI", U"RQNLS.ZMX_SESSION_CE", U"RQNLS.ZMX_SESSION_CEIX",
                                          U"ZMX.NO_OPTION_OF_THAT", U""}));
+}
+
+TEST(RulesAskTheJournal, ToTakeALackOfMemory) {
+  RecordingHost recorder;
+  EXPECT_EQ(recorder.check("journal.status").verdict, Verdict::ok);
+  const std::vector<host::JournalEntry> entries = recorder.host.journal.entries();
+  ASSERT_EQ(entries.size(), 1U);
+  EXPECT_EQ(entries[0].slot, host::JournalEntry::Slot::statusToJnl);
+  EXPECT_EQ(entries[0].fixed[0], 4U);
+  EXPECT_EQ(entries[0].fixed[1], RQ_NO_MEMORY);
 }
 
 TEST(Probes, NameTranscodersByTheirWay) {

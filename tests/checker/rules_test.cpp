@@ -175,6 +175,17 @@ TEST(SoundHosts, BreakNoRule) {
   }
 }
 
+TEST(BrokenHosts, LeaveMemoryThatIsGivenInMebibytes) {
+  const std::vector<Rule> rules = checker::allRules();
+  for (const char* const name : {"pool.release", "pool.destroy"}) {
+    ::setenv("RQ_BROKEN", name, 1);
+    const Finding finding = checker::tried(*std::ranges::find(rules, name, &Rule::name),
+                                           checker::entryOf(RQ_BROKEN_HOST), loadLibrary(), false);
+    ::unsetenv("RQ_BROKEN");
+    EXPECT_TRUE(std::regex_search(finding.seen, std::regex(", and 1\\d\\d MiB more are in use$"))) << finding.seen;
+  }
+}
+
 TEST(BrokenHosts, EveryRuleHasOne) {
   std::set<std::string_view> rules = {"entry"}, broken;
   for (const Rule& rule : checker::allRules()) rules.insert(rule.name);

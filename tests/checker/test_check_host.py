@@ -49,6 +49,9 @@ class CheckHost(ToolTest):
         for session in ("Shift_JIS", "GB18030", "ISO-2022-JP", "UTF-7", "SCSU", "UTF-16BE", "ibm-1047", "KOI8-R"):
             rows, _ = self.rows(DONE, DEVELOPMENT, RQ_SESSION=session)
             self.assertEqual(self.with_verdict(rows, "not checked") - {"charset.letters", "threads"}, set(), session)
+            carries = session not in ("UTF-16BE", "ibm-1047")
+            self.assertEqual(rows["object"]["seen"], "" if carries else
+                             "made and ended; the session encoding cannot write the notations", session)
 
     def test_a_broken_rule_is_named(self):
         sound, _ = self.rows(DONE, BROKEN)

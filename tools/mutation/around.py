@@ -13,7 +13,8 @@ HERE = pathlib.Path(__file__).resolve().parent
 HOSTS = ("rq_broken_host", "rq_development_host", "rq_minimal_host")
 # The targets made of each room, what the tests for its mutants run, and the names in ctest that these tests begin with.
 ROOMS = {
-    "host": (("rqhost",), ("host_test", "rq_host_differential", "text_session", "rqtext", "cli_pieces_tests", *HOSTS),
+    "host": (("rqhost",), ("host_test", "rq_host_differential", "text_session", "rqtext", "cli_pieces_tests",
+              "rq_stub_library", *HOSTS),
              r"host|examples\.text_session|cli\.(pieces|codecs|transforms|tool|streams)|checker\.check_host"),
     "checker": (("rqcheck",), ("checker_test", "checker_rules_test", *HOSTS, "rqtext"), r"checker"),
     "cli": (("rqtool", "rqtext"),
