@@ -23,7 +23,7 @@ ROOMS = {
     "engines": (("rq_engines", "rq_sqlite", "rq_postgresql", "rq_postgresql_callbacks", "rq_postgresql_checked",
                  "rq_engines_differential"),
                 ("rq_sqlite", "rq_sqlite_threads", "rq_engines_differential", "rq_postgresql", "rq_postgresql_callbacks",
-                 "rq_postgresql_checked", "rqtext"), r"engines\."),
+                 "rq_postgresql_checked", "rq_engines_test", "rqtext"), r"engines\."),
 }
 MOST_ROUNDS = 12  # of leaving out what the compiler refuses
 
