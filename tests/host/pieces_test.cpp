@@ -120,6 +120,77 @@ TEST(TextPieces, CountBlanksAtTheEnd) {
   }
 }
 
+constexpr char32_t limits[] = {0,      U'\n',  0x7F,   0x80,    0x7FF,   0x800,   0x3042,  0xD7FF,   0xE000,
+                               0xFFFD, 0xFFFE, 0xFFFF, 0x10000, 0x103FF, 0x10400, 0x1F600, 0x10FFFE, 0x10FFFF};
+
+/// Long and short pieces of characters become the bytes of the whole, and these the characters again.
+TEST(TextPieces, AreWrittenAndReadAsTheWhole) {
+  std::u32string characters;
+  while (characters.size() < 5000) characters += std::u32string(std::begin(limits), std::end(limits)) + U"plain text";
+  for (const char* name : {"GB18030", "UTF-7", "BOCU-1", "CESU-8"}) {
+    const std::string whole =
+        *host::convertAll(codecNamed("UTF-32LE"), codecNamed(name), std::as_bytes(std::span(characters)));
+    for (const std::size_t piece : {1U, 7U, 1023U, 1024U, 1025U, 3000U, 10'000U}) {
+      auto writer = std::move(*host::CharacterWriter::open(encodingNamed(name)));
+      auto reader = std::move(*host::CharacterReader::open(encodingNamed(name)));
+      std::string written;
+      std::u32string read;
+      for (std::size_t at = 0; at < characters.size(); at += piece) {
+        const std::u32string_view part = std::u32string_view(characters).substr(at, piece);
+        const auto bytes = writer.write(std::as_bytes(std::span(part)), at + piece >= characters.size());
+        ASSERT_TRUE(bytes) << name;
+        written.append(reinterpret_cast<const char*>(bytes->data()), bytes->size());
+      }
+      EXPECT_TRUE(written == whole) << name << piece;
+      for (std::size_t at = 0; at < whole.size(); at += piece) {
+        const auto part = reader.read(bytesOf(std::string_view(whole).substr(at, piece)), at + piece >= whole.size());
+        ASSERT_TRUE(part) << name << part.error().text;
+        read.append(reinterpret_cast<const char32_t*>(part->data()), part->size() / sizeof(char32_t));
+      }
+      EXPECT_TRUE(read == characters) << name << piece;
+    }
+  }
+}
+
+/// Nothing has no end; a text that began has one even when its last piece is empty.
+TEST(TextPieces, EndTheirTextOnce) {
+  auto writer = std::move(*host::CharacterWriter::open(encodingNamed("ISO-2022-JP")));
+  EXPECT_EQ(writer.write({}, true)->size(), 0U);
+  auto other = std::move(*host::CharacterWriter::open(encodingNamed("ISO-2022-JP")));
+  const char32_t character = U'\u65E5';
+  const std::string begun(
+      reinterpret_cast<const char*>(other.write(std::as_bytes(std::span(&character, 1)), false)->data()), 5);
+  EXPECT_EQ(begun, "\x1B$BF|");
+  EXPECT_EQ(other.write({}, true)->size(), 3U);
+  const char32_t lacking = U'\U0001F600';
+  EXPECT_FALSE(
+      host::CharacterWriter::open(encodingNamed("ISO-2022-JP"))->write(std::as_bytes(std::span(&lacking, 1)), true));
+}
+
+/// What is wrong, wherever the pieces end: its bytes and its place.
+TEST(TextPieces, NameWhatIsWrongInAnyPiece) {
+  const std::tuple<const char*, std::string, const char*> rows[] = {
+      {"GB18030", "ab\n\xFF!", "invalid bytes FF at offset 3, line 2, column 1: not valid in "},
+      {"GB18030", "ab\nc\x81\x30\x81",
+       "the text ends inside a character: bytes 81 30 81 at offset 4, line 2, column 2, are not a whole character "
+       "of "},
+      {"UTF-7", "ab\n+2AA-", " at offset "},
+      {"CESU-8", "a\n\n\xC3\xA9\xFFz", "invalid bytes FF at offset 5, line 3, column 2: not valid in "},
+  };
+  for (const auto& [name, text, message] : rows) {
+    for (std::size_t piece = 1; piece <= text.size(); ++piece) {
+      auto reader = std::move(*host::CharacterReader::open(encodingNamed(name)));
+      std::string problem;
+      for (std::size_t at = 0; at < text.size() && problem.empty(); at += piece) {
+        const auto read = reader.read(bytesOf(std::string_view(text).substr(at, piece)), at + piece >= text.size());
+        if (!read) problem = read.error().text;
+      }
+      EXPECT_NE(problem.find(message), std::string::npos) << name << ", " << piece << ": " << problem;
+      EXPECT_TRUE(problem.ends_with(encodingNamed(name).name)) << problem;
+    }
+  }
+}
+
 /// A byte alone, read by a converter of its own, is the character of its number.
 TEST(TextPieces, KnowTheBytesThatAreAscii) {
   for (const host::Encoding& encoding : host::encodings()) {

@@ -1,3 +1,5 @@
+#include <unicode/uchar.h>
+
 #include <cstdarg>
 
 #include "tests/host/support.h"
@@ -90,8 +92,9 @@ TEST_F(PoolTest, ForeignBlocksAbort) {
 
 TEST(KernelTable, RefusesUnusualPools) {
   Host host;
-  RQPoolParameters unusual{{0, 1, 0}};
-  EXPECT_EQ(host.kernel.createPool(&host.kernel, &unusual, nullptr, "none"), nullptr);
+  for (RQPoolParameters unusual :
+       {RQPoolParameters{{1, 0, 0}}, RQPoolParameters{{0, 1, 0}}, RQPoolParameters{{0, 0, 1}}})
+    EXPECT_EQ(host.kernel.createPool(&host.kernel, &unusual, nullptr, "none"), nullptr);
 }
 
 constexpr std::u32string_view sessionOptionName = U"RQNLS.ZMX_SESSION_CEI";
@@ -113,6 +116,9 @@ TEST(ContextTable, LooksUpTheSessionOptionOnly) {
   bytes = 7;
   EXPECT_NE(lookUp(host, sessionOptionName, value, bytes), 0U);
   EXPECT_EQ(value, -1);
+  bytes = 9;
+  EXPECT_EQ(lookUp(host, sessionOptionName, value, bytes), 0U);
+  EXPECT_EQ(bytes, 8U);
 }
 
 TEST(NlsTable, AnswersTheSessionQuery) {
@@ -124,9 +130,15 @@ TEST(NlsTable, AnswersTheSessionQuery) {
 
 TEST(NlsTable, MakesTranscodersForKnownIdentifiersOnly) {
   Host host;
-  EXPECT_EQ(host.nls.createTranscoder(&host.nls, 20, 1, 0, 0), nullptr);
-  EXPECT_EQ(host.nls.createTranscoder(&host.nls, UINT32_MAX, 20, 0, 0), nullptr);
-  EXPECT_EQ(host.nls.createTranscoder(&host.nls, UINT64_MAX, 20, 0, 0), nullptr);
+  constexpr std::uint64_t wide = std::uint64_t{1} << 32;
+  for (const auto& [source, target] : {std::pair<std::uint64_t, std::uint64_t>(20, 1),
+                                       {1, 20},
+                                       {UINT32_MAX, 20},
+                                       {UINT64_MAX, 20},
+                                       {wide | 20, 27},
+                                       {20, wide | 27},
+                                       {wide | 20, wide | 27}})
+    EXPECT_EQ(host.nls.createTranscoder(&host.nls, source, target, 0, 0), nullptr) << source << ", " << target;
   WrappingHost watched(host.kernel, host.context);
   RQNlsServices* nls = watched.context().nls;
   RQTranscoder* made = nls->createTranscoder(nls, 20, 27, 0, 0);
@@ -150,9 +162,13 @@ TEST(CaseTable, MapsCharactersAndOffersTheCharsetService) {
   EXPECT_EQ(status, 0U);
   EXPECT_EQ(service->lookUp(service, name, 2, &status), nullptr);
   EXPECT_NE(status, 0U);
-  std::string text = "0a\xE1zZ";
-  service->charset->upperCase(service->charset, text.data(), 4, 0);
-  EXPECT_EQ(text, "0A\xE1ZZ");
+  for (const RQChar last : {0x10FFFFU, 0x1E943U, 0x10400U}) {
+    EXPECT_EQ(service->upper(service, last, 1), static_cast<RQChar>(u_toupper(static_cast<UChar32>(last)))) << last;
+    EXPECT_EQ(service->lower(service, last, 1), static_cast<RQChar>(u_tolower(static_cast<UChar32>(last)))) << last;
+  }
+  std::string text = "0a\xE1`z{@Z[z";
+  service->charset->upperCase(service->charset, text.data(), text.size() - 1, 0);
+  EXPECT_EQ(text, "0A\xE1`Z{@Z[z");
   Host byName;
   byName.caseService.charset = nullptr;
   EXPECT_NE(byName.caseService.lookUp(&byName.caseService, name, 3, &status), nullptr);

@@ -1,6 +1,7 @@
 // The codecs of the Unicode forms against a twin that follows the definitions and nothing else.
 #include <algorithm>
 #include <array>
+#include <map>
 #include <random>
 #include <vector>
 
@@ -153,9 +154,16 @@ class Guarded {
   const host::Bytes bytes_;
 };
 
+/// So many characters of room that end at a guard page.
+std::span<char32_t> guardedRoom(std::size_t characters) {
+  static std::map<std::size_t, GuardedBuffer> buffers;
+  GuardedBuffer& buffer = buffers.try_emplace(characters, characters * sizeof(char32_t), 0).first->second;
+  return {reinterpret_cast<char32_t*>(buffer.place(characters * sizeof(char32_t))), characters};
+}
+
 Reading codecReading(const host::Codec& codec, host::Bytes text, std::size_t room) {
   Reading reading;
-  std::vector<char32_t> piece(room);
+  const std::span<char32_t> piece = guardedRoom(room);
   for (bool first = true;; first = false) {
     const host::Step step = codec.decode(text.subspan(reading.consumed), piece, first);
     reading.characters.append(piece.data(), step.produced);
