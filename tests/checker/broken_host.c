@@ -26,6 +26,7 @@ static void expect(uint64_t passed, uint64_t constant) {
 /* Pools. */
 static const RQPoolParameters* keptParameters;
 static char sharedBlock[100];
+static char touching[199]; /* two blocks of 100 bytes, which share one */
 
 static void* faultyAllocate(RQPool* pool, uint64_t bytes, uint64_t flags) {
   const int endless = bytes > UINT64_C(1) << 40;
@@ -33,12 +34,18 @@ static void* faultyAllocate(RQPool* pool, uint64_t bytes, uint64_t flags) {
   if (broken("pool.alignment") && !endless) return (char*)allocate(pool, bytes + 4, flags) + 4;
   if (broken("pool.refusal") && endless) return allocate(pool, 8, flags);
   if (broken("kernel.createPool kept") && keptParameters->zero[2] != 0) return NULL;
-  if (broken("pool.blocks") && bytes == sizeof sharedBlock) return sharedBlock;
+  if (bytes == sizeof sharedBlock) {
+    static int later;
+    if (broken("pool.blocks")) return sharedBlock;
+    if (broken("pool.blocks last")) return touching + (later++ == 0 ? 0 : 99);
+    if (broken("pool.blocks first")) return touching + (later++ == 0 ? 99 : 0);
+  }
   return allocate(pool, bytes, flags);
 }
 
 static void faultyRelease(RQPool* pool, void* block) {
-  if (broken("pool.release") || block == sharedBlock) return;
+  const int isOwn = (char*)block >= touching && (char*)block < touching + sizeof touching;
+  if (broken("pool.release") || block == sharedBlock || isOwn) return;
   release(pool, broken("pool.alignment") ? (char*)block - 4 : block);
 }
 
@@ -111,6 +118,8 @@ static RQStatus faultyCharacter(RQChar c, uint8_t* output, uint64_t capacity, ui
   while (broken("transcoder.roundTrip hang") && c == 0x2028) sched_yield();
   if (broken("transcoder.bytes private") && c == 0x80) return *length = 0, FAILED;
   if (capacity == 0) return status;
+  if (broken("failing substitute") && status != RQ_SUCCESS) return *output = '?', *length = 1, status;
+  if (broken("zero substitute") && c == 0) *output = 0x1A;
 
   /* What is nobody's may become anything. */
   const int nobodys = (c >= 0xE000 && c <= 0xF8FF) || c >= 0xF0000 || (c & 0xFFFE) == 0xFFFE;

@@ -40,6 +40,8 @@ const Fault faults[] = {
     {"pool.words destroy", "word 2 is null"},
     {"pool.alignment", "a block of 1 bytes lies 4 bytes beyond a multiple of 8", true},
     {"pool.blocks", "shares memory with another one"},
+    {"pool.blocks first", "a block of 100 bytes shares memory with another one"},
+    {"pool.blocks last", "a block of 100 bytes shares memory with another one"},
     {"pool.refusal", "a block of 18446744073709551615 bytes is granted"},
     {"pool.release", "128 MiB were released"},
     {"pool.destroy", "128 MiB were freed with their pools"},
@@ -157,10 +159,11 @@ std::string testName(const testing::TestParamInfo<Fault>& fault) {
 }
 INSTANTIATE_TEST_SUITE_P(Faults, BrokenHost, testing::ValuesIn(faults), testName);
 
-/// Without a fault; and private use and noncharacters, each become the letter A.
+/// Without a fault; where private use and noncharacters each become the letter A; where U+0000 becomes a substitute;
+/// where a substitute is written and the failure reported all the same.
 TEST(SoundHosts, BreakNoRule) {
   const host::Library library = loadLibrary();
-  for (const char* const how : {"", "private use"}) {
+  for (const char* const how : {"", "private use", "zero substitute", "failing substitute"}) {
     ::setenv("RQ_BROKEN", how, 1);
     int kept = 0;
     const host::Done checked =
