@@ -47,6 +47,8 @@ class Codec {
   /// Decodes characters from the front of `input`, which is all that remains of the text; `first` starts a text.
   /// After outputFull, which comes when half of the output is filled at the earliest, call again with the rest.
   virtual Step decode(Bytes input, std::span<char32_t> output, bool first) const = 0;
+  /// decode() that fills the output before it answers outputFull.
+  Step decodeFully(Bytes input, std::span<char32_t> output, bool first) const;
   /// Decodes one character, with exact positions.
   virtual Step decodeOne(Bytes input, char32_t& output, bool first) const;
   /// Encodes a piece of a text. `last` ends the text, with whatever the encoding writes at its end.

@@ -201,7 +201,7 @@ std::size_t wholeBlocks(const Encoding& encoding, Bytes text) {
   std::array<char32_t, Codec::pieceCharacters> block;
   std::size_t length = 0;
   for (;;) {
-    const Step read = codec.decode(text.subspan(length), block, true);
+    const Step read = codec.decodeFully(text.subspan(length), block, true);
     if (read.produced < block.size()) return length;
     length += read.consumed;
   }

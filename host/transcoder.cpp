@@ -19,8 +19,10 @@ Attempt attempt(const Codec& source, const Codec& target, Bytes input, MutableBy
   std::array<char32_t, Codec::pieceCharacters> piece;  // deliberately left unset: most calls carry one character
   Attempt sum{0, 0, Outcome::done, false};
   for (bool first = true;; first = false) {
-    const std::size_t room = std::min(piece.size(), characters - sum.characters);
-    const Step read = source.decode(input, {piece.data(), room}, first);
+    const std::span<char32_t> characterRoom(piece.data(), std::min(piece.size(), characters - sum.characters));
+    // The bytes of some encodings depend on where the pieces end.
+    const Step read = target.cutsCleanly() ? source.decode(input, characterRoom, first)
+                                           : source.decodeFully(input, characterRoom, first);
     const bool last = read.outcome != Outcome::outputFull || sum.characters + read.produced == characters;
     const Step written = target.encode({piece.data(), read.produced}, output, first, last);
     sum.produced += written.produced;

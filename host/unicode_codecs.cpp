@@ -12,6 +12,15 @@
 
 namespace rq::host {
 
+Step Codec::decodeFully(Bytes input, std::span<char32_t> output, bool first) const {
+  Step all = decode(input, output, first);
+  while (all.outcome == Outcome::outputFull && all.produced < output.size()) {
+    const Step more = decode(input.subspan(all.consumed), output.subspan(all.produced), false);
+    all = {all.consumed + more.consumed, all.produced + more.produced, more.outcome, more.badBytes};
+  }
+  return all;
+}
+
 Step Codec::decodeOne(Bytes input, char32_t& output, bool first) const {
   return decode(input, {&output, 1}, first);
 }

@@ -49,7 +49,7 @@ TEST(TextPieces, CountWhatIsNotValidAsCharacters) {
 
 TEST(TextPieces, HoldWholeBlocks) {
   constexpr std::size_t block = host::Codec::pieceCharacters;
-  for (const char* name : {"UTF-16BE", "UTF-32LE", "ISO-8859-1", "GB18030", "SCSU"}) {
+  for (const char* name : {"UTF-8", "UTF-16BE", "UTF-32LE", "ISO-8859-1", "GB18030", "SCSU"}) {
     for (const std::size_t characters :
          {std::size_t{0}, std::size_t{1}, block - 1, block, block + 1, 2 * block, 3 * block + 5}) {
       std::string text, whole;
