@@ -336,6 +336,21 @@ TEST(UnicodeForms, ConvertEveryCharacter) {
   }
 }
 
+/// Alone no block takes a character; with a byte less it does not fit.
+TEST(UnicodeForms, EncodeCharactersAlone) {
+  for (const Form& form : forms) {
+    const host::Codec& codec = *host::codecOf(form.identifier);
+    for (char32_t c = 0; c <= 0x10FFFF; c += c == 0xD7FF ? 0x801U : c < 0x10100 || c > 0x10FF00 ? 1U : 0x101U) {
+      const std::string expected = form.write(c);
+      std::string bytes(expected.size(), '\0');
+      const host::MutableBytes room = std::as_writable_bytes(std::span(bytes));
+      ASSERT_EQ(codec.encode({&c, 1}, room, true, true).produced, expected.size());
+      ASSERT_EQ(bytes, expected) << form.name;
+      ASSERT_EQ(codec.encode({&c, 1}, room.first(bytes.size() - 1), true, true).outcome, Outcome::outputFull);
+    }
+  }
+}
+
 TEST(UnicodeForms, EncodeAsTheTwinDoesAndChangeNothingBehind) {
   Texts texts(2);
   for (int round = 0; round < 20'000; ++round) {
