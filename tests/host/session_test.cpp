@@ -1,4 +1,7 @@
+#include <unistd.h>
+
 #include <array>
+#include <filesystem>
 
 #include "tests/host/support.h"
 #include "tests/host/wrapping_host.h"
@@ -20,6 +23,18 @@ TEST(LibraryTest, ReportsWhatCannotBeLoaded) {
   const auto stranger = Library::open("libc.so.6");
   ASSERT_FALSE(stranger);
   EXPECT_NE(stranger.error().text.find("lacks the symbol 'rqextver'"), std::string::npos) << stranger.error().text;
+}
+
+/// The loader knows a file by the name that it came with first.
+TEST(LibraryTest, NamesTheFileThatTheLoaderTook) {
+  const Library library = loadLibrary();
+  EXPECT_EQ(library.path(), RQ_LIBRARY_PATH);
+  const std::filesystem::path other = testing::TempDir() + "rq_other_name_" + std::to_string(::getpid()) + ".so";
+  std::filesystem::create_symlink(RQ_LIBRARY_PATH, other);
+  const auto again = Library::open(other);
+  std::filesystem::remove(other);
+  ASSERT_TRUE(again);
+  EXPECT_EQ(again->path(), RQ_LIBRARY_PATH);
 }
 
 TEST(LibraryTest, FindsSymbolsByName) {

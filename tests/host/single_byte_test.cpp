@@ -150,5 +150,34 @@ TEST_P(SingleByte, ConvertsRunsOfOneUnitAsThatUnit) {
   }
 }
 
+/// The same of every single-byte encoding, whose first characters may be others than their bytes.
+TEST(SingleBytes, HaveBlocksThatAgreeWithSingleUnits) {
+  constexpr std::size_t length = 17;
+  for (const host::Encoding& encoding : host::encodings()) {
+    const auto codec = host::makeSingleByteCodec(encoding.name);
+    if (!codec) continue;
+    for (unsigned value = 0; value < 0x200; ++value) {
+      const auto byte = static_cast<std::byte>(value);
+      char32_t character = 0;
+      std::u32string characters(length, U'?');
+      const std::size_t one = codec->decode({&byte, 1}, {&character, 1}, true).produced;
+      const host::Step all = codec->decode(std::vector<std::byte>(length, byte), characters, true);
+      ASSERT_EQ(all.produced, one * length) << encoding.name << value;
+      if (one != 0) {
+        ASSERT_TRUE(characters == std::u32string(length, character)) << encoding.name << value;
+      }
+
+      std::byte written{};
+      std::vector<std::byte> bytes(length);
+      character = value;
+      const bool known = codec->encode({&character, 1}, {&written, 1}, true, true).produced != 0;
+      ASSERT_EQ(codec->encode(std::u32string(length, character), bytes, true, true).produced, known ? length : 0);
+      if (known) {
+        ASSERT_EQ(bytes, std::vector<std::byte>(length, written)) << encoding.name << value;
+      }
+    }
+  }
+}
+
 }  // namespace
 }  // namespace rq::test
