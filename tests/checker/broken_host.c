@@ -172,6 +172,7 @@ static RQStatus faultyConvert(RQTranscoder* self, const void* input, uint64_t in
     if (broken("transcoder.bytes") && bytes[0] == 0xF0 && bytes[1] == 'A') abort();
   }
   if (broken("transcoder.long") && inputBytes > 1024 && !toSession && status == RQ_SUCCESS) *(uint8_t*)output ^= 1;
+  if (broken("transcoder.long first") && inputBytes > 4096 && transcoder->source == RQ_ENCODING_UTF8) --length;
   if (broken("transcoder.long cut") && inputBytes > 4096 && toSession && status == RQ_SUCCESS) --length;
   if (broken("transcoder.answer status") && wasStuck) status = FAILED;
   if (broken("transcoder.status failure") && status == RQ_SUCCESS && length == 7 && inputBytes == 14) status = FAILED;
@@ -198,6 +199,7 @@ static RQStatus faultyDestroy(RQTranscoder* transcoder) {
 static RQTranscoder* faultyCreate(RQNlsServices* nls, uint64_t source, uint64_t target, uint64_t a, uint64_t b) {
   expect(a | b, 0);
   if (broken("nls.createTranscoder") && target == RQ_ENCODING_UTF16_BIG) return NULL;
+  if (broken("nls.createTranscoder first") && source == RQ_ENCODING_UTF8) return NULL;
   if (broken("nls.identifiers")) {
     static int leavesSession; /* where both are UTF-8, the way in is made first */
     const int isOut = source == target ? leavesSession : source == RQ_ENCODING_UTF8;

@@ -16,7 +16,7 @@ ROOMS = {
     "host": (("rqhost",), ("host_test", "rq_host_differential", "text_session", "rqtext", "cli_pieces_tests",
               "rq_stub_library", *HOSTS),
              r"host|examples\.text_session|cli\.(pieces|codecs|transforms|tool|streams)|checker\.check_host"),
-    "checker": (("rqcheck",), ("checker_test", "checker_rules_test", *HOSTS, "rqtext"), r"checker"),
+    "checker": (("rqcheck",), ("checker_test", "checker_rules_test", "rq_checker_in_process", *HOSTS, "rqtext"), r"checker"),
     "cli": (("rqtool", "rqtext"),
             ("rqtext", "cli_pieces_tests", "rq_stub_library", "rq_failing_calls", "rq_kill_at_call", *HOSTS),
             r"cli\.|checker\.check_host"),
