@@ -6,7 +6,8 @@
 #include <cctype>
 #include <map>
 #include <mutex>
-#include <numeric>
+
+#include "host/spelling.h"
 
 namespace rq::host {
 namespace {
@@ -98,29 +99,14 @@ std::string folded(std::string_view name) {
   return letters;
 }
 
-/// The number of letters to change, add or leave out to make one of the other.
-std::size_t distance(std::string_view a, std::string_view b) {
-  std::vector<std::size_t> row(b.size() + 1);
-  std::iota(row.begin(), row.end(), std::size_t{0});
-  for (std::size_t i = 1; i <= a.size(); ++i) {
-    std::size_t diagonal = row[0];
-    row[0] = i;
-    for (std::size_t j = 1; j <= b.size(); ++j) {
-      const std::size_t changed = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
-      diagonal = row[j];
-      row[j] = std::min({changed, row[j] + 1, row[j - 1] + 1});
-    }
-  }
-  return row.back();
-}
-
 /// Up to four names that somebody may have meant, nearest first, one per encoding.
 std::string nearNames(std::string_view name) {
   const std::string wanted = folded(name.substr(0, 64));
   std::vector<std::pair<std::size_t, std::string_view>> near;
   for (const Encoding& encoding : encodings()) {
-    std::pair<std::size_t, std::string_view> best(distance(wanted, folded(encoding.name)), encoding.name);
-    for (const std::string& alias : encoding.aliases) best = std::min(best, {distance(wanted, folded(alias)), alias});
+    std::pair<std::size_t, std::string_view> best(stepsBetween(wanted, folded(encoding.name)), encoding.name);
+    for (const std::string& alias : encoding.aliases)
+      best = std::min(best, {stepsBetween(wanted, folded(alias)), alias});
     if (best.first <= 1 + wanted.size() / 4) near.push_back(best);
   }
   std::ranges::sort(near);

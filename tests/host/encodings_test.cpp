@@ -4,6 +4,7 @@
 #include <array>
 #include <set>
 
+#include "host/spelling.h"
 #include "tests/host/support.h"
 
 namespace rq::test {
@@ -68,6 +69,17 @@ TEST(Encodings, UnknownNamesBringSimilarOnes) {
   ASSERT_FALSE(hopeless);
   EXPECT_EQ(hopeless.error().text, "encoding 'qqqqqqqqqqqqqqqqqqqq' is unknown");
   EXPECT_FALSE(host::findEncoding(""));
+}
+
+TEST(Spelling, CountsSteps) {
+  const std::tuple<const char*, const char*, std::size_t> rows[] = {
+      {"", "", 0},         {"", "abc", 3},           {"abc", "", 3},   {"abc", "abc", 0},
+      {"abc", "abd", 1},   {"abc", "bbc", 1},        {"ab", "abc", 1}, {"abc", "bc", 1},
+      {"abcd", "badc", 3}, {"kitten", "sitting", 3}, {"a", "bcd", 3},  {"flaw", "lawn", 2}};
+  for (const auto& [from, to, steps] : rows) {
+    EXPECT_EQ(host::stepsBetween(from, to), steps) << from << ", " << to;
+    EXPECT_EQ(host::stepsBetween(to, from), steps) << to << ", " << from;
+  }
 }
 
 /// The nearest names first: at most four, and one of each encoding.
