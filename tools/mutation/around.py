@@ -80,7 +80,7 @@ class Tree:
         labels = set(known.read_text().splitlines()) if known.exists() else ()
         self.left = {m for m in mutants if m.label in labels or not switched.can_be(self.texts[m.file], m)}
         named = rf"\S*?((?:{'|'.join(self.rooms)})/[\w/.]+):(\d+):\d+:"
-        place = re.compile(rf"(?:^|inlined from .* at ){named}(?: +(?:error|required from here)|$)", re.M)
+        place = re.compile(rf"(?:^|inlined from .* at ){named}(?: +(?:error|required from)|$)", re.M)
         for _ in range(MOST_ROUNDS):
             self.write(self.mutants_of)
             done = self.ninja()
