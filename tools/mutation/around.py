@@ -89,7 +89,10 @@ class Tree:
                 return
             lines = {(name, int(line)) for name, line in place.findall(done.stdout)}
             more = {m for name, line in lines for m in self.mutants_of[name]
-                    if self.texts[name].count("\n", 0, m.begin) + 1 == line} - self.left
+                    if self.texts[name].count("\n", 0, m.begin) + 1 == line}
+            # An expression over several lines is refused at its end.
+            numbers = set(map(int, re.findall(r"In instantiation of .*\bmutant = (\d+)\]", done.stdout)))
+            more = (more | {m for m in mutants if m.place in numbers}) - self.left
             if not more:
                 raise RuntimeError(done.stdout[-4000:])
             self.left |= more

@@ -15,6 +15,7 @@ SELECT rq_encode(repeat(U&'\+0F4240', 1000), 'ncr');
 SELECT rq_from('\x41ff', 'utf8');
 SELECT rq_from('\x41eda080', 'utf8');
 SELECT rq_from('\x4100', 'utf8');
+SELECT rq_from('\x00', 'utf8');
 SELECT rq_from('\x004100', 'utf16be');
 SELECT rq_from('\x0041d800', 'utf16be');
 SELECT rq_from('\x4100000000d80000', 'utf32le');
