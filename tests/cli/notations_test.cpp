@@ -71,9 +71,9 @@ const std::vector<std::u32string>& partsOf(Notation notation) {
       U"&#xDE00;", U"&#56832;", U"110000;", U"10FFFF;", U"1114111;", U"12345678", U"a",        U"g",
       U" ",        U"/",        U":",       U"@",       U"`"};
   static const std::vector<std::u32string> escapes = {
-      U"\\",      U"u",       U"U",       U"\\u",  U"\\U",      U"0041", U"0000", U"D83D",
-      U"\\uD83D", U"\\uDE00", U"\\udbff", U"0001", U"0010FFFF", U"0011", U"0003", U"000E0001",
-      U"000D",    U"0",       U"9",       U"a",    U"f",        U"g",    U" ",    U"F600"};
+      U"\\",      U"u",       U"U",    U"\\u",      U"\\U",  U"0041", U"0000",     U"D83D",  U"\\uD83D",
+      U"\\uDE00", U"\\udbff", U"0001", U"0010FFFF", U"0011", U"0003", U"000E0001", U"uDE00", U"DE00",
+      U"000D",    U"0",       U"9",    U"a",        U"f",    U"g",    U" ",        U"F600"};
   static const std::vector<std::u32string> parens = {
       U"<",        U"<U",       U"<u", U">", U"0041", U"007F", U"0080", U"00E9", U"D83D", U"0001F600",
       U"0010FFFF", U"00110000", U"0",  U"a", U"F",    U"g",    U" ",    U"U",    U"V"};
@@ -151,6 +151,8 @@ TEST(Notations, AreFoundWithTheirPlacesAndReasons) {
       {Notation::uesc, "\\u000E0001", 0, 10, 0xE0001, true, ""},
       {Notation::uesc, "\\u0002FFFF", 0, 10, 0x2FFFF, true, ""},
       {Notation::uesc, "\\u000D0000", 0, 6, 0xD, true, ""},
+      {Notation::uesc, "\\uD83D uDE00", 0, 6, 0xD83D, false, "a lone surrogate"},
+      {Notation::uesc, "\\uD83D\\xDE00", 0, 6, 0xD83D, false, "a lone surrogate"},
       {Notation::uparen, "a<U0041>", 1, 7, 0x41, true, ""},
       {Notation::uparen, "<U0041", 0, 2, none, false, "no '>' follows"},
       {Notation::uparen, "<U>", 0, 3, 0x0, true, "fewer than four digits stand for U+0000"},
