@@ -106,7 +106,7 @@ std::size_t countHexDigits(std::span<const Unit> text, std::size_t most) {
 
 template <class Unit>
 bool isLowSurrogate(std::span<const Unit> digits) {
-  return (digits[0] | 0x20) == 'd' && (digits[1] | 0x20) >= 'c' && (digits[1] | 0x20) <= 'f';
+  return (digits[0] | 0x20) == 'd' && (digits[1] | 0x20) >= 'c';
 }
 
 template <class Unit>

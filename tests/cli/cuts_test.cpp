@@ -320,6 +320,20 @@ TEST(Cuts, ForEncodingLieBeforeNotationsThatStandInTheText) {
   }
 }
 
+/// Many openers before the one that is open, in encodings that begin each look afresh.
+TEST(Cuts, ForEncodingAreThoseOfAsciiInEveryEncoding) {
+  const Row rows[] = {{"<x0123456789abcdef<u0041", 18},
+                      {"<u<u<u<u<u<u<u<u<u<u<u", 12},
+                      {"<x<x<x<x<x<x<x<x<x<u", 18},
+                      {"<u0041>abcdefghijkl<u0041>", 19},
+                      {"<u0041<u0041<u0041<u0041>x", 26}};
+  for (const char* name : {"UTF-8", "ISO-8859-1", "GB18030", "Shift_JIS", "EUC-JP"}) {
+    for (const Row& row : rows)
+      EXPECT_EQ(cutForEncoding(Notation::uparen, encodingNamed(name))(bytesOf(row.text)), row.cut)
+          << name << row.text;
+  }
+}
+
 /// The second byte of a character is no opener.
 TEST(Cuts, ForEncodingSeeCharactersAndNotBytes) {
   const host::Encoding& encoding = encodingNamed("Shift_JIS");

@@ -66,10 +66,10 @@ constexpr Notation notations[] = {Notation::ncr, Notation::uesc, Notation::upare
 
 const std::vector<std::u32string>& partsOf(Notation notation) {
   static const std::vector<std::u32string> references = {
-      U"&",        U"#",        U";",       U"&#",      U"&#x",      U"x",        U"X",        U"0",
-      U"9",        U"41",       U"65;",     U"D83D;",   U"DE00;",    U"dc00;",    U"&#xD83D;", U"&#55357;",
-      U"&#xDE00;", U"&#56832;", U"110000;", U"10FFFF;", U"1114111;", U"12345678", U"a",        U"g",
-      U" ",        U"/",        U":",       U"@",       U"`"};
+      U"&",      U"#",        U";",        U"&#",       U"&#x",     U"x",        U"X",         U"0",        U"9",
+      U"41",     U"65;",      U"D83D;",    U"DE00;",    U"dc00;",   U"&#xD83D;", U"&#x1D83D;", U"&#12;",    U"&#1;",
+      U"&#123;", U"&#55357;", U"&#xDE00;", U"&#56832;", U"110000;", U"10FFFF;",  U"1114111;",  U"12345678", U"a",
+      U"g",      U" ",        U"/",        U":",        U"@",       U"`"};
   static const std::vector<std::u32string> escapes = {
       U"\\",      U"u",       U"U",    U"\\u",      U"\\U",  U"0041", U"0000",     U"D83D",  U"\\uD83D",
       U"\\uDE00", U"\\udbff", U"0001", U"0010FFFF", U"0011", U"0003", U"000E0001", U"uDE00", U"DE00",

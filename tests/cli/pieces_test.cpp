@@ -302,7 +302,8 @@ TEST(Pieces, ProblemsAreNamedAsInTheWhole) {
   for (const char* bad : {"\xFF", "\xE2\x82", "\xC3", "\xED\xA0\x80", "\xF4\x90\x80\x80"}) {
     Job job = jobFor("UTF-8");
     Whole whole(job);
-    for (const std::string& text : {tail + bad, tail + tail + bad + "xyz", bad + tail}) {
+    for (const std::string& text :
+         {tail + bad, tail + tail + bad + "xyz", bad + tail, std::string(300, 'x') + bad + "y"}) {
       compare(*toForm(job), text, outcome(whole->toForm(job.form, bytesOf(text))), random);
       compare(*fromForm(job), text, outcome(whole->fromForm(job.form, bytesOf(text))), random);
       compare(*encode(job), text, outcome(whole->encode(job.notation, bytesOf(text))), random);
