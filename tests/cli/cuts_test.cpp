@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <span>
 #include <string>
 
@@ -315,8 +316,13 @@ TEST(Cuts, ForEncodingLieBeforeNotationsThatStandInTheText) {
   for (const auto& [notation, rows] : {std::pair(Notation::ncr, std::span<const Row>(ncrTexts)),
                                        {Notation::uesc, uescTexts},
                                        {Notation::uparen, uparenTexts}}) {
-    for (const Row& row : rows)
+    for (const Row& row : rows) {
       EXPECT_EQ(cutForEncoding(notation, encodingNamed("UTF-8"))(bytesOf(row.text)), row.cut) << row.text;
+      if (std::ranges::any_of(row.text, [](char c) { return c < 0; })) continue;
+      const std::u32string wide(row.text.begin(), row.text.end());
+      EXPECT_EQ(cutForEncoding(notation, encodingNamed("UTF-32LE"))(std::as_bytes(std::span(wide))), 4 * row.cut)
+          << row.text;
+    }
   }
 }
 
