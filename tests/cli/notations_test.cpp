@@ -182,16 +182,25 @@ TEST(Notations, AreFoundWithTheirPlacesAndReasons) {
 }
 
 TEST(Notations, AreKeptWhereTheEncodingLacksTheCharacter) {
-  std::vector<Finding> all;
-  const std::string text = "&#65;&#233;";
-  findNotations<unsigned char>(
-      Notation::ncr, std::span(reinterpret_cast<const unsigned char*>(text.data()), text.size()),
-      [](RQChar character) { return character < 0x80; }, [&all](const Finding& finding) { all.push_back(finding); });
-  ASSERT_EQ(all.size(), 2U);
-  EXPECT_FALSE(all[0].lacking);
-  EXPECT_TRUE(all[1].lacking);
-  EXPECT_FALSE(all[1].decoded);
-  EXPECT_EQ(all[1].why, "the session encoding lacks it");
+  const std::pair<std::string, const char*> rows[] = {{"&#x80;", "the session encoding lacks it"},
+                                                      {"&#xD7FF;", "the session encoding lacks it"},
+                                                      {"&#xD800;", "a lone surrogate"},
+                                                      {"&#xDFFF;", "a lone surrogate"},
+                                                      {"&#xE000;", "the session encoding lacks it"},
+                                                      {"&#x10FFFF;", "the session encoding lacks it"},
+                                                      {"&#x110000;", "above U+10FFFF"},
+                                                      {"&#x7F;", ""}};
+  for (const auto& [text, why] : rows) {
+    std::vector<Finding> all;
+    findNotations<unsigned char>(
+        Notation::ncr, std::span(reinterpret_cast<const unsigned char*>(text.data()), text.size()),
+        [](RQChar character) { return character < 0x80; },
+        [&all](const Finding& finding) { all.push_back(finding); });
+    ASSERT_EQ(all.size(), 1U) << text;
+    EXPECT_EQ(all[0].why, why) << text;
+    EXPECT_EQ(all[0].lacking, std::string_view(why).ends_with("lacks it")) << text;
+    EXPECT_EQ(all[0].decoded, text == "&#x7F;") << text;
+  }
 }
 
 }  // namespace
