@@ -71,6 +71,7 @@ class Usage(ToolTest):
             for word in ("INT", "Excludes", "Needs", "REQUIRED", "TEXT"):
                 self.assertNotIn(word, text)
         self.assertIn("&#233;", self.succeed("help", "decode", library=False).decode())
+        self.assertIn("--session ENCODING ", self.succeed("help", "to", library=False).decode())
         self.assertEqual(self.succeed("-V"), self.succeed("--version"))
 
     def test_quiet(self):
