@@ -1,5 +1,5 @@
-/* A library that fails as the environment variable RQ_STUB says: unsupported, version, object, transcoders, memory,
- * strange. The tool must report each. */
+/* A library that fails as the environment variable RQ_STUB says: unsupported, version, minor, object, transcoders,
+ * memory, strange, lying. The tool must report each. */
 #include <stdlib.h>
 #include <string.h>
 
@@ -16,8 +16,10 @@ static RQStatus status(void) {
 
 static RQStatus codec(RQInterface* self, const void* input, uint64_t units, void* output, uint64_t capacity,
                       uint64_t* written) {
-  (void)self, (void)input, (void)units, (void)output, (void)capacity, (void)written;
-  return status();
+  (void)self, (void)input, (void)units, (void)output;
+  if (!failing("lying")) return status();
+  *written = capacity + (UINT64_C(1) << 40);
+  return RQ_SUCCESS;
 }
 
 static RQStatus padded(RQInterface* self, const void* input, uint64_t length, void* output, uint64_t capacity,
@@ -45,7 +47,7 @@ static uint64_t destroy(RQInterface* self) {
 RQStatus rqextver(RQKernel* kernel, uint64_t* major, uint64_t* minor) {
   (void)kernel;
   *major = failing("version") ? 8 : 9;
-  *minor = 1;
+  *minor = failing("minor") ? 0 : 1;
   return RQ_SUCCESS;
 }
 

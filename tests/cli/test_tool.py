@@ -168,6 +168,14 @@ class Libraries(ToolTest):
         self.assertIn(b"library version: missing\n", self.succeed("info", "--library", STUB, library=False))
         self.fail_with(SYSTEM, "speaks version 8.1 of the extension interface, the host 9.1", "info", "--library", STUB,
                        **self.stub("version"))
+        self.fail_with(SYSTEM, "speaks version 9.0 of the extension interface, the host 9.1", "info", "--library", STUB,
+                       **self.stub("minor"))
+
+    def test_lengths_beyond_the_room_are_not_believed(self):
+        for arguments in (["decode", "ncr"], ["encode", "ncr"], ["encode", "uparen"], ["from", "utf16be"], ["to", "utf8"],
+                          ["to", "utf16be"], ["to", "utf32be", "--pad", "400"]):
+            self.fail_with(SYSTEM, "the host says that it wrote more than it had room for", *arguments, "--library", STUB,
+                           text=b"text", **self.stub("lying"))
 
     def test_library_that_makes_no_object(self):
         self.fail_with(SYSTEM, "the library made no interface object", "length", "--library", STUB, **self.stub("object"))
