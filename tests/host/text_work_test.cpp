@@ -170,10 +170,10 @@ TEST(TextWorkTest, WritesAndReadsNotations) {
   for (const auto& [session, wide] :
        {std::pair("UTF-8", false), {"ISO-8859-1", false}, {"GB18030", false}, {"UTF-32LE", true}}) {
     Work work(session, wide);
-    const auto repeated = [&session](const char* part, std::size_t count) {
+    const auto repeated = [encoding = session](const char* part, std::size_t count) {
       std::string text;
       for (std::size_t i = 0; i < count; ++i) text += part;
-      return convert("UTF-8", session, text, 200'000).bytes;
+      return convert("UTF-8", encoding, text, 200'000).bytes;
     };
     for (const Row& row : rows) {
       if (convert("UTF-8", session, row.character).outcome != host::Outcome::done) continue;
