@@ -110,7 +110,7 @@ std::string nearNames(std::string_view name) {
     if (best.first <= 1 + wanted.size() / 4) near.push_back(best);
   }
   std::ranges::sort(near);
-  near.erase(std::ranges::unique(near).begin(), near.end());  // encodings share names
+  near.erase(std::unique(near.begin(), near.end()), near.end());  // encodings share names
   std::string text;
   for (std::size_t i = 0; i < std::min<std::size_t>(near.size(), 4); ++i) {
     text += (i == 0 ? "" : ", ") + std::string(near[i].second);
