@@ -308,7 +308,7 @@ Blocks decodeUtf8BlocksAvx2(const std::uint8_t* input, std::size_t bytes, char32
     const std::uint64_t cut = (classes.leadOf2To4() & std::uint64_t{1} << 63) |
                               (classes.leadOf3Or4 & std::uint64_t{3} << 62) |
                               (classes.leadOf4 & std::uint64_t{7} << 61);
-    const std::uint64_t whole = cut - 1;  // all of the block where nothing is cut
+    const std::uint64_t whole = cut == 0 ? ~std::uint64_t{0} : cut - 1;
     const auto decodeBlock = classes.leadOf3Or4 == 0 ? decodeUpTo2 : decodeStarts;
     char32_t* const end = decodeBlock(from, ~classes.continuation & whole, to);
     if (!end) break;
