@@ -103,6 +103,9 @@ class Inputs(ToolTest):
             with open(path, "rb") as source, open(path, "ab") as target:
                 self.fail_with(USAGE, "is also the output", "to", "utf8", "--lines", name, stdin=source, stdout=target)
         self.assertEqual(pathlib.Path(path).read_bytes(), b"text\n")
+        # An empty one gives nothing to read: a shell has made it anew for what is written.
+        with open(path, "wb") as target:
+            self.succeed("to", "utf8", "--lines", path, stdout=target)
 
 
 class Streams(ToolTest):
