@@ -34,11 +34,13 @@ static void* faultyAllocate(RQPool* pool, uint64_t bytes, uint64_t flags) {
   if (broken("pool.alignment") && !endless) return (char*)allocate(pool, bytes + 4, flags) + 4;
   if (broken("pool.refusal") && endless) return allocate(pool, 8, flags);
   if (broken("kernel.createPool kept") && keptParameters->zero[2] != 0) return NULL;
-  if (bytes == sizeof sharedBlock) {
-    static int later;
-    if (broken("pool.blocks")) return sharedBlock;
-    if (broken("pool.blocks last")) return touching + (later++ == 0 ? 0 : 99);
-    if (broken("pool.blocks first")) return touching + (later++ == 0 ? 99 : 0);
+  if (broken("pool.blocks") && bytes == sizeof sharedBlock) return sharedBlock;
+  const int last = broken("pool.blocks last"), first = broken("pool.blocks first");
+  if ((last || first) && bytes == sizeof sharedBlock) {
+    static int blocks; /* the second one is kept; the third one is filled over its last or its first byte */
+    ++blocks;
+    if (blocks == 2) return touching + (last ? 0 : 99);
+    if (blocks == 3) return touching + (last ? 99 : 0);
   }
   return allocate(pool, bytes, flags);
 }
