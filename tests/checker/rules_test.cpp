@@ -82,6 +82,7 @@ const Fault faults[] = {
     {"transcoder.roundTrip table", "U+00C0 becomes the bytes C1, and these U+00C1"},
     {"transcoder.roundTrip substitution", "U+0100 becomes the bytes 3F, and these U+003F"},
     {"transcoder.roundTrip half", "U+00F1 becomes the bytes 81, and these U+0081"},
+    {"transcoder.roundTrip two", "U+00F1 becomes the bytes F1, and these no character"},
     {"transcoder.roundTrip abort", "Aborted: one character makes it crash"},
     {"transcoder.roundTrip one", "U+0001 becomes the bytes 41, and these U+0041"},
     {"transcoder.roundTrip D7FF", "U+D7FF becomes the bytes 41, and these U+0041"},
