@@ -195,6 +195,7 @@ static RQStatus faultyConvert(RQTranscoder* self, const void* input, uint64_t in
     memset((uint8_t*)output + length, 0xC3, capacity - length);
     *produced = capacity;
   }
+  if (broken("transcoder.whole other") && toSession && length > 0) ((uint8_t*)output)[length - 1] = '?';
   return broken("transcoder.status") ? RQ_SUCCESS : status;
 }
 

@@ -67,6 +67,8 @@ const Fault faults[] = {
     {"transcoder.capacity reported", "reports 1 bytes for a capacity of 0"},
     {"transcoder.input", "it reads beyond the input", true},
     {"transcoder.whole", "leaves part of a character"},
+    {"transcoder.whole other",
+     "from UTF-8 to the session encoding leaves part of a character in a capacity of 1 bytes"},
     {"transcoder.status", "reports success where 0 bytes cannot hold the text"},
     {"transcoder.status failure", "reports a failure where there is none"},
     {"transcoder.status full", "reports a failure at an exactly full output"},
