@@ -49,16 +49,13 @@ std::size_t find(std::span<const Unit> text, std::size_t from, char c) {
   }
 }
 
-/// Finds the next terminator from positions that only grow. Reads each unit once.
+/// Finds the next terminator from positions above 0 that only grow. Reads each unit once.
 template <class Unit>
 class Terminator {
  public:
   Terminator(std::span<const Unit> text, char terminator) : text_(text), terminator_(terminator) {}
   std::optional<std::size_t> from(std::size_t position) {
-    if (!searched_ || at_ < position) {
-      at_ = find(text_, position, terminator_);
-      searched_ = true;
-    }
+    if (at_ < position) at_ = find(text_, position, terminator_);
     return at_ < text_.size() ? std::optional(at_) : std::nullopt;
   }
 
@@ -66,7 +63,6 @@ class Terminator {
   const std::span<const Unit> text_;
   const char terminator_;
   std::size_t at_ = 0;
-  bool searched_ = false;
 };
 
 template <class Unit>

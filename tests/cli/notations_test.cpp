@@ -66,14 +66,14 @@ constexpr Notation notations[] = {Notation::ncr, Notation::uesc, Notation::upare
 
 const std::vector<std::u32string>& partsOf(Notation notation) {
   static const std::vector<std::u32string> references = {
-      U"&",      U"#",        U";",        U"&#",       U"&#x",     U"x",        U"X",         U"0",        U"9",
-      U"41",     U"65;",      U"D83D;",    U"DE00;",    U"dc00;",   U"&#xD83D;", U"&#x1D83D;", U"&#12;",    U"&#1;",
-      U"&#123;", U"&#55357;", U"&#xDE00;", U"&#56832;", U"110000;", U"10FFFF;",  U"1114111;",  U"12345678", U"a",
-      U"g",      U" ",        U"/",        U":",        U"@",       U"`"};
+      U"&",        U"#",    U";",      U"&#",       U"&#x",      U"x",        U"X",       U"0",        U"9",
+      U"41",       U"65;",  U"D83D;",  U"DE00;",    U"DE01;",    U"DFFF;",    U"dc00;",   U"&#xD83D;", U"&#x1D83D;",
+      U"&#12;",    U"&#1;", U"&#123;", U"&#55357;", U"&#xDE00;", U"&#56832;", U"110000;", U"10FFFF;",  U"1114111;",
+      U"12345678", U"a",    U"g",      U" ",        U"/",        U":",        U"@",       U"`"};
   static const std::vector<std::u32string> escapes = {
-      U"\\",      U"u",       U"U",    U"\\u",      U"\\U",  U"0041", U"0000",     U"D83D",  U"\\uD83D",
-      U"\\uDE00", U"\\udbff", U"0001", U"0010FFFF", U"0011", U"0003", U"000E0001", U"uDE00", U"DE00",
-      U"000D",    U"0",       U"9",    U"a",        U"f",    U"g",    U" ",        U"F600"};
+      U"\\",      U"u",       U"U",       U"\\u",  U"\\U",      U"0041", U"0000", U"D83D",     U"\\uD83D", U"\\uDE00",
+      U"\\uDE01", U"\\uDFFF", U"\\udbff", U"0001", U"0010FFFF", U"0011", U"0003", U"000E0001", U"uDE00",   U"DE00",
+      U"000D",    U"0",       U"9",       U"a",    U"f",        U"g",    U" ",    U"F600"};
   static const std::vector<std::u32string> parens = {
       U"<",        U"<U",       U"<u", U">", U"0041", U"007F", U"0080", U"00E9", U"D83D", U"0001F600",
       U"0010FFFF", U"00110000", U"0",  U"a", U"F",    U"g",    U" ",    U"U",    U"V"};
@@ -121,6 +121,7 @@ TEST(Notations, AreFoundWithTheirPlacesAndReasons) {
       {Notation::ncr, "&#;", 0, 3, 0x0, true, "fewer than two digits stand for U+0000"},
       {Notation::ncr, "&#65 x;", 0, 7, 0x41, true, "text behind the digits is dropped"},
       {Notation::ncr, "&#xD83D;&#xDE00;", 0, 16, 0x1F600, true, "a surrogate pair"},
+      {Notation::ncr, "&#xD83D;&#xDE01;", 0, 16, 0x1F601, true, "a surrogate pair"},
       {Notation::ncr, "&#xD83D;", 0, 8, 0xD83D, false, "a lone surrogate"},
       {Notation::ncr, "&#xDE00;", 0, 8, 0xDE00, false, "a lone surrogate"},
       {Notation::ncr, "&#x110000;", 0, 10, 0x110000, false, "above U+10FFFF"},
