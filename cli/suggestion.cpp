@@ -5,6 +5,7 @@
 #include "host/spelling.h"
 
 namespace rq::cli {
+
 std::string suggestion(std::string_view word, const std::vector<std::string>& names) {
   constexpr std::size_t longestWord = 40;
   if (word.empty() || word.size() > longestWord) return "";

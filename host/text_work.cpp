@@ -151,7 +151,7 @@ Result<Bytes> TextWork::decode(Notation notation, Bytes text, Position start) {
     const MutableBytes room = output_.atLeast(capacity * unit() + RQ_OUTPUT_SLACK_BYTES);
     std::uint64_t written = 0;
     const RQStatus status = decoder(object_, text.data(), units, room.data(), capacity, &written);
-    if (written > capacity) return falseLength;
+    if (written > room.size() / unit()) return falseLength;  // a doubled marker may pass the capacity itself
     if (status == RQ_SUCCESS && written < capacity) return Bytes(room.first(written * unit()));
     const bool tooSmall =
         status == RQ_SUCCESS || status == RQ_OUTPUT_TOO_SMALL || status == RQ_REPLACEMENT_DOES_NOT_FIT;

@@ -177,6 +177,9 @@ class Libraries(ToolTest):
             self.fail_with(SYSTEM, "the host says that it wrote more than it had room for", *arguments, "--library", STUB,
                            text=b"text", **self.stub("lying"))
 
+    def test_a_length_just_beyond_the_capacity_wants_more_room(self):
+        self.assertEqual(self.succeed("decode", "uesc", "--library", STUB, text=b"text", **self.stub("overshoot")), b"")
+
     def test_library_that_makes_no_object(self):
         self.fail_with(SYSTEM, "the library made no interface object", "length", "--library", STUB, **self.stub("object"))
 
