@@ -7,6 +7,7 @@
 
 #include "codecs/digit_words.h"
 #include "codecs/digits.h"
+#include "codecs/units.h"
 #include "frame/interface.h"
 #include "frame/internal/kernel_handle.h"
 #include "frame/internal/wide_literal.h"
@@ -81,7 +82,7 @@ struct Wide {
     const bool stoppedByAscii = digits.count == count || load(field + digits.count) < 0x80;
     if (stoppedByAscii) return digits;
     Unit scratch[maxDigits];
-    std::memcpy(scratch, static_cast<const void*>(field), count * sizeof(Unit));
+    copyUnits(scratch, field, count);
     upperCase(scratch, count);
     return readDigits<16, upperHexDigit>(scratch, count);
   }
