@@ -1,18 +1,18 @@
 // How far a text can be worked on while the rest is not known: as far as no notation, and no pair of them, is open.
 #include "cli/cuts.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <span>
 #include <string>
 
 #include "host/pieces.h"
+#include "tests/host/support.h"
 
 namespace rq::cli {
 namespace {
 
 using host::Notation;
+using test::bytesOf, test::encodingNamed;
 
 struct Row {
   std::string_view text;
@@ -158,10 +158,6 @@ constexpr Row uparenRows[] = {
     {"<V", 2},  {"<U0041", 0}, {"<U0041>", 7}, {"<U0041>a", 8}, {"<U0041><", 7},    {"<U0041><U", 7}, {"a>b<", 3},
     {"<<U", 1}, {"<U<", 0},    {"x<u", 1},     {"<U00 41", 0},  {"<U0041>b<u1", 8}, {"a<b", 3},       {"<uU", 0}};
 
-Bytes bytesOf(std::string_view text) {
-  return std::as_bytes(std::span(text));
-}
-
 void checkDecoding(Notation notation, std::span<const Row> rows) {
   for (const Row& row : rows) {
     EXPECT_EQ(cutForDecoding(notation, false)(bytesOf(row.text)), row.cut) << row.text;
@@ -178,149 +174,63 @@ TEST(Cuts, ForDecodingLieBeforeOpenNotations) {
 }
 
 /// What an encoder lets pass or doubles: `<u0041>` before another character, and a backslash.
-constexpr Row ncrTexts[] = {{"", 0},
-                            {"a", 1},
-                            {"<", 0},
-                            {"a<", 1},
-                            {"<a", 2},
-                            {"<u", 0},
-                            {"<u0", 0},
-                            {"<u0041", 0},
-                            {"<u0041>", 7},
-                            {"<u0041>a", 8},
-                            {"<u0041>ab", 9},
-                            {"<u0041>abcdef", 13},
-                            {"<u0041>abcdefg", 14},
-                            {"<u0001F600", 10},
-                            {"<u0001F600>", 11},
-                            {"<u0001F600>a", 12},
-                            {"<u0001F600>ab", 13},
-                            {"<u004", 0},
-                            {"<u004x1", 7},
-                            {"<u0041x", 7},
-                            {"<u0041xabc", 10},
-                            {"<u0041xabcd", 11},
-                            {"<u0041xabcde", 12},
-                            {"<u0041xabcdef", 13},
-                            {"<u0041xabc>e", 12},
-                            {"<u0041xabc>ef", 13},
-                            {"x<u0041>a", 9},
-                            {"<<u0041>", 8},
-                            {"\\", 1},
-                            {"\\u", 2},
-                            {"\\ua", 3},
-                            {"\\u00", 4},
-                            {"\\u004", 5},
-                            {"\\u0041", 6},
-                            {"\\u0041a", 7},
-                            {"a\\", 2},
-                            {"\\a", 2},
-                            {"\\uxxxx", 6},
-                            {"\\uxxxxx", 7},
-                            {"é", 2},
-                            {"é<", 2},
-                            {"日本<u", 6},
-                            {"<u日本語日本語日本語日本語", 38}};
-constexpr Row uescTexts[] = {{"", 0},
-                             {"a", 1},
-                             {"<", 1},
-                             {"a<", 2},
-                             {"<a", 2},
-                             {"<u", 2},
-                             {"<u0", 3},
-                             {"<u0041", 6},
-                             {"<u0041>", 7},
-                             {"<u0041>a", 8},
-                             {"<u0041>ab", 9},
-                             {"<u0041>abcdef", 13},
-                             {"<u0041>abcdefg", 14},
-                             {"<u0001F600", 10},
-                             {"<u0001F600>", 11},
-                             {"<u0001F600>a", 12},
-                             {"<u0001F600>ab", 13},
-                             {"<u004", 5},
-                             {"<u004x1", 7},
-                             {"<u0041x", 7},
-                             {"<u0041xabc", 10},
-                             {"<u0041xabcd", 11},
-                             {"<u0041xabcde", 12},
-                             {"<u0041xabcdef", 13},
-                             {"<u0041xabc>e", 12},
-                             {"<u0041xabc>ef", 13},
-                             {"x<u0041>a", 9},
-                             {"<<u0041>", 8},
-                             {"\\", 0},
-                             {"\\u", 0},
-                             {"\\ua", 0},
-                             {"\\u00", 0},
-                             {"\\u004", 0},
-                             {"\\u0041", 6},
-                             {"\\u0041a", 7},
-                             {"a\\", 1},
-                             {"\\a", 2},
-                             {"\\uxxxx", 6},
-                             {"\\uxxxxx", 7},
-                             {"é", 2},
-                             {"é<", 3},
-                             {"日本<u", 8},
-                             {"<u日本語日本語日本語日本語", 38}};
-constexpr Row uparenTexts[] = {{"", 0},
-                               {"a", 1},
-                               {"<", 0},
-                               {"a<", 1},
-                               {"<a", 2},
-                               {"<u", 0},
-                               {"<u0", 0},
-                               {"<u0041", 0},
-                               {"<u0041>", 0},
-                               {"<u0041>a", 8},
-                               {"<u0041>ab", 9},
-                               {"<u0041>abcdef", 13},
-                               {"<u0041>abcdefg", 14},
-                               {"<u0001F600", 0},
-                               {"<u0001F600>", 0},
-                               {"<u0001F600>a", 12},
-                               {"<u0001F600>ab", 13},
-                               {"<u004", 0},
-                               {"<u004x1", 0},
-                               {"<u0041x", 0},
-                               {"<u0041xabc", 0},
-                               {"<u0041xabcd", 0},
-                               {"<u0041xabcde", 12},
-                               {"<u0041xabcdef", 13},
-                               {"<u0041xabc>e", 12},
-                               {"<u0041xabc>ef", 13},
-                               {"x<u0041>a", 9},
-                               {"<<u0041>", 1},
-                               {"\\", 1},
-                               {"\\u", 2},
-                               {"\\ua", 3},
-                               {"\\u00", 4},
-                               {"\\u004", 5},
-                               {"\\u0041", 6},
-                               {"\\u0041a", 7},
-                               {"a\\", 2},
-                               {"\\a", 2},
-                               {"\\uxxxx", 6},
-                               {"\\uxxxxx", 7},
-                               {"é", 2},
-                               {"é<", 2},
-                               {"日本<u", 6},
-                               {"<u日本語日本語日本語日本語", 38}};
-
-const host::Encoding& encodingNamed(const char* name) {
-  return **host::findEncoding(name);
-}
+struct EncodedRow {
+  std::string_view text;
+  std::size_t ncr, uesc, uparen;
+};
+constexpr EncodedRow textRows[] = {{"", 0, 0, 0},
+                                   {"a", 1, 1, 1},
+                                   {"<", 0, 1, 0},
+                                   {"a<", 1, 2, 1},
+                                   {"<a", 2, 2, 2},
+                                   {"<u", 0, 2, 0},
+                                   {"<u0", 0, 3, 0},
+                                   {"<u0041", 0, 6, 0},
+                                   {"<u0041>", 7, 7, 0},
+                                   {"<u0041>a", 8, 8, 8},
+                                   {"<u0041>ab", 9, 9, 9},
+                                   {"<u0041>abcdef", 13, 13, 13},
+                                   {"<u0041>abcdefg", 14, 14, 14},
+                                   {"<u0001F600", 10, 10, 0},
+                                   {"<u0001F600>", 11, 11, 0},
+                                   {"<u0001F600>a", 12, 12, 12},
+                                   {"<u0001F600>ab", 13, 13, 13},
+                                   {"<u004", 0, 5, 0},
+                                   {"<u004x1", 7, 7, 0},
+                                   {"<u0041x", 7, 7, 0},
+                                   {"<u0041xabc", 10, 10, 0},
+                                   {"<u0041xabcd", 11, 11, 0},
+                                   {"<u0041xabcde", 12, 12, 12},
+                                   {"<u0041xabcdef", 13, 13, 13},
+                                   {"<u0041xabc>e", 12, 12, 12},
+                                   {"<u0041xabc>ef", 13, 13, 13},
+                                   {"x<u0041>a", 9, 9, 9},
+                                   {"<<u0041>", 8, 8, 1},
+                                   {"\\", 1, 0, 1},
+                                   {"\\u", 2, 0, 2},
+                                   {"\\ua", 3, 0, 3},
+                                   {"\\u00", 4, 0, 4},
+                                   {"\\u004", 5, 0, 5},
+                                   {"\\u0041", 6, 6, 6},
+                                   {"\\u0041a", 7, 7, 7},
+                                   {"a\\", 2, 1, 2},
+                                   {"\\a", 2, 2, 2},
+                                   {"\\uxxxx", 6, 6, 6},
+                                   {"\\uxxxxx", 7, 7, 7},
+                                   {"é", 2, 2, 2},
+                                   {"é<", 2, 3, 2},
+                                   {"日本<u", 6, 8, 6},
+                                   {"<u日本語日本語日本語日本語", 38, 38, 38}};
 
 TEST(Cuts, ForEncodingLieBeforeNotationsThatStandInTheText) {
-  for (const auto& [notation, rows] : {std::pair(Notation::ncr, std::span<const Row>(ncrTexts)),
-                                       {Notation::uesc, uescTexts},
-                                       {Notation::uparen, uparenTexts}}) {
-    for (const Row& row : rows) {
-      EXPECT_EQ(cutForEncoding(notation, encodingNamed("UTF-8"))(bytesOf(row.text)), row.cut) << row.text;
+  for (const auto& [notation, cut] : {std::pair(Notation::ncr, &EncodedRow::ncr),
+                                      {Notation::uesc, &EncodedRow::uesc},
+                                      {Notation::uparen, &EncodedRow::uparen}}) {
+    for (const EncodedRow& row : textRows) {
+      EXPECT_EQ(cutForEncoding(notation, encodingNamed("UTF-8"))(bytesOf(row.text)), row.*cut) << row.text;
       if (std::ranges::any_of(row.text, [](char c) { return c < 0; })) continue;
       const std::u32string wide(row.text.begin(), row.text.end());
-      EXPECT_EQ(cutForEncoding(notation, encodingNamed("UTF-32LE"))(std::as_bytes(std::span(wide))), 4 * row.cut)
+      EXPECT_EQ(cutForEncoding(notation, encodingNamed("UTF-32LE"))(std::as_bytes(std::span(wide))), 4 * row.*cut)
           << row.text;
     }
   }

@@ -14,16 +14,14 @@
 #include "host/host.h"
 #include "host/pieces.h"
 #include "host/text_work.h"
+#include "tests/host/support.h"
 
 namespace rq::cli {
 namespace {
 
 using host::Encoding;
 using host::TextWork;
-
-Bytes bytesOf(const std::string& text) {
-  return std::as_bytes(std::span(text));
-}
+using test::bytesOf;
 
 std::string stringOf(Bytes bytes) {
   return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};

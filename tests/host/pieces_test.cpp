@@ -6,10 +6,6 @@
 namespace rq::test {
 namespace {
 
-const host::Encoding& encodingNamed(const char* name) {
-  return **host::findEncoding(name);
-}
-
 /// Each character of a text in an encoding, without what the encoding lacks.
 std::vector<std::string> charactersIn(const char* encoding, std::initializer_list<const char*> characters) {
   std::vector<std::string> all;

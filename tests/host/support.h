@@ -19,10 +19,14 @@ inline host::Bytes bytesOf(std::string_view text) {
   return std::as_bytes(std::span(text));
 }
 
-inline std::uint32_t identifierOf(std::string_view name) {
+inline const host::Encoding& encodingNamed(std::string_view name) {
   const auto encoding = host::findEncoding(name);
   if (!encoding) throw std::runtime_error(encoding.error().text);
-  return (*encoding)->identifier;
+  return **encoding;
+}
+
+inline std::uint32_t identifierOf(std::string_view name) {
+  return encodingNamed(name).identifier;
 }
 
 inline const host::Codec& codecNamed(std::string_view name) {

@@ -92,7 +92,7 @@ class Work {
   Work(const char* encoding, bool wide)
       : host_(identifierOf(encoding)),
         session_(std::move(*host::Session::open(library_, host_))),
-        work_(session_.object(), wide ? session_->wide : session_->plain, **host::findEncoding(encoding), wide) {}
+        work_(session_.object(), wide ? session_->wide : session_->plain, encodingNamed(encoding), wide) {}
   TextWork* operator->() { return &work_; }
 
  private:
