@@ -19,24 +19,26 @@ bool isScalar(RQChar character) {
   return character <= 0x10FFFF && (character < 0xD800 || character > 0xDFFF);
 }
 
-std::vector<Finding> findingsIn(Notation notation, std::u32string_view text) {
+/// What is found in a text of bytes or characters, whose encoding carries what `carries` says.
+template <class Unit, class C, class Carries>
+std::vector<Finding> findings(Notation notation, std::basic_string_view<C> text, Carries carries) {
   std::vector<Finding> all;
-  findNotations<RQChar>(notation, std::span(reinterpret_cast<const RQChar*>(text.data()), text.size()), isScalar,
-                        [&all](const Finding& finding) { all.push_back(finding); });
+  findNotations<Unit>(notation, std::span(reinterpret_cast<const Unit*>(text.data()), text.size()), carries,
+                      [&all](const Finding& finding) { all.push_back(finding); });
   return all;
 }
+std::vector<Finding> findingsIn(Notation notation, std::u32string_view text) {
+  return findings<RQChar>(notation, text, isScalar);
+}
 std::vector<Finding> findingsIn(Notation notation, const std::string& text) {
-  std::vector<Finding> all;
-  findNotations<unsigned char>(notation, std::span(reinterpret_cast<const unsigned char*>(text.data()), text.size()),
-                               isScalar, [&all](const Finding& finding) { all.push_back(finding); });
-  return all;
+  return findings<unsigned char>(notation, std::string_view(text), isScalar);
 }
 
 /// The text with what was found in its place.
-std::u32string replaced(const std::u32string& text, const std::vector<Finding>& findings) {
+std::u32string replaced(const std::u32string& text, const std::vector<Finding>& all) {
   std::u32string result;
   std::size_t at = 0;
-  for (const Finding& finding : findings) {
+  for (const Finding& finding : all) {
     if (!finding.decoded) continue;
     result += text.substr(at, finding.offset - at);
     // A doubled marker stands for the opener and one of them.
@@ -89,15 +91,14 @@ TEST(Notations, FoundAndReplacedAreTheDecodedText) {
     for (int round = 0; round < 20'000; ++round) {
       std::u32string text;
       for (auto count = random() % 8; count > 0; --count) text += parts[random() % parts.size()];
-      const std::vector<Finding> findings = findingsIn(notation, text);
-      ASSERT_TRUE(replaced(text, findings) == decode(notation, text)) << std::string(text.begin(), text.end());
+      const std::vector<Finding> all = findingsIn(notation, text);
+      ASSERT_TRUE(replaced(text, all) == decode(notation, text)) << std::string(text.begin(), text.end());
       // The same in bytes.
       const auto sameFinding = [](const Finding& a, const Finding& b) {
         return std::tie(a.offset, a.length, a.character, a.decoded, a.why) ==
                std::tie(b.offset, b.length, b.character, b.decoded, b.why);
       };
-      ASSERT_TRUE(
-          std::ranges::equal(findings, findingsIn(notation, std::string(text.begin(), text.end())), sameFinding));
+      ASSERT_TRUE(std::ranges::equal(all, findingsIn(notation, std::string(text.begin(), text.end())), sameFinding));
     }
   }
 }
@@ -192,11 +193,8 @@ TEST(Notations, AreKeptWhereTheEncodingLacksTheCharacter) {
                                                       {"&#x110000;", "above U+10FFFF"},
                                                       {"&#x7F;", ""}};
   for (const auto& [text, why] : rows) {
-    std::vector<Finding> all;
-    findNotations<unsigned char>(
-        Notation::ncr, std::span(reinterpret_cast<const unsigned char*>(text.data()), text.size()),
-        [](RQChar character) { return character < 0x80; },
-        [&all](const Finding& finding) { all.push_back(finding); });
+    const std::vector<Finding> all = findings<unsigned char>(Notation::ncr, std::string_view(text),
+                                                             [](RQChar character) { return character < 0x80; });
     ASSERT_EQ(all.size(), 1U) << text;
     EXPECT_EQ(all[0].why, why) << text;
     EXPECT_EQ(all[0].lacking, std::string_view(why).ends_with("lacks it")) << text;
