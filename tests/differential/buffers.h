@@ -6,7 +6,6 @@
 
 namespace rq::test {
 
-inline constexpr std::size_t pageBytes = 4096;
 /// Bytes of canary on either side of a text; more would cost time in each case.
 inline constexpr std::size_t margin = 64;
 

@@ -167,11 +167,11 @@ TEST(skStrTCpy, CopiesExactlyTheStringAndItsTerminator) {
 /// A kernel's first vector may begin in one page, while the terminator lies in the next.
 template <class U>
 void checkStringsAcrossPages(std::uint64_t (*length)(const U*), void (*copy)(const U*, U*)) {
-  constexpr std::size_t longest = 80, page = 4096;
-  GuardedBuffer source(2 * page), pages(2 * longest * sizeof(U)), expected(pages.size());
+  constexpr std::size_t longest = 80;
+  GuardedBuffer source(2 * pageBytes), pages(2 * longest * sizeof(U)), expected(pages.size());
   std::memset(source.begin(), 0x31, source.size());
   for (std::size_t before = 1; before <= longest; ++before) {
-    auto* const s = reinterpret_cast<U*>(source.begin() + page) - before;
+    auto* const s = reinterpret_cast<U*>(source.begin() + pageBytes) - before;
     for (std::size_t n = 0; n <= longest; ++n) {
       const U kept = twin::get(s, n);
       twin::set(s, n, U{0});

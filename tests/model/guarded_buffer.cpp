@@ -1,7 +1,6 @@
 #include "tests/model/guarded_buffer.h"
 
 #include <sys/mman.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
@@ -12,7 +11,6 @@ namespace rq::test {
 namespace {
 
 constexpr std::uint8_t canary = 0xC7;
-const std::size_t page = static_cast<std::size_t>(sysconf(_SC_PAGESIZE));
 
 void fillWithCanary(std::uint8_t* begin, const std::uint8_t* end) {
   std::memset(begin, canary, static_cast<std::size_t>(end - begin));
@@ -27,17 +25,18 @@ bool isFilledWith(std::uint8_t byte, const std::uint8_t* begin, const std::uint8
 }
 
 GuardedBuffer::GuardedBuffer(std::size_t bytes, std::size_t canaryBytes)
-    : size_((std::max(bytes, std::size_t{1}) + page - 1) / page * page), canaryBytes_(canaryBytes) {
-  void* const area = mmap(nullptr, size_ + 2 * page, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-  if (area == MAP_FAILED || mprotect(static_cast<std::uint8_t*>(area) + page, size_, PROT_READ | PROT_WRITE) != 0) {
+    : size_((std::max(bytes, std::size_t{1}) + pageBytes - 1) / pageBytes * pageBytes), canaryBytes_(canaryBytes) {
+  void* const area = mmap(nullptr, size_ + 2 * pageBytes, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (area == MAP_FAILED ||
+      mprotect(static_cast<std::uint8_t*>(area) + pageBytes, size_, PROT_READ | PROT_WRITE) != 0) {
     std::perror("guarded buffer");
     std::abort();
   }
-  begin_ = static_cast<std::uint8_t*>(area) + page;
+  begin_ = static_cast<std::uint8_t*>(area) + pageBytes;
 }
 
 GuardedBuffer::~GuardedBuffer() {
-  munmap(begin_ - page, size_ + 2 * page);
+  munmap(begin_ - pageBytes, size_ + 2 * pageBytes);
 }
 
 std::uint8_t* GuardedBuffer::place(std::size_t bytes, Flush flush, std::size_t gap) {

@@ -7,6 +7,8 @@
 
 namespace rq::test {
 
+inline constexpr std::size_t pageBytes = 4096;
+
 /// Which guard page a placed buffer touches.
 enum class Flush { atEnd, atBeginning };
 
