@@ -110,7 +110,7 @@ Finding release(const Subject& subject) {
   return grown(before, rounds * mebibyte, "were released");
 }
 
-Finding destroy(const Subject& subject) {
+Finding poolDestruction(const Subject& subject) {
   const std::size_t before = residentBytes();
   for (int i = 0; i < rounds; ++i) {
     RQPool* pool = makePool(subject);
@@ -137,7 +137,7 @@ std::vector<Rule> poolRules() {
       {"pool.blocks", "blocks share no bytes", {"pool.words"}, blocks},
       {"pool.refusal", "a block that is too large is refused with null", {"pool.words"}, refusal},
       {"pool.release", "memory of a released block is used again", {"pool.words"}, release},
-      {"pool.destroy", "frees the pool and all its blocks", {"pool.words"}, destroy},
+      {"pool.destroy", "frees the pool and all its blocks", {"pool.words"}, poolDestruction},
   };
 }
 

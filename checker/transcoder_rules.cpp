@@ -228,7 +228,7 @@ Finding returns(const Subject& subject) {
   return ok();
 }
 
-Finding destroy(const Subject& subject) {
+Finding destruction(const Subject& subject) {
   const Transcoders all(subject);
   const std::optional<Sample> sample = sampleOf(all);
   if (!sample) return notChecked(noSample);
@@ -288,7 +288,7 @@ std::vector<Rule> transcoderRules() {
        "a session with the identifier of a form holds that form",
        {"transcoder.forms"},
        identifiers},
-      {"transcoder.destroy", "frees this transcoder and no other", {"transcoder.words"}, destroy},
+      {"transcoder.destroy", "frees this transcoder and no other", {"transcoder.words"}, destruction},
   };
 }
 

@@ -23,7 +23,7 @@ Done printCompletion(const Job& job, Progress&, Output& output) {
   return output.write(completionScript(commandModel(), job.shell));
 }
 
-constexpr Command table[] = {
+constexpr Command all[] = {
     {"from", "Turn Unicode text into session text", Subject::form, takes::rewrites | takes::mark, nullptr,
      "What to do with a character that the session encoding lacks (default error; keep: as &#8364;)", true,
      "Examples:\n  $ rqtext from utf16le -s KOI8-R letter.utf16 -o letter.txt\n  $ rqtext from utf8 -s ISO-8859-1 "
@@ -64,7 +64,7 @@ constexpr Command table[] = {
 }  // namespace
 
 std::span<const Command> commands() {
-  return table;
+  return all;
 }
 
 }  // namespace rq::cli

@@ -10,7 +10,7 @@ namespace {
 using Kind = Values::Kind;
 
 /// `text` with a backslash before each of `characters`.
-std::string escaped(const std::string& text, std::string_view characters) {
+std::string backslashed(const std::string& text, std::string_view characters) {
   std::string result;
   for (const char c : text) {
     if (characters.find(c) != std::string_view::npos) result += '\\';
@@ -195,7 +195,7 @@ std::string zshOption(const OptionModel& option) {
   std::string value;
   if (valued) value = ":" + option.names.back().substr(2) + ":" + zshValues(option.values);
   const std::string together = enclosed('(', joined(option.names, " "), ')');
-  const std::string description = enclosed('[', escaped(option.description, "[]:\\"), ']');
+  const std::string description = enclosed('[', backslashed(option.description, "[]:\\"), ']');
   std::string text;
   for (const std::string& name : option.names) {
     std::string argument = together;
@@ -224,7 +224,7 @@ std::string zshCommand(const CommandModel& command) {
 std::string zshScript(const CommandModel& app) {
   std::string text = std::string(zshHead) + "  commands=(\n";
   for (const CommandModel& command : app.commands) {
-    text += "    " + shellQuoted(command.name + ":" + escaped(command.description, ":\\")) + "\n";
+    text += "    " + shellQuoted(command.name + ":" + backslashed(command.description, ":\\")) + "\n";
   }
   text += "  )\n  _arguments -C";
   for (const OptionModel& option : app.options) text += zshOption(option);
@@ -250,7 +250,7 @@ complete -c rqtext -f
 )sh";
 
 std::string fishQuoted(const std::string& text) {
-  return enclosed('\'', escaped(text, "\\'"), '\'');
+  return enclosed('\'', backslashed(text, "\\'"), '\'');
 }
 
 std::string fishValues(const Values& values) {

@@ -20,7 +20,7 @@ Error readFailure(const std::string& name, int number) {
 }
 
 /// \xNN for control characters but those of `allowed`.
-std::string escaped(const std::string& text, std::string_view allowed) {
+std::string controlsEscaped(const std::string& text, std::string_view allowed) {
   std::string shown;
   for (const char c : text) {
     const auto byte = static_cast<unsigned char>(c);
@@ -44,11 +44,11 @@ std::optional<struct stat> statusOf(const std::string& file) {
 }  // namespace
 
 std::string shownName(const std::string& file) {
-  return file == "-" ? "standard input" : escaped(file, "");
+  return file == "-" ? "standard input" : controlsEscaped(file, "");
 }
 
 std::string withoutControls(const std::string& text) {
-  return escaped(text, "\n");
+  return controlsEscaped(text, "\n");
 }
 
 Descriptor::~Descriptor() {

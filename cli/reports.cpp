@@ -12,10 +12,10 @@ namespace rq::cli {
 namespace {
 
 /// What another library leaves empty.
-constexpr const char* missing = "missing";
+constexpr const char* absent = "missing";
 
 std::string textOf(const char* word) {
-  return word != nullptr ? word : missing;
+  return word != nullptr ? word : absent;
 }
 
 std::string withoutBlanksAtTheEnd(std::string text) {
@@ -24,7 +24,7 @@ std::string withoutBlanksAtTheEnd(std::string text) {
 }
 
 std::string versionFrom(RQInterface* object, decltype(RQInterface::getVersion) slot) {
-  if (slot == nullptr) return missing;
+  if (slot == nullptr) return absent;
   std::uint64_t major = 0;
   std::uint64_t minor = 0;
   std::uint64_t patch = 0;

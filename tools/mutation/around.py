@@ -57,8 +57,9 @@ class Tree:
         self.targets = [target for room in rooms for target in ROOMS[room][0]]
         for name, text in texts.items():
             write(self.sources / name, text.encode())
-        subprocess.run(["cmake", "--preset", "gcc", "-B", str(self.build), f"-DRQ_SWITCHED={';'.join(self.targets)}",
-                        f"-DRQ_SWITCH={switch}", f"-DCMAKE_PROJECT_rquni_INCLUDE={includes}"],
+        subprocess.run(["cmake", "--preset", "gcc", "-B", str(self.build), "-DRQ_UNITY=OFF",
+                        f"-DRQ_SWITCHED={';'.join(self.targets)}", f"-DRQ_SWITCH={switch}",
+                        f"-DCMAKE_PROJECT_rquni_INCLUDE={includes}"],
                        cwd=self.sources, check=True, stdout=subprocess.DEVNULL, env=self.environment)
 
     def write(self, names):
