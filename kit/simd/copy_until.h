@@ -89,14 +89,27 @@ RQ_INLINE std::uint64_t copyUntil(const typename V::Lane* in, std::uint64_t n, O
     }
   }
   const Stop<V> stop(args...);
-  const auto finish = [=](std::uint64_t copied) {  // all but the last vector at most are stored
-    if (copied >= V::lanes)
-      put(V::load(in + copied - V::lanes), out + copied - V::lanes);
-    else
+  const auto finish = [=](std::uint64_t copied) {  // all but the last two vectors at most are stored
+    if (copied < V::lanes) {
       copyFewUnits<V>(in, out, copied);
+    } else {
+      const std::uint64_t last = copied - V::lanes, other = last < V::lanes ? 0 : last - V::lanes;
+      put(V::load(in + other), out + other);
+      put(V::load(in + last), out + last);
+    }
     return copied;
   };
   std::uint64_t i = 0;
+  // Most stops are near: one branch for two vectors, and none for how many are stored, mispredicts least.
+  for (constexpr std::uint64_t near = 16 * V::lanes; i < near && n - i > 2 * V::lanes; i += 2 * V::lanes) {
+    const V a = V::load(in + i), b = V::load(in + i + V::lanes);
+    if ((stop.quick(a) | stop.quick(b)).any()) {
+      const std::uint64_t bits = stop.exact(in + i).bits() | stop.exact(in + i + V::lanes).bits() << V::lanes;
+      if (bits) return finish(i + firstBit(bits));
+    }
+    put(a, out + i);
+    put(b, out + i + V::lanes);
+  }
   for (; n - i > 4 * V::lanes; i += 4 * V::lanes) {
     const V a = V::load(in + i), b = V::load(in + i + V::lanes);
     const V c = V::load(in + i + 2 * V::lanes), d = V::load(in + i + 3 * V::lanes);
