@@ -58,7 +58,8 @@ template <Flavour F, class Unit = typename F::Unit>
 class CommonEscapes {
  public:
   static constexpr std::uint64_t maxLength = 2 * (2 + std::uint64_t{shortEscape});
-  static constexpr bool includesOthers = F::hasServedDigits;  // a high surrogate includes the low one
+  // A high surrogate includes the low one. An escape character that is a digit may be the last one and begin a pair.
+  static constexpr bool includesOthers = true;
 
   CommonEscapes(Unit escape, const Unit* end) : escape_(escape), end_(end) {}
 

@@ -142,6 +142,8 @@ class Comparison {
     twin::setKernel(session_.host.kernel());
   }
 
+  void setEscape(std::uint8_t escape) { session_.object->escape = escape; }
+
   void expectSame(std::u32string text, std::uint64_t capacity) {
     if (session_.encoding == latin1)
       std::replace_if(
@@ -254,6 +256,16 @@ TEST(Blocks, LongTextsAtRandom) {
           comparison.expectSame(text, codec.growth * (below(4) ? text.size() : below(text.size()))));
     }
   });
+}
+
+// Then the last digit of an escape may look like the beginning of the next one.
+TEST(Blocks, AnEscapeCharacterThatIsADigit) {
+  Comparison comparison(codecs[1], Flavour::plain, utf8);
+  comparison.setEscape('a');
+  for (const std::u32string_view digits : {U"00e9", U"00ea", U"d83d", U"0000", U"0001f60a", U"0a"}) {
+    const std::u32string text = repeated(U"aU004a aU" + std::u32string(digits) + U"U004b", 700);
+    ASSERT_NO_FATAL_FAILURE(comparison.expectSame(text, text.size()));
+  }
 }
 
 }  // namespace
