@@ -112,6 +112,16 @@ constexpr std::uint32_t decimalValue(std::uint64_t text, std::uint64_t bits) {
   return static_cast<std::uint32_t>((digits * (std::uint64_t{10000} << 32 | 1)) >> 32);
 }
 
+/// The digits at the beginning of a text.
+constexpr Digits hexDigitsOf(std::uint64_t text) {
+  const std::uint64_t bits = hexDigitBits(text);
+  return {bits == 0 ? 0 : hexValue(text, bits), static_cast<std::uint32_t>(bits / 8)};
+}
+constexpr Digits decimalDigitsOf(std::uint64_t text) {
+  const std::uint64_t bits = decimalDigitBits(text);
+  return {bits == 0 ? 0 : decimalValue(text, bits), static_cast<std::uint32_t>(bits / 8)};
+}
+
 static_assert(hexValue(0x3E66343361, hexDigitBits(0x3E66343361)) == 0xA34F);
 static_assert(decimalValue(0x3B38373031, decimalDigitBits(0x3B38373031)) == 1078);
 

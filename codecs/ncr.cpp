@@ -54,11 +54,11 @@ inline Decoded decodeReference(const Unit* at, Unit second, Terminators<Unit>& t
 /// The capacity in units that the host is given for a decoded character.
 constexpr std::uint64_t roundTripRoom = 20;
 
-/// References of the common shape: two to seven digits and nothing else, not a high surrogate.
+/// References of the common shape: up to eight digits and nothing else, not a high surrogate.
 template <Flavour F, class Unit = typename F::Unit>
 class CommonReferences {
  public:
-  static constexpr std::uint64_t maxLength = 3 + 7 + 1;
+  static constexpr std::uint64_t maxLength = 3 + maxDigits + 1;
   static constexpr bool includesOthers = false;
 
   explicit CommonReferences(Unit second) : second_(second) {}
@@ -66,31 +66,21 @@ class CommonReferences {
   Marks<Unit> marks() const { return {'&', second_, static_cast<Unit>(~Unit{0})}; }
 
   Common read(const Unit* at) const {
-    if (load(at + 2) == 'x') return readHexadecimal(at);
-    if (load(at + 6) == ';') {
-      const std::uint32_t value = fourDecimalDigits.at(at + 2);
-      if (value < noFourDigits) return {value, 7};
+    if (load(at + 2) == 'x') {
+      const Digits own = hexDigitsOf(loadText(at + 3));
+      if (load(at + 3 + own.count) != ';' || isHighSurrogate(own.value)) return {};  // the host sees each digit once
+      return reference({F::asServed(own, at + 3), 3 + std::uint64_t{own.count} + 1});
     }
-    const std::uint64_t text = loadText(at + 2), bits = decimalDigitBits(text);
-    if (!isWhole(at + 2, bits)) return {};
-    return reference(decimalValue(text, bits), 2 + bits / 8 + 1);
+    const std::uint32_t value = fourDecimalDigits.at(at + 2);
+    const Digits own =
+        value < noFourDigits && load(at + 6) == ';' ? Digits{value, 4} : decimalDigitsOf(loadText(at + 2));
+    if (load(at + 2 + own.count) != ';') return {};
+    return reference({own, 2 + std::uint64_t{own.count} + 1});
   }
 
  private:
-  Common readHexadecimal(const Unit* at) const {
-    const std::uint64_t text = loadText(at + 3), bits = hexDigitBits(text);
-    if (!isWhole(at + 3, bits)) return {};
-    const Digits own = {hexValue(text, bits), static_cast<std::uint32_t>(bits / 8)};
-    if (isHighSurrogate(own.value)) return {};  // unserved: the host sees each digit once
-    const Reference served = {F::asServed(own, at + 3), 3 + own.count + 1};
-    return reference(served.value(), served.length);
-  }
-
-  static bool isWhole(const Unit* digits, std::uint64_t bits) {
-    return bits >= 2 * 8 && bits < 64 && load(digits + bits / 8) == ';';
-  }
-  static Common reference(std::uint32_t value, std::uint64_t length) {
-    return isHighSurrogate(value) ? Common{} : Common{value, length};
+  static Common reference(Reference whole) {
+    return isHighSurrogate(whole.value()) ? Common{} : Common{whole.value(), whole.length};
   }
 
   const Unit second_;

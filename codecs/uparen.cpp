@@ -32,20 +32,21 @@ constexpr std::uint32_t valueOf(Digits digits) {
 /// The capacity in units that the host is given for a decoded character.
 constexpr std::uint64_t roundTripRoom = 12;
 
-/// Notations of the common shape: four digits and nothing else.
+/// Notations of the common shape: up to eight digits and nothing else.
 template <Flavour F, Wanted wanted, class Unit = typename F::Unit>
 class CommonNotations {
  public:
-  static constexpr std::uint64_t maxLength = 2 + 4 + 1;
+  static constexpr std::uint64_t maxLength = 2 + maxDigits + 1;
   static constexpr bool includesOthers = false;
 
   Marks<Unit> marks() const { return {'<', 'U', caseless<Unit>}; }
 
   Common read(const Unit* at) const {
-    const std::uint32_t own = fourHexDigits.at(at + 2);
-    if (own >= noFourDigits || load(at + 6) != '>') return {};
-    const std::uint32_t value = valueOf(F::asServed({own, 4}, at + 2));
-    return {value, maxLength, stays<wanted>(value)};
+    const std::uint32_t value = fourHexDigits.at(at + 2);
+    const Digits own = value < noFourDigits && load(at + 6) == '>' ? Digits{value, 4} : hexDigitsOf(loadText(at + 2));
+    if (load(at + 2 + own.count) != '>') return {};
+    const std::uint32_t named = valueOf(F::asServed(own, at + 2));
+    return {named, 2 + std::uint64_t{own.count} + 1, stays<wanted>(named)};
   }
 };
 
