@@ -218,11 +218,15 @@ class UnescapedCharacters {
   /// Copies characters up to the first that is not one of these, and asks the host on the way. Returns their number.
   template <class Character>
   std::uint64_t copySame(const Character* text, std::uint64_t count, Unit* out) {
-    constexpr std::uint64_t shortRun = 16;  // a loop is faster than a kernel
+    constexpr std::uint64_t shortRun = 16;  // of known characters: a loop is faster than a kernel
     for (std::uint64_t i = 0;;) {
-      for (const std::uint64_t end = std::min(count, i + shortRun); i < end; ++i) {
+      for (std::uint64_t end = std::min(count, i + shortRun); i < end; ++i) {
         const Character character = load(text + i);
-        if (!isSame(character)) return i;
+        if (sizeof(Character) > 1 && character >= kit::asciiEnd) return i;  // bytes are ASCII
+        if (states_[character] != State::same) {
+          if (states_[character] == State::known || character == '<' || !ask(character)) return i;
+          end = std::min(count, i + shortRun);
+        }
         store(out + i, static_cast<Unit>(character));
       }
       if (i == count) return i;
@@ -233,25 +237,19 @@ class UnescapedCharacters {
  private:
   enum class State : std::uint8_t { unknown, known, same };
 
-  template <class Character>
-  bool isSame(Character character) {
-    if (sizeof(Character) > 1 && character >= kit::asciiEnd) return false;  // bytes are ASCII
-    if (states_[character] == State::same) return true;
-    if (states_[character] == State::known || character == '<') return false;
-    ask(character);
-    return states_[character] == State::same;
-  }
-
-  [[gnu::noinline]] void ask(std::uint32_t character) {
+  /// Returns whether the session writes the character as the same unit.
+  [[gnu::noinline]] bool ask(std::uint32_t character) {
     Answer& answer = answers_[character];
-    std::uint64_t produced = 0;
+    asked_ = character;
+    produced_ = 0;
     std::memset(answer.units, 0, sizeof answer.units);  // bytes that a host leaves out must not show the stack
-    transcode(toSession_, &character, sizeof character, answer.units, sizeof answer.units, &produced);
-    answer.count = std::min<std::uint64_t>(produced, sizeof answer.units) / sizeof(Unit);
+    transcode(toSession_, &asked_, sizeof asked_, answer.units, sizeof answer.units, &produced_);
+    answer.count = std::min<std::uint64_t>(produced_, sizeof answer.units) / sizeof(Unit);
     const bool isCopied = answer.count == 1 && answer.units[0] == character;
     const bool same = isCopied && character < kit::asciiEnd && character != '<';
     states_[character] = same ? State::same : State::known;
     if (same) same_.add(character);
+    return same;
   }
 
   struct Answer {
@@ -259,6 +257,9 @@ class UnescapedCharacters {
     std::uint64_t count;
   };
   RQTranscoder* const toSession_;
+  // What a transcoder reads and stores. Local variables would cost a stack canary for each question.
+  RQChar asked_ = {};
+  std::uint64_t produced_ = {};
   State states_[(lastUnescaped + 16) / 16 * 16];
   kit::AsciiSet same_;
   Answer answers_[lastUnescaped + 1];
