@@ -11,7 +11,7 @@
 
 namespace rq {
 
-// --- Exactly four digits.
+// --- Exactly four digits, or three.
 
 /// No number of four digits reaches this.
 constexpr std::uint32_t noFourDigits = 0x10000;
@@ -27,13 +27,25 @@ struct FourDigits {
         places[place][c] = digit(c) == noDigit ? noFourDigits : digit(c) * weight;
   }
   /// The value of the four digits at `text`, or noFourDigits and more.
-  std::uint32_t at(const std::uint8_t* text) const { return sum(text[0], text[1], text[2], text[3]); }
-  std::uint32_t at(const RQChar* text) const {
-    const RQChar a = load(text), b = load(text + 1), c = load(text + 2), d = load(text + 3);
-    return (a | b | c | d) <= 0xFF ? sum(a, b, c, d) : noFourDigits;
+  template <class Unit>
+  std::uint32_t at(const Unit* text) const {
+    return value(load(text), text + 1);
+  }
+  /// The digits at `text`: three when `end` stands behind them, else four. Their value is as above.
+  template <class Unit>
+  Digits before(const Unit* text, Unit end) const {
+    if (load(text + 3) == end) return {value(Unit{'0'}, text), 3};
+    return {at(text), 4};
   }
 
  private:
+  template <class Unit>
+  std::uint32_t value(Unit a, const Unit* others) const {
+    const Unit b = load(others), c = load(others + 1), d = load(others + 2);
+    if constexpr (sizeof(Unit) > 1)
+      if ((a | b | c | d) > 0xFF) return noFourDigits;
+    return sum(a, b, c, d);
+  }
   constexpr std::uint32_t sum(std::uint32_t a, std::uint32_t b, std::uint32_t c, std::uint32_t d) const {
     return (places[0][a] + places[1][b]) + (places[2][c] + places[3][d]);
   }

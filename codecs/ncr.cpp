@@ -67,13 +67,13 @@ class CommonReferences {
 
   Common read(const Unit* at) const {
     if (load(at + 2) == 'x') {
-      const Digits own = hexDigitsOf(loadText(at + 3));
+      Digits own = fourHexDigits.before(at + 3, Unit{';'});
+      if (own.value >= noFourDigits || load(at + 3 + own.count) != ';') own = hexDigitsOf(loadText(at + 3));
       if (load(at + 3 + own.count) != ';' || isHighSurrogate(own.value)) return {};  // the host sees each digit once
       return reference({F::asServed(own, at + 3), 3 + std::uint64_t{own.count} + 1});
     }
-    const std::uint32_t value = fourDecimalDigits.at(at + 2);
-    const Digits own =
-        value < noFourDigits && load(at + 6) == ';' ? Digits{value, 4} : decimalDigitsOf(loadText(at + 2));
+    Digits own = fourDecimalDigits.before(at + 2, Unit{';'});
+    if (own.value >= noFourDigits || load(at + 2 + own.count) != ';') own = decimalDigitsOf(loadText(at + 2));
     if (load(at + 2 + own.count) != ';') return {};
     return reference({own, 2 + std::uint64_t{own.count} + 1});
   }
