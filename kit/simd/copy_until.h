@@ -76,6 +76,7 @@ RQ_READS_WHOLE_VECTORS void copyTerminated(const U* s, U* d) {
 /// A stop has three tests: `quick` of a loaded vector, which may match too much but misses nothing; `exact` of a
 /// vector behind which another unit follows; `last` of the vector that ends the text.
 template <template <class> class Stop, class V, class Out, class... Args>
+// NOLINTNEXTLINE(readability-function-cognitive-complexity): one pass in three sizes of steps; cut up, it is slower
 RQ_INLINE std::uint64_t copyUntil(const typename V::Lane* in, std::uint64_t n, Out* out, Args... args) {
   if (n < V::lanes) {
     if constexpr (LoadsPartial<V>) {
