@@ -89,6 +89,7 @@ RQ_INLINE std::uint64_t copyUntil(const typename V::Lane* in, std::uint64_t n, O
       return copyUntil<Stop, typename V::Half>(in, n, out, args...);
     }
   }
+  static_assert(2 * V::lanes <= 64, "the places in two vectors are bits of one word");
   const Stop<V> stop(args...);
   const auto finish = [=](std::uint64_t copied) {  // all but the last two vectors at most are stored
     if (copied < V::lanes) {
