@@ -10,7 +10,7 @@ SWAPS = {
     "&": "|", "|": "&", "^": "|", "~": "", "!": "",
 }
 UNARY = ("++", "--", "~", "!")
-TOKEN = re.compile(r"""//[^\n]*|/\*.*?\*/|"(?:\\.|[^"\\])*"|(?m:^[ ]*\#(?:[^\n]*\\\n)*[^\n]*)
+TOKEN = re.compile(r"""//[^\n]*|/\*.*?\*/|R"(?P<raw>\w*)\(.*?\)(?P=raw)"|"(?:\\.|[^"\\])*"|(?m:^[ ]*\#(?:[^\n]*\\\n)*[^\n]*)
     |static_assert\s*\(.*?\);|template\s*<[^{;]*?>(?=\s)|\w*_cast<[^()]*>|operator\S+
     |(?P<character>'(?:\\.|[^'\\])')|(?P<number>\b(?:0x[0-9A-Fa-f]+|\d+)[uUlL]*\b)|(?P<flag>\b(?:true|false)\b)
     |[A-Za-z_]\w*|->|::|(?P<operator><<|>>|<=|>=|==|!=|&&|\|\||\+=|-=|\+\+|--|[-+*/%<>&|^~!])|\S""",
@@ -45,9 +45,14 @@ def is_operator(text, match):
     return between != (match.group() in UNARY)
 
 
+def joins_a_literal(text, match):
+    """A string cannot be subtracted."""
+    return match.group() in ("+", "+=") and (text[match.start() - 2] == '"' or text[match.end():].lstrip().startswith('"'))
+
+
 def alternatives(text, match):
     kind, token = match.lastgroup, match.group()
-    if kind == "operator" and token in SWAPS and is_operator(text, match):
+    if kind == "operator" and token in SWAPS and is_operator(text, match) and not joins_a_literal(text, match):
         return [SWAPS[token]]
     if kind == "flag":
         return ["false" if token == "true" else "true"]
