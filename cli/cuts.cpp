@@ -183,7 +183,7 @@ bool standingIsOpen(Notation notation, std::span<const char32_t> text, std::size
     case Notation::ncr:
       return text.size() < 7 || (text[6] == U'>' && length < 7);
     case Notation::uesc:
-      return text.size() < 6 || length < 2;
+      return text.size() < 6;
     case Notation::uparen:
     case Notation::uparenAscii:
       break;

@@ -126,7 +126,7 @@ Done Pipeline::advance(Lock& lock) {
     // Also what writing in a pause has thrown: nothing can be written behind it.
     if (block(submitted_ - 1).thrown) std::rethrow_exception(block(submitted_ - 1).thrown);
     // The last piece is for another thread: this one goes on with the next file.
-    if (hasWork() && source_->shared && !source_->ended) work(lock);
+    if (source_->shared && !source_->ended) work(lock);
     return goesOn_;
   }
   hasWork() ? work(lock) : moreDone_.wait(lock);
