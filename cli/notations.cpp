@@ -147,14 +147,14 @@ std::optional<Finding> Finder<Unit>::uesc(std::size_t at) {
     return Finding{at, number.digits + 2, std::nullopt, false, "fewer than four digits"};
   }
   if (number.value != 0) {
-    if (number.digits >= 5 && number.digits <= 7) number = readNumber(digits, 4, 16);
+    if (number.digits < 8) number = readNumber(digits, 4, 16);
     const RQChar plane = number.value >> 16;
     if (plane > 16 || (plane > 2 && plane < 14)) number = readNumber(digits, 4, 16);
   }
   const std::size_t length = number.digits + 2;
   if (number.digits == 4 && isHigh(number.value)) {
     const std::size_t next = at + length;
-    if (remaining - length > 2 && is(next, '\\') && isMarker(next + 1)) {
+    if (is(next, '\\') && isMarker(next + 1)) {
       const Number second = readNumber(text_.subspan(next + 2), 4, 16);
       if (second.digits == 4 && isLow(second.value)) {
         return read(at, length + 6, pairOf(number.value, second.value), "a surrogate pair");

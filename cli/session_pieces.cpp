@@ -52,7 +52,7 @@ Result<TextOperation> overSessionText(const Job& job, const MakeWork& make) {
   const host::Encoding& encoding = **found;
   const bool stateful = host::codecOf(encoding.identifier)->stateful();
   // Somebody else's host is to read its session text itself.
-  const bool shifts = !job.lines && stateful && job.host.empty();
+  const bool shifts = stateful && job.host.empty();
   auto opened = shifts ? Workbench::openForCharacters(job) : Workbench::open(job);
   if (!opened) return opened.error();
   const std::shared_ptr<Workbench> bench = std::move(*opened);

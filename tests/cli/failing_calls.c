@@ -2,9 +2,11 @@
  *
  * RQ_TRACE names a file that gets a line for each call, RQ_FAIL the call that fails with "Input/output error". A
  * close counts only when something was written to the descriptor before. With RQ_INTERRUPT every second read and
- * write is interrupted before it begins, and the others do only a part; such a close is interrupted as well. */
+ * write is interrupted before it begins, and the others do only a part; such a close is interrupted as well. With
+ * RQ_TURN the first file becomes a link to the file of that name once its rights are known. */
 #include <dlfcn.h>
 #include <errno.h>
+#include <fcntl.h>
 #include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
@@ -92,6 +94,15 @@ int fchmod(int descriptor, mode_t mode) {
 int renameat(int from, const char* old, int to, const char* fresh) {
   int (*real)(int, const char*, int, const char*) = (int (*)(int, const char*, int, const char*))next("renameat");
   return fails("renameat", from) ? -1 : real(from, old, to, fresh);
+}
+
+int faccessat(int folder, const char* name, int mode, int flags) {
+  int (*real)(int, const char*, int, int) = (int (*)(int, const char*, int, int))next("faccessat");
+  const int result = real(folder, name, mode, flags);
+  const char* target = getenv("RQ_TURN");
+  static int turned;
+  if (target && !turned++ && (unlinkat(folder, name, 0) != 0 || symlinkat(target, folder, name) != 0)) abort();
+  return result;
 }
 
 ssize_t flistxattr(int descriptor, char* list, size_t size) {

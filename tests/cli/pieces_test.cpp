@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <fstream>
+#include <new>
 #include <random>
 
 #include "cli/explain.h"
@@ -325,6 +327,40 @@ TEST(Pieces, ProblemsAreNamedAsInTheWhole) {
   }
 }
 
+/// Otherwise a stretch without a cut would cost the square of its length when it comes in small parts.
+TEST(Pieces, AnOpenStretchIsLookedAtAgainWhenItHasGrown) {
+  const std::string part(60'000, 'x');
+  constexpr std::size_t parts = 140;
+  std::array<int, 2> ends{};
+  ASSERT_EQ(::pipe(ends.data()), 0);
+  std::size_t arrived = 0;
+  Progress silent(false);
+  Result<Input> input = Input::open("/proc/self/fd/" + std::to_string(ends[0]), silent, [&] {
+    if (arrived++ == parts) {
+      ::close(ends[1]);
+    } else {
+      EXPECT_EQ(::write(ends[1], part.data(), part.size()), static_cast<ssize_t>(part.size()));
+    }
+    return host::done();
+  });
+  unsigned looks = 0;
+  PieceReader reader(
+      *input,
+      [&looks](Bytes) {
+        ++looks;
+        return std::size_t{0};
+      },
+      pieceBytes);
+  Buffer buffer;
+  const Result<PieceReader::Piece> piece = reader.next(buffer);
+  ASSERT_TRUE(piece);
+  EXPECT_TRUE(piece->last);
+  EXPECT_EQ(piece->text.size(), parts * part.size());
+  EXPECT_GT(looks, parts / 10);
+  EXPECT_LT(looks, parts / 4);
+  ::close(ends[0]);
+}
+
 TEST(Pieces, LongFilesAsTheWhole) {
   std::mt19937 random(17);
   const std::string file = testing::TempDir() + "rq_pieces_" + std::to_string(::getpid());
@@ -446,6 +482,39 @@ TEST(Jobs, TheFirstProblemIsNamedAsByOne) {
     const std::string bad = "\xFF";
     compareAllJobs(jobFor("UTF-8"), good + bad + textOf(parts, 100U + random() % 3000, random) + bad + good);
   }
+}
+
+/// What could not be written is not written once more, and nothing behind it.
+TEST(Jobs, WhatWritingThrowsInAPauseEndsTheRun) {
+  Result<TextOperation> operation = decode(jobFor("UTF-8"));
+  ASSERT_TRUE(operation);
+  std::atomic<bool> paused = false;
+  operation->work = [&paused](const Text& text) -> Result<Bytes> {
+    paused.wait(false);
+    return text.bytes;
+  };
+  operation->another = [work = operation->work] { return work; };
+  unsigned writes = 0;
+  const auto run = std::make_shared<FileRun>(FileRun{"a pipe",
+                                                     [&writes](Bytes) -> Done {
+                                                       if (++writes == 1) throw std::bad_alloc();
+                                                       return host::done();
+                                                     },
+                                                     host::done});
+  std::array<int, 2> ends{};
+  ASSERT_EQ(::pipe(ends.data()), 0);
+  ASSERT_EQ(::write(ends[1], "text", 4), 4);
+  Progress silent(false);
+  Pipeline pipeline(*operation, std::nullopt, {}, 2, 0, [](FileRun&, const Error& error) { return error; });
+  Result<Input> input = Input::open("/proc/self/fd/" + std::to_string(ends[0]), silent, [&] {
+    ::close(std::exchange(ends[1], -1));
+    paused = true;
+    paused.notify_all();
+    return pipeline.finish();
+  });
+  EXPECT_THROW(static_cast<void>(pipeline.add(run, *input)), std::bad_alloc);
+  EXPECT_EQ(writes, 1U);
+  ::close(ends[0]);
 }
 
 TEST(Jobs, AFieldIsFilledAsByTheLibrary) {

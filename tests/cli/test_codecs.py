@@ -130,14 +130,15 @@ class Explain(ToolTest):
 
     def test_columns(self):
         rows = self.succeed("decode", "ncr", "--explain", "-s", "ISO-8859-1",
-                            text=b"\xe9 &#65;\n&#8364; &#7; &#66x; &#x").decode().splitlines()
+                            text=b"\xe9 &#65;\n&#8364; &#7; &#66x; &#x12345678; &#x").decode().splitlines()
         self.assertEqual([row.split("\t") for row in rows], [
             ["offset", "line", "column", "source", "character", "fate", "why"],
             ["2", "1", "3", "&#65;", "U+0041", "decoded", ""],
             ["8", "2", "1", "&#8364;", "U+20AC", "kept", "the session encoding lacks it"],
             ["16", "2", "9", "&#7;", "U+0000", "decoded", "fewer than two digits stand for U+0000"],
             ["21", "2", "14", "&#66x;", "U+0042", "decoded", "text behind the digits is dropped"],
-            ["28", "2", "21", "&#", "", "kept", "no ';' follows"]])
+            ["28", "2", "21", "&#x12345678;", "U+12345678", "kept", "above U+10FFFF"],
+            ["41", "2", "34", "&#", "", "kept", "no ';' follows"]])
 
     def test_columns_count_characters(self):
         rows = self.succeed("decode", "uesc", "--explain", text="日本\\u0041\n😀 \\u12".encode()).decode().splitlines()[1:]
@@ -152,8 +153,8 @@ class Explain(ToolTest):
         self.assertEqual([row.split("\t")[:2] for row in both[1:]], [[path, "2"], [path, "8"]] * 2)
 
     def test_long_and_strange_sources_are_shown_briefly(self):
-        row = self.succeed("decode", "ncr", "--explain", text=b"&#65\t\xff\n" + b"x" * 1000 + b";").decode().splitlines()[1]
-        self.assertEqual(row.split("\t")[3], "&#65\\x09\\xFF\\x0A" + "x" * 41 + "...")
+        row = self.succeed("decode", "ncr", "--explain", text=b"&#65 \t\x7f\xff\n" + b"x" * 1000 + b";").decode().splitlines()[1]
+        self.assertEqual(row.split("\t")[3], "&#65 \\x09\\x7F\\xFF\\x0A" + "x" * 39 + "...")
 
 
 class Encode(ToolTest):
@@ -221,7 +222,8 @@ class Measures(ToolTest):
     def test_carriage_return_and_line_feed_end_a_line_together(self):
         self.assertEqual(self.succeed("width", "--lines", text="日本\r\n\r\nab  \r\nc\r".encode()), b"1\t4\n2\t0\n3\t2\n4\t2\n")
         self.assertEqual(self.succeed("length", "--lines", "-s", "UTF-16LE", text="ab\r\nc\n".encode("utf-16-le")), b"1\t2\n2\t1\n")
-        self.assertEqual(self.succeed("width", text=b"ab\r\n"), b"4\n")
+        for text, width in ((b"ab\r\n", b"4\n"), (b"ab\r", b"3\n")):
+            self.assertEqual(self.succeed("width", text=text), width)
 
     def test_json(self):
         path = self.file("in", "日本\nx".encode())

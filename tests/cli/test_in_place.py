@@ -63,10 +63,12 @@ class Editing(ToolTest):
         path = self.file("text", b"&#65;")
         try:
             os.setxattr(path, "user.origin", b"a letter")
+            os.setxattr(path, "user.empty", b"")
         except OSError as error:
             self.skipTest(f"no extended attributes here: {error}")
         self.succeed("decode", "ncr", "-i", path)
-        self.assertEqual((self.read("text"), os.getxattr(path, "user.origin")), (b"A", b"a letter"))
+        self.assertEqual((self.read("text"), os.getxattr(path, "user.origin"), os.getxattr(path, "user.empty")),
+                         (b"A", b"a letter", b""))
 
     def test_an_access_list_of_the_folder_opens_no_private_file(self):
         user, owner, group, mask, others = 2, 1, 4, 16, 32  # tags of an access list
@@ -236,6 +238,20 @@ class OnTheWayToTheDisk(ToolTest):
         self.assertEqual(result.returncode, DONE)
         steps = [line for line in trace.read_text().splitlines() if not line.startswith("flistxattr")]
         self.assertEqual(steps, ["fchmod file", "fsync file", "close file", "renameat folder", "fsync folder"])
+
+    def test_several_texts_go_to_the_disk_together(self):
+        trace = self.folder / "trace"
+        self.succeed("decode", "ncr", "-i", self.file("one", b"&#65;"), self.file("two", b"&#66;"),
+                     env={**os.environ, "LD_PRELOAD": FAILING_CALLS, "RQ_TRACE": str(trace)})
+        steps = [line for line in trace.read_text().splitlines() if not line.startswith("flistxattr")]
+        self.assertEqual(steps, ["fchmod file"] * 2 + ["syncfs file"] + ["close file", "renameat folder"] * 2 + ["fsync folder"])
+
+    def test_a_file_that_becomes_a_link_is_edited_where_it_leads(self):
+        other = self.file("other", b"&#66;")
+        path, result = self.edit(RQ_TURN="other")
+        self.assertEqual((result.returncode, result.stderr), (DONE, b""))
+        self.assertEqual((os.readlink(path), pathlib.Path(other).read_bytes()), ("other", b"B"))
+        self.assertEqual(sorted(os.listdir(self.folder)), ["other", "text"])
 
     def test_each_failure_before_the_name_leaves_the_old_text(self):
         for call, what in (("flistxattr", "cannot keep the attributes of"), ("fchmod", "cannot keep the permissions of"),
@@ -429,9 +445,10 @@ class Backups(ToolTest):
             path = self.file("text", b"&#65;")
             self.succeed("decode", "ncr", option, path)
             self.assertEqual((pathlib.Path(path).read_bytes(), pathlib.Path(path + ".bak").read_bytes()), (b"A", b"&#65;"))
-        self.succeed("decode", "ncr", "-i.bak", path)
-        self.assertEqual(pathlib.Path(path + ".bak").read_bytes(), b"A")
-        self.assertEqual(sorted(p.name for p in self.folder.iterdir()), ["text", "text.bak"])
+        for suffix in (".bak", "~"):
+            self.succeed("decode", "ncr", f"-i{suffix}", path)
+            self.assertEqual(pathlib.Path(path + suffix).read_bytes(), b"A")
+        self.assertEqual(sorted(p.name for p in self.folder.iterdir()), ["text", "text.bak", "text~"])
 
     def test_a_problem_leaves_no_backup(self):
         path = self.file("text", b"\xff")

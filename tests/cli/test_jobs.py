@@ -90,6 +90,20 @@ class SameAsOne(ToolTest):
             result = run("to", "utf8", "-j", number)
             self.assertEqual(result.returncode, USAGE, number)
 
+    @unittest.skipIf(SANITIZED, "a sanitizer may have a thread of its own")
+    def test_threads_begin_with_a_long_text(self):
+        usual = min(8, len(os.sched_getaffinity(0)))
+        short, long = 1000, 3_000_000
+        for size, options, threads in ((short, ["-j", "3"], 1), (long, ["-j", "1"], 1), (long, ["-j", "3"], 3), (long, [], usual)):
+            output = pathlib.Path(self.file("output", b""))
+            with subprocess.Popen([TOOL, "decode", "ncr", *options, "--library", LIBRARY, "-o", output], stdin=subprocess.PIPE) as process:
+                process.stdin.write(b"x" * size)
+                process.stdin.flush()
+                until = time.monotonic() + 20
+                while output.stat().st_size < size and time.monotonic() < until:
+                    time.sleep(0.005)
+                self.assertEqual(len(os.listdir(f"/proc/{process.pid}/task")), threads, options)
+
     def test_a_line_of_a_slow_producer_comes_through_at_once(self):
         process = subprocess.Popen([TOOL, "decode", "ncr", "-j", "2", "--library", LIBRARY], stdin=subprocess.PIPE,
                                    stdout=subprocess.PIPE, bufsize=0)

@@ -101,9 +101,12 @@ class Progress(ToolTest):
         result = run("to", "utf16be", "--progress", text=b"abc")
         self.assertEqual(result.stdout, b"\0a\0b\0c")
         self.assertRegex(result.stderr.decode(), r"^rqtext: 3 bytes read, 6 bytes written, [\d.]+ \w+/s, \d+\.\d s\n$")
-        path = self.file("x", b"abc" * 10_000)
-        result = run("to", "utf16be", "--progress", path, "-o", "/dev/null")
-        self.assertRegex(result.stderr.decode(), r"^rqtext: 100 % of 30.0 kB read, 60.0 kB written, [\d.]+ \w+/s, \d+\.\d s\n$")
+        result = run("to", "utf16be", "--progress", self.file("empty", b""))
+        self.assertRegex(result.stderr.decode(), r"^rqtext: 0 bytes read, 0 bytes written, 0 bytes/s, \d+\.\d s\n$")
+        for size, read, written in ((4_999, "4999 bytes", "9998 bytes"), (5_000, "5000 bytes", "10.0 kB"),
+                                    (30_049, "30.0 kB", "60.1 kB"), (12_349_000, "12.3 MB", "24.7 MB")):
+            result = run("to", "utf16be", "--progress", self.file("x", b"x" * size), "-o", "/dev/null")
+            self.assertRegex(result.stderr.decode(), rf"^rqtext: 100 % of {read} read, {written} written, [\d.]+ \w+/s, \d+\.\d s\n$")
 
     def test_quiet_in_pipes(self):
         self.succeed("to", "utf8", str(CORPUS / "emoji.txt"))

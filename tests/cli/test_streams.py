@@ -72,12 +72,18 @@ class Latency(ToolTest):
 
     def test_what_is_open_waits_and_nothing_else(self):
         tool = Slow("decode", "ncr")
+        self.assertEqual(tool.answer(b"0", 1)[0], b"0")
         self.assertEqual(tool.answer(b"one &#6", 4)[0], b"one ")
         self.assertEqual(tool.answer(b"5; two &", 6)[0], b"A two ")
         self.assertEqual(tool.answer(b" three &#xD83D;", 8)[0], b"& three ")
         self.assertEqual(tool.answer(b"&#xDE00; four", 9)[0], "😀 four".encode())
         self.assertEqual(tool.answer(b"&#x4", 0)[0], b"")
         self.assertEqual(tool.end(), (b"&#x4", DONE))
+
+    def test_a_field_that_is_just_full_is_written_before_the_end(self):
+        tool = Slow("to", "utf16be", "--pad", "4")
+        self.assertEqual(tool.answer(b"ab", 4)[0], b"\0a\0b")
+        self.assertEqual(tool.end(), (b"", DONE))
 
     def test_one_byte_at_a_time(self):
         for path in sorted(CORPUS.glob("*.txt"))[:6]:
