@@ -114,13 +114,12 @@ std::string bashValues(const Values& values) {
   return ":";
 }
 
+/// An operand that is given once stands first.
 std::string bashOperands(const CommandModel& command) {
   std::string text;
-  std::size_t place = 0;
   for (const OperandModel& operand : command.operands) {
-    text += "      " + command.name + ":" + (operand.repeated ? "*" : std::to_string(place)) + ") " +
-            bashValues(operand.values) + " ;;\n";
-    ++place;
+    text +=
+        "      " + command.name + ":" + (operand.repeated ? "*" : "0") + ") " + bashValues(operand.values) + " ;;\n";
   }
   return text;
 }
@@ -212,11 +211,9 @@ std::string zshOption(const OptionModel& option) {
 std::string zshCommand(const CommandModel& command) {
   std::string text = "      " + command.name + ")\n      _arguments";
   for (const OptionModel& option : command.options) text += zshOption(option);
-  std::size_t place = 1;
   for (const OperandModel& operand : command.operands) {
-    text += " \\\n        " + shellQuoted((operand.repeated ? "*" : std::to_string(place)) + ":" + operand.name +
-                                          ":" + zshValues(operand.values));
-    ++place;
+    const std::string place = operand.repeated ? "*" : "1";
+    text += " \\\n        " + shellQuoted(place + ":" + operand.name + ":" + zshValues(operand.values));
   }
   return text + " && ret=0\n      ;;\n";
 }

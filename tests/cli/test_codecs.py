@@ -155,6 +155,8 @@ class Explain(ToolTest):
     def test_long_and_strange_sources_are_shown_briefly(self):
         row = self.succeed("decode", "ncr", "--explain", text=b"&#65 \t\x7f\xff\n" + b"x" * 1000 + b";").decode().splitlines()[1]
         self.assertEqual(row.split("\t")[3], "&#65 \\x09\\x7F\\xFF\\x0A" + "x" * 39 + "...")
+        rows = self.succeed("decode", "ncr", "--explain", text=b"&#65\x1f;&#65 ;&#65~;&#65\x7f;").decode().splitlines()[1:]
+        self.assertEqual([row.split("\t")[3] for row in rows], ["&#65\\x1F;", "&#65 ;", "&#65~;", "&#65\\x7F;"])
 
 
 class Encode(ToolTest):
