@@ -68,6 +68,7 @@ class Decode(ToolTest):
     def test_bytes_that_are_no_text_are_refused_or_pass_on_wish(self):
         self.fail_with(DATA, "invalid bytes FF at offset 0, line 1, column 1", "decode", "ncr", text=b"\xff&#65;\xfe")
         self.assertEqual(self.succeed("decode", "ncr", "--invalid=keep", text=b"\xff&#65;\xfe"), b"\xffA\xfe")
+        self.fail_with(DATA, "invalid bytes 80 at offset 0, line 1, column 1", "decode", "ncr", text=b"\x80")
         self.fail_with(DATA, "ends inside a character", "decode", "uesc", text="é".encode()[:1])
         cp1251 = self.file("cp1251", "Привет \\u0416\n".encode("cp1251"))
         before = open(cp1251, "rb").read()
