@@ -179,6 +179,8 @@ class Files(ToolTest):
         path = self.file("bad", text)
         self.fail_with(1, "at offset 1200001, line 200001, column 2", "encode", "ncr", "-i", path)
         self.assertEqual(pathlib.Path(path).read_bytes(), text)
+        wide = self.file("wide", ("ab日\n" * 200_000).encode("utf-16-le") + b"\x00\xd8a\x00")
+        self.fail_with(1, "at offset 1600000, line 200001, column 1", "from", "utf16le", "--lines", wide)
 
 
 if __name__ == "__main__":

@@ -1,7 +1,8 @@
-// The part of the test build that counts the library's calls of its host and lets one of them fail.
+// The part of the test build that counts the library's calls of its host, lets one of them fail, and makes one
+// itself.
 #include "engines/callbacks.h"
 
-#include "engines/postgresql/server.h"
+#include "engines/postgresql/host.h"
 
 namespace {
 
@@ -27,6 +28,7 @@ void rq::engines::callbackRaises() {
 extern "C" {
 PG_FUNCTION_INFO_V1(rq_test_fail);
 PG_FUNCTION_INFO_V1(rq_test_counted);
+PG_FUNCTION_INFO_V1(rq_test_fit);
 }
 #pragma GCC visibility pop
 
@@ -42,4 +44,17 @@ Datum rq_test_fail(PG_FUNCTION_ARGS) {
 Datum rq_test_counted(PG_FUNCTION_ARGS) {
   (void)fcinfo;
   PG_RETURN_INT32(counted);
+}
+
+/// rq_test_fit(source, room): what the backend's transcoder writes of a text of UTF-16BE in that much room.
+Datum rq_test_fit(PG_FUNCTION_ARGS) {
+  const varlena* const source = PG_GETARG_BYTEA_PP(0);
+  const auto room = static_cast<std::uint64_t>(PG_GETARG_INT32(1));
+  auto* const result = static_cast<varlena*>(palloc(VARHDRSZ + room));
+  RQTranscoder* const transcoder = rq::postgresql::enter().object->transcoders[RQ_FORM_UTF16_BIG].toSession;
+  std::uint64_t written = 0;
+  transcoder->convert(transcoder, VARDATA_ANY(source), VARSIZE_ANY_EXHDR(source), VARDATA(result), room, &written, 0);
+  rq::postgresql::raiseWhatWasCaught();
+  SET_VARSIZE(result, VARHDRSZ + written);
+  PG_RETURN_BYTEA_P(result);
 }

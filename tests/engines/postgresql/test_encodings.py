@@ -52,6 +52,12 @@ class Encodings(ServerTest):
                     output = self.server.psql(f"SELECT {call};", database, stop=False, client=CLIENTS.get(encoding, "UTF8")).strip()
                     self.assertEqual(output.removeprefix("ERROR:  "), expected)
 
+    def test_the_place_of_a_character_that_the_encoding_lacks_is_shown(self):
+        for encoding, text, offset in (("LATIN1", "é€", 2), ("EUC_JP", "é😀x", 2), ("EUC_JP", "é" * 300 + "😀", 600)):
+            database = self.server.database(f"lacking_{encoding.lower()}_{len(text)}", encoding)
+            output = self.server.psql(f"SELECT rq_from('\\x{text.encode().hex()}', 'utf8');", database, stop=False, verbosity="default")
+            self.assertEqual(output, f'ERROR:  the character at offset {offset} of the utf8 has no equivalent in encoding "{encoding}"\n')
+
     def test_the_byte_sequence_that_cannot_be_converted_is_shown(self):
         for encoding, text in (("SQL_ASCII", r"E'ab\xff'"), ("WIN1252", "convert_from('\\x6162', 'UTF8') || s.t")):
             database = self.server.database(f"shown_{encoding.lower()}", encoding)
