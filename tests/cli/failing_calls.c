@@ -109,3 +109,14 @@ ssize_t flistxattr(int descriptor, char* list, size_t size) {
   ssize_t (*real)(int, char*, size_t) = (ssize_t(*)(int, char*, size_t))next("flistxattr");
   return fails("flistxattr", descriptor) ? -1 : real(descriptor, list, size);
 }
+
+int fsetxattr(int descriptor, const char* name, const void* value, size_t size, int flags) {
+  int (*real)(int, const char*, const void*, size_t, int) =
+      (int (*)(int, const char*, const void*, size_t, int))next("fsetxattr");
+  return fails("fsetxattr", descriptor) ? -1 : real(descriptor, name, value, size, flags);
+}
+
+int fremovexattr(int descriptor, const char* name) {
+  int (*real)(int, const char*) = (int (*)(int, const char*))next("fremovexattr");
+  return fails("fremovexattr", descriptor) ? -1 : real(descriptor, name);
+}

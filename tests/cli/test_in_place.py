@@ -69,6 +69,15 @@ class Editing(ToolTest):
         self.succeed("decode", "ncr", "-i", path)
         self.assertEqual((self.read("text"), os.getxattr(path, "user.origin"), os.getxattr(path, "user.empty")),
                          (b"A", b"a letter", b""))
+        self.check_refusal("fsetxattr", path)
+
+    def check_refusal(self, call, path):
+        """A file whose attributes cannot be kept stays as it is."""
+        if SANITIZED:  # sanitizers want to be loaded first
+            return
+        self.fail_with(SYSTEM, f"cannot keep the attributes of {path}: Input/output error", "encode", "uparen", "-i", path,
+                       env={**os.environ, "LD_PRELOAD": FAILING_CALLS, "RQ_FAIL": call})
+        self.assertEqual((self.read("text"), self.names()), (b"A", ["text"]))
 
     def test_an_access_list_of_the_folder_opens_no_private_file(self):
         user, owner, group, mask, others = 2, 1, 4, 16, 32  # tags of an access list
@@ -85,6 +94,7 @@ class Editing(ToolTest):
         self.assertEqual(self.read("text"), b"A")
         self.assertNotIn("system.posix_acl_access", os.listxattr(path))
         self.assertEqual(stat.S_IMODE(os.stat(path).st_mode), 0o640)
+        self.check_refusal("fremovexattr", path)
 
     def test_a_link_that_is_turned_brings_no_text_into_another_file(self):
         old = {name: name.encode() + b" &#233;\n" for name in ("one", "two")}
