@@ -144,6 +144,9 @@ class Explain(ToolTest):
     def test_columns_count_characters(self):
         rows = self.succeed("decode", "uesc", "--explain", text="日本\\u0041\n😀 \\u12".encode()).decode().splitlines()[1:]
         self.assertEqual([row.split("\t")[:3] for row in rows], [["6", "1", "3"], ["18", "2", "3"]])
+        # A byte that is no character counts as one.
+        rows = self.succeed("decode", "ncr", "--explain", text=b"\xff\x80 &#65;\n\x80\xe9&#66;").decode().splitlines()[1:]
+        self.assertEqual([row.split("\t")[:3] for row in rows], [["3", "1", "4"], ["11", "2", "3"]])
 
     def test_lines_and_files(self):
         path = self.file("in", b"x\n&#65;\n&#66;")
