@@ -130,7 +130,7 @@ class JoinedEncoding {
 };
 
 /// The same where a byte below 0x80 may be another character than in ASCII. The library encodes such a byte only in a
-/// text with bytes above: a piece without one gets the first one of the text in front.
+/// text with bytes above: a piece without one gets the last one before it in front.
 class ForeignEncoding {
  public:
   ForeignEncoding(std::shared_ptr<Workbench> bench, Notation notation)
@@ -138,10 +138,9 @@ class ForeignEncoding {
 
   Result<Bytes> operator()(const Text& text) {
     if (text.first) above_.clear();
-    const bool knownBefore = !above_.empty();
     const auto first = std::ranges::find_if(text.bytes, [](std::byte byte) { return byte >= std::byte{0x80}; });
     const Bytes rest(first, text.bytes.end());
-    if (knownBefore || rest.empty()) return joined_(text, above_, encodedAbove_);
+    if (rest.empty()) return joined_(text, above_, encodedAbove_);
     char32_t character = 0;
     const std::size_t length = bench_->codec().decodeOne(rest, character, true).consumed;
     above_.assign(rest.begin(), rest.begin() + static_cast<std::ptrdiff_t>(length));
@@ -156,7 +155,7 @@ class ForeignEncoding {
   std::shared_ptr<Workbench> bench_;
   const Notation notation_;
   JoinedEncoding joined_;
-  std::vector<std::byte> above_;  // the first character of the text that is not a byte below 0x80
+  std::vector<std::byte> above_;  // the last piece's first character that is not a byte below 0x80
   std::size_t encodedAbove_ = 0;
 };
 

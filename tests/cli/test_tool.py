@@ -204,6 +204,7 @@ class Information(ToolTest):
         self.assertEqual(os.path.realpath(lines["library"]), os.path.realpath(LIBRARY))
         self.assertEqual(lines["prefix"], "rq")
         self.assertEqual(lines["group"], "rqfnc")
+        self.assertEqual([value for value in lines.values() if value != value.rstrip()], [])
         # The stamp is the project's version; the library version is the interface's own.
         self.assertRegex(lines["version stamp"], r"^V\.{:0>2}\.{:0>2}M{}P\d{{8}}$".format(*VERSION.split(".")))
         self.assertEqual(lines["stream"], "rqu/lib-rb{:0>2}{:0>2}{}".format(*VERSION.split(".")))

@@ -39,6 +39,17 @@ TEST(TextTest, SaysWhereAndWhyATextIsInvalid) {
 }
 
 /// Encodings of ICU that can write them: the whole range, and nothing beside it.
+TEST(TextTest, ShowsSixteenBytesOfALongSequence) {
+  const host::Encoding& utf8 = encodingNamed("UTF-8");
+  std::string sixteen;
+  for (int i = 0; i < 16; ++i) sixteen += " 80";
+  for (const auto& [length, behind] : {std::pair(16U, " at offset 0"), std::pair(17U, " ... at offset 0")}) {
+    const std::string bad(length, '\x80');
+    const std::string shown = host::describe({host::Outcome::malformed, {}, bytesOf(bad)}, utf8, utf8);
+    EXPECT_TRUE(shown.starts_with("invalid bytes" + sixteen + behind)) << shown;
+  }
+}
+
 TEST(TextTest, FindsLoneSurrogatesInEncodingsOfIcu) {
   EXPECT_EQ(problemOf("UTF-7", "UTF-8", "a+1/8-"), "");  // U+D7FF
   for (const char* lone : {"+2AA-", "+2/8-", "+3AA-", "+3/8-"}) {

@@ -46,12 +46,13 @@ Datum rq_test_counted(PG_FUNCTION_ARGS) {
   PG_RETURN_INT32(counted);
 }
 
-/// rq_test_fit(source, room): what the backend's transcoder writes of a text of UTF-16BE in that much room.
+/// rq_test_fit(source, room, toSession): what the backend's transcoder of UTF-16BE writes in that much room.
 Datum rq_test_fit(PG_FUNCTION_ARGS) {
   const varlena* const source = PG_GETARG_BYTEA_PP(0);
   const auto room = static_cast<std::uint64_t>(PG_GETARG_INT32(1));
   auto* const result = static_cast<varlena*>(palloc(VARHDRSZ + room));
-  RQTranscoder* const transcoder = rq::postgresql::enter().object->transcoders[RQ_FORM_UTF16_BIG].toSession;
+  const RQTranscoderPair& pair = rq::postgresql::enter().object->transcoders[RQ_FORM_UTF16_BIG];
+  RQTranscoder* const transcoder = PG_GETARG_BOOL(2) ? pair.toSession : pair.fromSession;
   std::uint64_t written = 0;
   transcoder->convert(transcoder, VARDATA_ANY(source), VARSIZE_ANY_EXHDR(source), VARDATA(result), room, &written, 0);
   rq::postgresql::raiseWhatWasCaught();

@@ -87,13 +87,15 @@ class Callbacks(ServerTest):
         for encoding, python, text in (("UTF8", "utf-8", "é日😀x"), ("LATIN1", "latin-1", "éñx"), ("EUC_JP", "euc_jp", "日本éx"),
                                        ("EUC_JP", "euc_jp", "日é" * 60)):  # more than goes through a procedure at once
             database = self.server.database(f"fits_{encoding.lower()}_{len(text)}", encoding)
-            characters = [character.encode(python) for character in text]
-            ends = [len(b"".join(characters[:count])) for count in range(len(characters) + 1)]
-            rows = self.server.psql("CREATE FUNCTION rq_test_fit(bytea, int) RETURNS bytea AS '$libdir/rquni' LANGUAGE C; "
-                                    f"SELECT encode(rq_test_fit('\\x{text.encode('utf-16-be').hex()}', room), 'hex') "
-                                    f"FROM generate_series(0, {ends[-1] + 1}) room ORDER BY room;", database)
-            fitting = [max(end for end in ends if end <= room) for room in range(ends[-1] + 2)]
-            self.assertEqual(rows.split("\n")[:-1], [b"".join(characters)[:end].hex() for end in fitting], encoding)
+            self.server.psql("CREATE FUNCTION rq_test_fit(bytea, int, bool) RETURNS bytea AS '$libdir/rquni' LANGUAGE C;", database)
+            for source, target, to_session in (("utf-16-be", python, "true"), (python, "utf-16-be", "false")):
+                result = text.encode(target)
+                ends = [len(text[:count].encode(target)) for count in range(len(text) + 1)]
+                rooms = range(len(result) + 2)
+                rows = self.server.psql(f"SELECT encode(rq_test_fit('\\x{text.encode(source).hex()}', room, {to_session}), 'hex') "
+                                        f"FROM generate_series(0, {rooms[-1]}) room ORDER BY room;", database)
+                fitting = [result[:max(end for end in ends if end <= room)].hex() for room in rooms]
+                self.assertEqual(rows.split("\n")[:-1], fitting, encoding)
 
     def test_each_callback_of_the_creation_fails_once(self):
         """In a session each, since a backend makes its host once."""
