@@ -104,10 +104,13 @@ class Progress(ToolTest):
         result = run("to", "utf16be", "--progress", self.file("empty", b""))
         self.assertRegex(result.stderr.decode(), r"^rqtext: 0 bytes read, 0 bytes written, 0 bytes/s, \d+\.\d s\n$")
         for size, read, written in ((4_999, "4999 bytes", "9998 bytes"), (5_000, "5000 bytes", "10.0 kB"),
-                                    (30_049, "30.0 kB", "60.1 kB"), (999_500, "999.5 kB", "2.0 MB"),
-                                    (12_349_000, "12.3 MB", "24.7 MB")):
+                                    (30_049, "30.0 kB", "60.1 kB"), (30_060, "30.1 kB", "60.1 kB"), (999_500, "999.5 kB", "2.0 MB"),
+                                    (12_349_000, "12.3 MB", "24.7 MB"), (12_352_000, "12.4 MB", "24.7 MB")):
             result = run("to", "utf16be", "--progress", self.file("x", b"x" * size), "-o", "/dev/null")
             self.assertRegex(result.stderr.decode(), rf"^rqtext: 100 % of {read} read, {written} written, [\d.]+ \w+/s, \d+\.\d s\n$")
+            rate, unit, seconds = re.search(r"([\d.]+) (\w+)/s, ([\d.]+) s", result.stderr.decode()).groups()
+            if float(seconds) < 1:
+                self.assertGreater(float(rate) * {"bytes": 1, "kB": 1e3, "MB": 1e6, "GB": 1e9}[unit], size)
 
     def test_quiet_in_pipes(self):
         self.succeed("to", "utf8", str(CORPUS / "emoji.txt"))
