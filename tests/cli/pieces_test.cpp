@@ -153,10 +153,10 @@ std::string textOf(const Parts& parts, std::size_t count, std::mt19937& random) 
 }
 
 const Parts& partsOf(Notation notation) {
-  static const Parts references = {"&#",       "&#x",       "&",       "#",      ";",        "65",   "233;",
-                                   "x41",      "D83D;",     "\n",      "xDE00;", "&#;",      "&#a;", "&#xD83D;",
-                                   "&#xDE00;", "8364",      "0",       "é",      " ",        "日",   "&#7;",
-                                   "&#55357;", "&#x1D83D;", "&#x41 ;", "&#233;", "12345678", "\x7F", "\x1A"};
+  static const Parts references = {
+      "&#",     "&#x",      "&",         "#",        ";",        "65",       "233;", "x41",  "D83D;",   "\n",
+      "xDE00;", "&#;",      "&#a;",      "&#xD83D;", "&#xDE00;", "8364",     "0",    "é",    " ",       "日",
+      "&#7;",   "&#55357;", "&#x1D83D;", "&#x41 ;",  "&#233;",   "12345678", "\x7F", "\x1A", "<U00E9>", "<u12345>"};
   static const Parts escapes = {"\\",   "u",        "U",      "\\u",      "\\U",  "0041",    "00e9",
                                 "D83D", "DE00",     "3",      "é",        "\n",   "\\uD83D", "\\uDE00",
                                 "\\uu", "\\u00E9",  " ",      "日",       "00",   "\\\\",    "\\U0001F600",
