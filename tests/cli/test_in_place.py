@@ -481,6 +481,11 @@ class KeepGoing(ToolTest):
         self.assertEqual(result.stdout, b"AA")
         self.fail_with(SYSTEM, "cannot write", "decode", "ncr", "--keep-going", good, good, "-o", "/dev/full")
 
+    def test_only_the_first_problem_of_a_file_is_named(self):
+        twice = self.file("twice", b"\xff" + b"x" * 1_000_000 + b"\xfe")
+        result = self.fail_with(DATA, "invalid bytes FF at offset 0", "decode", "ncr", "--keep-going", twice)
+        self.assertEqual(result.stderr.count(b"\n"), 1)
+
 
 if __name__ == "__main__":
     unittest.main()
