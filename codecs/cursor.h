@@ -46,7 +46,8 @@ class Cursor {
         return true;
       }
     }
-    if (count < left && isPair(in_ + count - 1)) --count;  // the output ends inside a pair, which is not text
+    // The output ends inside a pair, which is not text. Pairs overlap when a host made both units the same.
+    while (count > 0 && count < left && isPair(in_ + count - 1)) --count;
     if (count > shortCopy) {
       advance(kit::copyUntilPair(in_, count, out_ + written_, first, second, kept));
     } else {

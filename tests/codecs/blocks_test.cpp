@@ -143,6 +143,7 @@ class Comparison {
   }
 
   void setEscape(std::uint8_t escape) { session_.object->escape = escape; }
+  void setReference(std::uint8_t reference) { session_.object->reference = reference; }
 
   void expectSame(std::u32string text, std::uint64_t capacity) {
     if (session_.encoding == latin1)
@@ -265,6 +266,19 @@ TEST(Blocks, AnEscapeCharacterThatIsADigit) {
   for (const std::u32string_view digits : {U"00e9", U"00ea", U"d83d", U"0000", U"0001f60a", U"0a"}) {
     const std::u32string text = repeated(U"aU004a aU" + std::u32string(digits) + U"U004b", 700);
     ASSERT_NO_FATAL_FAILURE(comparison.expectSame(text, text.size()));
+  }
+}
+
+// Then pairs of markers overlap, and more than one may stand where the output ends.
+TEST(Blocks, MarkersThatAreTheSame) {
+  Comparison references(codecs[0], Flavour::plain, utf8), escapes(codecs[1], Flavour::plain, utf8);
+  references.setReference('&');
+  escapes.setEscape('u');
+  for (const std::u32string text : {U"g&&&;Ux", U"five &&&&&65;", U"uuu0041 u", U"five uuuuuu004A"}) {
+    for (std::uint64_t capacity = 0; capacity <= text.size(); ++capacity) {
+      ASSERT_NO_FATAL_FAILURE(references.expectSame(text, capacity));
+      ASSERT_NO_FATAL_FAILURE(escapes.expectSame(text, capacity));
+    }
   }
 }
 
