@@ -62,6 +62,8 @@ void prepareHost(const Fixture& fixture) {
   host.offer(fixture.test.services);
   host.convertStatus = fixture.test.convertStatus;
   host.fillsFalseLengths = true;  // library and twin then see the same bytes
+  fixture.session.object->escape = fixture.test.escape;
+  fixture.session.object->reference = fixture.test.reference;
 }
 
 std::uint8_t* placeOutput(const Fixture& fixture, CaseBuffer& buffer) {

@@ -14,6 +14,8 @@ struct Case {
   std::uint32_t encoding = latin1;
   MockHost::Services services{};
   bool pad = false;
+  /// What the object holds in their place.
+  std::uint8_t escape = '\\', reference = '#';
   /// The calls that the host fails, and the status of conversions that do not fail.
   Failure failure{};
   std::uint32_t convertStatus = 0;

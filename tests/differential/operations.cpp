@@ -48,37 +48,38 @@ RQChar characterOf(std::uint8_t byte) {
 /// Text in the units of a slot's input.
 class Writer {
  public:
-  Writer(const Slot& slot, std::uint32_t session, std::vector<std::uint8_t>& text)
-      : encoding_(*encodingOf(slot.takesUnicodeForm() ? unicodeFormOf(slot) : session)),
-        wide_(slot.inputUnit() == 4),
-        text_(text) {
-    text.clear();
+  explicit Writer(Case& test)
+      : test_(test),
+        encoding_(*encodingOf(test.slot->takesUnicodeForm() ? unicodeFormOf(*test.slot) : test.encoding)),
+        wide_(test.slot->inputUnit() == 4) {
+    test.text.clear();
   }
   /// What the encoding cannot hold becomes some byte.
   void put(RQChar c) {
+    if (c == '\\') c = test_.escape;
+    if (c == '#') c = test_.reference;
     std::uint8_t bytes[8];
     std::size_t size = sizeof c;
     if (wide_)
       std::memcpy(bytes, &c, sizeof c);
     else if ((size = encoding_.write(c, encoding_.lax, shiftState_, bytes)) == 0)
       bytes[size++] = static_cast<std::uint8_t>(c ^ c >> 8);
-    text_.insert(text_.end(), bytes, bytes + size);
+    test_.text.insert(test_.text.end(), bytes, bytes + size);
   }
 
  private:
+  Case& test_;
   const Encoding& encoding_;
   bool wide_;
-  std::vector<std::uint8_t>& text_;
   unsigned shiftState_ = 0;
 };
 
 /// The text that `bytes` stand for: themselves, a character each, or a piece of the grammar or a character each.
-void write(const Slot& slot, std::uint32_t session, unsigned how, const std::vector<std::uint8_t>& bytes,
-           std::vector<std::uint8_t>& text) {
+void write(unsigned how, const std::vector<std::uint8_t>& bytes, Case& test) {
   static const std::vector<std::u32string_view> pieces = piecesOf(grammar);
-  Writer writer(slot, session, text);
+  Writer writer(test);
   if (how == 0) {
-    text = bytes;
+    test.text = bytes;
   } else if (how == 1) {
     for (const std::uint8_t byte : bytes) writer.put(characterOf(byte));
   } else {
@@ -109,6 +110,15 @@ std::uint64_t capacityOf(unsigned kind, std::uint32_t room, std::uint64_t units)
   }
 }
 
+/// What the object holds as its escape characters: what it was made with, or, in the flavour that reads them, any
+/// other.
+void decideEscapes(unsigned choice, Case& test) {
+  constexpr std::uint8_t others[] = {'a', 'F', '0', '9', 'u', 'U', 'x', 'X', ';', '&', '<', '>', ' ', '\n', 0, 0xFF};
+  const bool made = choice < 0xC0 || test.slot->flavour != Flavour::plain;
+  test.escape = made ? '\\' : others[choice % std::size(others)];
+  test.reference = made ? '#' : others[choice / 4 % std::size(others)];
+}
+
 /// What the host offers and which of its calls fail: in three of four cases none.
 void decideHost(Choices& choices, Case& test) {
   const unsigned services = choices.byte(), behaviour = choices.byte(), which = choices.byte();
@@ -116,6 +126,7 @@ void decideHost(Choices& choices, Case& test) {
   test.pad = (services & 8) != 0;
   test.convertStatus = services >= 0xE0 ? 0x805F1234 : 0;
   const std::uint64_t nth = 1 + behaviour / 16;
+  decideEscapes(which, test);
   switch (behaviour % 16) {
     case 12:
       test.failure = {Service::allocate, Failure::always, Outcome::refusal};
@@ -151,7 +162,7 @@ void decide(Choices& choices, const std::vector<const Slot*>& slots, Case& test)
   const unsigned how = choices.byte(), stretch = choices.byte();
   const std::uint32_t room = choices.below(0x10000);
   choices.rest(bytes, 400);
-  write(*test.slot, test.encoding, how & 3, bytes, test.text);
+  write(how & 3, bytes, test);
   const std::uint64_t unit = test.slot->inputUnit();
   // A few repeat what they have, to about where the working buffers come from the pool.
   if (stretch >= 0xFA) repeatUpTo(test.text, (250 + 2 * (stretch - 0xFA) + (how >> 7)) * unit);
