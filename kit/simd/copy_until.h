@@ -91,14 +91,11 @@ RQ_INLINE std::uint64_t copyUntil(const typename V::Lane* in, std::uint64_t n, O
   }
   static_assert(2 * V::lanes <= 64, "the places in two vectors are bits of one word");
   const Stop<V> stop(args...);
-  const auto finish = [=](std::uint64_t copied) {  // all but the last two vectors at most are stored
-    if (copied < V::lanes) {
+  const auto finish = [=](std::uint64_t copied) {  // all but the last vector at most are stored
+    if (copied >= V::lanes)
+      put(V::load(in + copied - V::lanes), out + copied - V::lanes);
+    else
       copyFewUnits<V>(in, out, copied);
-    } else {
-      const std::uint64_t last = copied - V::lanes, other = last < V::lanes ? 0 : last - V::lanes;
-      put(V::load(in + other), out + other);
-      put(V::load(in + last), out + last);
-    }
     return copied;
   };
   std::uint64_t i = 0;
@@ -107,7 +104,12 @@ RQ_INLINE std::uint64_t copyUntil(const typename V::Lane* in, std::uint64_t n, O
     const V a = V::load(in + i), b = V::load(in + i + V::lanes);
     if ((stop.quick(a) | stop.quick(b)).any()) {
       const std::uint64_t bits = stop.exact(in + i).bits() | stop.exact(in + i + V::lanes).bits() << V::lanes;
-      if (bits) return finish(i + firstBit(bits));
+      if (bits) {
+        const std::uint64_t copied = i + firstBit(bits);
+        const std::uint64_t other = copied < 2 * V::lanes ? 0 : copied - 2 * V::lanes;
+        if (copied >= V::lanes) put(V::load(in + other), out + other);
+        return finish(copied);
+      }
     }
     put(a, out + i);
     put(b, out + i + V::lanes);
