@@ -11,7 +11,8 @@ UNARY = {"!": "Not", "~": "Complement", "++": "Increment", "--": "Decrement"}
 # Lines whose values must be constant for the compiler: what macros may paste, constraints, immediate operands.
 CONSTANT = re.compile(r"\bRQ_[A-Z_]+\(|\brequires\b|\bconcept\b|\bsame_as\b"
                       r"|_mm\w*_(shuffle_epi32|extracti128|srli_si256|permute4x64|\w*gather)")
-CONSTANT_AT_RUN_TIME = re.compile(r"std::array<\S+ |constexpr std::(?:size_t|int8_t)|<\d+>\(")
+SIZE = r"(?:std::size_t|std::int8_t|(?:int|RQChar) \w+ =)"  # a constant that types depend on
+CONSTANT_AT_RUN_TIME = re.compile(rf"std::array<\S+ |constexpr {SIZE}|<\d+>\(")
 
 
 def can_be(text, mutant):
@@ -38,7 +39,7 @@ def at_run_time(text):
     text = re.sub(r"\bstatic_assert\(", "RQ_AT_RUN_TIME(", text)
     text = re.sub(r"^void (\w+\(\));$", r"inline void \1 { rqRefuse(); }", text, flags=re.M)
     text = re.sub(r"\bconstinit ", "", text)
-    return re.sub(r"\b(?:constexpr|consteval) (?!std::size_t|std::int8_t|auto\b.*=.*\bsize\b)", "inline const ", text)
+    return re.sub(rf"\b(?:constexpr|consteval) (?!{SIZE}|auto\b.*=.*\bsize\b)", "inline const ", text)
 
 
 def written(name, text, places):
