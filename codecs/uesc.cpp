@@ -58,8 +58,8 @@ template <Flavour F, class Unit = typename F::Unit>
 class CommonEscapes {
  public:
   static constexpr std::uint64_t maxLength = 2 * (2 + std::uint64_t{shortEscape});
-  // A high surrogate includes the low one. An escape character that is a digit may be the last one and begin a pair.
-  static constexpr bool includesOthers = true;
+  // A high surrogate includes the low one. An object's escape character may be a digit that begins a pair.
+  static constexpr bool includesOthers = sizeof(Unit) == 1;
 
   CommonEscapes(Unit escape, const Unit* end) : escape_(escape), end_(end) {}
 

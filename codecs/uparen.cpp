@@ -42,8 +42,8 @@ class CommonNotations {
   Marks<Unit> marks() const { return {'<', 'U', caseless<Unit>}; }
 
   Common read(const Unit* at) const {
-    const std::uint32_t value = fourHexDigits.at(at + 2);
-    const Digits own = value < noFourDigits && load(at + 6) == '>' ? Digits{value, 4} : hexDigitsOf(loadText(at + 2));
+    Digits own = {fourHexDigits.at(at + 2), 4};
+    if (own.value >= noFourDigits || load(at + 6) != '>') own = hexDigitsOf(loadText(at + 2));
     if (load(at + 2 + own.count) != '>') return {};
     const std::uint32_t named = valueOf(F::asServed(own, at + 2));
     return {named, 2 + std::uint64_t{own.count} + 1, stays<wanted>(named)};
