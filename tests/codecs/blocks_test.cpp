@@ -6,6 +6,7 @@
 #include <cstring>
 #include <random>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tests/model/codec_twin.h"
@@ -207,6 +208,28 @@ TEST(Blocks, EveryShapeAtEveryPlace) {
         const std::u32string text = before + std::u32string(place, U'x') + shape + behind;
         ASSERT_NO_FATAL_FAILURE(comparison.expectSame(text, codec.growth * 1000));
       }
+  });
+}
+
+// Digits of every number, in which one place holds a character that lies beside the digits, or beyond a byte.
+TEST(Blocks, NeighboursOfDigits) {
+  struct Form {
+    std::string_view codec;
+    std::u32string_view begin, digits, end;
+  };
+  constexpr Form forms[] = {{"getNCR", U"&#", U"10435678", U";"},    {"getNCR", U"&#x", U"0a9F4e6D", U";"},
+                            {"getUEsc", U"\\u", U"0a9F4e6D", U" "},  {"getUEsc", U"\\u", U"0001f60A", U""},
+                            {"getUParen", U"<U", U"0a9F4e6D", U">"}, {"getUParenP", U"<U", U"0a9F4e6D", U">"}};
+  forAll([&](const Codec& codec, Comparison& comparison) {
+    for (const Form& form : forms)
+      for (std::size_t count = form.codec == codec.name ? 0 : 9; count <= 8; ++count)
+        for (std::size_t place = 0; place < 8 && place <= count; ++place)
+          for (const char32_t neighbour : U"/:@G`g09aAfF\u0130\uFF11") {
+            std::u32string digits(form.digits.substr(0, count));
+            if (place < count) digits[place] = neighbour;
+            const std::u32string notation = std::u32string(form.begin) + digits + std::u32string(form.end);
+            ASSERT_NO_FATAL_FAILURE(comparison.expectSame(repeated(notation, 220), 1000));
+          }
   });
 }
 
