@@ -65,7 +65,8 @@ void Progress::leaveTerminal() {
   left_ = true;
 }
 
-std::string Progress::report(double seconds) const {
+std::string Progress::report() const {
+  const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - begin_).count();
   const auto read = static_cast<double>(read_.load(std::memory_order_relaxed));
   const auto written = static_cast<double>(written_.load(std::memory_order_relaxed));
   std::string text = "rqtext: ";
@@ -96,17 +97,13 @@ void Progress::erase() {
 }
 
 void Progress::run() {
-  const auto begin = std::chrono::steady_clock::now();
-  const auto elapsed = [begin] {
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - begin).count();
-  };
   std::unique_lock lock(mutex_);
   for (auto wait = std::chrono::milliseconds(1000); !changed_.wait_for(lock, wait, [this] { return stopped_; });
        wait = std::chrono::milliseconds(terminal_ ? 250 : 1000)) {
-    show(report(elapsed()));
+    show(report());
   }
   erase();
-  if (closingLine_) std::fprintf(stderr, "%s\n", report(elapsed()).c_str());
+  if (closingLine_) std::fprintf(stderr, "%s\n", report().c_str());
 }
 
 }  // namespace rq::cli

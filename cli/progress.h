@@ -3,6 +3,7 @@
 #define RQUNI_CLI_PROGRESS_H
 
 #include <atomic>
+#include <chrono>
 #include <condition_variable>
 #include <cstddef>
 #include <cstdint>
@@ -37,10 +38,12 @@ class Progress {
   void run();
   void show(const std::string& line);
   void erase();
-  std::string report(double seconds) const;
+  std::string report() const;
 
   const bool terminal_, closingLine_;
   const std::optional<std::uint64_t> total_;
+  /// When the work began. The thread may begin later.
+  const std::chrono::steady_clock::time_point begin_ = std::chrono::steady_clock::now();
   std::atomic<std::uint64_t> read_ = 0, written_ = 0;
   std::mutex mutex_;
   std::condition_variable changed_;
