@@ -38,7 +38,6 @@ TEST(TextTest, SaysWhereAndWhyATextIsInvalid) {
   EXPECT_EQ(problemOf("ISO-2022-JP", "ISO-8859-1", "a\x1B$BF|\x1B(B").substr(0, 16), "character U+65E5");
 }
 
-/// Encodings of ICU that can write them: the whole range, and nothing beside it.
 TEST(TextTest, ShowsSixteenBytesOfALongSequence) {
   const host::Encoding& utf8 = encodingNamed("UTF-8");
   std::string sixteen;
@@ -50,6 +49,7 @@ TEST(TextTest, ShowsSixteenBytesOfALongSequence) {
   }
 }
 
+/// Encodings of ICU that can write them: the whole range, and nothing beside it.
 TEST(TextTest, FindsLoneSurrogatesInEncodingsOfIcu) {
   EXPECT_EQ(problemOf("UTF-7", "UTF-8", "a+1/8-"), "");  // U+D7FF
   for (const char* lone : {"+2AA-", "+2/8-", "+3AA-", "+3/8-"}) {
