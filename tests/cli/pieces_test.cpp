@@ -6,9 +6,11 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cerrno>
 #include <fstream>
 #include <new>
 #include <random>
+#include <system_error>
 
 #include "cli/explain.h"
 #include "cli/pipeline.h"
@@ -92,29 +94,51 @@ std::string outcomeOf(const TextOperation& operation, const std::string& file, c
   return done ? "result: " + result : "error: " + done.error().text.substr(file.size() + 2);
 }
 
+/// A pipe, whose file ends where its writing end is closed.
+class Pipe {
+ public:
+  Pipe() {
+    if (::pipe(ends_.data()) != 0) throw std::system_error(errno, std::generic_category(), "pipe");
+  }
+  Pipe(const Pipe&) = delete;
+  Pipe& operator=(const Pipe&) = delete;
+  ~Pipe() {
+    end();
+    ::close(ends_[0]);
+  }
+
+  /// The name of the end to read from.
+  std::string file() const { return "/proc/self/fd/" + std::to_string(ends_[0]); }
+  void write(std::string_view text) const {
+    EXPECT_EQ(::write(ends_[1], text.data(), text.size()), static_cast<ssize_t>(text.size()));
+  }
+  void end() {
+    if (ends_[1] >= 0) ::close(std::exchange(ends_[1], -1));
+  }
+
+ private:
+  std::array<int, 2> ends_{-1, -1};
+};
+
 /// The same for a text that arrives in parts of these lengths. All that has arrived is worked on before the next
 /// part.
 std::string outcomeInParts(const TextOperation& operation, const std::string& text,
                            const std::vector<std::size_t>& lengths, unsigned jobs = 1) {
-  std::array<int, 2> ends{};
-  if (::pipe(ends.data()) != 0) return "no pipe";
+  Pipe pipe;
   std::size_t at = 0;
   std::size_t part = 0;
   const auto arrive = [&]() -> Done {
     if (at == text.size()) {
-      ::close(std::exchange(ends[1], -1));
+      pipe.end();
       return host::done();
     }
     const std::size_t length = std::min(text.size() - at, part < lengths.size() ? lengths[part] : text.size());
-    EXPECT_EQ(::write(ends[1], text.data() + at, length), static_cast<ssize_t>(length));
+    pipe.write(std::string_view(text).substr(at, length));
     at += length;
     ++part;
     return host::done();
   };
-  std::string result = outcomeOf(operation, "/proc/self/fd/" + std::to_string(ends[0]), arrive, jobs);
-  ::close(ends[0]);
-  if (ends[1] >= 0) ::close(ends[1]);
-  return result;
+  return outcomeOf(operation, pipe.file(), arrive, jobs);
 }
 
 /// Where two long outcomes differ.
@@ -331,15 +355,14 @@ TEST(Pieces, ProblemsAreNamedAsInTheWhole) {
 TEST(Pieces, AnOpenStretchIsLookedAtAgainWhenItHasGrown) {
   const std::string part(60'000, 'x');
   constexpr std::size_t parts = 140;
-  std::array<int, 2> ends{};
-  ASSERT_EQ(::pipe(ends.data()), 0);
+  Pipe pipe;
   std::size_t arrived = 0;
   Progress silent(false);
-  Result<Input> input = Input::open("/proc/self/fd/" + std::to_string(ends[0]), silent, [&] {
+  Result<Input> input = Input::open(pipe.file(), silent, [&] {
     if (arrived++ == parts) {
-      ::close(ends[1]);
+      pipe.end();
     } else {
-      EXPECT_EQ(::write(ends[1], part.data(), part.size()), static_cast<ssize_t>(part.size()));
+      pipe.write(part);
     }
     return host::done();
   });
@@ -358,7 +381,6 @@ TEST(Pieces, AnOpenStretchIsLookedAtAgainWhenItHasGrown) {
   EXPECT_EQ(piece->text.size(), parts * part.size());
   EXPECT_GT(looks, parts / 10);
   EXPECT_LT(looks, parts / 4);
-  ::close(ends[0]);
 }
 
 TEST(Pieces, LongFilesAsTheWhole) {
@@ -501,20 +523,18 @@ TEST(Jobs, WhatWritingThrowsInAPauseEndsTheRun) {
                                                        return host::done();
                                                      },
                                                      host::done});
-  std::array<int, 2> ends{};
-  ASSERT_EQ(::pipe(ends.data()), 0);
-  ASSERT_EQ(::write(ends[1], "text", 4), 4);
+  Pipe pipe;
+  pipe.write("text");
   Progress silent(false);
   Pipeline pipeline(*operation, std::nullopt, {}, 2, 0, [](FileRun&, const Error& error) { return error; });
-  Result<Input> input = Input::open("/proc/self/fd/" + std::to_string(ends[0]), silent, [&] {
-    ::close(std::exchange(ends[1], -1));
+  Result<Input> input = Input::open(pipe.file(), silent, [&] {
+    pipe.end();
     paused = true;
     paused.notify_all();
     return pipeline.finish();
   });
   EXPECT_THROW(static_cast<void>(pipeline.add(run, *input)), std::bad_alloc);
   EXPECT_EQ(writes, 1U);
-  ::close(ends[0]);
 }
 
 TEST(Jobs, AFieldIsFilledAsByTheLibrary) {
