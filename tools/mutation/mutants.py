@@ -45,9 +45,12 @@ def is_operator(text, match):
     return between != (match.group() in UNARY)
 
 
+LITERAL = re.compile(r'\s*"')
+
+
 def joins_a_literal(text, match):
     """A string cannot be subtracted."""
-    return match.group() in ("+", "+=") and (text[match.start() - 2] == '"' or text[match.end():].lstrip().startswith('"'))
+    return match.group() in ("+", "+=") and (text[match.start() - 2] == '"' or LITERAL.match(text, match.end()))
 
 
 def alternatives(text, match):
