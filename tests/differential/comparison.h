@@ -14,7 +14,7 @@ struct Case {
   std::uint32_t encoding = latin1;
   MockHost::Services services{};
   bool pad = false;
-  /// What the object holds in their place.
+  /// The object's escape characters.
   std::uint8_t escape = '\\', reference = '#';
   /// The calls that the host fails, and the status of conversions that do not fail.
   Failure failure{};
