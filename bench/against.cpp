@@ -103,9 +103,8 @@ class Table {
     Row row{title, job.input.size(), {}};
     for (const auto& [build, column] : {std::pair{&old_, "old"}, {&new_, "new"}}) {
       RQInterface* const object = build->object(flavour.session);
-      row.columns.push_back({column, [=, function = (object->*flavour.operations).*slot, unit = flavour.unitBytes] {
-                               return answer(function, object, *shared, unit);
-                             }});
+      const auto function = (object->*flavour.operations).*slot;
+      row.columns.push_back({column, calling(function, object, shared, flavour.unitBytes)});
     }
     record();
     row.columns[Row::fresh].call();
@@ -144,13 +143,18 @@ class Table {
                       row.columns.end());
   }
 
-  static std::string_view answer(RQCodec function, RQInterface* object, const Job& job, std::size_t unitBytes) {
-    return {output(), call(function, object, job, unitBytes).second};
+  static auto calling(RQCodec function, RQInterface* object, const std::shared_ptr<Job>& job, std::size_t unitBytes) {
+    return [job, call = CodecCall(function, object, *job, unitBytes)] {
+      return std::string_view(output(), call().second);
+    };
   }
-  static std::string_view answer(RQMeasure function, RQInterface* object, const Job& job, std::size_t unitBytes) {
-    const std::int64_t count = function(object, job.input.data(), job.input.size() / unitBytes);
-    std::memcpy(output(), &count, sizeof count);
-    return {output(), sizeof count};
+  static auto calling(RQMeasure function, RQInterface* object, const std::shared_ptr<Job>& job,
+                      std::size_t unitBytes) {
+    return [=, units = job->input.size() / unitBytes] {
+      const std::int64_t count = function(object, job->input.data(), units);
+      std::memcpy(output(), &count, sizeof count);
+      return std::string_view(output(), sizeof count);
+    };
   }
 
   Build old_, new_;

@@ -24,8 +24,8 @@ class Operation {
 
   /// The call itself: its status and the bytes written.
   auto calling(const std::shared_ptr<Job>& job) const {
-    return [job, function = function(), object = bench::object(flavour_.session), unit = flavour_.unitBytes] {
-      return call(function, object, *job, unit);
+    return [job, call = CodecCall(function(), bench::object(flavour_.session), *job, flavour_.unitBytes)] {
+      return call();
     };
   }
 

@@ -124,12 +124,13 @@ char* output() {
   return room.data();
 }
 
-std::pair<RQStatus, std::size_t> call(RQCodec function, RQInterface* object, const Job& job, std::size_t unitBytes) {
-  std::uint64_t written = 0;
-  const std::size_t capacity = std::max(job.input.size(), job.output.size()) / unitBytes + 64;
-  const RQStatus status =
-      function(object, job.input.data(), job.input.size() / unitBytes, output(), capacity, &written);
-  return {status, written * unitBytes};
-}
+CodecCall::CodecCall(RQCodec function, RQInterface* object, const Job& job, std::size_t unitBytes)
+    : function_(function),
+      object_(object),
+      input_(job.input.data()),
+      units_(job.input.size() / unitBytes),
+      output_(output()),
+      capacity_(std::max(job.input.size(), job.output.size()) / unitBytes + 64),
+      unitBytes_(unitBytes) {}
 
 }  // namespace rq::bench
