@@ -208,7 +208,12 @@ class UnescapedCharacters {
 
   Replacement<Unit> of(std::uint32_t character) {
     if (states_[character] == State::unknown) ask(character);
-    return {answers_[character].units, answers_[character].count};
+    Answer& answer = answers_[character];
+    if (states_[character] == State::same) {
+      answer.units[0] = static_cast<Unit>(character);
+      answer.count = 1;
+    }
+    return {answer.units, answer.count};
   }
 
   /// The characters of which the host has answered that the session writes them as the same unit, but '<': that may
@@ -221,7 +226,7 @@ class UnescapedCharacters {
     constexpr std::uint64_t shortRun = 16;  // of known characters: a loop is faster than a kernel
     for (std::uint64_t i = 0;;) {
       for (std::uint64_t end = std::min(count, i + shortRun); i < end; ++i) {
-        const Character character = load(text + i);
+        const std::uint32_t character = load(text + i);
         if (sizeof(Character) > 1 && character >= kit::asciiEnd) return i;  // bytes are ASCII
         if (states_[character] != State::same) {
           if (states_[character] == State::known || character == '<' || !ask(character)) return i;
@@ -237,19 +242,23 @@ class UnescapedCharacters {
  private:
   enum class State : std::uint8_t { unknown, known, same };
 
-  /// Returns whether the session writes the character as the same unit.
-  [[gnu::noinline]] bool ask(std::uint32_t character) {
-    Answer& answer = answers_[character];
+  /// Returns whether the session writes the character as the same unit. Inlined: in a short text the questions are
+  /// most of the work.
+  [[gnu::always_inline]] bool ask(std::uint32_t character) {
     asked_ = character;
     produced_ = 0;
-    std::memset(answer.units, 0, sizeof answer.units);  // bytes that a host leaves out must not show the stack
-    transcode(toSession_, &asked_, sizeof asked_, answer.units, sizeof answer.units, &produced_);
-    answer.count = std::min<std::uint64_t>(produced_, sizeof answer.units) / sizeof(Unit);
-    const bool isCopied = answer.count == 1 && answer.units[0] == character;
-    const bool same = isCopied && character < kit::asciiEnd && character != '<';
-    states_[character] = same ? State::same : State::known;
-    if (same) same_.add(character);
-    return same;
+    std::memset(scratch_, 0, sizeof scratch_);  // bytes that a host leaves out must not show the stack
+    transcode(toSession_, &asked_, sizeof asked_, scratch_, sizeof scratch_, &produced_);
+    if (produced_ / sizeof(Unit) == 1 && scratch_[0] == character && character < kit::asciiEnd && character != '<') {
+      states_[character] = State::same;
+      same_.add(character);
+      return true;
+    }
+    states_[character] = State::known;
+    Answer& answer = answers_[character];
+    std::memcpy(answer.units, scratch_, sizeof scratch_);
+    answer.count = std::min<std::uint64_t>(produced_, sizeof scratch_) / sizeof(Unit);
+    return false;
   }
 
   struct Answer {
@@ -260,6 +269,7 @@ class UnescapedCharacters {
   // What a transcoder reads and stores. Local variables would cost a stack canary for each question.
   RQChar asked_ = {};
   std::uint64_t produced_ = {};
+  Unit scratch_[unescapedRoom] = {};
   State states_[(lastUnescaped + 16) / 16 * 16];
   kit::AsciiSet same_;
   Answer answers_[lastUnescaped + 1];
