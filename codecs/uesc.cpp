@@ -139,7 +139,7 @@ constexpr std::uint64_t escapeText(std::uint32_t digits) {
 /// Writes an escape and returns its length. Four digits are written by stores of `stored` units.
 template <std::uint64_t stored, class Unit>
 std::uint64_t writeEscape(Unit* out, std::uint32_t character) {
-  if (character <= 0xFFFF) {
+  if (character <= 0xFFFF) [[likely]] {
     storeText<stored>(out, '\\' | escapeText(character));
     return shortLength;
   }
@@ -148,11 +148,14 @@ std::uint64_t writeEscape(Unit* out, std::uint32_t character) {
   return longLength;
 }
 
-/// The characters that the encoder copies: those below firstEscaped but the backslash.
+/// Whether the encoder copies a character.
+constexpr bool isLiteral(std::uint32_t character) {
+  return character < firstEscaped && character != '\\';
+}
 constexpr kit::AsciiSet literals = [] {
   kit::AsciiSet set;
   for (std::uint32_t c = 0; c < firstEscaped; ++c)
-    if (c != '\\') set.add(c);
+    if (isLiteral(c)) set.add(c);
   return set;
 }();
 
@@ -161,7 +164,8 @@ constexpr kit::AsciiSet literals = [] {
 template <class Unit>
 std::uint64_t writeOther(Unit* out, const RQChar* at) {
   const std::uint32_t character = load(at);
-  if (character != '\\') return writeEscape<8>(out, character);
+  if (character != '\\') [[likely]]
+    return writeEscape<8>(out, character);
   store(out, Unit{'\\'});
   return withoutCase(load(at + 1)) == 'U' ? leave : 1;
 }
@@ -173,9 +177,10 @@ std::uint64_t copyLiteralRun(const Character* text, std::uint64_t count, Unit* o
   if constexpr (sizeof(Character) > 1) {  // most runs are short, and a loop is faster than a kernel
     constexpr std::uint64_t shortRun = 4;
     for (; i < shortRun; ++i) {
-      if (i == count || !literals.has(load(text + i))) return i;
+      if (i == count || !isLiteral(load(text + i))) return i;
       store(out + i, static_cast<Unit>(load(text + i)));
     }
+    if (i == count) return i;
   }
   return i + kit::copyWhileBelow(text + i, count - i, out + i, '\\', firstEscaped);
 }
@@ -199,7 +204,7 @@ RQStatus encodeEscapes(const Character* text, std::uint64_t count, Unit* output,
       if (i == count || out == capacity) break;
     }
     const std::uint32_t character = load(text + i);
-    if (literals.has(character)) {
+    if (isLiteral(character)) {
       const std::uint64_t copied = copyLiteralRun(text + i, std::min(count - i, capacity - out), output + out);
       i += copied;
       out += copied;
