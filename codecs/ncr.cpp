@@ -130,15 +130,19 @@ struct ReferenceEnds {
 };
 inline constexpr ReferenceEnds referenceEnds;
 
-/// The thousands of a number below 100000 without leading zeros: as text, and the bits of that text.
+/// The thousands of a number below 100000 without leading zeros, as text behind two marks. With it, where the last
+/// four units follow, and how long the reference is.
 struct Thousands {
   struct {
-    std::uint16_t text, bits;
+    std::uint32_t text;
+    std::uint8_t endsAt;  // a bit
+    std::uint8_t length;
   } of[100];
   consteval Thousands() : of{} {
-    for (std::uint32_t i = 1; i < 100; ++i) {
-      of[i].text = i < 10 ? static_cast<std::uint16_t>('0' + i) : decimalPairs.text[i];
-      of[i].bits = i < 10 ? 8 : 16;
+    for (std::uint32_t i = 0; i < 100; ++i) {
+      const std::uint32_t digits = i == 0 ? 0 : i < 10 ? 1 : 2;
+      const std::uint32_t text = digits == 0 ? 0 : digits == 1 ? '0' + i : decimalPairs.text[i];
+      of[i] = {text << 16, static_cast<std::uint8_t>(16 + 8 * digits), static_cast<std::uint8_t>(6 + digits)};
     }
   }
 };
@@ -148,9 +152,9 @@ inline constexpr Thousands thousands;
 struct ShortReference {
   std::uint64_t text, length;
   ShortReference(std::uint32_t marks, std::uint32_t value) {
-    const auto leading = thousands.of[value / 1000];
-    text = marks | (leading.text | std::uint64_t{referenceEnds.text[value % 1000]} << leading.bits) << 16;
-    length = 6 + leading.bits / 8;
+    const auto& leading = thousands.of[value / 1000];
+    text = (marks | leading.text) | std::uint64_t{referenceEnds.text[value % 1000]} << leading.endsAt;
+    length = leading.length;
   }
 };
 
@@ -299,7 +303,7 @@ class NcrEncoder {
             [this](Unit* out, const RQChar* at, std::uint64_t most) {
               return kit::copyMemberBlocks(at, most, out, unescaped_.same());
             },
-            [this](Unit* out, const RQChar* at) { return writeOther(out, at); });
+            [this, marks = marks_](Unit* out, const RQChar* at) { return writeOther(out, at, marks); });
         i += blocks.read;
         written += blocks.written;
       }
@@ -331,11 +335,11 @@ class NcrEncoder {
 
  private:
   /// Encodes a character of a block that is not copied. Leaves what may be a U-paren notation.
-  std::uint64_t writeOther(Unit* out, const RQChar* at) {
+  std::uint64_t writeOther(Unit* out, const RQChar* at, std::uint32_t marks) {
     const std::uint32_t character = load(at);
-    if (character >= firstOfSixPlaces) return writeLongReference(out, marks_, character);
-    if (character > lastUnescaped) {
-      const ShortReference reference(marks_, character);
+    if (character >= firstOfSixPlaces) return writeLongReference(out, marks, character);
+    if (character > lastUnescaped) [[likely]] {
+      const ShortReference reference(marks, character);
       storeText<8>(out, reference.text);
       return reference.length;
     }
