@@ -21,14 +21,18 @@ constexpr std::uint64_t maxEncoded = 10;
 /// Leaves a character to the caller.
 constexpr std::uint64_t leave = ~std::uint64_t{0};
 
-/// Copies units in whole vectors. The first one needs no branch: most literals are few, and their number is hard to
-/// predict.
+/// Fewer bytes than this may be read and written behind what copyVectors() copies.
+constexpr std::uint64_t overshoot = 64;
+
+/// Copies units of a block in whole vectors: one, then four at a time. Most literals are few, and branches on their
+/// number are hard to predict.
 template <class Unit>
 inline void copyVectors(Unit* out, const Unit* in, std::uint64_t count) {
   constexpr std::uint64_t vectorUnits = 16 / sizeof(Unit);
   const auto copy = [&](std::uint64_t i) { store(out + i, load<__m128i>(static_cast<const void*>(in + i))); };
   copy(0);
-  for (std::uint64_t i = vectorUnits; i < count; i += vectorUnits) copy(i);
+  for (std::uint64_t i = vectorUnits; i < kit::memberBlock && i < count; i += 4 * vectorUnits)
+    for (std::uint64_t k = 0; k < 4; ++k) copy(i + k * vectorUnits);
 }
 /// Copies literals. `narrow` holds them as bytes.
 inline void copyLiterals(std::uint8_t* out, const RQChar*, const std::uint8_t* narrow, std::uint64_t count) {
@@ -42,7 +46,7 @@ constexpr std::uint64_t maxStaged = kit::memberBlock * maxEncoded;
 
 /// Whether there is a block to encode, some text behind it, and more room than it can take.
 constexpr bool fitsBlock(std::uint64_t count, std::uint64_t room) {
-  constexpr std::uint64_t lookAhead = 4;  // a vector of literals, and the character behind an escaped one
+  constexpr std::uint64_t lookAhead = overshoot / sizeof(RQChar);  // and the character behind an escaped one
   return count >= kit::memberBlock + lookAhead && room > maxStaged;
 }
 
@@ -56,8 +60,8 @@ template <class Unit, class CopyRun, class Write>
 [[gnu::noinline]] Moved encodeBlocks(const RQChar* text, std::uint64_t count, Unit* out, std::uint64_t room,
                                      const kit::AsciiSet& literals, CopyRun copyRun, Write write) {
   constexpr std::uint64_t block = kit::memberBlock;
-  RQ_UNINITIALIZED Unit staging[maxStaged + 16];
-  RQ_UNINITIALIZED std::uint8_t narrow[block + 16];
+  RQ_UNINITIALIZED Unit staging[maxStaged + overshoot / sizeof(Unit)];
+  RQ_UNINITIALIZED std::uint8_t narrow[block + overshoot];
   Moved moved;
   while (fitsBlock(count - moved.read, room - moved.written)) {
     const RQChar* const in = text + moved.read;
@@ -78,7 +82,7 @@ template <class Unit, class CopyRun, class Write>
     };
     bool left = false;
     for (; others != 0; others &= others - 1) {
-      const auto place = static_cast<std::uint64_t>(__builtin_ctzll(others));
+      const std::uint64_t place = static_cast<std::uint32_t>(__builtin_ctzll(others));
       copyUpTo(place);
       const std::uint64_t written = write(end, in + place);
       left = written == leave;
