@@ -213,7 +213,7 @@ class UnescapedCharacters {
   Replacement<Unit> of(std::uint32_t character) {
     if (states_[character] == State::unknown) ask(character);
     Answer& answer = answers_[character];
-    if (states_[character] == State::same) {
+    if (states_[character] == State::same) {  // such answers are not kept
       answer.units[0] = static_cast<Unit>(character);
       answer.count = 1;
     }
@@ -324,10 +324,10 @@ class NcrEncoder {
         if (length == 0) break;
         written += length;
       } else {
-        const Replacement<Unit> same = unescaped_.of(character);
-        if (same.count > room) break;
-        copyUnits(output_ + written, same.units, same.count);
-        written += same.count;
+        const Replacement<Unit> answer = unescaped_.of(character);
+        if (answer.count > room) break;
+        copyUnits(output_ + written, answer.units, answer.count);
+        written += answer.count;
       }
     }
     return written;
@@ -344,9 +344,9 @@ class NcrEncoder {
       return reference.length;
     }
     if (character == '<' && withoutCase(load(at + 1)) == 'U') return leave;
-    const Replacement<Unit> same = unescaped_.of(character);
-    copyUnits(out, same.units, same.count);
-    return same.count;
+    const Replacement<Unit> answer = unescaped_.of(character);
+    copyUnits(out, answer.units, answer.count);
+    return answer.count;
   }
 
   /// Whether a U-paren notation stands here: by its shape, and by taking one unit a character in the session.
