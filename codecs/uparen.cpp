@@ -103,7 +103,7 @@ std::uint64_t notationLength(const Character* at, std::uint64_t remaining) {
 /// host's capacity is as many *bytes* as the notation has characters, so a wide session that respects it never passes
 /// one. May write 4 bytes past the capacity: 7 units are certain to be left, and the notation may have 11.
 template <class Unit, class Character>
-bool passThrough(RQTranscoder* toSession, const Character* at, std::uint64_t length, Unit* out) {
+[[gnu::noinline]] bool passThrough(RQTranscoder* toSession, const Character* at, std::uint64_t length, Unit* out) {
   RQChar characters[longLength];
   for (std::uint64_t i = 0; i < length; ++i) characters[i] = load(at + i);
   std::uint64_t produced = 0;
