@@ -13,12 +13,17 @@
 namespace rq {
 namespace {
 
+/// What the digits of a reference name; a single digit counts as none.
+constexpr std::uint32_t valueOf(Digits digits) {
+  return digits.count >= 2 ? digits.value : 0;
+}
+
 /// One reference: all from '&' to ';'.
 struct Reference {
   Digits digits;
   std::uint64_t length;  // units, both ends included; 0 when no ';' is left
 
-  std::uint32_t value() const { return digits.count >= 2 ? digits.value : 0; }  // a single digit counts as none
+  std::uint32_t value() const { return valueOf(digits); }
   bool mayBeSurrogate() const { return digits.count >= 4; }
 };
 
@@ -70,17 +75,18 @@ class CommonReferences {
       Digits own = fourHexDigits.before(at + 3, Unit{';'});
       if (own.value >= noFourDigits || load(at + 3 + own.count) != ';') own = hexDigitsOf(loadText(at + 3));
       if (load(at + 3 + own.count) != ';' || isHighSurrogate(own.value)) return {};  // the host sees each digit once
-      return reference({F::asServed(own, at + 3), 3 + std::uint64_t{own.count} + 1});
+      return reference(F::asServed(own, at + 3), 3 + own.count + 1);
     }
     Digits own = fourDecimalDigits.before(at + 2, Unit{';'});
     if (own.value >= noFourDigits || load(at + 2 + own.count) != ';') own = decimalDigitsOf(loadText(at + 2));
     if (load(at + 2 + own.count) != ';') return {};
-    return reference({own, 2 + std::uint64_t{own.count} + 1});
+    return reference(own, 2 + own.count + 1);
   }
 
  private:
-  static Common reference(Reference whole) {
-    return isHighSurrogate(whole.value()) ? Common{} : Common{whole.value(), whole.length};
+  static Common reference(Digits digits, std::uint32_t length) {
+    const std::uint32_t value = valueOf(digits);
+    return isHighSurrogate(value) ? Common{} : Common{value, length};
   }
 
   const Unit second_;

@@ -46,7 +46,7 @@ class CommonNotations {
     if (own.value >= noFourDigits || load(at + 6) != '>') own = hexDigitsOf(loadText(at + 2));
     if (load(at + 2 + own.count) != '>') return {};
     const std::uint32_t named = valueOf(F::asServed(own, at + 2));
-    return {named, 2 + std::uint64_t{own.count} + 1, stays<wanted>(named)};
+    return {stays<wanted>(named) ? Common::asText : named, 2 + std::uint64_t{own.count} + 1};
   }
 };
 
