@@ -77,13 +77,24 @@ class CommonReferences {
       if (load(at + 3 + own.count) != ';' || isHighSurrogate(own.value)) return {};  // the host sees each digit once
       return reference(F::asServed(own, at + 3), 3 + own.count + 1);
     }
-    Digits own = fourDecimalDigits.before(at + 2, Unit{';'});
-    if (own.value >= noFourDigits || load(at + 2 + own.count) != ';') own = decimalDigitsOf(loadText(at + 2));
+    const Digits own = decimalDigits(at + 2);
     if (load(at + 2 + own.count) != ';') return {};
     return reference(own, 2 + own.count + 1);
   }
 
  private:
+  /// Three or four digits are those of letters, five those of ideographs.
+  static Digits decimalDigits(const Unit* field) {
+    const Digits four = fourDecimalDigits.before(field, Unit{';'});
+    if (four.value < noFourDigits) {
+      const Unit next = load(field + four.count);
+      if (next == ';') return four;
+      const std::uint32_t fifth = decimalDigit(next);
+      if (fifth != noDigit && load(field + 5) == ';') return {four.value * 10 + fifth, 5};
+    }
+    return decimalDigitsOf(loadText(field));
+  }
+
   static Common reference(Digits digits, std::uint32_t length) {
     const std::uint32_t value = valueOf(digits);
     return isHighSurrogate(value) ? Common{} : Common{value, length};
