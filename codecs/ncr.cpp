@@ -103,16 +103,17 @@ class CommonReferences {
   const Unit second_;
 };
 
+/// Decodes from the first reference on. Not inlined: a text without references needs no room for answers.
 template <Flavour F, class Unit = typename F::Unit>
-RQStatus getNcr(RQInterface* object, const Unit* input, std::uint64_t units, Unit* output, std::uint64_t capacity,
-                std::uint64_t* written) {
-  Cursor<Unit> cursor(input, units, output, capacity);
+[[gnu::noinline]] RQStatus decodeReferences(RQInterface* object, const Unit* input, std::uint64_t units, Unit* output,
+                                            std::uint64_t capacity, std::uint64_t* written, std::uint64_t copied) {
+  Cursor<Unit> cursor(input, units, output, capacity, copied);
   Terminators<Unit> terminators(input, units, ';');
   RQ_UNINITIALIZED RoundTrips<Unit, roundTripRoom> roundTrips(object);
   const Unit second = F::reference(object);
   RQ_UNINITIALIZED BlockDecoder<CommonReferences<F>, Unit, roundTripRoom> blocks(CommonReferences<F>{second});
   RQStatus status = RQ_SUCCESS;
-  while (cursor.hasWork() && cursor.copyUpTo('&', second, static_cast<Unit>(~Unit{0}))) {
+  do {
     if (blocks.decode(cursor, roundTrips)) [[unlikely]]
       continue;
     const Decoded decoded = decodeReference<F>(cursor.at(), second, terminators);
@@ -124,9 +125,19 @@ RQStatus getNcr(RQInterface* object, const Unit* input, std::uint64_t units, Uni
       status = RQ_OUTPUT_TOO_SMALL;
       break;
     }
-  }
+  } while (cursor.hasWork() && cursor.copyUpTo('&', second, static_cast<Unit>(~Unit{0})));
   *written = cursor.written();
   return status;
+}
+
+template <Flavour F, class Unit = typename F::Unit>
+RQStatus getNcr(RQInterface* object, const Unit* input, std::uint64_t units, Unit* output, std::uint64_t capacity,
+                std::uint64_t* written) {
+  Cursor<Unit> cursor(input, units, output, capacity);
+  if (cursor.hasWork() && cursor.copyUpTo('&', F::reference(object), static_cast<Unit>(~Unit{0})))
+    return decodeReferences<F>(object, input, units, output, capacity, written, cursor.written());
+  *written = cursor.written();
+  return RQ_SUCCESS;
 }
 
 /// The last code point that the encoder does not escape. Deliberately not U+007F.

@@ -88,15 +88,16 @@ class CommonEscapes {
   const Unit* const end_;
 };
 
+/// Decodes from the first escape on. Not inlined: a text without escapes needs no room for answers.
 template <Flavour F, class Unit = typename F::Unit>
-RQStatus getUEsc(RQInterface* object, const Unit* input, std::uint64_t units, Unit* output, std::uint64_t capacity,
-                 std::uint64_t* written) {
-  Cursor<Unit> cursor(input, units, output, capacity);
+[[gnu::noinline]] RQStatus decodeEscapes(RQInterface* object, const Unit* input, std::uint64_t units, Unit* output,
+                                         std::uint64_t capacity, std::uint64_t* written, std::uint64_t copied) {
+  Cursor<Unit> cursor(input, units, output, capacity, copied);
   RQ_UNINITIALIZED RoundTrips<Unit, roundTripRoom> roundTrips(object);
   const Unit escape = F::escape(object);
   RQ_UNINITIALIZED BlockDecoder<CommonEscapes<F>, Unit, roundTripRoom> blocks({escape, cursor.end()});
   RQStatus status = RQ_SUCCESS;
-  while (cursor.hasWork() && cursor.copyUpTo(escape, 'U', caseless<Unit>)) {
+  do {
     if (blocks.decode(cursor, roundTrips)) [[unlikely]]
       continue;
     if (cursor.remaining() <= 2) {
@@ -116,9 +117,19 @@ RQStatus getUEsc(RQInterface* object, const Unit* input, std::uint64_t units, Un
       status = RQ_REPLACEMENT_DOES_NOT_FIT;
       break;
     }
-  }
+  } while (cursor.hasWork() && cursor.copyUpTo(escape, 'U', caseless<Unit>));
   *written = cursor.written();
   return status;
+}
+
+template <Flavour F, class Unit = typename F::Unit>
+RQStatus getUEsc(RQInterface* object, const Unit* input, std::uint64_t units, Unit* output, std::uint64_t capacity,
+                 std::uint64_t* written) {
+  Cursor<Unit> cursor(input, units, output, capacity);
+  if (cursor.hasWork() && cursor.copyUpTo(F::escape(object), 'U', caseless<Unit>))
+    return decodeEscapes<F>(object, input, units, output, capacity, written, cursor.written());
+  *written = cursor.written();
+  return RQ_SUCCESS;
 }
 
 /// The first character that is escaped; DEL deliberately is.
