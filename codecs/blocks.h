@@ -57,7 +57,8 @@ class BlockDecoder {
   static constexpr std::uint64_t lookAhead = 64;                   // units behind a block that may be read
   static constexpr std::uint64_t minInput = listedUnits + lookAhead;
   static constexpr std::uint64_t minStart = 160;  // for less, the set-up does not pay
-  static constexpr std::uint64_t maxGap = 64;     // units between two notations; longer text is not staged
+  /// Units between two notations; longer text is not staged.
+  static constexpr std::uint64_t maxGap = sizeof(Unit) == 1 ? 128 : 64;
   static constexpr std::uint64_t maxStep = maxGap + roundTripRoom;  // units that one notation and its gap become
   static constexpr std::uint64_t maxStaged = 1024;                  // units
   static_assert(Notation::maxLength <= roundTripRoom, "a notation that stays as text fits too");
@@ -65,12 +66,12 @@ class BlockDecoder {
   static constexpr std::uint64_t longCopy = sizeof(Unit) == 1 ? 64 : 32;  // units
 
   /// Up to this distance of notations, blocks are faster than a kernel that copies the text between them.
-  static constexpr std::uint64_t maxDistance = 100;
+  static constexpr std::uint64_t maxDistance = sizeof(Unit) == 1 ? 100 : 64;
   /// From this distance on, most gaps are longer than a vector.
   static constexpr std::uint64_t minSparse = 16;
-  /// After so many calls in a row that decoded nothing, some input is left to the caller: more each time, from
-  /// minRest to maxRest units. Where notations are rare, maxRest at once.
-  static constexpr std::uint64_t minRest = 256, maxRest = 32 * maxBlock;
+  /// Where notations are rarer, or after so many calls in a row that decoded nothing, some input is left to the
+  /// caller: more each time, from minRest to maxRest units.
+  static constexpr std::uint64_t minRest = 1024, maxRest = 32 * maxBlock;
   static constexpr std::uint32_t maxMisses = 3;
 
   [[gnu::noinline]] bool decodeBlocks(Cursor<Unit>& cursor, RoundTrips<Unit, roundTripRoom>& roundTrips) {
@@ -83,14 +84,13 @@ class BlockDecoder {
     }
     if (cursor.at() != begin) {
       misses_ = 0;
-      restAfterMisses_ = minRest;
+      nextRest_ = minRest;
       return true;
     }
     blockUnits_ = minBlock;
     if (++misses_ == maxMisses) {
       misses_ = 0;
-      rest(cursor, restAfterMisses_);
-      restAfterMisses_ = std::min(2 * restAfterMisses_, maxRest);
+      rest(cursor);
     }
     return false;
   }
@@ -99,7 +99,7 @@ class BlockDecoder {
   void prepare() {
     blockUnits_ = minBlock;
     longGap_ = 0;
-    restAfterMisses_ = minRest;
+    nextRest_ = minRest;
     misses_ = 0;
     next_ = count_ = 0;
   }
@@ -119,13 +119,14 @@ class BlockDecoder {
       longGap_ = count * minSparse >= units ? vectorUnits + 1 : 0;
       return true;
     }
-    rest(cursor, maxRest);
+    rest(cursor);
     return false;
   }
 
-  /// Leaves the next `units` units to the caller.
-  void rest(const Cursor<Unit>& cursor, std::uint64_t units) {
-    restsUntil_ = cursor.at() + std::min(units, cursor.remaining());
+  /// Leaves the next units to the caller.
+  void rest(const Cursor<Unit>& cursor) {
+    restsUntil_ = cursor.at() + std::min(nextRest_, cursor.remaining());
+    nextRest_ = std::min(2 * nextRest_, maxRest);
   }
 
   /// Decodes the listed notations. Returns false when it leaves the rest, from the cursor on, to the caller.
@@ -215,7 +216,7 @@ class BlockDecoder {
   const Unit* restsUntil_ = nullptr;
   std::uint64_t blockUnits_;  // of the next list: few until something is decoded
   std::uint64_t longGap_;     // text of so many units is copied by longCopy units
-  std::uint64_t restAfterMisses_;
+  std::uint64_t nextRest_;
   std::uint32_t misses_;
   std::uint64_t next_, count_;  // of places_
   std::uint16_t places_[maxBlock / 2 + kit::maxPairsBehind];
