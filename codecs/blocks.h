@@ -39,7 +39,6 @@ struct Common {
 template <class Notation, class Unit, std::uint64_t roundTripRoom>
 class BlockDecoder {
  public:
-  // NOLINTNEXTLINE(clang-analyzer-optin.cplusplus.UninitializedObject): prepare() sets the rest
   explicit BlockDecoder(const Notation& notation) : notation_(notation) {}
 
   /// Decodes from the notation at the cursor on. Returns false when it leaves that notation to the caller.
@@ -75,7 +74,6 @@ class BlockDecoder {
   static constexpr std::uint32_t maxMisses = 3;
 
   [[gnu::noinline]] bool decodeBlocks(Cursor<Unit>& cursor, RoundTrips<Unit, roundTripRoom>& roundTrips) {
-    if (!block_) prepare();
     const Unit* const begin = cursor.at();
     while (next_ < count_ && block_ + places_[next_] < begin) ++next_;
     if (next_ == count_ && !list(cursor)) return false;
@@ -93,15 +91,6 @@ class BlockDecoder {
       rest(cursor);
     }
     return false;
-  }
-
-  /// Not done for every call, because it is too slow for short texts.
-  void prepare() {
-    blockUnits_ = minBlock;
-    longGap_ = 0;
-    nextRest_ = minRest;
-    misses_ = 0;
-    next_ = count_ = 0;
   }
 
   /// Lists the notations of the block at the cursor. Returns false when it has too few, or too little input is left.
@@ -212,13 +201,13 @@ class BlockDecoder {
   static void copyVector(Unit* to, const Unit* from) { store(to, load<__m128i>(static_cast<const void*>(from))); }
 
   const Notation notation_;
-  const Unit* block_ = nullptr;  // null before prepare(), which sets those behind restsUntil_
+  const Unit* block_ = nullptr;
   const Unit* restsUntil_ = nullptr;
-  std::uint64_t blockUnits_;  // of the next list: few until something is decoded
-  std::uint64_t longGap_;     // text of so many units is copied by longCopy units
-  std::uint64_t nextRest_;
-  std::uint32_t misses_;
-  std::uint64_t next_, count_;  // of places_
+  std::uint64_t blockUnits_ = minBlock;  // of the next list: few until something is decoded
+  std::uint64_t longGap_ = 0;            // text of so many units is copied by longCopy units
+  std::uint64_t nextRest_ = minRest;
+  std::uint32_t misses_ = 0;
+  std::uint64_t next_ = 0, count_ = 0;  // of places_
   std::uint16_t places_[maxBlock / 2 + kit::maxPairsBehind];
 };
 
