@@ -47,7 +47,8 @@ Common decodeEscape(const Unit* at, std::uint64_t remaining, Unit escape) {
 /// The capacity in units that the host is given for a decoded character.
 constexpr std::uint64_t roundTripRoom = 20;
 
-/// All escapes but doubled markers. The host, which may upper-case digits, sees each one once.
+/// Escapes with at least four digits. Where the host may make digits, also those with fewer, so that it sees each one
+/// once; doubled markers never.
 template <Flavour F, class Unit = typename F::Unit>
 class CommonEscapes {
  public:
@@ -64,6 +65,7 @@ class CommonEscapes {
       const bool isCharacter = value != 0 && value < noFourDigits && !isHighSurrogate(value);
       if (isCharacter && !mayBeLong(at + 2 + shortEscape)) [[likely]]
         return {value, 2 + shortEscape};
+      if (sizeof(Unit) == 1 && value >= noFourDigits) return {};  // no host makes more digits of bytes
     }
     return readOther(at);
   }
