@@ -20,8 +20,9 @@ struct Moved {
 template <class Unit>
 class Cursor {
  public:
-  Cursor(const Unit* input, std::uint64_t units, Unit* output, std::uint64_t capacity)
-      : in_(input), inEnd_(input + units), out_(output), capacity_(capacity) {}
+  /// Stands behind `copied` units of text, which are in the output already.
+  Cursor(const Unit* input, std::uint64_t units, Unit* output, std::uint64_t capacity, std::uint64_t copied = 0)
+      : in_(input + copied), inEnd_(input + units), out_(output), capacity_(capacity), written_(copied) {}
 
   const Unit* at() const { return in_; }
   const Unit* end() const { return inEnd_; }
@@ -115,7 +116,7 @@ class Cursor {
   const Unit* const inEnd_;
   Unit* const out_;
   const std::uint64_t capacity_;
-  std::uint64_t written_ = 0;
+  std::uint64_t written_;
 };
 
 }  // namespace rq

@@ -13,12 +13,17 @@
 namespace rq {
 namespace {
 
+/// What the digits of a reference name; a single digit counts as none.
+constexpr std::uint32_t valueOf(Digits digits) {
+  return digits.count >= 2 ? digits.value : 0;
+}
+
 /// One reference: all from '&' to ';'.
 struct Reference {
   Digits digits;
   std::uint64_t length;  // units, both ends included; 0 when no ';' is left
 
-  std::uint32_t value() const { return digits.count >= 2 ? digits.value : 0; }  // a single digit counts as none
+  std::uint32_t value() const { return valueOf(digits); }
   bool mayBeSurrogate() const { return digits.count >= 4; }
 };
 
@@ -70,32 +75,45 @@ class CommonReferences {
       Digits own = fourHexDigits.before(at + 3, Unit{';'});
       if (own.value >= noFourDigits || load(at + 3 + own.count) != ';') own = hexDigitsOf(loadText(at + 3));
       if (load(at + 3 + own.count) != ';' || isHighSurrogate(own.value)) return {};  // the host sees each digit once
-      return reference({F::asServed(own, at + 3), 3 + std::uint64_t{own.count} + 1});
+      return reference(F::asServed(own, at + 3), 3 + own.count + 1);
     }
-    Digits own = fourDecimalDigits.before(at + 2, Unit{';'});
-    if (own.value >= noFourDigits || load(at + 2 + own.count) != ';') own = decimalDigitsOf(loadText(at + 2));
+    const Digits own = decimalDigits(at + 2);
     if (load(at + 2 + own.count) != ';') return {};
-    return reference({own, 2 + std::uint64_t{own.count} + 1});
+    return reference(own, 2 + own.count + 1);
   }
 
  private:
-  static Common reference(Reference whole) {
-    return isHighSurrogate(whole.value()) ? Common{} : Common{whole.value(), whole.length};
+  /// Three or four digits are those of letters, five those of ideographs.
+  static Digits decimalDigits(const Unit* field) {
+    const Digits four = fourDecimalDigits.before(field, Unit{';'});
+    if (four.value < noFourDigits) {
+      const Unit next = load(field + four.count);
+      if (next == ';') return four;
+      const std::uint32_t fifth = decimalDigit(next);
+      if (fifth != noDigit && load(field + 5) == ';') return {four.value * 10 + fifth, 5};
+    }
+    return decimalDigitsOf(loadText(field));
+  }
+
+  static Common reference(Digits digits, std::uint32_t length) {
+    const std::uint32_t value = valueOf(digits);
+    return isHighSurrogate(value) ? Common{} : Common{value, length};
   }
 
   const Unit second_;
 };
 
+/// Decodes from the first reference on. Not inlined: a text without references needs no room for answers.
 template <Flavour F, class Unit = typename F::Unit>
-RQStatus getNcr(RQInterface* object, const Unit* input, std::uint64_t units, Unit* output, std::uint64_t capacity,
-                std::uint64_t* written) {
-  Cursor<Unit> cursor(input, units, output, capacity);
+[[gnu::noinline]] RQStatus decodeReferences(RQInterface* object, const Unit* input, std::uint64_t units, Unit* output,
+                                            std::uint64_t capacity, std::uint64_t* written, std::uint64_t copied) {
+  Cursor<Unit> cursor(input, units, output, capacity, copied);
   Terminators<Unit> terminators(input, units, ';');
   RQ_UNINITIALIZED RoundTrips<Unit, roundTripRoom> roundTrips(object);
   const Unit second = F::reference(object);
   RQ_UNINITIALIZED BlockDecoder<CommonReferences<F>, Unit, roundTripRoom> blocks(CommonReferences<F>{second});
   RQStatus status = RQ_SUCCESS;
-  while (cursor.hasWork() && cursor.copyUpTo('&', second, static_cast<Unit>(~Unit{0}))) {
+  do {
     if (blocks.decode(cursor, roundTrips)) [[unlikely]]
       continue;
     const Decoded decoded = decodeReference<F>(cursor.at(), second, terminators);
@@ -107,9 +125,19 @@ RQStatus getNcr(RQInterface* object, const Unit* input, std::uint64_t units, Uni
       status = RQ_OUTPUT_TOO_SMALL;
       break;
     }
-  }
+  } while (cursor.hasWork() && cursor.copyUpTo('&', second, static_cast<Unit>(~Unit{0})));
   *written = cursor.written();
   return status;
+}
+
+template <Flavour F, class Unit = typename F::Unit>
+RQStatus getNcr(RQInterface* object, const Unit* input, std::uint64_t units, Unit* output, std::uint64_t capacity,
+                std::uint64_t* written) {
+  Cursor<Unit> cursor(input, units, output, capacity);
+  if (cursor.hasWork() && cursor.copyUpTo('&', F::reference(object), static_cast<Unit>(~Unit{0})))
+    return decodeReferences<F>(object, input, units, output, capacity, written, cursor.written());
+  *written = cursor.written();
+  return RQ_SUCCESS;
 }
 
 /// The last code point that the encoder does not escape. Deliberately not U+007F.

@@ -53,6 +53,7 @@ class RoundTrips {
   Replacement<Unit> of(std::uint32_t codePoint) {
     const std::uint32_t slot = codePoint % slots;
     const bool isFilled = (filled_[slot / 64] >> slot % 64 & 1) != 0;
+    // NOLINTNEXTLINE(clang-analyzer-core.UndefinedBinaryOperatorResult): a filled slot has a code point
     if (!isFilled || codePoints_[slot] != codePoint) return learn(codePoint);
     const std::uint32_t bytes = bytes_[slot];
     if (bytes == unmappable) return {nullptr, 0};

@@ -28,80 +28,78 @@ constexpr Digits digitsOfEscape(Digits run) {
   return run;
 }
 
-/// A decoded escape; a high surrogate includes the low surrogate behind it.
-struct Decoded {
-  std::uint32_t codePoint;
-  std::uint64_t consumed;
-  bool isEscape;  // false when it has too few digits: the text stays
-};
-
+/// Decodes an escape; a high surrogate includes the low one behind it. With too few digits it stays as text.
 template <Flavour F, class Unit = typename F::Unit>
-Decoded decodeEscape(const Unit* at, std::uint64_t remaining, Unit escape) {
+Common decodeEscape(const Unit* at, std::uint64_t remaining, Unit escape) {
   const Digits digits = digitsOfEscape(F::readHex(at + 2, std::min<std::uint64_t>(remaining - 2, maxDigits)));
-  const Decoded whole = {digits.value, digits.count + 2, digits.count >= shortEscape};
+  if (digits.count < shortEscape) return {Common::asText, digits.count + 2};
+  const Common whole = {digits.value, digits.count + 2};
   if (digits.count != shortEscape || !isHighSurrogate(digits.value)) return whole;
 
-  const Unit* const behind = at + whole.consumed;
-  const std::uint64_t left = remaining - whole.consumed;
+  const Unit* const behind = at + whole.length;
+  const std::uint64_t left = remaining - whole.length;
   if (left <= 2 || load(behind) != escape || withoutCase(load(behind + 1)) != 'U') return whole;
   const Digits low = F::readHex(behind + 2, std::min<std::uint64_t>(left - 2, shortEscape));
   if (low.count != shortEscape || !isLowSurrogate(low.value)) return whole;
-  return {pairedCodePoint(digits.value, low.value), whole.consumed + 2 + shortEscape, true};
+  return {pairedCodePoint(digits.value, low.value), 2 * whole.length};
 }
 
 /// The capacity in units that the host is given for a decoded character.
 constexpr std::uint64_t roundTripRoom = 20;
 
-/// Escapes of the common shape: four digits but not four zeros, not eight, not a high surrogate. Where the host
-/// upper-cases digits, all escapes but doubled markers, so that it sees each one once.
+/// Escapes with at least four digits. Where the host may make digits, also those with fewer, so that it sees each one
+/// once; doubled markers never.
 template <Flavour F, class Unit = typename F::Unit>
 class CommonEscapes {
  public:
   static constexpr std::uint64_t maxLength = 2 * (2 + std::uint64_t{shortEscape});
-  // A high surrogate includes the low one. An object's escape character may be a digit that begins a pair.
-  static constexpr bool includesOthers = sizeof(Unit) == 1;
+  static constexpr bool includesOthers = true;  // a high surrogate includes the low one
 
   CommonEscapes(Unit escape, const Unit* end) : escape_(escape), end_(end) {}
 
   Marks<Unit> marks() const { return {escape_, 'U', caseless<Unit>}; }
 
   Common read(const Unit* at) const {
-    if constexpr (F::hasServedDigits) {
-      if (withoutCase(load(at + 2)) == 'U') return {};
-      const Decoded decoded = decodeEscape<F>(at, static_cast<std::uint64_t>(end_ - at), escape_);
-      return {decoded.codePoint, decoded.consumed, !decoded.isEscape};
-    } else {
+    if constexpr (!F::hasServedDigits) {
       const std::uint32_t value = fourHexDigits.at(at + 2);
-      if (value == 0 || value >= noFourDigits || isHighSurrogate(value)) return {};
-      return mayBeLong(at + 6) ? Common{} : Common{value, 2 + shortEscape};
+      const bool isCharacter = value != 0 && value < noFourDigits && !isHighSurrogate(value);
+      if (isCharacter && !mayBeLong(at + 2 + shortEscape)) [[likely]]
+        return {value, 2 + shortEscape};
+      if (sizeof(Unit) == 1 && value >= noFourDigits) return {};  // no host makes more digits of bytes
     }
+    return readOther(at);
   }
 
  private:
-  /// Whether four more digits may follow. In the wide flavour the host may make a digit of what is not ASCII.
+  /// Not inlined: most escapes have four digits, and the loop that decodes needs the registers.
+  [[gnu::noinline]] Common readOther(const Unit* at) const {
+    if (withoutCase(load(at + 2)) == 'U') return {};
+    return decodeEscape<F>(at, static_cast<std::uint64_t>(end_ - at), escape_);
+  }
+
+  /// Whether four more digits may follow. In the wide flavour the host may make a digit of what is not ASCII. Tests
+  /// two first: one letter of prose behind an escape is often a digit, two seldom are.
   static bool mayBeLong(const Unit* behind) {
-    const Unit next = load(behind);
-    if (next < kit::asciiEnd && hexDigit(next) == noDigit) return false;
-    if (fourHexDigits.at(behind) < noFourDigits) return true;
-    if constexpr (sizeof(Unit) == 1)
-      return false;
-    else
-      return (next | load(behind + 1) | load(behind + 2) | load(behind + 3)) >= kit::asciiEnd;
+    if constexpr (sizeof(Unit) > 1)
+      if ((load(behind) | load(behind + 1) | load(behind + 2) | load(behind + 3)) >= kit::asciiEnd) return true;
+    if ((hexDigit(load(behind)) | hexDigit(load(behind + 1))) == noDigit) return false;
+    return fourHexDigits.at(behind) < noFourDigits;
   }
 
   const Unit escape_;
   const Unit* const end_;
 };
 
+/// Decodes from the first escape on. Not inlined: a text without escapes needs no room for answers.
 template <Flavour F, class Unit = typename F::Unit>
-RQStatus getUEsc(RQInterface* object, const Unit* input, std::uint64_t units, Unit* output, std::uint64_t capacity,
-                 std::uint64_t* written) {
-  Cursor<Unit> cursor(input, units, output, capacity);
+[[gnu::noinline]] RQStatus decodeEscapes(RQInterface* object, const Unit* input, std::uint64_t units, Unit* output,
+                                         std::uint64_t capacity, std::uint64_t* written, std::uint64_t copied) {
+  Cursor<Unit> cursor(input, units, output, capacity, copied);
   RQ_UNINITIALIZED RoundTrips<Unit, roundTripRoom> roundTrips(object);
   const Unit escape = F::escape(object);
   RQ_UNINITIALIZED BlockDecoder<CommonEscapes<F>, Unit, roundTripRoom> blocks({escape, cursor.end()});
   RQStatus status = RQ_SUCCESS;
-  while (cursor.hasWork() && cursor.copyUpTo(escape, 'U', caseless<Unit>)) {
+  do {
     if (blocks.decode(cursor, roundTrips)) [[unlikely]]
       continue;
     if (cursor.remaining() <= 2) {
@@ -113,16 +111,27 @@ RQStatus getUEsc(RQInterface* object, const Unit* input, std::uint64_t units, Un
       cursor.writeDoubled(escape, load(at + 1));
       continue;
     }
-    const Decoded decoded = decodeEscape<F>(at, cursor.remaining(), escape);
-    const Replacement<Unit> replacement =
-        decoded.isEscape ? roundTrips.of(decoded.codePoint) : Replacement<Unit>{nullptr, 0};
-    if (!cursor.replace(decoded.consumed, replacement)) {
+    const Common decoded = decodeEscape<F>(at, cursor.remaining(), escape);
+    const bool stays = decoded.codePoint == Common::asText;
+    const auto replacement =
+        stays ? Replacement<Unit>{nullptr, 0} : roundTrips.of(static_cast<std::uint32_t>(decoded.codePoint));
+    if (!cursor.replace(decoded.length, replacement)) {
       status = RQ_REPLACEMENT_DOES_NOT_FIT;
       break;
     }
-  }
+  } while (cursor.hasWork() && cursor.copyUpTo(escape, 'U', caseless<Unit>));
   *written = cursor.written();
   return status;
+}
+
+template <Flavour F, class Unit = typename F::Unit>
+RQStatus getUEsc(RQInterface* object, const Unit* input, std::uint64_t units, Unit* output, std::uint64_t capacity,
+                 std::uint64_t* written) {
+  Cursor<Unit> cursor(input, units, output, capacity);
+  if (cursor.hasWork() && cursor.copyUpTo(F::escape(object), 'U', caseless<Unit>))
+    return decodeEscapes<F>(object, input, units, output, capacity, written, cursor.written());
+  *written = cursor.written();
+  return RQ_SUCCESS;
 }
 
 /// The first character that is escaped; DEL deliberately is.

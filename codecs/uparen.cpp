@@ -46,18 +46,19 @@ class CommonNotations {
     if (own.value >= noFourDigits || load(at + 6) != '>') own = hexDigitsOf(loadText(at + 2));
     if (load(at + 2 + own.count) != '>') return {};
     const std::uint32_t named = valueOf(F::asServed(own, at + 2));
-    return {named, 2 + std::uint64_t{own.count} + 1, stays<wanted>(named)};
+    return {stays<wanted>(named) ? Common::asText : named, 2 + std::uint64_t{own.count} + 1};
   }
 };
 
+/// Decodes from the first notation on. Not inlined: a text without notations needs no room for answers.
 template <Flavour F, Wanted wanted, class Unit = typename F::Unit>
-RQStatus decodeUParen(RQInterface* object, const Unit* input, std::uint64_t units, Unit* output,
-                      std::uint64_t capacity, std::uint64_t* written) {
-  Cursor<Unit> cursor(input, units, output, capacity);
+[[gnu::noinline]] RQStatus decodeNotations(RQInterface* object, const Unit* input, std::uint64_t units, Unit* output,
+                                           std::uint64_t capacity, std::uint64_t* written, std::uint64_t copied) {
+  Cursor<Unit> cursor(input, units, output, capacity, copied);
   Terminators<Unit> terminators(input, units, '>');
   RQ_UNINITIALIZED RoundTrips<Unit, roundTripRoom> roundTrips(object);
   RQ_UNINITIALIZED BlockDecoder<CommonNotations<F, wanted>, Unit, roundTripRoom> blocks({});
-  while (cursor.hasWork() && cursor.copyUpTo('<', 'U', caseless<Unit>)) {
+  do {
     if (blocks.decode(cursor, roundTrips)) [[unlikely]]
       continue;
     const Field field = hexField<F>(cursor.at() + 2, terminators);
@@ -69,7 +70,17 @@ RQStatus decodeUParen(RQInterface* object, const Unit* input, std::uint64_t unit
     const auto replacement = stays<wanted>(value) ? Replacement<Unit>{nullptr, 0} : roundTrips.of(value);
     if (!cursor.replace(field.length + 3, replacement))
       return RQ_REPLACEMENT_DOES_NOT_FIT;  // *written keeps its value: hosts depend on it
-  }
+  } while (cursor.hasWork() && cursor.copyUpTo('<', 'U', caseless<Unit>));
+  *written = cursor.written();
+  return RQ_SUCCESS;
+}
+
+template <Flavour F, Wanted wanted, class Unit = typename F::Unit>
+RQStatus decodeUParen(RQInterface* object, const Unit* input, std::uint64_t units, Unit* output,
+                      std::uint64_t capacity, std::uint64_t* written) {
+  Cursor<Unit> cursor(input, units, output, capacity);
+  if (cursor.hasWork() && cursor.copyUpTo('<', 'U', caseless<Unit>))
+    return decodeNotations<F, wanted>(object, input, units, output, capacity, written, cursor.written());
   *written = cursor.written();
   return RQ_SUCCESS;
 }

@@ -252,6 +252,22 @@ TEST(Blocks, InputsThatEndAnywhere) {
   });
 }
 
+// Distances up to those that blocks leave to the loop; input and output also end in the middle of a gap.
+TEST(Blocks, GapsOfEveryLength) {
+  forAll([](const Codec& codec, Comparison& comparison) {
+    for (std::size_t gap = 0; gap < 150; ++gap) {
+      std::u32string text;
+      while (text.size() < 1200)
+        for (const std::u32string& shape : codec.shapes)
+          text += shape + std::u32string(gap, U'x') + codec.shapes[0] + std::u32string(gap / 2, U'y');
+      ASSERT_NO_FATAL_FAILURE(comparison.expectSame(text, codec.growth * text.size()));
+      ASSERT_NO_FATAL_FAILURE(comparison.expectSame(text, codec.growth * text.size() / 3));
+      text.resize(text.size() - gap / 3);
+      ASSERT_NO_FATAL_FAILURE(comparison.expectSame(text, codec.growth * text.size()));
+    }
+  });
+}
+
 TEST(Blocks, OutputsThatEndAnywhere) {
   forAll([](const Codec& codec, Comparison& comparison) {
     std::u32string text = repeated(codec.shapes[0] + U"abc" + codec.shapes[1], 200) + std::u32string(150, U'y');
