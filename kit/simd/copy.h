@@ -281,10 +281,15 @@ constexpr std::uint64_t maxRepeated = 4 * 1024;
 
 /// Repeats the bytes from s to d + done, which are whole periods, until d has n bytes. Each copy doubles them while
 /// they stay in the cache. Returns d. Never inlined: saving its registers would slow down every copy.
-template <class V>
+template <class V, template <class> class Filler>
 [[gnu::noinline]] Byte* repeat(const Byte* s, Byte* d, std::uint64_t done, std::uint64_t n) {
   const auto period = static_cast<std::uint64_t>(d - s);
-  if (period == 1) return fill<V>(d, *s, n), d;
+  if (period == 1) return fill<Filler<Byte>>(d, *s, n), d;
+  if (8 % period == 0) {  // a word repeats as well, and nothing has to be loaded
+    const auto word = load<std::uint64_t>(d), last = load<std::uint64_t>(d + n % 8);
+    fill<Filler<std::uint64_t>>(reinterpret_cast<std::uint64_t*>(d), word, n / 8);
+    return store(d + n - 8, last), d;
+  }
   for (std::uint64_t ready = period + done; done < n;) {
     const std::uint64_t piece = ready < n - done ? ready : n - done;
     moveForwards<V>(s, d + done, piece);
@@ -299,7 +304,7 @@ template <class V>
 constexpr std::uint64_t minFar = 512;
 
 /// The forward copy of n bytes to d = s + period, period < n, which repeats s[0..period) through d[0..n). Returns d.
-template <class V>
+template <class V, template <class> class Filler>
 RQ_INLINE Byte* propagate(const Byte* s, Byte* d, std::uint64_t period, std::uint64_t n) {
   if (period == 1 && n <= 64) return fillUpTo64(d, *s, n), d;
   if (period >= minFar && n <= 2 * period) return copyFar<V>(s, d, n), d;
@@ -311,14 +316,14 @@ RQ_INLINE Byte* propagate(const Byte* s, Byte* d, std::uint64_t period, std::uin
       _mm_storeu_si128(reinterpret_cast<__m128i*>(d + done), pattern);
     if (n < maxPatternBytes) return storePartial(d + done, pattern, n - done), d;
   }
-  return repeat<V>(s, d, done, n);
+  return repeat<V, Filler>(s, d, done, n);
 }
 
 /// Copies strictly forwards. Returns d, so that the exported routine is a jump to it.
-template <class V>
+template <class V, template <class> class Filler>
 Byte* copyForward(const Byte* s, Byte* d, std::uint64_t n) {
   if (beginsInside(s, d, n)) [[unlikely]]
-    return propagate<V>(s, d, static_cast<std::uint64_t>(d - s), n);
+    return propagate<V, Filler>(s, d, static_cast<std::uint64_t>(d - s), n);
   moveForwards<V>(s, d, n);
   return d;
 }
