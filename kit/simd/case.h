@@ -18,6 +18,8 @@ struct FlipAscii {
   }
   template <class V>
   RQ_INLINE void four(V& a, V& b, V& c, V& d) const {
+    // Each is used twice, and g++ would load it twice.
+    asm("" : "+x"(a.v), "+x"(b.v), "+x"(c.v), "+x"(d.v));
     a = (*this)(a), b = (*this)(b), c = (*this)(c), d = (*this)(d);
   }
 };
