@@ -54,7 +54,8 @@ RQ_INLINE void map(const U* in, U* out, std::uint64_t n, F f) {
   f(last).store(out + n - V::lanes);
 }
 
-/// Copies fewer than 16 bytes; the ranges may overlap.
+/// Copies fewer than 16 bytes; the ranges may overlap. Of units of 4 bytes there is at least one.
+template <unsigned unitBytes = 1>
 RQ_INLINE void moveBelow16(const Byte* s, Byte* d, std::uint64_t n) {
   const auto ends = [=](auto unit) {
     using Piece = decltype(unit);
@@ -63,7 +64,7 @@ RQ_INLINE void moveBelow16(const Byte* s, Byte* d, std::uint64_t n) {
     store(d + n - sizeof(Piece), tail);
   };
   if (n >= 8) return ends(std::uint64_t{});
-  if (n >= 4) return ends(std::uint32_t{});
+  if (unitBytes >= 4 || n >= 4) return ends(std::uint32_t{});
   if (n >= 2) return ends(std::uint16_t{});
   if (n == 1) store(d, load<Byte>(s));
 }
@@ -109,13 +110,13 @@ RQ_INLINE void moveUpTo8(const Byte* s, Byte* d, std::uint64_t n) {
   tail.store(d + last);
 }
 
-/// Copies at most two vectors of bytes; the ranges may overlap.
-template <class V>
+/// Copies at most two vectors of bytes; the ranges may overlap. Of units of 4 bytes there is at least one.
+template <class V, unsigned unitBytes = 1>
 RQ_INLINE void moveShort(const Byte* s, Byte* d, std::uint64_t n) {
   if constexpr (requires { typename V::Half; }) {
-    if (n <= V::bytes) return moveShort<typename V::Half>(s, d, n);
+    if (n <= V::bytes) return moveShort<typename V::Half, unitBytes>(s, d, n);
   } else {
-    if (n < V::bytes) return moveBelow16(s, d, n);
+    if (n < V::bytes) return moveBelow16<unitBytes>(s, d, n);
   }
   moveEnds<V, 1>(s, d, n);
 }

@@ -69,8 +69,8 @@ RQ_READS_WHOLE_VECTORS void copyTerminated(const U* s, U* d) {
   if (reinterpret_cast<std::uintptr_t>(s) % sizeof(U)) [[unlikely]]
     return copyUnitByUnit(s, d);
   if (const std::uint64_t bits = firstZeros<V>(s)) [[likely]]
-    return moveShort<Vector<Byte>>(reinterpret_cast<const Byte*>(s), reinterpret_cast<Byte*>(d),
-                                   (firstBit(bits) + 1) * sizeof(U));
+    return moveShort<Vector<Byte>, sizeof(U)>(reinterpret_cast<const Byte*>(s), reinterpret_cast<Byte*>(d),
+                                              (firstBit(bits) + 1) * sizeof(U));
   copyLongTerminated<V>(s, d);
 }
 
