@@ -7,7 +7,9 @@
 #include <cwchar>
 #include <cwctype>
 #include <memory>
+#include <new>
 #include <numeric>
+#include <string>
 #include <vector>
 
 #include "bench/families.h"
@@ -21,7 +23,19 @@
 namespace rq::bench {
 namespace {
 
-using Text = std::u32string;
+/// Texts begin a cache line, wherever the heap would put them: half of all vectors would cross lines.
+template <class T>
+struct LineAllocator {
+  using value_type = T;
+  static constexpr std::align_val_t line{64};
+  LineAllocator() = default;
+  template <class Other>
+  LineAllocator(const LineAllocator<Other>&) {}
+  T* allocate(std::size_t n) { return static_cast<T*>(::operator new(n * sizeof(T), line)); }
+  void deallocate(T* p, std::size_t) { ::operator delete(p, line); }
+  bool operator==(const LineAllocator&) const { return true; }
+};
+using Text = std::basic_string<char32_t, std::char_traits<char32_t>, LineAllocator<char32_t>>;
 using Shared = std::shared_ptr<Text>;
 
 constexpr std::pair<const char*, Script> scripts[] = {{"ascii", Script::ascii},
@@ -44,6 +58,11 @@ RQChar* characters(Text& text) {
 }
 wchar_t* wides(Text& text) {
   return reinterpret_cast<wchar_t*>(text.data());
+}
+
+Text textOf(Script script, std::size_t count) {
+  const std::u32string made = text(script, count);
+  return {made.begin(), made.end()};
 }
 
 Text mappedBy(Text text, UChar32 (*map)(UChar32)) {
@@ -89,7 +108,7 @@ void caseMapping() {
   const auto unistringLow = opaque(uc_tolower);
   for (const auto& [name, script] : scripts) {
     for (std::size_t count : counts(script == Script::ascii || script == Script::cyrillic)) {
-      const Text sample = text(script, count);
+      const Text sample = textOf(script, count);
       const std::string row = std::string("wide/rqzstup+rqzstlo ") + name;
       mapping(
           row, "ours", sample, up && low, [=](Text& t) { up(characters(t), length(t)); },
@@ -116,7 +135,7 @@ void caseMapping() {
     }
   }
   for (Script script : {Script::ascii, Script::cyrillic}) {
-    const Text sample = text(script, 4096);
+    const Text sample = textOf(script, 4096);
     const std::string row =
         std::string("wide/rqzstup+rqzstlo served ") + (script == Script::ascii ? "ascii" : "cyrillic");
     const bool registered = up && low && object(RQ_ENCODING_UTF8);
@@ -166,7 +185,7 @@ void classMembers() {
       {"rqzstmin", RQ_OURS(rqzstmin), &classes.smallest}, {"rqzstmax", RQ_OURS(rqzstmax), &classes.largest}};
   for (const auto& [routine, function, members] : both) {
     for (const auto& [name, script] : scripts) {
-      const Text sample = text(script, 4096);
+      const Text sample = textOf(script, 4096);
       const auto work = std::make_shared<Text>(sample);
       const std::string row = std::string("wide/") + routine + " " + name + "/4096/";
       const auto reset = [=] { *work = sample; };
@@ -213,7 +232,7 @@ void comparisons() {
     for (bool identical : {false, true}) {
       for (std::size_t count : counts(script == Script::cyrillic)) {
         if (count == 16 && script != Script::cyrillic) continue;
-        const auto a = std::make_shared<Text>(text(script, count));
+        const auto a = std::make_shared<Text>(textOf(script, count));
         const auto b = std::make_shared<Text>(identical ? *a : mappedBy(*a, u_toupper));
         const std::string job =
             std::string(" ") + name + (identical ? " identical/" : " differing/") + std::to_string(count) + "/";

@@ -16,13 +16,9 @@ struct Lanes {
 
 constexpr long long pattern = 0x0101010101010101 * filler;
 
-template <class Vector>
-const Vector& at(const Byte* p) {
-  return *reinterpret_cast<const Vector*>(p);
-}
-template <class Vector>
-Vector& at(Byte* p) {
-  return *reinterpret_cast<Vector*>(p);
+template <int bytes>
+typename Lanes<bytes>::Vector& at(Byte* p) {
+  return *reinterpret_cast<typename Lanes<bytes>::Vector*>(p);
 }
 
 /// Is any bit set?
@@ -51,13 +47,11 @@ std::int64_t fold(std::size_t n, Read read) {
 
 template <int bytes>
 std::int64_t load(Byte* a, Byte*, std::size_t n) {
-  using Vector = typename Lanes<bytes>::Vector;
-  return fold<bytes>(n, [=](std::size_t i) { return at<Vector>(a + i); });
+  return fold<bytes>(n, [=](std::size_t i) { return at<bytes>(a + i); });
 }
 template <int bytes>
 std::int64_t loadTwo(Byte* a, Byte* b, std::size_t n) {
-  using Vector = typename Lanes<bytes>::Vector;
-  return fold<bytes>(n, [=](std::size_t i) { return at<Vector>(a + i) ^ at<Vector>(b + i); });
+  return fold<bytes>(n, [=](std::size_t i) { return at<bytes>(a + i) ^ at<bytes>(b + i); });
 }
 
 /// Loads and leaves the loop when a vector differs, which none does. One branch for four vectors.
@@ -71,12 +65,11 @@ std::int64_t leave(std::size_t n, Difference difference) {
 template <int bytes>
 std::int64_t search(Byte* a, Byte*, std::size_t n) {
   using Vector = typename Lanes<bytes>::Vector;
-  return leave<bytes>(n, [=](std::size_t i) { return at<Vector>(a + i) ^ (Vector{} + pattern); });
+  return leave<bytes>(n, [=](std::size_t i) { return at<bytes>(a + i) ^ (Vector{} + pattern); });
 }
 template <int bytes>
 std::int64_t searchTwo(Byte* a, Byte* b, std::size_t n) {
-  using Vector = typename Lanes<bytes>::Vector;
-  return leave<bytes>(n, [=](std::size_t i) { return at<Vector>(a + i) ^ at<Vector>(b + i); });
+  return leave<bytes>(n, [=](std::size_t i) { return at<bytes>(a + i) ^ at<bytes>(b + i); });
 }
 
 template <int bytes>
@@ -84,7 +77,7 @@ std::int64_t store(Byte* a, Byte*, std::size_t n) {
   using Vector = typename Lanes<bytes>::Vector;
   const Vector value = Vector{} + pattern;
   for (std::size_t i = 0; i + bytes <= n; i += bytes) {
-    at<Vector>(a + i) = value;
+    at<bytes>(a + i) = value;
     asm volatile("" ::: "memory");  // keeps the compiler from calling memset
   }
   return 0;
@@ -96,9 +89,8 @@ std::int64_t storeByString(Byte* a, Byte*, std::size_t n) {
 
 template <int bytes>
 std::int64_t copy(Byte* a, Byte* b, std::size_t n) {
-  using Vector = typename Lanes<bytes>::Vector;
   for (std::size_t i = 0; i + bytes <= n; i += bytes) {
-    at<Vector>(b + i) = at<Vector>(a + i);
+    at<bytes>(b + i) = at<bytes>(a + i);
     asm volatile("" ::: "memory");  // keeps the compiler from calling memcpy
   }
   return 0;
@@ -108,10 +100,29 @@ std::int64_t copyByString(Byte* a, Byte* b, std::size_t n) {
   return 0;
 }
 
+/// Moves by so few bytes that every load meets two stores of the move before.
+constexpr std::size_t distance = 8;
+template <int bytes>
+std::int64_t moveToFront(Byte* a, Byte*, std::size_t n) {
+  return copy<bytes>(a + distance, a, n);
+}
+template <int bytes>
+std::int64_t moveToBack(Byte* a, Byte*, std::size_t n) {
+  using Vector = typename Lanes<bytes>::Vector;
+  for (std::size_t i = n; i >= 4 * bytes;) {
+    i -= 4 * bytes;
+    Vector four[4];
+    for (std::size_t k = 0; k < 4; ++k) four[k] = at<bytes>(a + i + k * bytes - distance);
+    for (std::size_t k = 0; k < 4; ++k) at<bytes>(a + i + k * bytes) = four[k];
+    asm volatile("" ::: "memory");  // as above
+  }
+  return 0;
+}
+
 template <int bytes>
 std::int64_t flip(Byte* a, Byte*, std::size_t n) {
   using Vector = typename Lanes<bytes>::Vector;
-  for (std::size_t i = 0; i + bytes <= n; i += bytes) at<Vector>(a + i) ^= Vector{} + pattern;
+  for (std::size_t i = 0; i + bytes <= n; i += bytes) at<bytes>(a + i) ^= Vector{} + pattern;
   return 0;
 }
 
@@ -160,6 +171,10 @@ const std::vector<BareWork> longWork = {
     {"copy", "256-bit", copy<32>},
     {"copy", "512-bit", copy<64>},
     {"copy", "string", copyByString},
+    {"move to the front", "256-bit", moveToFront<32>},
+    {"move to the front", "512-bit", moveToFront<64>},
+    {"move to the back", "256-bit", moveToBack<32>},
+    {"move to the back", "512-bit", moveToBack<64>},
     {"in-place", "256-bit", flip<32>},
     {"in-place", "512-bit", flip<64>},
 };

@@ -18,6 +18,8 @@ struct FlipAscii {
   }
   template <class V>
   RQ_INLINE void four(V& a, V& b, V& c, V& d) const {
+    // Each is used twice, and g++ would load it twice.
+    asm("" : "+x"(a.v), "+x"(b.v), "+x"(c.v), "+x"(d.v));
     a = (*this)(a), b = (*this)(b), c = (*this)(c), d = (*this)(d);
   }
 };
@@ -30,6 +32,11 @@ RQ_INLINE std::uint64_t flipWord(std::uint64_t word) {
   const std::uint64_t fromFirst = low + (asciiEnd - first) * ones;
   const std::uint64_t behindLast = low + (asciiEnd - first - asciiLetters) * ones;
   return word ^ (fromFirst & ~behindLast & ~word & top) / (0x80 / asciiCaseBit);
+}
+
+template <std::uint8_t first>
+RQ_INLINE std::uint8_t flipByte(std::uint8_t c) {
+  return static_cast<std::uint8_t>(c ^ (static_cast<std::uint8_t>(c - first) < asciiLetters ? asciiCaseBit : 0));
 }
 
 /// Fewer than 16 bytes, in pieces that do not overlap: a load from two earlier stores would wait for both.
@@ -45,7 +52,7 @@ RQ_INLINE void flipBelow16(std::uint8_t* p, std::uint64_t n) {
   piece(std::uint64_t{});
   piece(std::uint32_t{});
   piece(std::uint16_t{});
-  piece(std::uint8_t{});
+  if (n & 1) store(rest, flipByte<first>(load<std::uint8_t>(rest)));
 }
 
 template <class V, std::uint8_t first>

@@ -14,7 +14,25 @@ namespace {
 using Byte = std::uint8_t;
 
 /// From these counts of bytes on the C library is faster. A move shifts bytes to the front of where they lie.
-constexpr std::uint64_t longCopy = 16 * 1024, longMove = 4 * 1024, longFill = 16 * 1024;
+constexpr std::uint64_t longCopy = 16 * 1024, longMove = 8 * 1024, longFill = 16 * 1024;
+
+/// Four vectors side by side.
+template <class V>
+struct Four {
+  using Lane = typename V::Lane;
+  static constexpr std::uint64_t lanes = 4 * V::lanes, bytes = 4 * V::bytes;
+  V a, b, c, d;
+
+  static RQ_INLINE Four load(const Lane* p) {
+    return {V::load(p), V::load(p + V::lanes), V::load(p + 2 * V::lanes), V::load(p + 3 * V::lanes)};
+  }
+  RQ_INLINE void store(Lane* p) const {
+    a.store(p);
+    b.store(p + V::lanes);
+    c.store(p + 2 * V::lanes);
+    d.store(p + 3 * V::lanes);
+  }
+};
 
 /// out[i] = f(in[i]) for `n` lanes, 16 bytes at least. `out` is `in` or does not overlap it.
 template <class V, class U, class F>
@@ -27,20 +45,17 @@ RQ_INLINE void map(const U* in, U* out, std::uint64_t n, F f) {
   std::uint64_t i = 0;
   if constexpr (requires(V v) { f.four(v, v, v, v); }) {
     for (; n - i > 4 * V::lanes; i += 4 * V::lanes) {
-      V a = V::load(in + i), b = V::load(in + i + V::lanes);
-      V c = V::load(in + i + 2 * V::lanes), d = V::load(in + i + 3 * V::lanes);
-      f.four(a, b, c, d);
-      a.store(out + i);
-      b.store(out + i + V::lanes);
-      c.store(out + i + 2 * V::lanes);
-      d.store(out + i + 3 * V::lanes);
+      auto four = Four<V>::load(in + i);
+      f.four(four.a, four.b, four.c, four.d);
+      four.store(out + i);
     }
   }
   for (; n - i > V::lanes; i += V::lanes) f(V::load(in + i)).store(out + i);
   f(last).store(out + n - V::lanes);
 }
 
-/// Copies fewer than 16 bytes; the ranges may overlap.
+/// Copies fewer than 16 bytes; the ranges may overlap. Of units of 4 bytes there is at least one.
+template <unsigned unitBytes = 1>
 RQ_INLINE void moveBelow16(const Byte* s, Byte* d, std::uint64_t n) {
   const auto ends = [=](auto unit) {
     using Piece = decltype(unit);
@@ -49,7 +64,7 @@ RQ_INLINE void moveBelow16(const Byte* s, Byte* d, std::uint64_t n) {
     store(d + n - sizeof(Piece), tail);
   };
   if (n >= 8) return ends(std::uint64_t{});
-  if (n >= 4) return ends(std::uint32_t{});
+  if (unitBytes >= 4 || n >= 4) return ends(std::uint32_t{});
   if (n >= 2) return ends(std::uint16_t{});
   if (n == 1) store(d, load<Byte>(s));
 }
@@ -89,29 +104,19 @@ RQ_INLINE void moveUpTo64(const Byte* s, Byte* d, std::uint64_t n) {
 /// Copies four to eight vectors of bytes; the ranges may overlap.
 template <class V>
 RQ_INLINE void moveUpTo8(const Byte* s, Byte* d, std::uint64_t n) {
-  constexpr std::uint64_t one = V::bytes;
-  const Byte* const sEnd = s + n;
-  const V v0 = V::load(s), v1 = V::load(s + one), v2 = V::load(s + 2 * one), v3 = V::load(s + 3 * one);
-  const V v4 = V::load(sEnd - 4 * one), v5 = V::load(sEnd - 3 * one);
-  const V v6 = V::load(sEnd - 2 * one), v7 = V::load(sEnd - one);
-  Byte* const dEnd = d + n;
-  v0.store(d);
-  v1.store(d + one);
-  v2.store(d + 2 * one);
-  v3.store(d + 3 * one);
-  v4.store(dEnd - 4 * one);
-  v5.store(dEnd - 3 * one);
-  v6.store(dEnd - 2 * one);
-  v7.store(dEnd - one);
+  const std::uint64_t last = n - Four<V>::bytes;
+  const auto head = Four<V>::load(s), tail = Four<V>::load(s + last);
+  head.store(d);
+  tail.store(d + last);
 }
 
-/// Copies at most two vectors of bytes; the ranges may overlap.
-template <class V>
+/// Copies at most two vectors of bytes; the ranges may overlap. Of units of 4 bytes there is at least one.
+template <class V, unsigned unitBytes = 1>
 RQ_INLINE void moveShort(const Byte* s, Byte* d, std::uint64_t n) {
   if constexpr (requires { typename V::Half; }) {
-    if (n <= V::bytes) return moveShort<typename V::Half>(s, d, n);
+    if (n <= V::bytes) return moveShort<typename V::Half, unitBytes>(s, d, n);
   } else {
-    if (n < V::bytes) return moveBelow16(s, d, n);
+    if (n < V::bytes) return moveBelow16<unitBytes>(s, d, n);
   }
   moveEnds<V, 1>(s, d, n);
 }
@@ -121,6 +126,12 @@ RQ_INLINE std::uint64_t bytesBetween(const Byte* from, const Byte* to) {
   return reinterpret_cast<std::uintptr_t>(to) - reinterpret_cast<std::uintptr_t>(from);
 }
 
+/// The bytes from d to the first aligned vector behind it.
+template <class V>
+RQ_INLINE std::uint64_t toAligned(const Byte* d) {
+  return V::bytes - reinterpret_cast<std::uintptr_t>(d) % V::bytes;
+}
+
 /// Copies as if through a temporary buffer, unless d lies inside (s, s + n).
 template <class V>
 RQ_INLINE void moveForwards(const Byte* s, Byte* d, std::uint64_t n) {
@@ -128,25 +139,28 @@ RQ_INLINE void moveForwards(const Byte* s, Byte* d, std::uint64_t n) {
   if (n <= 4 * V::bytes) return moveEnds<V, 2>(s, d, n);
   if (n <= 8 * V::bytes) return moveUpTo8<V>(s, d, n);
   if (n >= longMove && (n >= longCopy || bytesBetween(d, s) < n)) return static_cast<void>(memmove(d, s, n));
-  // Load both ends before the loop and store them after it: the loop may overwrite their sources.
+  // Each load comes before the store that may overwrite its source, and not earlier: the bytes may just be written.
+  const std::uint64_t last = n - Four<V>::bytes;
+  std::uint64_t i = toAligned<V>(d);
   const V head = V::load(s);
-  const Byte* const tail = s + n - 4 * V::bytes;
-  const V t0 = V::load(tail), t1 = V::load(tail + V::bytes);
-  const V t2 = V::load(tail + 2 * V::bytes), t3 = V::load(tail + 3 * V::bytes);
-  for (std::uint64_t i = V::bytes - reinterpret_cast<std::uintptr_t>(d) % V::bytes; i < n - 4 * V::bytes;
-       i += 4 * V::bytes) {
-    const V a = V::load(s + i), b = V::load(s + i + V::bytes);
-    const V c = V::load(s + i + 2 * V::bytes), e = V::load(s + i + 3 * V::bytes);
-    a.store(d + i);
-    b.store(d + i + V::bytes);
-    c.store(d + i + 2 * V::bytes);
-    e.store(d + i + 3 * V::bytes);
-  }
-  t0.store(d + n - 4 * V::bytes);
-  t1.store(d + n - 3 * V::bytes);
-  t2.store(d + n - 2 * V::bytes);
-  t3.store(d + n - V::bytes);
+  auto next = Four<V>::load(s + i);
   head.store(d);
+  for (; last - i > Four<V>::bytes; i += Four<V>::bytes) {
+    next.store(d + i);
+    next = Four<V>::load(s + i + Four<V>::bytes);
+  }
+  const auto tail = Four<V>::load(s + last);
+  next.store(d + i);
+  tail.store(d + last);
+}
+
+/// Copies more than four vectors strictly forwards, if d does not lie less than four vectors behind s.
+template <class V>
+RQ_INLINE void copyFar(const Byte* s, Byte* d, std::uint64_t n) {
+  const std::uint64_t last = n - Four<V>::bytes;
+  V::load(s).store(d);
+  for (std::uint64_t i = toAligned<V>(d); i < last; i += Four<V>::bytes) Four<V>::load(s + i).store(d + i);
+  Four<V>::load(s + last).store(d + last);
 }
 
 /// Copies from the end to the front as if through a temporary buffer, for d inside (s, s + n) and n greater than 64.
@@ -155,22 +169,13 @@ RQ_INLINE void moveBackwards(const Byte* s, Byte* d, std::uint64_t n) {
   static_assert(2 * V::bytes <= 64, "two vectors must hold the shortest copy");
   if (n <= 4 * V::bytes) return moveEnds<V, 2>(s, d, n);
   const V tail = V::load(s + n - V::bytes);
-  const V h0 = V::load(s), h1 = V::load(s + V::bytes);
-  const V h2 = V::load(s + 2 * V::bytes), h3 = V::load(s + 3 * V::bytes);
-  for (std::uint64_t i = n - reinterpret_cast<std::uintptr_t>(d + n) % V::bytes; i > 4 * V::bytes;
-       i -= 4 * V::bytes) {
-    const V a = V::load(s + i - V::bytes), b = V::load(s + i - 2 * V::bytes);
-    const V c = V::load(s + i - 3 * V::bytes), e = V::load(s + i - 4 * V::bytes);
-    a.store(d + i - V::bytes);
-    b.store(d + i - 2 * V::bytes);
-    c.store(d + i - 3 * V::bytes);
-    e.store(d + i - 4 * V::bytes);
+  const auto head = Four<V>::load(s);
+  for (std::uint64_t i = n - reinterpret_cast<std::uintptr_t>(d + n) % V::bytes; i > Four<V>::bytes;) {
+    i -= Four<V>::bytes;
+    Four<V>::load(s + i).store(d + i);
   }
   tail.store(d + n - V::bytes);
-  h0.store(d);
-  h1.store(d + V::bytes);
-  h2.store(d + 2 * V::bytes);
-  h3.store(d + 3 * V::bytes);
+  head.store(d);
 }
 
 /// Does d lie inside (s, s + n)? Then a forward copy reads bytes that it has written.
@@ -283,10 +288,15 @@ constexpr std::uint64_t maxRepeated = 4 * 1024;
 
 /// Repeats the bytes from s to d + done, which are whole periods, until d has n bytes. Each copy doubles them while
 /// they stay in the cache. Returns d. Never inlined: saving its registers would slow down every copy.
-template <class V>
+template <class V, template <class> class Filler>
 [[gnu::noinline]] Byte* repeat(const Byte* s, Byte* d, std::uint64_t done, std::uint64_t n) {
   const auto period = static_cast<std::uint64_t>(d - s);
-  if (period == 1) return fill<V>(d, *s, n), d;
+  if (period == 1) return fill<Filler<Byte>>(d, *s, n), d;
+  if (8 % period == 0) {  // a word repeats as well, and nothing has to be loaded
+    const auto word = load<std::uint64_t>(d), last = load<std::uint64_t>(d + n % 8);
+    fill<Filler<std::uint64_t>>(reinterpret_cast<std::uint64_t*>(d), word, n / 8);
+    return store(d + n - 8, last), d;
+  }
   for (std::uint64_t ready = period + done; done < n;) {
     const std::uint64_t piece = ready < n - done ? ready : n - done;
     moveForwards<V>(s, d + done, piece);
@@ -296,10 +306,15 @@ template <class V>
   return d;
 }
 
+/// From this period on a loop in order copies up to two periods faster than piece by piece: its loads seldom meet
+/// stores that have not reached the cache.
+constexpr std::uint64_t minFar = 512;
+
 /// The forward copy of n bytes to d = s + period, period < n, which repeats s[0..period) through d[0..n). Returns d.
-template <class V>
+template <class V, template <class> class Filler>
 RQ_INLINE Byte* propagate(const Byte* s, Byte* d, std::uint64_t period, std::uint64_t n) {
   if (period == 1 && n <= 64) return fillUpTo64(d, *s, n), d;
+  if (period >= minFar && n <= 2 * period) return copyFar<V>(s, d, n), d;
   std::uint64_t done = 0;
   if (period > 1 && period < 16) {
     const __m128i pattern = repeated(s, period);
@@ -308,14 +323,14 @@ RQ_INLINE Byte* propagate(const Byte* s, Byte* d, std::uint64_t period, std::uin
       _mm_storeu_si128(reinterpret_cast<__m128i*>(d + done), pattern);
     if (n < maxPatternBytes) return storePartial(d + done, pattern, n - done), d;
   }
-  return repeat<V>(s, d, done, n);
+  return repeat<V, Filler>(s, d, done, n);
 }
 
 /// Copies strictly forwards. Returns d, so that the exported routine is a jump to it.
-template <class V>
+template <class V, template <class> class Filler>
 Byte* copyForward(const Byte* s, Byte* d, std::uint64_t n) {
   if (beginsInside(s, d, n)) [[unlikely]]
-    return propagate<V>(s, d, static_cast<std::uint64_t>(d - s), n);
+    return propagate<V, Filler>(s, d, static_cast<std::uint64_t>(d - s), n);
   moveForwards<V>(s, d, n);
   return d;
 }

@@ -34,15 +34,9 @@ template <class U>
   for (U c = 1; c; ++s, ++d) store(d, c = load<U>(s));
 }
 
-/// Copies `s` and the zero that ends it in one pass. Reads as terminatedLength does. Writes nothing behind the zero.
-template <template <class> class Vector, class U>
-RQ_READS_WHOLE_VECTORS void copyTerminated(const U* s, U* d) {
-  using V = Vector<U>;
-  if (reinterpret_cast<std::uintptr_t>(s) % sizeof(U)) [[unlikely]]
-    return copyUnitByUnit(s, d);
-  if (const std::uint64_t bits = firstZeros<V>(s))
-    return moveShort<Vector<Byte>>(reinterpret_cast<const Byte*>(s), reinterpret_cast<Byte*>(d),
-                                   (firstBit(bits) + 1) * sizeof(U));
+/// copyTerminated where the first vector holds no zero. Never inlined, as longLength.
+template <class V, class U = typename V::Lane>
+[[gnu::noinline]] RQ_READS_WHOLE_VECTORS void copyLongTerminated(const U* s, U* d) {
   V::load(s).store(d);
   const V zero = V::splat(0);
   const auto zeros = [=](V v) { return V::equal(v, zero).bits(); };
@@ -58,18 +52,26 @@ RQ_READS_WHOLE_VECTORS void copyTerminated(const U* s, U* d) {
   if (!bits) {
     // Four vectors that are aligned together lie within a page as well.
     for (i = static_cast<std::uint64_t>(alignedDown(s + i, 4 * V::bytes) - s);; i += 4 * V::lanes) {
-      const V a = V::load(s + i), b = V::load(s + i + V::lanes);
-      const V c = V::load(s + i + 2 * V::lanes), e = V::load(s + i + 3 * V::lanes);
-      if (V::anyZero(a, b, c, e)) break;
-      a.store(d + i);
-      b.store(d + i + V::lanes);
-      c.store(d + i + 2 * V::lanes);
-      e.store(d + i + 3 * V::lanes);
+      const auto four = Four<V>::load(s + i);
+      if (V::anyZero(four.a, four.b, four.c, four.d)) break;
+      four.store(d + i);
     }
     for (; !(bits = zeros(V::load(s + i))); i += V::lanes) V::load(s + i).store(d + i);
   }
   const std::uint64_t last = i + firstBit(bits) + 1 - V::lanes;
   V::load(s + last).store(d + last);
+}
+
+/// Copies `s` and the zero that ends it in one pass. Reads as terminatedLength does. Writes nothing behind the zero.
+template <template <class> class Vector, class U>
+RQ_READS_WHOLE_VECTORS void copyTerminated(const U* s, U* d) {
+  using V = Vector<U>;
+  if (reinterpret_cast<std::uintptr_t>(s) % sizeof(U)) [[unlikely]]
+    return copyUnitByUnit(s, d);
+  if (const std::uint64_t bits = firstZeros<V>(s)) [[likely]]
+    return moveShort<Vector<Byte>, sizeof(U)>(reinterpret_cast<const Byte*>(s), reinterpret_cast<Byte*>(d),
+                                              (firstBit(bits) + 1) * sizeof(U));
+  copyLongTerminated<V>(s, d);
 }
 
 /// Copies units up to, not including, the first that `Stop<V>` matches. Returns their number; writes exactly those.

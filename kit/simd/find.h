@@ -310,13 +310,13 @@ RQ_INLINE RQ_READS_WHOLE_VECTORS std::uint64_t firstZeros(const U* s) {
   return V::equal(V::load(s), zero).bits();
 }
 
-/// The units before the first zero. A string has no count, so this reads whole vectors around it, but no other page.
-/// The sanitizers do not know that.
 template <class V, class U = typename V::Lane>
-RQ_READS_WHOLE_VECTORS std::uint64_t terminatedLength(const U* s) {
-  if (reinterpret_cast<std::uintptr_t>(s) % sizeof(U)) [[unlikely]]
-    return lengthUnitByUnit(s);
-  if (const std::uint64_t bits = firstZeros<V>(s)) return firstBit(bits);
+std::uint64_t terminatedLength(const U* s);
+
+/// The units before the first zero, of which the first vector holds none. Never inlined: short strings are the common
+/// case, and their way is to fill one cache line.
+template <class V, class U = typename V::Lane>
+[[gnu::noinline]] RQ_READS_WHOLE_VECTORS std::uint64_t longLength(const U* s) {
   const V zero = V::splat(0);
   // The lambdas take loaded vectors: sanitizers look at loads inside a lambda.
   const auto zeros = [=](V v) { return V::equal(v, zero).bits(); };
@@ -339,6 +339,17 @@ RQ_READS_WHOLE_VECTORS std::uint64_t terminatedLength(const U* s) {
   }
   while (!zeros(V::load(p))) p += V::lanes;
   return lengthTo(p, zeros(V::load(p)));
+}
+
+/// The units before the first zero. A string has no count, so this reads whole vectors around it, but no other page.
+/// The sanitizers do not know that.
+template <class V, class U>
+RQ_READS_WHOLE_VECTORS std::uint64_t terminatedLength(const U* s) {
+  if (reinterpret_cast<std::uintptr_t>(s) % sizeof(U)) [[unlikely]]
+    return lengthUnitByUnit(s);
+  if (const std::uint64_t bits = firstZeros<V>(s)) [[likely]]
+    return firstBit(bits);
+  return longLength<V>(s);
 }
 
 }  // namespace

@@ -33,7 +33,7 @@ struct Instance {
   static constexpr Kernels kernels = {
       .bytes = unitKernels<std::uint8_t>,
       .units = unitKernels<RQChar>,
-      .copyForward = copyForward<Copier<Byte>>,
+      .copyForward = copyForward<Copier<Byte>, Vector>,
       .copySafe = copySafe<Copier<Byte>>,
       .upperAscii = flipAscii<Copier<Byte>, 'a'>,
       .lowerAscii = flipAscii<Copier<Byte>, 'A'>,

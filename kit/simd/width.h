@@ -24,6 +24,7 @@ RQ_INLINE auto inIntervals(V v) {
 template <class V>
 RQ_INLINE std::uint64_t wideBits(V v) {
   if (!V::lessEqual(V::splat(wideRanges[0].first), v).any()) return 0;
+  if (!V::lessEqual(V::splat(firstOfPlane1), v).any()) return inIntervals<0, wideIntervals.inPlane0>(v).bits();
   return inIntervals<0, wideIntervals.count>(v).bits();
 }
 

@@ -90,6 +90,19 @@ TYPED_TEST(Copies, LongOnesOverlapAtAnyDistance) {
   }
 }
 
+/// Around the period and the count at which the way of copying changes.
+TYPED_TEST(Copies, OverlapByOneOrTwoPeriods) {
+  GuardedBuffer pages(3200), expected(3200);
+  for (std::size_t period = 500; period <= 1000; period += period < 520 ? 1 : 60) {
+    fillRandomly(pages, this->random);
+    for (const std::size_t n : {period, period + 1, period + 40, 2 * period - 1, 2 * period, 2 * period + 1}) {
+      const std::size_t low = below(this->random, 64), end = pages.size();
+      checkWithin(pages, expected, low, low + period, n, TypeParam::copy, TypeParam::twinCopy);
+      checkWithin(pages, expected, end - n - period, end - n, n, TypeParam::copy, TypeParam::twinCopy);
+    }
+  }
+}
+
 TEST(skMemCpy, PropagatesForwards) {
   char text[] = "abcde";
   EXPECT_EQ(skMemCpy(text, text + 1, 4), text + 1);

@@ -423,7 +423,7 @@ void proveCopies() {
   proveEach("bytes: a copy to another buffer", sizes, [=](std::size_t n) {
     const auto* const from = anyText<unsigned char>("t", n, n % 5);
     auto* const to = emptyBuffer<unsigned char>(n, n % 61);
-    copyForward<Copier>(from, to, n);
+    copyForward<Copier, RQ_VECTOR>(from, to, n);
     claimBytes(to, n, any, "copyForward");
   });
   const auto copy = [](const unsigned char* from, unsigned char* to, std::size_t n) {
@@ -450,7 +450,7 @@ void proveCopies() {
     for (const std::size_t n : sizes) {
       if (n > 150) break;
       auto* const text = anyText<unsigned char>("t", n + period);
-      copyForward<Copier>(text, text + period, n);
+      copyForward<Copier, RQ_VECTOR>(text, text + period, n);
       claimBytes(
           text, n + period, [&](std::size_t i) { return any(i % period); }, "copyForward");
     }
