@@ -101,7 +101,7 @@ RQ_INLINE std::uint64_t copyUntil(const typename V::Lane* in, std::uint64_t n, O
     return copied;
   };
   std::uint64_t i = 0;
-  // Most stops are near: one branch for two vectors, and none for how many are stored, mispredicts least.
+  // Most stops are near: one branch for two vectors, and one for how many are stored, mispredicts least.
   for (constexpr std::uint64_t near = 16 * V::lanes; i < near && n - i > 2 * V::lanes; i += 2 * V::lanes) {
     const V a = V::load(in + i), b = V::load(in + i + V::lanes);
     if ((stop.quick(a) | stop.quick(b)).any()) {
