@@ -250,6 +250,13 @@ struct Vector16 {
     const auto extended = [](Vector16 x) { return _mm_srai_epi32(_mm_slli_epi32(x.v, 16), 16); };
     return {_mm_packs_epi32(extended(a), extended(b))};
   }
+  /// The high bytes of all lanes, which are below 0x10000, in any order.
+  static RQ_INLINE Vector16<std::uint8_t> highBytes(Vector16 a, Vector16 b, Vector16 c, Vector16 d) {
+    const auto high = [](Vector16 x, Vector16 y) {
+      return _mm_packs_epi32(_mm_srli_epi32(x.v, 8), _mm_srli_epi32(y.v, 8));
+    };
+    return {_mm_packus_epi16(high(a, b), high(c, d))};
+  }
 };
 
 }  // namespace

@@ -132,6 +132,12 @@ struct Vector32 {
     const __m256i low = _mm256_set1_epi32(0xFFFF);
     return {_mm256_packus_epi32(_mm256_and_si256(a.v, low), _mm256_and_si256(b.v, low))};
   }
+  static RQ_INLINE Vector32<std::uint8_t> highBytes(Vector32 a, Vector32 b, Vector32 c, Vector32 d) {
+    const auto high = [](Vector32 x, Vector32 y) {
+      return _mm256_packus_epi32(_mm256_srli_epi32(x.v, 8), _mm256_srli_epi32(y.v, 8));
+    };
+    return {_mm256_packus_epi16(high(a, b), high(c, d))};
+  }
 };
 
 }  // namespace

@@ -145,6 +145,12 @@ struct Vector64 {
     const __m512i low = _mm512_set1_epi32(0xFFFF);
     return {_mm512_packus_epi32(_mm512_and_si512(a.v, low), _mm512_and_si512(b.v, low))};
   }
+  static RQ_INLINE Vector64<std::uint8_t> highBytes(Vector64 a, Vector64 b, Vector64 c, Vector64 d) {
+    const auto high = [](Vector64 x, Vector64 y) {
+      return _mm512_packus_epi32(_mm512_srli_epi32(x.v, 8), _mm512_srli_epi32(y.v, 8));
+    };
+    return {_mm512_packus_epi16(high(a, b), high(c, d))};
+  }
 };
 
 }  // namespace

@@ -2,6 +2,9 @@
 #ifndef RQUNI_KIT_SIMD_WIDE_RANGES_H
 #define RQUNI_KIT_SIMD_WIDE_RANGES_H
 
+#include <algorithm>
+#include <cstdint>
+
 #include "frame/types.h"
 
 namespace rq::kit::simd {
@@ -48,6 +51,37 @@ consteval WideIntervals joined() {
 }
 constexpr WideIntervals wideIntervals = joined();
 static_assert(WideIntervals::maxCount == 13 && wideIntervals.count == 9 && wideIntervals.inPlane0 == 6);
+
+/// The rows below U+10000, each of 256 characters with the same high byte: those that are all wide, and those of
+/// which a part is.
+struct WideRows {
+  WideIntervals whole;
+  unsigned partCount = 0;
+  std::uint8_t part[2 * WideIntervals::maxCount] = {};
+};
+consteval WideRows rowsOf(const WideIntervals& intervals) {
+  WideRows rows;
+  for (unsigned row = 0; row < 0x100; ++row) {
+    const RQChar rowFirst = row << 8, rowLast = rowFirst + 0xFF;
+    RQChar wide = 0;
+    for (unsigned i = 0; i < intervals.inPlane0; ++i) {
+      const RQChar first = std::max(intervals.interval[i].first, rowFirst);
+      const RQChar last = std::min(intervals.interval[i].last, rowLast);
+      if (first <= last) wide += last - first + 1;
+    }
+    if (wide == 0) continue;
+    if (wide < 0x100) {
+      rows.part[rows.partCount++] = static_cast<std::uint8_t>(row);
+    } else if (rows.whole.count != 0 && rows.whole.interval[rows.whole.count - 1].last + 1 == row) {
+      ++rows.whole.interval[rows.whole.count - 1].last;
+    } else {
+      rows.whole.interval[rows.whole.count++] = {row, row};
+    }
+  }
+  return rows;
+}
+constexpr WideRows wideRows = rowsOf(wideIntervals);
+static_assert(wideRows.whole.count == 4 && wideRows.partCount == 2);
 
 }  // namespace rq::kit::simd
 

@@ -264,13 +264,29 @@ void proveFormulas() {
       return wide;
     };
     claimMask(
-        inIntervals<0, wideIntervals.count>(a), x.size(), [&](std::size_t i) { return isWide(x[i]); }, "32 bits");
+        inAll(a), x.size(), [&](std::size_t i) { return isWide(x[i]); }, "32 bits");
     const auto halves = Units::narrow(a, b);
-    const auto wide = inIntervals<0, wideIntervals.inPlane0>(halves);
+    const auto wide = inPlane0(halves);
     for (std::size_t i = 0; i < 2 * x.size(); ++i) {  // in each 16 bytes the lanes of a, then those of b
       const U32 character = ((i / 4 % 2 == 0 ? x : y)[i / 8 * 4 + i % 4]) & 0xFFFF;
       claim(U32(halves.v.template lane<unsigned short>(i)) == character, "narrow");
       claim(selects(wide.v, i) == isWide(character), "16 bits");
+    }
+  });
+  prove("units: rows below U+10000 that are wide as a whole", [] {
+    const Units texts[] = {anyVector<Units>("a"), anyVector<Units>("b"), anyVector<Units>("c"),
+                           anyVector<Units>("d")};
+    const auto rows = Units::highBytes(texts[0], texts[1], texts[2], texts[3]);
+    const U64 whole = inIntervals<wideRows.whole, 0, wideRows.whole.count>(rows).bits();
+    for (std::size_t i = 0; i < Bytes::lanes.value(); ++i) {  // in each 16 bytes four lanes of each text
+      const U32 character = lanesOf(texts[i / 4 % 4])[i / 16 * 4 + i % 4];
+      assume(character < firstOfPlane1);
+      Word<bool> isPart = false, isWide = false;
+      for (const auto row : wideRows.part) isPart = either(isPart, both(row != 0, character >> 8 == row));
+      for (const auto& range : wideRanges)
+        isWide = either(isWide, both(character >= range.first, character <= range.last));
+      claim(U32(rows.v.template lane<unsigned char>(i)) == character >> 8, "highBytes");
+      claim(either(isPart, bitAt(whole, static_cast<unsigned>(i)) == isWide), "whole rows");
     }
   });
   proveEach(
