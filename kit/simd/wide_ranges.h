@@ -81,6 +81,7 @@ consteval WideRows rowsOf(const WideIntervals& intervals) {
   return rows;
 }
 constexpr WideRows wideRows = rowsOf(wideIntervals);
+constexpr WideIntervals wholeRows = wideRows.whole;  // a template's argument; clang 14 takes no part of an object
 static_assert(wideRows.whole.count == 4 && wideRows.partCount == 2);
 
 }  // namespace rq::kit::simd

@@ -39,7 +39,7 @@ RQ_INLINE std::uint64_t countInPlane0(V a, V b, V c, V d) {
   using Rows = std::remove_const_t<decltype(rows)>;
   const auto isPart = [=](unsigned i) { return Rows::equal(rows, Rows::splat(wideRows.part[i])); };
   static_assert(wideRows.partCount == 2);
-  if (!(isPart(0) | isPart(1)).any()) return inIntervals<wideRows.whole, 0, wideRows.whole.count>(rows).count();
+  if (!(isPart(0) | isPart(1)).any()) return inIntervals<wholeRows, 0, wholeRows.count>(rows).count();
   return inPlane0(V::narrow(a, b)).count() + inPlane0(V::narrow(c, d)).count();
 }
 

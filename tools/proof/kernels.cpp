@@ -277,7 +277,7 @@ void proveFormulas() {
     const Units texts[] = {anyVector<Units>("a"), anyVector<Units>("b"), anyVector<Units>("c"),
                            anyVector<Units>("d")};
     const auto rows = Units::highBytes(texts[0], texts[1], texts[2], texts[3]);
-    const U64 whole = inIntervals<wideRows.whole, 0, wideRows.whole.count>(rows).bits();
+    const U64 whole = inIntervals<wholeRows, 0, wholeRows.count>(rows).bits();
     for (std::size_t i = 0; i < Bytes::lanes.value(); ++i) {  // in each 16 bytes four lanes of each text
       const U32 character = lanesOf(texts[i / 4 % 4])[i / 16 * 4 + i % 4];
       assume(character < firstOfPlane1);
