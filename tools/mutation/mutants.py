@@ -15,6 +15,7 @@ TOKEN = re.compile(r"""//[^\n]*|/\*.*?\*/|R"(?P<raw>\w*)\(.*?\)(?P=raw)"|"(?:\\.
     |(?P<character>'(?:\\.|[^'\\])')|(?P<number>\b(?:0x[0-9A-Fa-f]+|\d+)[uUlL]*\b)|(?P<flag>\b(?:true|false)\b)
     |[A-Za-z_]\w*|->|::|(?P<operator><<|>>|<=|>=|==|!=|&&|\|\||\+=|-=|\+\+|--|[-+*/%<>&|^~!])|\S""",
                    re.S | re.X)
+ATTRIBUTES = re.compile(r"\[\[.*?\]\]")
 OPENING = re.compile(r"[^(\[{=]*?\b(\w+|operator\S+?)\s*(?:<[^(]*>)?[(\[{=]")
 CONTROL = ("if", "for", "while", "switch", "do", "else", "return", "constexpr", "namespace")
 COMMENT = re.compile(r"\s*//.*")
@@ -84,7 +85,7 @@ def surroundings(text, begin):
     lines = text[:text.find("\n", begin)].split("\n")
     indent = len(lines[-1]) - len(lines[-1].lstrip())
     for line in reversed(lines[:-1]):
-        found = OPENING.match(line)
+        found = OPENING.match(ATTRIBUTES.sub("", line))
         depth = len(line) - len(line.lstrip())
         if not line.strip() or depth >= indent:
             continue
